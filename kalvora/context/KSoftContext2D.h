@@ -1,0 +1,132 @@
+// KSoftContext2D: the drawing object: targets, state, and every drawing call.
+#ifndef KALVORA_CONTEXT_KSOFTCONTEXT2D_H
+#define KALVORA_CONTEXT_KSOFTCONTEXT2D_H
+
+#include <cstdint>
+
+#include "kalvora/core/KSoftPixmap.h"
+#include "kalvora/geometry/KSoftPath.h"
+#include "kalvora/geometry/KStroker.h"
+#include "kalvora/raster/KMergeNode.h"
+#include "kalvora/raster/KPaint.h"
+
+namespace kalvora {
+struct RasterJob;
+}
+
+/// Rendering back ends; the choice is ignored.
+enum KBackend : std::int32_t { KBackendSoftware = 0 };
+
+/// Draws paths into a caller's pixmap.
+///
+/// Create it, bind a target with RenderToTexture, set paints and state, draw. Every bind resets the
+/// state: fill opaque black, no stroke, identity transform, no clip but the target, non-zero fill
+/// rule. Drawing before a bind, or into an empty target, draws nothing. Pixmaps, ramps and paths
+/// given to a context are borrowed and must outlive their use. One context belongs to one thread at
+/// a time; different threads may draw with different contexts at once.
+class KALVORA_API KSoftContext2D : public KStroker {
+ public:
+  /// Both arguments are ignored.
+  explicit KSoftContext2D(KBackend backend = KBackendSoftware, unsigned reserved = 0);
+  ~KSoftContext2D();
+
+  // --- targets
+  // -----------------------------------------------------------------------------------------
+
+  /// Binds a pixmap of format 4 or 5 (format 1 and values above 6 keep the previous fillers), or
+  /// with null unbinds. False for formats 0, 2, 3 and 6.
+  bool RenderToTexture(KSoftPixmap* pixmap);
+  /// Copies the rectangle's rows, tightly packed, into `buffer`. The rectangle is not clamped.
+  void GetPixels(KRect rect, void* buffer) const;
+  /// Writes the premultiplied colour, alpha included, over the whole target and its row padding, or
+  /// over the rectangle clamped to the target. The clip is not consulted.
+  void Clear(KColor32 color, const KRect* rect = nullptr);
+  /// Ends a frame.
+  void Flip(bool wait = false, const KRect* rect = nullptr);
+
+  // --- paints
+  // ------------------------------------------------------------------------------------------
+
+  void SetFillColor(KColor32 color);  ///< straight colour
+  void SetStrokeColor(KColor32 color);
+  void SetFillLGrad(const KSoftColorRamp* ramp);
+  void SetStrokeLGrad(const KSoftColorRamp* ramp);
+  void SetFillRGrad(const KSoftColorRamp* ramp);
+  void SetStrokeRGrad(const KSoftColorRamp* ramp);
+  void SetFillPixmap(const KSoftPixmap* pixmap);
+  void SetStrokePixmap(const KSoftPixmap* pixmap);
+  /// Instead of painting, sets *hit to true when a shape covers the point (device pixels). Never
+  /// clears it.
+  void SetFillPick(KVertex2D point, bool* hit);
+  void SetStrokePick(KVertex2D point, bool* hit);
+  void SetNoFill();
+  void SetNoStroke();
+  /// 0..256, where 256 is opaque; other values are held to the range.
+  void SetFillOpacity(int opacity);
+  void SetStrokeOpacity(int opacity);
+
+  // --- state
+  // -------------------------------------------------------------------------------------------
+
+  /// User space to device pixels.
+  void SetTransform(const KSoftMatrix3D& m) { mTransform = m; }
+  const KSoftMatrix3D& GetTransform() const { return mTransform; }
+  /// The transform itself, to be changed in place.
+  KSoftMatrix3D& Transform() { return mTransform; }
+  /// KFillNonZero or KFillEvenOdd.
+  void SetFillRule(KFillRule rule) { mFillRule = rule; }
+  /// Clips to whole device pixels within the target; an inverted rectangle lets nothing through.
+  void SetClipRegion(KRect rect);
+  /// Clips to a path in device coordinates (the transform does not apply). Null or empty removes
+  /// the clip path.
+  void SetClipPath(const KSoftPath* path, KFillRule rule);
+  /// Clip rectangle the whole target, no clip path.
+  void ResetClip();
+  /// Key 0: rectangles get anti-aliased edges (value not 0) or snap to whole pixels. Key 1: writes
+  /// one pixel within the clip: x in bits 0-11, y in 12-23, then four 2-bit channels from the
+  /// lowest byte up. Other keys are ignored.
+  void SetAttribute(unsigned key, unsigned value);
+  /// Process-wide debug flags: keys 0 to 4 set DisplayFps, DrawColoredOutlines, IgnoreAlpha,
+  /// OnlyNearest and UseFontHinting to value != 0. Other keys are ignored.
+  static void SetGlobalAttribute(unsigned key, unsigned value);
+
+  // --- drawing
+  // -----------------------------------------------------------------------------------------
+
+  /// A new empty path; release it with DestroyPath. Null when memory runs out.
+  KSoftPath* CreatePath() const;
+  void DestroyPath(KSoftPath* path) const;
+  /// Fills and strokes the path.
+  void DrawPath(const KSoftPath* path);
+  /// Fills and strokes the polygon; `closed` matters to the stroke only.
+  void DrawPolygon(const KVertex2D* points, unsigned count, bool closed);
+  /// Releases rings, last to first; the list itself stays.
+  void FreeVertices(KVertex2D** rings, unsigned count, bool onStack);
+
+  static std::uint64_t Id;  ///< zero at load time
+
+ private:
+  bool BindStrips(KFormat format);
+  bool NewLineBuffer(unsigned width);
+  void DropLineBuffer();
+  void ResetState();
+  bool CanDraw() const;
+  kalvora::RasterJob Job(const KPaint& paint, KFillRule rule);
+  void RasterPolygon(KVertex2D** rings, unsigned count, const KPaint& paint, KFillRule rule);
+
+  KSoftMatrix3D mTransform;
+  KVertex2D** mClipPolys = nullptr;
+  std::uint32_t mClipPolyCount = 0;
+  KFillRule mClipRule = KFillNonZero;
+  KMergeNode* mClipNodes = nullptr;
+  std::uint32_t mClipNodeCount = 0;
+  KStripTable mStripInit{};
+  KSoftPixmap mTarget;
+  KFillRule mFillRule = KFillNonZero;
+  KPaint mFill;
+  KPaint mStroke;
+  KStyleContext2D* mStyle;
+  bool mRectAntiAlias = true;
+};
+
+#endif

@@ -1,0 +1,18 @@
+// KArray: a counted array.
+#ifndef KALVORA_CORE_KARRAY_H
+#define KALVORA_CORE_KARRAY_H
+
+#include <cstdint>
+
+/// A count and a pointer to that many elements. It owns nothing: whoever made the array frees it.
+template <typename T>
+struct KArray {
+  std::uint32_t count = 0;
+  T* data = nullptr;
+
+  T* begin() const { return data; }
+  T* end() const { return data + count; }
+  T& operator[](std::uint32_t i) const { return data[i]; }
+};
+
+#endif

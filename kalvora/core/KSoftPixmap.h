@@ -1,0 +1,76 @@
+// KSoftPixmap: the one image type: render target, pattern, alpha mask and glyph.
+#ifndef KALVORA_CORE_KSOFTPIXMAP_H
+#define KALVORA_CORE_KSOFTPIXMAP_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "kalvora/core/KColor32.h"
+#include "kalvora/core/KFormat.h"
+#include "kalvora/core/KRect.h"
+#include "kalvora/core/KSoftMatrix3D.h"
+
+/// A rectangular pixel buffer with its format, stride, ownership, and what a pattern fill needs.
+///
+/// Rows lie `stride` bytes apart from `pixels` upward and hold width << pixelShift meaningful
+/// bytes. Strides computed here are rounded up to multiples of 4; a stride given by the caller is
+/// taken as it is. Memory that the pixmap allocated (`ownsPixels`) is freed when it is reshaped or
+/// destroyed; memory given to it stays the caller's. Pixmaps cannot be copied.
+class KALVORA_API KSoftPixmap {
+ public:
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  KSoftMatrix3D transform;  ///< device pixels to pixmap coordinates, when used as a pattern
+  KFormat format = KFormatMask8;
+  KRepeatRule repeatRule = KRepeatClamp;
+  std::uint32_t pixelShift = 0;  ///< log2 of the bytes of one pixel
+  std::uint32_t stride = 0;      ///< bytes from one row to the next
+  KSampling quality = KSamplingNearest;
+  std::uint8_t* pixels = nullptr;
+  bool ownsPixels = false;
+  bool hasAlpha = false;    ///< bit 0 of `format`
+  bool targetFlag = false;  ///< the caller's flag of Wrap and Set; stored only
+
+  KSoftPixmap() = default;
+  ~KSoftPixmap();
+  KSoftPixmap(const KSoftPixmap&) = delete;
+  KSoftPixmap& operator=(const KSoftPixmap&) = delete;
+
+  /// Shapes the pixmap, over `buffer` or, when that is null, over new, uncleared memory of its own.
+  /// `stride` 0 computes one. The edge rule becomes clamp and the quality bilinear. When the memory
+  /// cannot be had, `pixels` is null.
+  void Create(unsigned width, unsigned height, KFormat format, void* buffer = nullptr,
+              unsigned stride = 0);
+  /// Puts the pixmap, at its present size, over the caller's buffer. False, and no change, when it
+  /// is null.
+  bool Wrap(KFormat format, void* buffer, unsigned stride, bool flag);
+  /// Imports `data` (rows `stride` bytes apart, 0 = computed) without conversion into memory of the
+  /// pixmap's own; null data only prepares the memory. Format 4 sets every top byte to 0xFF.
+  /// Returns whether memory exists.
+  bool Set(KFormat format, const void* data, unsigned stride, bool flag);
+  /// Imports with conversion from `dataFormat`. Formats 6 to 5 premultiply and store an alpha byte
+  /// of 0; 5 to 6 divide; equal formats copy; other pairs prepare the memory only.
+  void Set(KFormat format, const void* data, KFormat dataFormat, unsigned stride, bool flag);
+  /// Writes tightly packed `data` into the rectangle. The rectangle is not checked against the
+  /// pixmap.
+  void Set(KRect rect, const void* data);
+  /// Copies all rows, or those of the rectangle (not checked), tightly packed, to `buffer`.
+  void Get(void* buffer) const;
+  void Get(KRect rect, void* buffer) const;
+  /// Shapes a format 5 pixmap whose every pixel is `color` scaled by mask / 256 (rows `maskStride`
+  /// bytes apart, 0 = width). Any other format or a null mask leaves the pixmap empty and not
+  /// owning.
+  void CreateFromAlphaMask(KFormat format, unsigned width, unsigned height, KColor32 color,
+                           const std::uint8_t* mask, unsigned maskStride);
+  /// Does nothing.
+  void CreateAlphaMask(unsigned width, unsigned height, const void* data, unsigned stride);
+  /// Stores the sampling quality, or nearest while the OnlyNearest flag is set.
+  void SetQuality(KSampling quality);
+
+  /// First pixel of row y as 32-bit words (formats 4 to 6).
+  std::uint32_t* Row32(unsigned y) const {
+    return reinterpret_cast<std::uint32_t*>(pixels + std::size_t{stride} * y);
+  }
+};
+
+#endif

@@ -1,0 +1,77 @@
+// KSoftPath: a vector path of lines, quadratic and cubic Bezier pieces.
+#ifndef KALVORA_GEOMETRY_KSOFTPATH_H
+#define KALVORA_GEOMETRY_KSOFTPATH_H
+
+#include <cstdint>
+
+#include "kalvora/core/KSoftMatrix3D.h"
+
+/// One run of pieces of the same order, a block of the C heap. The points follow the record: first
+/// the subpath's start point when it opens a subpath, then pieces x order points.
+struct KSegment {
+  std::uint32_t
+      header;  ///< bit 0 opens a subpath; bit 1 that subpath is closed; bits 2-3 order; 4-31 pieces
+  KSegment* next;
+
+  bool Opens() const { return header & 1; }
+  bool Closed() const { return header & 2; }
+  unsigned Order() const { return header >> 2 & 3; }
+  unsigned Pieces() const { return header >> 4; }
+  KVertex2D* Start() { return reinterpret_cast<KVertex2D*>(this + 1); }
+  const KVertex2D* Start() const { return reinterpret_cast<const KVertex2D*>(this + 1); }
+  KVertex2D* Points() { return Start() + (header & 1); }
+  const KVertex2D* Points() const { return Start() + (header & 1); }
+  /// Start point included.
+  unsigned PointCount() const { return (header & 1) + Pieces() * Order(); }
+};
+
+/// A path in its own user space: subpaths of lines and curves. Build it with MoveTo, LineTo,
+/// QuadTo, CubicTo, ArcTo and Close, draw it any number of times (drawing never changes it), and go
+/// on appending whenever you like. Coordinates are 16.16; drawing is exact within +-8000 pixels. A
+/// path belongs to one thread at a time.
+class KALVORA_API KSoftPath {
+ public:
+  std::uint32_t subpathCount = 0;
+  KSegment* first = nullptr;
+  KSegment* subpathStart = nullptr;  ///< the record that opened the current subpath
+  KSegment* last = nullptr;
+  KVertex2D current = KVertex2D::Origin;
+  std::uint8_t newSubpath = 1;  ///< the next segment opens a subpath at `current`
+
+  KSoftPath() = default;
+  ~KSoftPath() { Reset(); }
+  KSoftPath(const KSoftPath& source) { *this = source; }
+  /// A deep copy. Afterwards Close acts on the copy's first subpath, whichever was current in the
+  /// source.
+  KSoftPath& operator=(const KSoftPath& source);
+
+  void MoveTo(KVertex2D p) {
+    current = p;
+    newSubpath = 1;
+  }
+  bool LineTo(KVertex2D p) { return BezierTo(1, &p, 1); }
+  bool QuadTo(KVertex2D control, KVertex2D end);
+  bool CubicTo(KVertex2D control1, KVertex2D control2, KVertex2D end);
+  /// Marks the current subpath closed; without one, nothing.
+  void Close() {
+    if (subpathStart) subpathStart->header |= 2;
+  }
+  /// Appends `count` pieces of `order` points each (1 line, 2 quadratic, 3 cubic; the last point of
+  /// a piece is its end). False, and no change, when count is 0, the order is not 1 to 3, or memory
+  /// runs out.
+  bool BezierTo(unsigned order, const KVertex2D* points, unsigned count);
+  /// Appends the elliptical arc from `current` to `end` around `centre`, axis-parallel radii (x,
+  /// y).
+  bool ArcTo(KVertex2D end, KVertex2D centre, KVertex2D radii, bool direction);
+  /// Frees everything and returns to the empty state; `current` stays.
+  void Reset();
+  /// Appends this path, mapped through m (affine part), to `out`. When a coordinate, before or
+  /// after, exceeds +-8000 the whole of `out` is emptied and the result is false; when memory runs
+  /// out, `out` keeps what was appended so far. `out`'s current point becomes this path's,
+  /// unmapped.
+  bool Transform(KSoftPath* out, const KSoftMatrix3D* m) const;
+  /// Does nothing; called when a path is complete.
+  void Finalize() {}
+};
+
+#endif

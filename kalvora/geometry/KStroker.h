@@ -1,0 +1,65 @@
+// KStroker: flattening and stroking of paths, with the stroke settings. The base of the drawing
+// context.
+#ifndef KALVORA_GEOMETRY_KSTROKER_H
+#define KALVORA_GEOMETRY_KSTROKER_H
+
+#include <cstdint>
+
+#include "kalvora/core/KSoftMatrix3D.h"
+
+class KSoftPath;
+class KStack;
+
+/// Stroke settings, scratch memory, and the two operations that turn paths into polygon rings.
+class KALVORA_API KStroker {
+ public:
+  KStack* stack;               ///< scratch memory, owned
+  std::uint32_t startCap = 0;  ///< 0 butt, 1 square, 2 round
+  std::uint32_t endCap = 0;
+  std::uint32_t join = 1;             ///< 0 bevel, 1 miter bounded by `limit`, 2 round
+  KFixed limit = KFixed::FromInt(2);  ///< longest miter as a multiple of the line width
+  KFixed limitWidth = kalvora::kOne;  ///< limit x halfWidth
+  KFixed halfWidth = kalvora::kHalf;  ///< half the line width, in user units
+  KFixed* dashes = nullptr;           ///< dash lengths, on and off in turn, owned; null is solid
+  std::uint32_t dashCount = 0;
+  std::uint32_t dashPhase = 0;  ///< where each subpath starts in the pattern, 16.16 path units
+
+  /// Flatness tolerance in device pixels, for the whole process.
+  static KFixed GeoQuality;
+
+  KStroker();
+  ~KStroker();
+  KStroker(const KStroker&) = delete;
+  KStroker& operator=(const KStroker&) = delete;
+
+  /// Line width in user units; negative counts as 0.
+  void SetLineWidth(KFixed width);
+  void SetCaps(unsigned start, unsigned end);
+  void SetJoin(unsigned kind);
+  /// Longest miter as a multiple of the line width.
+  void SetMiterLimit(KFixed ratio);
+  /// Copies the pattern: lengths in path units, on and off in turn. Null or a count of 0 is a solid
+  /// line. False, and a solid line, when memory runs out.
+  bool SetDashes(const KFixed* lengths, unsigned count, KFixed phase);
+  /// Back to the settings that every bind gives: butt caps, miter joins up to 4.0, width 1.0,
+  /// solid.
+  void ResetStroke();
+
+  /// Turns every subpath into one device-space ring and returns how many. `rings` and the rings
+  /// come from the scratch stack or the C heap, as `onStack` says; release them with FreeRings. 0
+  /// and null when the path is empty or memory runs out.
+  unsigned FlattenPath(KVertex2D**& rings, const KSoftPath* path, const KSoftMatrix3D* m,
+                       bool onStack);
+  /// Releases rings, last to first, and their array.
+  void FreeRings(KVertex2D** rings, unsigned count, bool onStack);
+
+  /// Most points that one curve piece is flattened into.
+  static constexpr int kMaxCurvePoints = 256;
+  /// Flattens one curve: writes the start of every straight piece and then the end point, `stride`
+  /// entries apart. Returns the number of points written, at most kMaxCurvePoints.
+  static int GetBezierPts(KVertex2D* out, KVertex2D p0, KVertex2D c1, KVertex2D c2, KVertex2D p3,
+                          int stride);
+  static int GetBezierPts(KVertex2D* out, KVertex2D p0, KVertex2D c, KVertex2D p2, int stride);
+};
+
+#endif

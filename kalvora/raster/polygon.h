@@ -1,0 +1,40 @@
+// Polygon scan conversion: rings in, filled spans out.
+#ifndef KALVORA_RASTER_POLYGON_H
+#define KALVORA_RASTER_POLYGON_H
+
+#include <cstdint>
+
+#include "kalvora/raster/KMergeNode.h"
+#include "kalvora/raster/KPaint.h"
+
+class KSoftPixmap;
+
+namespace kalvora {
+
+/// What a draw needs to know of its context. Everything is borrowed.
+struct RasterJob {
+  KStyleContext2D* style;     ///< paint, clip and coverage line of the draw
+  const KSoftPixmap* target;  ///< 32-bit pixels
+  const KStripTable* strips;  ///< the target layout's initialisers
+  KStack* stack;              ///< scratch memory
+  KFillRule fillRule;         ///< of the shape
+  bool clipped;               ///< a clip path is set
+  KFillRule clipRule;         ///< of the clip path
+  const KMergeNode* clipNodes;
+  unsigned clipNodeCount;
+};
+
+/// Fills the area that the rings enclose under the fill rule, within the clip, with
+/// job.style->paint.
+void RasterPolygon(const RasterJob& job, KVertex2D* const* rings, unsigned count);
+/// The same for one ring; fewer than 3 vertices draw nothing.
+void RasterPolygon(const RasterJob& job, KVertex2D* ring, unsigned vertexCount);
+
+/// Scan-converts one ring from its only top vertex.
+void DrawSimplePolygon(const RasterJob& job, const KVertex2D* top);
+/// Scan-converts everything that hangs from the sorted nodes [begin, end).
+void DrawComplexPolygon(const RasterJob& job, const KMergeNode* begin, const KMergeNode* end);
+
+}  // namespace kalvora
+
+#endif
