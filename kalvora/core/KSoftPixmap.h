@@ -69,7 +69,17 @@ class KALVORA_API KSoftPixmap {
 
   /// First pixel of row y as 32-bit words (formats 4 to 6).
   std::uint32_t* Row32(unsigned y) const {
-    return reinterpret_cast<std::uint32_t*>(pixels + std::size_t{stride} * y);
+    return static_cast<std::uint32_t*>(static_cast<void*>(pixels + std::size_t{stride} * y));
+  }
+
+ private:
+  void Release();
+  void Allocate();
+  void SetFormat(KFormat format);
+  // The computed stride; 0 when a row is too long for any memory.
+  std::uint32_t PaddedStride() const;
+  std::uint8_t* PixelAt(std::ptrdiff_t x, std::ptrdiff_t y) const {
+    return pixels + y * static_cast<std::ptrdiff_t>(stride) + x * (std::ptrdiff_t{1} << pixelShift);
   }
 };
 
