@@ -2,7 +2,7 @@
 #include "kalvora/core/KSoftMatrix3D.h"
 
 #include "kalvora/core/division.h"
-#include "kalvora/core/turn.h"
+#include "kalvora/core/linear.h"
 
 using namespace kalvora;
 
@@ -27,10 +27,6 @@ SinCos RaisedSinCos(KFixed degrees) {
   if (degrees < kZero) degrees += kTurn;
   return SinCosOf(degrees);
 }
-
-KFixed Tan(KFixed degrees) { return KFixed::Sin(degrees) / KFixed::Cos(degrees); }
-
-bool IsSmall(KFixed v) { return Magnitude(v.raw) < 1024; }
 
 }  // namespace
 
@@ -274,6 +270,4 @@ void KSoftMatrix3D::Inverse() {
   m6 = x, m7 = y;
 }
 
-bool KSoftMatrix3D::IsOrth() const {
-  return (IsSmall(m0) && IsSmall(m4)) || (IsSmall(m1) && IsSmall(m3));
-}
+bool KSoftMatrix3D::IsOrth() const { return KeepsAxes(m0, m1, m3, m4); }
