@@ -1,0 +1,26 @@
+// KColorStrip: the span fillers of a solid colour.
+#ifndef KALVORA_PAINT_KCOLORSTRIP_H
+#define KALVORA_PAINT_KCOLORSTRIP_H
+
+#include "kalvora/raster/KPaint.h"
+
+namespace kalvora {
+
+/// The fillers themselves, which are the same for both pixel layouts: the top byte is a channel
+/// like any other, and in opaque targets nobody reads it. AA weighs each pixel by its coverage;
+/// Blend says that the colour is not opaque.
+template <bool AA, bool Blend>
+struct ColorSpan {
+  /// Coverage from lineBuffer.
+  static void Draw(const KStyleContext2D* style);
+  /// Coverage from maskRow. Glyph masks are mostly empty or full, so both are tested for.
+  static void DrawWithAaChecks(const KStyleContext2D* style);
+};
+
+}  // namespace kalvora
+
+/// The solid colour fillers of layout F.
+template <typename F, bool AA, bool Blend>
+struct KColorStrip : kalvora::ColorSpan<AA, Blend> {};
+
+#endif

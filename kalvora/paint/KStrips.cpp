@@ -1,0 +1,75 @@
+// The strip initialisers: they choose a paint's fillers, once per draw.
+#include "kalvora/paint/KStrips.h"
+
+#include <algorithm>
+
+#include "kalvora/paint/KColorStrip.h"
+#include "kalvora/paint/picking.h"
+#include "kalvora/raster/KStyleContext2D.h"
+
+namespace {
+
+void DrawNothing(const KStyleContext2D*) {}
+
+/// A paint's opacity, held to 0..256.
+std::int32_t Opacity(const KPaint& paint) {
+  return std::clamp<std::int32_t>(paint.opacity, 0, 256);
+}
+
+/// Prepares the colour, weighted by the opacity, and tells whether it must be blended.
+bool PrepareColor(KStyleContext2D* style) {
+  const KPaint& paint = *style->paint;
+  const std::int32_t opacity = Opacity(paint);
+  style->color = paint.color.Weight(static_cast<unsigned>(opacity));
+  style->blend = opacity != 256 || paint.translucent;
+  return style->blend != 0;
+}
+
+}  // namespace
+
+template <typename F>
+void KStrips<F>::InitColor(KStyleContext2D* style, KFiller& solid, KFiller& coverage) {
+  const bool blend = PrepareColor(style);
+  solid = blend ? KColorStrip<F, false, true>::Draw : KColorStrip<F, false, false>::Draw;
+  coverage = blend ? KColorStrip<F, true, true>::Draw : KColorStrip<F, true, false>::Draw;
+}
+
+template <typename F>
+void KStrips<F>::InitColorWithAaChecks(KStyleContext2D* style, KFiller& solid, KFiller& coverage) {
+  const bool blend = PrepareColor(style);
+  solid = blend ? KColorStrip<F, false, true>::DrawWithAaChecks
+                : KColorStrip<F, false, false>::DrawWithAaChecks;
+  coverage = blend ? KColorStrip<F, true, true>::DrawWithAaChecks
+                   : KColorStrip<F, true, false>::DrawWithAaChecks;
+}
+
+template <typename F>
+void KStrips<F>::InitLinear(KStyleContext2D*, KFiller& solid, KFiller& coverage) {
+  solid = coverage = DrawNothing;
+}
+
+template <typename F>
+void KStrips<F>::InitRadial(KStyleContext2D*, KFiller& solid, KFiller& coverage) {
+  solid = coverage = DrawNothing;
+}
+
+template <typename F>
+void KStrips<F>::InitPattern(KStyleContext2D*, KFiller& solid, KFiller& coverage) {
+  solid = coverage = DrawNothing;
+}
+
+template <typename F>
+void KStrips<F>::InitPicking(KStyleContext2D* style, KFiller& solid, KFiller& coverage) {
+  style->pickX = style->paint->pickPoint.x;
+  style->pickY = style->paint->pickPoint.y;
+  style->pickHit = style->paint->pickHit;
+  solid = DrawPick<false>;
+  coverage = DrawPick<true>;
+}
+
+template <typename F>
+constinit const KStripTable KStrips<F>::VTable = {
+    {InitColor, InitLinear, InitRadial, InitPattern, InitPicking}};
+
+template struct KStrips<KColor_0888_PM>;
+template struct KStrips<KColor_8888_PM>;
