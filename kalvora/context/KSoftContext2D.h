@@ -112,7 +112,8 @@ class KALVORA_API KSoftContext2D : public KStroker {
   void ResetState();
   bool CanDraw() const;
   kalvora::RasterJob Job(const KPaint& paint, KFillRule rule);
-  void RasterPolygon(KVertex2D** rings, unsigned count, const KPaint& paint, KFillRule rule);
+  void FillPolygon(const KVertex2D* points, unsigned count);
+  void WritePixel(std::uint32_t value);
 
   KSoftMatrix3D mTransform;
   KVertex2D** mClipPolys = nullptr;

@@ -72,6 +72,9 @@ class KALVORA_API KSoftPath {
   bool Transform(KSoftPath* out, const KSoftMatrix3D* m) const;
   /// Does nothing; called when a path is complete.
   void Finalize() {}
+
+ private:
+  void Append(KSegment* segment);
 };
 
 #endif

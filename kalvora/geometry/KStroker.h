@@ -52,6 +52,8 @@ class KALVORA_API KStroker {
                        bool onStack);
   /// Releases rings, last to first, and their array.
   void FreeRings(KVertex2D** rings, unsigned count, bool onStack);
+  /// Releases rings, last to first, but not the array.
+  void FreeRingVertices(KVertex2D** rings, unsigned count, bool onStack);
 
   /// Most points that one curve piece is flattened into.
   static constexpr int kMaxCurvePoints = 256;

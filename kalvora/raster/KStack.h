@@ -31,7 +31,12 @@ class KALVORA_API KStack {
 
  private:
   struct Block;
-  Block* block = nullptr;
+  Block* TakeBlock(std::uint32_t capacity);
+  void Push(Block* fresh);
+  void* Bump(std::uint32_t rounded);
+
+  Block* block = nullptr;  ///< the newest block
+  Block* spare = nullptr;  ///< the last one emptied, for the next that opens
 };
 
 #endif

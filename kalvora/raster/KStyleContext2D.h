@@ -27,6 +27,7 @@ struct KALVORA_API KStyleContext2D {
   std::int32_t x1 = kNoX1;       ///< one past the last pixel
   std::int32_t solidX0 = kNoX1;  ///< the run of full coverage that lineBuffer does not hold
   std::int32_t solidX1 = kNoX0;
+  std::int32_t solidHeight = 0;  ///< height that the run's pixels are covered by so far
   std::int32_t y = 0;
   std::uint32_t* row = nullptr;        ///< first pixel of row y
   std::int32_t* lineBuffer = nullptr;  ///< coverage, one entry a target column
@@ -65,8 +66,17 @@ struct KALVORA_API KStyleContext2D {
   /// lineBuffer and widens [x0, x1); an interior of more than two pixels is reported as the solid
   /// run instead.
   void ComputeAA(KFixed xa, KFixed xb, KFixed sl, KFixed xc, KFixed xd, KFixed sr);
-  /// The same for a partial row of height h (at most 1.0), added to what lineBuffer holds.
+  /// The same for a partial row of height h (at most 1.0), added to what lineBuffer holds. The
+  /// solid run becomes what the runs of all the row's steps share; the rest of each run is added to
+  /// lineBuffer.
   void ComputeAA(KFixed xa, KFixed xb, KFixed sl, KFixed xc, KFixed xd, KFixed sr, KFixed h);
+  /// Moves the solid run into lineBuffer: from here on the row has none.
+  void SettleSolidRun();
+  /// Empties the span and the solid run for a new row.
+  void StartRow();
+
+ private:
+  void JoinSolidRun(std::int32_t from, std::int32_t to, std::int32_t height);
 };
 
 #endif

@@ -1,0 +1,126 @@
+// KSoftContext2D: targets and what belongs to them.
+#include "kalvora/context/KSoftContext2D.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+
+#include "kalvora/paint/KStrips.h"
+#include "kalvora/raster/KStack.h"
+#include "kalvora/raster/KStyleContext2D.h"
+
+std::uint64_t KSoftContext2D::Id = 0;
+
+KSoftContext2D::KSoftContext2D(KBackend, unsigned) : mStyle(new (std::nothrow) KStyleContext2D) {
+  mTarget.SetQuality(KSamplingBilinear);
+  SetClipPath(nullptr, KFillNonZero);
+}
+
+KSoftContext2D::~KSoftContext2D() {
+  SetClipPath(nullptr, KFillNonZero);
+  DropLineBuffer();
+  delete mStyle;
+}
+
+bool KSoftContext2D::RenderToTexture(KSoftPixmap* pixmap) {
+  DropLineBuffer();
+  if (!pixmap) {
+    mTarget.Create(0, 0, KFormat8888PM, nullptr, 0);
+    ResetState();
+    return true;
+  }
+  mTarget.Create(pixmap->width, pixmap->height, pixmap->format, pixmap->pixels, pixmap->stride);
+  mTarget.transform = pixmap->transform;
+  mTarget.repeatRule = pixmap->repeatRule;
+  mTarget.pixelShift = pixmap->pixelShift;
+  mTarget.stride = pixmap->stride;
+  mTarget.quality = pixmap->quality;
+  mTarget.targetFlag = pixmap->targetFlag;
+  if (!BindStrips(mTarget.format)) return false;
+  const bool bound = NewLineBuffer(mTarget.width);
+  ResetState();
+  return bound;
+}
+
+// Format 1 and values that are no format at all keep whatever fillers the context had.
+bool KSoftContext2D::BindStrips(KFormat format) {
+  switch (format) {
+    case KFormat0888PM:
+      mStripInit = KStrips<KColor_0888_PM>::VTable;
+      return true;
+    case KFormat8888PM:
+      mStripInit = KStrips<KColor_8888_PM>::VTable;
+      return true;
+    case KFormatMask8:
+    case KFormat16:
+    case KFormat24:
+    case KFormat8888Straight:
+      return false;
+    default:
+      return true;
+  }
+}
+
+bool KSoftContext2D::NewLineBuffer(unsigned width) {
+  DropLineBuffer();
+  if (!mStyle || width > SIZE_MAX / sizeof(std::int32_t)) return false;
+  mStyle->lineBuffer = static_cast<std::int32_t*>(std::malloc(width * sizeof(std::int32_t)));
+  mStyle->ownsLineBuffer = mStyle->lineBuffer != nullptr;
+  return mStyle->ownsLineBuffer || width == 0;
+}
+
+void KSoftContext2D::DropLineBuffer() {
+  if (!mStyle) return;
+  if (mStyle->ownsLineBuffer) std::free(mStyle->lineBuffer);
+  mStyle->lineBuffer = nullptr;
+  mStyle->ownsLineBuffer = false;
+}
+
+void KSoftContext2D::ResetState() {
+  ResetClip();
+  SetNoStroke();
+  SetNoFill();
+  mTransform.Identity();
+  mStroke.opacity = 256;
+  SetFillColor({0, 0, 0, 255});
+  mFill.opacity = 256;
+  mFillRule = KFillNonZero;
+  ResetStroke();
+}
+
+// A target that can be drawn into has fillers, 32-bit pixels and a coverage line.
+bool KSoftContext2D::CanDraw() const {
+  return mStripInit.init[0] && mTarget.pixels && mTarget.pixelShift == 2 && mStyle &&
+         mStyle->lineBuffer && stack && mTarget.width != 0 && mTarget.height != 0;
+}
+
+void KSoftContext2D::GetPixels(KRect rect, void* buffer) const { mTarget.Get(rect, buffer); }
+
+void KSoftContext2D::Clear(KColor32 color, const KRect* rect) {
+  if (!CanDraw()) return;
+  KPaint paint;
+  paint.type = KPaintColor;
+  paint.color = color.PreMultiply();
+  KFiller fill = nullptr;
+  KFiller coverage = nullptr;
+  mStyle->paint = &paint;
+  mStripInit.init[KPaintColor](mStyle, fill, coverage);
+  mStyle->paint = nullptr;
+  const auto width = static_cast<std::int32_t>(std::min<std::uint32_t>(mTarget.width, INT32_MAX));
+  const auto height = static_cast<std::int32_t>(std::min<std::uint32_t>(mTarget.height, INT32_MAX));
+  // Without a rectangle the row padding is filled too.
+  mStyle->x0 = rect ? std::max<std::int32_t>(rect->left, 0) : 0;
+  mStyle->x1 = rect ? std::min<std::int32_t>(rect->right, width)
+                    : std::max(width, static_cast<std::int32_t>(mTarget.stride >> 2));
+  const std::int32_t bottom = rect ? std::min<std::int32_t>(rect->bottom, height) : height;
+  if (mStyle->x0 >= mStyle->x1) return;
+  for (mStyle->y = rect ? std::max<std::int32_t>(rect->top, 0) : 0; mStyle->y < bottom;
+       ++mStyle->y) {
+    mStyle->row = mTarget.Row32(static_cast<unsigned>(mStyle->y));
+    fill(mStyle);
+  }
+}
+
+void KSoftContext2D::Flip(bool, const KRect*) {
+  if (stack) stack->Collect();
+}

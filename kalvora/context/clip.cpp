@@ -1,0 +1,44 @@
+// The drawing context's clip rectangle and clip path.
+#include <algorithm>
+#include <cstdlib>
+
+#include "kalvora/context/KSoftContext2D.h"
+#include "kalvora/raster/KStyleContext2D.h"
+
+namespace {
+
+// Clip rectangles hold 16-bit numbers; what lies beyond on a larger target is never drawn.
+std::int16_t ClipEdge(std::uint32_t size) {
+  return static_cast<std::int16_t>(std::min<std::uint32_t>(size, INT16_MAX));
+}
+
+}  // namespace
+
+void KSoftContext2D::SetClipRegion(KRect rect) {
+  if (!mStyle) return;
+  // An inverted rectangle is kept and draws nothing.
+  mStyle->clip = {std::max<std::int16_t>(rect.left, 0), std::max<std::int16_t>(rect.top, 0),
+                  std::min(rect.right, ClipEdge(mTarget.width)),
+                  std::min(rect.bottom, ClipEdge(mTarget.height))};
+}
+
+void KSoftContext2D::SetClipPath(const KSoftPath* path, KFillRule rule) {
+  std::free(mClipNodes);
+  FreeRings(mClipPolys, mClipPolyCount, false);
+  mClipNodes = nullptr;
+  mClipNodeCount = 0;
+  mClipPolys = nullptr;
+  mClipPolyCount = 0;
+  if (!path || !path->first) return;
+  // Clip paths are given in device coordinates: the user transform does not apply. They outlive
+  // frames, so their memory does not come from the scratch stack.
+  const KSoftMatrix3D identity;
+  mClipPolyCount = FlattenPath(mClipPolys, path, &identity, false);
+  mClipRule = rule;
+  mClipNodeCount = GetMergePts(mClipNodes, mClipPolys, mClipPolyCount, nullptr);
+}
+
+void KSoftContext2D::ResetClip() {
+  if (mStyle) mStyle->clip = {0, 0, ClipEdge(mTarget.width), ClipEdge(mTarget.height)};
+  SetClipPath(nullptr, KFillNonZero);
+}

@@ -1,0 +1,208 @@
+// Scan conversion of any rings, crossing themselves and each other, under a fill rule and a clip
+// path.
+#include <algorithm>
+
+#include "kalvora/raster/KEdgePool.h"
+#include "kalvora/raster/KRowWriter.h"
+#include "kalvora/raster/crossing.h"
+#include "kalvora/raster/polygon.h"
+
+namespace kalvora {
+namespace {
+
+// Ascending x; at equal x the edge that leans further left comes first.
+bool Before(const ActiveEdge* a, const ActiveEdge* b) {
+  return a->xTop != b->xTop ? a->xTop < b->xTop : a->line.Ratio() < b->line.Ratio();
+}
+
+/// The edges that cross the present y, in order.
+class ActiveList {
+ public:
+  explicit ActiveList(KStack* stack) : pool_(stack) {}
+
+  bool Empty() const { return !head_; }
+  ActiveEdge* Head() const { return head_; }
+
+  /// Takes in both chains of a node; a chain that ends above y is left out. False when memory runs
+  /// out.
+  bool Enter(const KMergeNode& node, std::int32_t y) {
+    return EnterChain(node, -1, y) && EnterChain(node, 1, y);
+  }
+  /// Moves to y: edges that end there go on along their chains or leave; the list is sorted again.
+  void MoveTo(std::int32_t y, bool crossed);
+  /// Computes every edge's x at `stop`. True when the order there differs from the order now.
+  bool Project(std::int32_t stop);
+  /// Height of the first crossing in a step of the given height.
+  std::int32_t FirstCrossing(std::int32_t height) const;
+  /// Keeps edges that are out of order at the step's bottom, by a rounding or a hair, from
+  /// crossing.
+  void HoldOrder();
+  /// The next y at which an edge ends.
+  std::int32_t NextEnd(std::int32_t limit) const;
+
+ private:
+  bool EnterChain(const KMergeNode& node, std::int32_t direction, std::int32_t y);
+  void Sort();
+
+  KEdgePool pool_;
+  ActiveEdge* head_ = nullptr;
+};
+
+bool ActiveList::EnterChain(const KMergeNode& node, std::int32_t direction, std::int32_t y) {
+  ChainEdge line;
+  if (!line.Start(node.vertex, direction, y)) return true;
+  ActiveEdge* edge = pool_.Take();
+  if (!edge) return false;
+  edge->line = line;
+  edge->xTop = line.XAt(y);
+  edge->winding = direction;
+  edge->isClip = node.kind != 0;
+  ActiveEdge** at = &head_;
+  while (*at && Before(*at, edge)) at = &(*at)->next;
+  edge->next = *at;
+  *at = edge;
+  return true;
+}
+
+void ActiveList::MoveTo(std::int32_t y, bool crossed) {
+  bool unsorted = crossed;
+  const ActiveEdge* previous = nullptr;
+  for (ActiveEdge** at = &head_; *at;) {
+    ActiveEdge* edge = *at;
+    if (edge->line.Bottom() <= y) {
+      if (!edge->line.Continue(edge->winding, y)) {
+        *at = edge->next;
+        pool_.Give(edge);
+        continue;
+      }
+      edge->xTop = edge->line.XAt(y);
+    } else {
+      // After a crossing the bottom may have been held back from where the edge really is.
+      edge->xTop = crossed ? edge->line.XAt(y) : edge->xBottom;
+    }
+    unsorted = unsorted || (previous && Before(edge, previous));
+    previous = edge;
+    at = &edge->next;
+  }
+  if (unsorted) Sort();
+}
+
+// Insertion sort: the list is nearly in order. Equal edges keep their order.
+void ActiveList::Sort() {
+  ActiveEdge* sorted = nullptr;
+  ActiveEdge* last = nullptr;
+  for (ActiveEdge* edge = head_; edge;) {
+    ActiveEdge* next = edge->next;
+    if (last && !Before(edge, last)) {
+      edge->next = nullptr;
+      last->next = edge;
+      last = edge;
+    } else {
+      ActiveEdge** at = &sorted;
+      while (*at && !Before(edge, *at)) at = &(*at)->next;
+      edge->next = *at;
+      *at = edge;
+      if (!edge->next) last = edge;
+    }
+    edge = next;
+  }
+  head_ = sorted;
+}
+
+bool ActiveList::Project(std::int32_t stop) {
+  bool crossed = false;
+  std::int32_t previous = INT32_MIN;
+  for (ActiveEdge* edge = head_; edge; edge = edge->next) {
+    edge->xBottom = edge->line.XAt(stop);
+    crossed = crossed || edge->xBottom < previous;
+    previous = edge->xBottom;
+  }
+  return crossed;
+}
+
+// The first crossing of all is one of neighbours.
+std::int32_t ActiveList::FirstCrossing(std::int32_t height) const {
+  std::int32_t first = height;
+  for (const ActiveEdge* a = head_; a && a->next; a = a->next) {
+    const ActiveEdge* b = a->next;
+    if (a->xBottom > b->xBottom) {
+      first = std::min(first, CrossingHeight(a->xTop, a->xBottom, b->xTop, b->xBottom, height));
+    }
+  }
+  return first;
+}
+
+void ActiveList::HoldOrder() {
+  for (ActiveEdge* a = head_; a && a->next; a = a->next) {
+    a->next->xBottom = std::max(a->next->xBottom, a->xBottom);
+  }
+}
+
+std::int32_t ActiveList::NextEnd(std::int32_t limit) const {
+  for (const ActiveEdge* edge = head_; edge; edge = edge->next) {
+    limit = std::min(limit, edge->line.Bottom());
+  }
+  return limit;
+}
+
+/// Walks the edges from the left with both winding numbers and covers what lies inside.
+void WriteSpans(const RasterJob& job, const ActiveEdge* edge, KRowWriter& rows) {
+  std::int32_t shape = 0;
+  std::int32_t clip = 0;
+  const ActiveEdge* start = nullptr;
+  for (; edge; edge = edge->next) {
+    (edge->isClip ? clip : shape) += edge->winding;
+    const bool inside = (shape & job.fillRule) != 0 && (!job.clipped || (clip & job.clipRule) != 0);
+    if (inside && !start) {
+      start = edge;
+    } else if (!inside && start) {
+      if (start->xTop != edge->xTop || start->xBottom != edge->xBottom) {
+        rows.Span(start->xTop, start->xBottom, start->line.Slope(), edge->xTop, edge->xBottom,
+                  edge->line.Slope());
+      }
+      start = nullptr;
+    }
+  }
+}
+
+}  // namespace
+
+void DrawComplexPolygon(const RasterJob& job, const KMergeNode* begin, const KMergeNode* end) {
+  if (begin == end) return;
+  const KClip& clip = job.style->clip;
+  const std::int32_t bottom = clip.y1 * 0x10000;
+  std::int32_t y = std::max(clip.y0 * 0x10000, begin->vertex->y.raw);
+  KRowWriter rows(job, y);
+  if (!rows.Ready()) return;
+  ActiveList edges(job.stack);
+  while (y < bottom) {
+    for (; begin != end && begin->vertex->y.raw <= y; ++begin) {
+      if (!edges.Enter(*begin, y)) return;
+    }
+    std::int32_t stop = std::min((y & ~0xFFFF) + 0x10000, bottom);
+    if (begin != end) {
+      if (edges.Empty()) {
+        y = begin->vertex->y.raw;
+        if (y < bottom) rows.SkipTo(y);
+        continue;
+      }
+      stop = std::min(stop, begin->vertex->y.raw);
+    } else if (edges.Empty()) {
+      break;
+    }
+    stop = edges.NextEnd(stop);
+    const bool crossed = edges.Project(stop);
+    if (crossed) {
+      stop = y + edges.FirstCrossing(stop - y);
+      edges.Project(stop);
+      edges.HoldOrder();
+    }
+    if (rows.BeginStep(y, stop)) WriteSpans(job, edges.Head(), rows);
+    y = stop;
+    rows.EndStep(y);
+    edges.MoveTo(y, crossed);
+  }
+  rows.Finish();
+}
+
+}  // namespace kalvora
