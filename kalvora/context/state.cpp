@@ -81,9 +81,25 @@ void KSoftContext2D::WritePixel(std::uint32_t value) {
 }
 
 void KSoftContext2D::SetGlobalAttribute(unsigned key, unsigned value) {
-  // Key to flag byte.
-  constexpr unsigned kByte[] = {2, 1, 3, 4, 6};
-  if (key < std::size(kByte)) Flags.Set(kByte[key], value != 0);
+  switch (key) {
+    case 0:
+      Flags.DisplayFps = value != 0;
+      break;
+    case 1:
+      Flags.DrawColoredOutlines = value != 0;
+      break;
+    case 2:
+      Flags.IgnoreAlpha = value != 0;
+      break;
+    case 3:
+      Flags.OnlyNearest = value != 0;
+      break;
+    case 4:
+      Flags.UseFontHinting = value != 0;
+      break;
+    default:
+      break;
+  }
 }
 
 KSoftPath* KSoftContext2D::CreatePath() const { return new (std::nothrow) KSoftPath; }

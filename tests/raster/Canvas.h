@@ -1,0 +1,98 @@
+// Canvas: scan conversion into a pixmap of raw coverage, through fillers that record instead of
+// paint.
+#ifndef KALVORA_TESTS_RASTER_CANVAS_H
+#define KALVORA_TESTS_RASTER_CANVAS_H
+
+#include <cstdint>
+#include <vector>
+
+#include "kalvora/core/KSoftPixmap.h"
+#include "kalvora/raster/KStack.h"
+#include "kalvora/raster/KStyleContext2D.h"
+#include "kalvora/raster/polygon.h"
+#include "kalvora/raster/ring.h"
+
+#include "tests/common/GuardedBuffer.h"
+
+/// A width x height target whose every word receives the coverage of its pixel, added up. Pixels
+/// and the coverage line end at guard pages.
+class Canvas {
+ public:
+  Canvas(int width, int height)
+      : width(width),
+        height(height),
+        pixels_(static_cast<std::size_t>(width * height) * 4),
+        line_(static_cast<std::size_t>(width) * 4) {
+    target_.Create(static_cast<unsigned>(width), static_cast<unsigned>(height), KFormat8888PM,
+                   pixels_.data(), static_cast<unsigned>(width * 4));
+    style.lineBuffer = line_.As<std::int32_t>();
+    style.paint = &paint_;
+    paint_.type = KPaintColor;
+    style.clip = {0, 0, static_cast<std::int16_t>(width), static_cast<std::int16_t>(height)};
+  }
+
+  using Rings = std::vector<std::vector<KVertex2D>>;
+
+  void Draw(const Rings& rings, KFillRule rule, const Rings* clip = nullptr,
+            KFillRule clipRule = -1) {
+    RingList shape(rings);
+    KMergeNode* clipNodes = nullptr;
+    unsigned clipCount = 0;
+    RingList clipRings(clip ? *clip : Rings{});
+    if (clip) clipCount = GetMergePts(clipNodes, clipRings.Data(), clipRings.Count(), nullptr);
+    const kalvora::RasterJob job{&style,          &target_, &kRecorders, &stack,   rule,
+                                 clip != nullptr, clipRule, clipNodes,   clipCount};
+    kalvora::RasterPolygon(job, shape.Data(), shape.Count());
+    std::free(clipNodes);
+  }
+
+  std::int32_t At(int x, int y) const {
+    return static_cast<std::int32_t>(target_.Row32(static_cast<unsigned>(y))[x]);
+  }
+  void Clear() { std::fill(pixels_.begin(), pixels_.end(), std::uint8_t{0}); }
+
+  const int width, height;
+  KStyleContext2D style;
+  KStack stack;
+
+ private:
+  /// Rings in the framed form that the rasterizer reads.
+  class RingList {
+   public:
+    explicit RingList(const Rings& rings) {
+      for (const auto& vertices : rings) {
+        auto& ring = storage_.emplace_back(vertices.size() + kalvora::ring::kLinks);
+        for (std::size_t i = 0; i < vertices.size(); ++i) {
+          ring[i + 1] = kalvora::ring::Vertex(vertices[i]);
+        }
+        kalvora::ring::Close(ring.data(), static_cast<unsigned>(vertices.size()));
+      }
+      for (auto& ring : storage_) pointers_.push_back(ring.data());
+    }
+    KVertex2D** Data() { return pointers_.data(); }
+    unsigned Count() const { return static_cast<unsigned>(pointers_.size()); }
+
+   private:
+    std::vector<std::vector<KVertex2D>> storage_;
+    std::vector<KVertex2D*> pointers_;
+  };
+
+  static void RecordSolid(const KStyleContext2D* s) {
+    for (std::int32_t x = s->x0; x < s->x1; ++x) s->row[x] += 0x10000;
+  }
+  static void RecordCoverage(const KStyleContext2D* s) {
+    for (std::int32_t x = s->x0; x < s->x1; ++x)
+      s->row[x] += static_cast<std::uint32_t>(s->lineBuffer[x]);
+  }
+  static void Init(KStyleContext2D*, KFiller& solid, KFiller& coverage) {
+    solid = RecordSolid;
+    coverage = RecordCoverage;
+  }
+  static constexpr KStripTable kRecorders{{Init, Init, Init, Init, Init}};
+
+  GuardedBuffer pixels_, line_;
+  KSoftPixmap target_;
+  KPaint paint_;
+};
+
+#endif

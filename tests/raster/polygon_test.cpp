@@ -1,0 +1,257 @@
+// Scan conversion against the exact area, shape family by shape family, and against itself under
+// clips.
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/common/Random.h"
+#include "tests/raster/AreaReference.h"
+#include "tests/raster/Canvas.h"
+
+namespace {
+
+using Ring = std::vector<KVertex2D>;
+using Rings = std::vector<Ring>;
+
+constexpr int kSize = 32;
+constexpr double kTolerance = 1 / 255.0;
+
+KVertex2D At(double x, double y) {
+  return {KFixed::FromRaw(static_cast<std::int32_t>(std::lround(x * 65536))),
+          KFixed::FromRaw(static_cast<std::int32_t>(std::lround(y * 65536)))};
+}
+double Uniform(Random& random, double low, double high) {
+  return low + (high - low) * random.Next() / 4294967296.0;
+}
+KVertex2D Anywhere(Random& random, double margin = 6) {
+  return At(Uniform(random, -margin, kSize + margin), Uniform(random, -margin, kSize + margin));
+}
+
+Ring Star(double cx, double cy, double outer, double inner, int points, double turn) {
+  Ring ring;
+  for (int i = 0; i < 2 * points; ++i) {
+    const double a = turn + M_PI * i / points, r = i % 2 ? inner : outer;
+    ring.push_back(At(cx + r * std::cos(a), cy + r * std::sin(a)));
+  }
+  return ring;
+}
+// Every second corner of a regular polygon: crosses itself.
+Ring Pentagram(double cx, double cy, double radius, int corners, double turn) {
+  Ring ring;
+  for (int i = 0; i < corners; ++i) {
+    const double a = turn + 2 * M_PI * i * (corners / 2) / corners;
+    ring.push_back(At(cx + radius * std::cos(a), cy + radius * std::sin(a)));
+  }
+  return ring;
+}
+Ring Reversed(Ring ring) {
+  std::reverse(ring.begin(), ring.end());
+  return ring;
+}
+
+Rings Triangle(Random& r) { return {{Anywhere(r), Anywhere(r), Anywhere(r)}}; }
+Rings Quad(Random& r) { return {{Anywhere(r), Anywhere(r), Anywhere(r), Anywhere(r)}}; }
+Rings Tangle(Random& r) {
+  Ring ring(5 + r.Below(9));
+  for (KVertex2D& v : ring) v = Anywhere(r);
+  return {ring};
+}
+Rings SpikyStar(Random& r) {
+  return {Star(Uniform(r, 8, 24), Uniform(r, 8, 24), Uniform(r, 4, 20), Uniform(r, 0.5, 6),
+               3 + static_cast<int>(r.Below(8)), Uniform(r, 0, 6))};
+}
+Rings CrossedStar(Random& r) {
+  return {Pentagram(Uniform(r, 8, 24), Uniform(r, 8, 24), Uniform(r, 3, 20),
+                    5 + 2 * static_cast<int>(r.Below(3)), Uniform(r, 0, 6))};
+}
+Rings Hole(Random& r) {
+  const double cx = Uniform(r, 10, 22), cy = Uniform(r, 10, 22), turn = Uniform(r, 0, 6);
+  const int n = 3 + static_cast<int>(r.Below(5));
+  Ring inner = Star(cx, cy, 5, 3.5, n, turn);
+  return {Star(cx, cy, 12, 11, n, turn), r.OneIn(2) ? inner : Reversed(inner)};
+}
+Rings Sliver(Random& r) {
+  const KVertex2D a = Anywhere(r), b = Anywhere(r);
+  const double w = Uniform(r, 0.001, 0.3);
+  return {{a, b, b + At(w, w / 3), a + At(w / 2, w)}};
+}
+Rings Speck(Random& r) {
+  const double x = Uniform(r, 1, 30), y = Uniform(r, 1, 30), d = Uniform(r, 0.02, 1.4);
+  Ring ring(3 + r.Below(3));
+  for (KVertex2D& v : ring) v = At(Uniform(r, x, x + d), Uniform(r, y, y + d));
+  return {ring};
+}
+Rings NearlyFlat(Random& r) {
+  const double y = Uniform(r, 2, 30);
+  return {
+      {At(-4, y), At(36, y + Uniform(r, -0.1, 0.1)), At(30, y + Uniform(r, 0, 2)), At(2, y + 1)}};
+}
+// Corners on whole pixels and halves: ties of every kind.
+Rings Lattice(Random& r) {
+  Ring ring(3 + r.Below(8));
+  for (KVertex2D& v : ring) v = At(r.Between(0, 20) * 0.5 + 8, r.Between(0, 20) * 0.5 + 8);
+  return {ring};
+}
+Rings Overlap(Random& r) {
+  Rings rings = Triangle(r);
+  rings.push_back(Quad(r)[0]);
+  rings.push_back(Lattice(r)[0]);
+  return rings;
+}
+
+struct Family {
+  const char* name;
+  Rings (*make)(Random&);
+  int count;
+};
+
+constexpr Family kFamilies[] = {
+    {"triangle", Triangle, 3000},       {"quad", Quad, 1500},
+    {"tangle", Tangle, 1000},           {"star", SpikyStar, 800},
+    {"crossed star", CrossedStar, 800}, {"hole", Hole, 800},
+    {"sliver", Sliver, 1000},           {"speck", Speck, 1500},
+    {"nearly flat", NearlyFlat, 800},   {"lattice", Lattice, 1500},
+    {"overlap", Overlap, 500},
+};
+
+struct Worst {
+  double error = 0;
+  int x = 0, y = 0;
+};
+
+Worst Compare(const Canvas& canvas, const AreaReference& reference) {
+  Worst worst;
+  for (int y = 0; y < canvas.height; ++y) {
+    for (int x = 0; x < canvas.width; ++x) {
+      const double error = std::abs(canvas.At(x, y) / 65536.0 - reference.At(x, y));
+      if (error > worst.error) worst = {error, x, y};
+      EXPECT_GE(canvas.At(x, y), 0);
+      EXPECT_LE(canvas.At(x, y), 0x10000);
+    }
+  }
+  return worst;
+}
+
+TEST(Polygon, CoversTheExactArea) {
+  for (const Family& family : kFamilies) {
+    Random random(2026);
+    Canvas canvas(kSize, kSize);
+    double largest = 0;
+    for (int i = 0; i < family.count; ++i) {
+      const Rings rings = family.make(random);
+      for (const KFillRule rule : {KFillNonZero, KFillEvenOdd}) {
+        canvas.Clear();
+        canvas.Draw(rings, rule);
+        const Worst worst = Compare(canvas, AreaReference({rings, rule}, nullptr, kSize, kSize));
+        largest = std::max(largest, worst.error);
+        ASSERT_LE(worst.error, kTolerance)
+            << family.name << " " << i << " rule " << rule << " at " << worst.x << "," << worst.y
+            << " has " << canvas.At(worst.x, worst.y) / 65536.0;
+        ASSERT_EQ(canvas.stack.used, 0u);
+      }
+    }
+    RecordProperty(family.name, std::to_string(largest * 255));
+  }
+}
+
+TEST(Polygon, ClipPathsLimitToTheirInterior) {
+  Random random(7);
+  Canvas canvas(kSize, kSize);
+  for (int i = 0; i < 1500; ++i) {
+    const Rings rings = kFamilies[random.Below(std::size(kFamilies))].make(random);
+    const Rings clip = kFamilies[random.Below(std::size(kFamilies))].make(random);
+    const KFillRule rule = random.OneIn(2) ? -1 : 1, clipRule = random.OneIn(2) ? -1 : 1;
+    canvas.Clear();
+    canvas.Draw(rings, rule, &clip, clipRule);
+    const ReferenceShape clipShape{clip, clipRule};
+    const Worst worst = Compare(canvas, AreaReference({rings, rule}, &clipShape, kSize, kSize));
+    ASSERT_LE(worst.error, kTolerance) << i << " at " << worst.x << "," << worst.y;
+  }
+}
+
+TEST(Polygon, CombsOfHundredsOfTeeth) {
+  constexpr int kWidth = 600, kHeight = 40;
+  for (const double tooth : {1.1, 1.9, 3.7}) {
+    Ring ring{At(599, 39), At(1, 39)};
+    for (double x = 1; x + tooth < 599; x += tooth) {
+      ring.push_back(At(x, 3.3));
+      ring.push_back(At(x + tooth / 2, 35.7));
+    }
+    Canvas canvas(kWidth, kHeight);
+    canvas.Draw({ring}, KFillNonZero);
+    const Worst worst = Compare(canvas, AreaReference({{ring}, -1}, nullptr, kWidth, kHeight));
+    EXPECT_LE(worst.error, kTolerance) << tooth << " at " << worst.x << "," << worst.y;
+  }
+}
+
+// Inside a clip rectangle exactly the pixels of the full draw, outside nothing.
+TEST(Polygon, ClipRectanglesCrop) {
+  Random random(11);
+  Canvas whole(kSize, kSize), cropped(kSize, kSize);
+  for (int i = 0; i < 3000; ++i) {
+    const Rings rings = kFamilies[random.Below(std::size(kFamilies))].make(random);
+    const KFillRule rule = random.OneIn(2) ? -1 : 1;
+    whole.Clear();
+    whole.Draw(rings, rule);
+    cropped.Clear();
+    const auto edge = [&] { return static_cast<std::int16_t>(random.Below(kSize + 1)); };
+    const KClip clip{edge(), edge(), edge(), edge()};
+    cropped.style.clip = clip;
+    cropped.Draw(rings, rule);
+    for (int y = 0; y < kSize; ++y) {
+      for (int x = 0; x < kSize; ++x) {
+        const bool inside = x >= clip.x0 && x < clip.x1 && y >= clip.y0 && y < clip.y1;
+        ASSERT_EQ(cropped.At(x, y), inside ? whole.At(x, y) : 0) << i << " at " << x << "," << y;
+      }
+    }
+  }
+}
+
+TEST(Polygon, RulesAndOrientation) {
+  const Ring square{At(4, 4), At(20, 4), At(20, 20), At(4, 20)};
+  const Ring hole{At(8, 8), At(16, 8), At(16, 16), At(8, 16)};
+  struct Case {
+    Rings rings;
+    KFillRule rule;
+    int middle;
+  };
+  const Case cases[] = {
+      {{square, hole}, KFillNonZero, 0x10000},     {{square, hole}, KFillEvenOdd, 0},
+      {{square, Reversed(hole)}, KFillNonZero, 0}, {{square, Reversed(hole)}, KFillEvenOdd, 0},
+      {{Reversed(square), hole}, KFillNonZero, 0}, {{square, square}, KFillEvenOdd, 0},
+  };
+  for (const Case& c : cases) {
+    Canvas canvas(kSize, kSize);
+    canvas.Draw(c.rings, c.rule);
+    EXPECT_EQ(canvas.At(12, 12), c.middle);
+    EXPECT_EQ(canvas.At(5, 12), c.rings[1] == square ? 0 : 0x10000);
+    EXPECT_EQ(canvas.At(2, 12), 0);
+  }
+}
+
+// Coordinates over the whole range, rings of every length, clips of every kind: nothing may leave
+// the buffers.
+TEST(Polygon, HostileShapesStayInside) {
+  Random random(13);
+  Canvas canvas(kSize, kSize);
+  for (int i = 0; i < 4000; ++i) {
+    Rings rings(1 + random.Below(3));
+    for (Ring& ring : rings) {
+      ring.resize(random.Below(12));
+      for (KVertex2D& v : ring) {
+        v = {KFixed::FromRaw(static_cast<std::int32_t>(random.Word())),
+             KFixed::FromRaw(static_cast<std::int32_t>(random.Word()))};
+        if (random.OneIn(3)) v = Anywhere(random);
+      }
+    }
+    std::erase_if(rings, [](const Ring& ring) { return ring.empty(); });
+    const auto edge = [&] { return static_cast<std::int16_t>(random.Below(kSize + 1)); };
+    canvas.style.clip = {edge(), edge(), edge(), edge()};
+    canvas.Draw(rings, static_cast<KFillRule>(random.Word()));
+    ASSERT_EQ(canvas.stack.used, 0u);
+  }
+}
+
+}  // namespace
