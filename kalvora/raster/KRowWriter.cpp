@@ -2,6 +2,7 @@
 #include "kalvora/raster/KRowWriter.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "kalvora/core/KSoftPixmap.h"
 #include "kalvora/support/KMem.h"

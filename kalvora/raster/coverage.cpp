@@ -114,6 +114,9 @@ void AddRun(std::int32_t* line, std::int32_t x0, std::int32_t x1, std::int32_t h
 
 struct Run {
   std::int32_t x0, x1;
+  bool visible;  // false: the span lies outside the clip and the row is untouched
+
+  bool IsLong() const { return x1 - x0 > kShortRun; }
 };
 
 /// Writes the coverage of the pixels that an edge passes through, widens the style context's span,
@@ -123,10 +126,10 @@ Run Cover(KStyleContext2D* style, const Edge& l, const Edge& r, std::int32_t hei
   const Put put{style->lineBuffer};
   EdgeArea left(l.x0, l.x1, l.slope, height);
   EdgeArea right(r.x0, r.x1, r.slope, height);
-  if (left.first >= style->clip.x1 || right.last < style->clip.x0) return {0, 0};
+  if (left.first >= style->clip.x1 || right.last < style->clip.x0) return {0, 0, false};
   const std::int32_t start = std::max<std::int32_t>(style->clip.x0, left.first);
   const std::int32_t end = std::min<std::int32_t>(right.last + 1, style->clip.x1);
-  if (start >= end) return {0, 0};
+  if (start >= end) return {0, 0, false};
   style->x0 = std::min(style->x0, start);
   style->x1 = std::max(style->x1, end);
 
@@ -135,7 +138,7 @@ Run Cover(KStyleContext2D* style, const Edge& l, const Edge& r, std::int32_t hei
   std::int32_t x = start;
   left.Begin(x);
   for (const std::int32_t stop = std::min(leftEnd, rightStart); x < stop; ++x) put(x, left.Next(x));
-  const Run run{x, rightStart};
+  const Run run{x, rightStart, true};
   x = std::max(x, rightStart);
   right.Begin(x);
   for (; x < leftEnd; ++x) put(x, std::max(left.Next(x) - right.Next(x), 0));
@@ -147,7 +150,8 @@ Run Cover(KStyleContext2D* style, const Edge& l, const Edge& r, std::int32_t hei
 
 void KStyleContext2D::ComputeAA(KFixed xa, KFixed xb, KFixed sl, KFixed xc, KFixed xd, KFixed sr) {
   const Run run = Cover<Store>(this, OrderFull(xa, xb, sl), OrderFull(xc, xd, sr), kFull);
-  if (run.x1 - run.x0 > kShortRun) {
+  if (!run.visible) return;
+  if (run.IsLong()) {
     solidX0 = std::max(solidX0, run.x0);
     solidX1 = std::min(solidX1, run.x1);
     solidHeight = kFull;
@@ -165,7 +169,8 @@ void KStyleContext2D::ComputeAA(KFixed xa, KFixed xb, KFixed sl, KFixed xc, KFix
     std::swap(sl, sr);
   }
   const Run run = Cover<Add>(this, OrderPartial(xa, xb, sl), OrderPartial(xc, xd, sr), h.raw);
-  if (run.x1 - run.x0 > kShortRun) {
+  if (!run.visible) return;
+  if (run.IsLong()) {
     JoinSolidRun(run.x0, run.x1, h.raw);
   } else {
     AddRun(lineBuffer, run.x0, run.x1, h.raw);

@@ -18,17 +18,17 @@
 /// and the coverage line end at guard pages.
 class Canvas {
  public:
-  Canvas(int width, int height)
-      : width(width),
-        height(height),
-        pixels_(static_cast<std::size_t>(width * height) * 4),
-        line_(static_cast<std::size_t>(width) * 4) {
-    target_.Create(static_cast<unsigned>(width), static_cast<unsigned>(height), KFormat8888PM,
-                   pixels_.data(), static_cast<unsigned>(width * 4));
+  Canvas(int columns, int rows)
+      : width(columns),
+        height(rows),
+        pixels_(static_cast<std::size_t>(columns * rows) * 4),
+        line_(static_cast<std::size_t>(columns) * 4) {
+    target_.Create(static_cast<unsigned>(columns), static_cast<unsigned>(rows), KFormat8888PM,
+                   pixels_.data(), static_cast<unsigned>(columns * 4));
     style.lineBuffer = line_.As<std::int32_t>();
     style.paint = &paint_;
     paint_.type = KPaintColor;
-    style.clip = {0, 0, static_cast<std::int16_t>(width), static_cast<std::int16_t>(height)};
+    style.clip = {0, 0, static_cast<std::int16_t>(columns), static_cast<std::int16_t>(rows)};
   }
 
   using Rings = std::vector<std::vector<KVertex2D>>;
