@@ -1,0 +1,13 @@
+// Notes: see the header.
+#include "examples/svg/Notes.h"
+
+#include <cstdio>
+
+namespace svg {
+
+void Notes::Once(const std::string& message) {
+  if (!said_.insert(message).second) return;
+  std::fprintf(stderr, "kalvora-svg: %s: %s\n", file_.c_str(), message.c_str());
+}
+
+}  // namespace svg

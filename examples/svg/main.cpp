@@ -1,0 +1,65 @@
+// kalvora-svg: reads an SVG file, draws it with the library, writes a PNG.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <exception>
+
+#include "examples/svg/Canvas.h"
+#include "examples/svg/Document.h"
+#include "examples/svg/Error.h"
+#include "examples/svg/Notes.h"
+#include "examples/svg/Options.h"
+#include "examples/svg/Painter.h"
+#include "examples/svg/png.h"
+
+namespace {
+
+svg::Size PictureSize(const svg::Options& options, const svg::Document& document,
+                      svg::Notes& notes) {
+  if (options.size) return *options.size;
+  const svg::Rect natural = svg::NaturalSize(document);
+  const double largest = std::max(natural.width, natural.height);
+  if (!(natural.width > 0 && natural.height > 0)) {
+    throw svg::Error(options.input + ": the picture has no size; give one with --size");
+  }
+  double scale = 1;
+  if (largest > svg::kMaxSize) {
+    scale = svg::kMaxSize / largest;
+    notes.Once("the picture is too large; drawing it smaller");
+  }
+  const auto pixels = [&](double extent) {
+    return static_cast<unsigned>(
+        std::clamp(std::ceil(extent * scale - 1e-6), 1.0, double{svg::kMaxSize}));
+  };
+  return {pixels(natural.width), pixels(natural.height)};
+}
+
+svg::Color Background(const svg::Options& options) {
+  if (options.background) return *options.background;
+  return options.format == KFormat0888PM ? svg::Color{255, 255, 255, 1} : svg::Color{0, 0, 0, 0};
+}
+
+int Run(const svg::Options& options) {
+  if (options.help) {
+    std::fputs(svg::kUsage, stdout);
+    return 0;
+  }
+  const svg::Document document(options.input);
+  svg::Notes notes(options.input);
+  const svg::Size size = PictureSize(options, document, notes);
+  svg::Canvas canvas(size.width, size.height, options.format, Background(options));
+  svg::Painter(document, canvas, notes).Draw(size.width, size.height);
+  svg::WritePng(canvas.Picture(), options.output);
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return Run(svg::ParseOptions(argc, argv));
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "kalvora-svg: %s\n", error.what());
+  }
+  return 1;
+}

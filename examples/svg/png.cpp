@@ -1,0 +1,110 @@
+// PNG files: see the header.
+#include "examples/svg/png.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include <fcntl.h>
+#include <png.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "examples/svg/Error.h"
+
+namespace svg {
+
+namespace {
+
+[[noreturn]] void Fail(const std::string& path, const std::string& reason) {
+  throw Error(path + ": " + reason);
+}
+
+// c / a, rounded; 0xAARRGGBB in, four straight bytes out. Channels above alpha count as alpha.
+void Unpremultiply(std::uint32_t word, std::uint8_t out[4]) {
+  const std::uint32_t a = word >> 24;
+  const auto channel = [&](unsigned shift) {
+    const std::uint32_t c = std::min(word >> shift & 0xFF, a);
+    return static_cast<std::uint8_t>(a == 0 ? 0 : (c * 255 + a / 2) / a);
+  };
+  out[0] = channel(16);
+  out[1] = channel(8);
+  out[2] = channel(0);
+  out[3] = static_cast<std::uint8_t>(a);
+}
+
+std::vector<std::uint8_t> StraightBytes(const KSoftPixmap& picture) {
+  const std::size_t channels = picture.hasAlpha ? 4 : 3;
+  std::vector<std::uint8_t> bytes;
+  bytes.reserve(channels * picture.width * picture.height);
+  for (unsigned y = 0; y < picture.height; ++y) {
+    const std::uint32_t* row = picture.Row32(y);
+    for (unsigned x = 0; x < picture.width; ++x) {
+      std::uint8_t pixel[4];
+      Unpremultiply(picture.hasAlpha ? row[x] : row[x] | 0xFF000000u, pixel);
+      bytes.insert(bytes.end(), pixel, pixel + channels);
+    }
+  }
+  return bytes;
+}
+
+// A file that is written under another name first. What is no regular file (a device, a pipe) is
+// written directly: it must not be replaced.
+class OutputFile {
+ public:
+  explicit OutputFile(const std::string& path) : path_(path), part_(path) {
+    struct stat status;
+    direct_ = stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+    if (!direct_) part_ += ".part-" + std::to_string(getpid());
+    const int flags = O_WRONLY | O_CLOEXEC | (direct_ ? 0 : O_CREAT | O_EXCL);
+    const int descriptor = open(part_.c_str(), flags, 0666);
+    if (descriptor >= 0) file_ = fdopen(descriptor, "wb");
+    if (!file_) Fail(path_, std::strerror(errno));
+  }
+  ~OutputFile() {
+    if (file_) std::fclose(file_);
+    if (!done_ && !direct_) unlink(part_.c_str());
+  }
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+
+  std::FILE* Stream() const { return file_; }
+
+  void Finish() {
+    std::FILE* file = file_;
+    file_ = nullptr;
+    if (std::fclose(file) != 0) Fail(path_, std::strerror(errno));
+    if (!direct_ && std::rename(part_.c_str(), path_.c_str()) != 0) {
+      Fail(path_, std::strerror(errno));
+    }
+    done_ = true;
+  }
+
+ private:
+  std::string path_;
+  std::string part_;
+  std::FILE* file_ = nullptr;
+  bool direct_ = false;
+  bool done_ = false;
+};
+
+}  // namespace
+
+void WritePng(const KSoftPixmap& picture, const std::string& path) {
+  const std::vector<std::uint8_t> bytes = StraightBytes(picture);
+  OutputFile file(path);
+  png_image image{};
+  image.version = PNG_IMAGE_VERSION;
+  image.width = picture.width;
+  image.height = picture.height;
+  image.format = picture.hasAlpha ? PNG_FORMAT_RGBA : PNG_FORMAT_RGB;
+  if (!png_image_write_to_stdio(&image, file.Stream(), 0, bytes.data(), 0, nullptr)) {
+    Fail(path, image.message);
+  }
+  file.Finish();
+}
+
+}  // namespace svg
