@@ -69,7 +69,7 @@ std::optional<std::array<Argument, 4>> ParseArguments(Scanner& in) {
 double Alpha(Argument a) { return std::clamp(a.percent ? a.value / 100 : a.value, 0.0, 1.0); }
 
 Color FromRgb(const std::array<Argument, 4>& a) {
-  const auto channel = [](Argument x) { return ToByte(x.percent ? x.value * 2.55 : x.value); };
+  const auto channel = [](Argument x) { return ToByte(x.percent ? x.value * 255 / 100 : x.value); };
   return {channel(a[0]), channel(a[1]), channel(a[2]), Alpha(a[3])};
 }
 

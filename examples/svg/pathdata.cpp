@@ -28,7 +28,7 @@ class PathReader {
       // The pairs that follow a move's first one are lines.
       if (command == 'M') command = 'L';
       if (command == 'm') command = 'l';
-      in_.SkipSeparator();
+      in_.SkipSpace();
     }
     return std::move(outline_);
   }
