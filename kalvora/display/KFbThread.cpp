@@ -1,0 +1,144 @@
+// The flip thread's life, and both sides of the hand-over.
+#include "kalvora/display/KFbThread.h"
+
+#include <algorithm>
+#include <new>
+
+#include <signal.h>
+#include <unistd.h>
+
+#include "kalvora/display/KFbScreen.h"
+#include "kalvora/support/KUtil.h"
+
+namespace {
+
+/// Creates a detached thread that no signal of the application interrupts; faults of the thread
+/// itself still reach the application's handlers.
+bool CreateThread(pthread_t* thread, void* (*body)(void*), void* argument) {
+  sigset_t blocked;
+  sigset_t previous;
+  sigfillset(&blocked);
+  for (const int fault : {SIGBUS, SIGFPE, SIGILL, SIGSEGV}) sigdelset(&blocked, fault);
+  pthread_attr_t attributes;
+  if (pthread_attr_init(&attributes) != 0) return false;
+  pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+  pthread_sigmask(SIG_SETMASK, &blocked, &previous);
+  const bool created = pthread_create(thread, &attributes, body, argument) == 0;
+  pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+  pthread_attr_destroy(&attributes);
+  return created;
+}
+
+}  // namespace
+
+KFbThread* KFbThread::Start(KLinuxFb& fb) {
+  auto* const worker = new (std::nothrow) KFbThread;
+  if (worker == nullptr) return nullptr;
+  fb.flipWorker = worker;
+  if (!CreateThread(&worker->thread, FlipThreadFunc, &fb)) {
+    fb.flipWorker = nullptr;
+    delete worker;
+    return nullptr;
+  }
+  worker->ackSlot.Wait(0);
+  worker->ackSlot.pending = false;
+  worker->ackSlot.Unlock();
+  return worker;
+}
+
+void* KFbThread::FlipThreadFunc(void* fb) {
+  const auto* const display = static_cast<const KLinuxFb*>(fb);
+  KFbThread* const self = display->flipWorker;
+  self->screen = display->screen;
+  [[maybe_unused]] const int priority = nice(-2);
+  self->ackSlot.Post(0);  // started; from here on the display may go away
+
+  Outcome outcome = Outcome::kNext;
+  while (outcome == Outcome::kNext) {
+    if (!self->flipSlot.Wait(0)) return nullptr;
+    outcome = self->Serve();
+    self->flipSlot.pending = false;
+    self->flipSlot.Unlock();
+  }
+  if (outcome == Outcome::kQuitWithScreen) delete self->screen;
+  delete self;
+  return nullptr;
+}
+
+/// One message, under the flip slot's lock.
+KFbThread::Outcome KFbThread::Serve() {
+  const KLinuxFb::KFlipData& flip = flipSlot.payload;
+  ackSlot.Lock();
+  const bool leave = quit;
+  const bool accepted = !leave && !givenUp;
+  if (accepted) {
+    screen->BeginFlip(flip.back);
+    ackSlot.Post(0);
+    flipping = true;
+  }
+  ackSlot.Unlock();
+  if (!accepted) return leave ? Outcome::kQuit : Outcome::kNext;
+
+  screen->EndFlip(flip.front, flip.back, flip.copyBack ? flip.dirty : nullptr, givenUp);
+
+  ackSlot.Lock();
+  flipping = false;
+  const bool abandoned = quit;  // only while `flipping` is set can Stop have said so meanwhile
+  ackSlot.Unlock();
+  return abandoned ? Outcome::kQuitWithScreen : Outcome::kNext;
+}
+
+bool KFbThread::Send(bool copyBack, unsigned back, const KRect* dirty) {
+  bool sent = false;
+  if (flipSlot.TimedLock(kPatienceMs)) {
+    const unsigned front = screen->frontIndex.load(std::memory_order_relaxed);
+    sent = flipSlot.Post({back, front, copyBack, dirty});
+    flipSlot.Unlock();
+    if (sent && AwaitAcknowledgement()) return true;
+  }
+  if (!sent) GiveUp();
+  KUtil::LogError("Flip thread unresponsive, going synchronous.  FlipSent %d AckReceived %d\n",
+                  sent ? 1 : 0, 0);
+  return false;
+}
+
+/// Waits for the acknowledgement; when it does not come, the message is given up in the same
+/// breath.
+bool KFbThread::AwaitAcknowledgement() {
+  const kalvora::Patience patience(kPatienceMs);
+  for (;;) {
+    ackSlot.Wait(std::max(1, patience.Left()));
+    const bool received = ackSlot.pending;
+    const bool over = !received && patience.Left() <= 0;
+    ackSlot.pending = false;
+    if (over) givenUp = true;
+    ackSlot.Unlock();
+    if (received || over) return received;
+  }
+}
+
+void KFbThread::GiveUp() {
+  ackSlot.Lock();
+  givenUp = true;
+  ackSlot.Unlock();
+}
+
+bool KFbThread::Stop() {
+  for (;;) {
+    if (flipSlot.TimedLock(kPatienceMs)) {
+      quit = true;
+      flipSlot.Post({});
+      flipSlot.Unlock();
+      return true;
+    }
+    ackSlot.Lock();
+    const bool stuck = flipping;
+    if (stuck) {
+      givenUp = true;
+      quit = true;
+    }
+    ackSlot.Unlock();
+    if (stuck) return false;
+    // The thread holds the lock but is not in the driver: it was merely not scheduled.
+  }
+}

@@ -1,0 +1,108 @@
+// KLinuxFb: puts rendered frames on a framebuffer device or a shared-memory surface.
+#ifndef KALVORA_DISPLAY_KLINUXFB_H
+#define KALVORA_DISPLAY_KLINUXFB_H
+
+#include <cstdint>
+
+#include "kalvora/core/KFormat.h"
+#include "kalvora/core/KRect.h"
+#include "kalvora/display/KDisplay.h"
+#include "kalvora/export.h"
+
+class KFbThread;
+class KMsmAdm;
+struct KFbScreen;
+
+/// A display with one, two or three buffers.
+///
+/// SetDisplay returns the buffer to draw the first frame into, Flip shows the drawn buffer and
+/// returns the one for the next frame. With one buffer drawing is seen at once and nothing ever
+/// pans: the choice for boards that cannot pan. With three buffers on either kind a thread of its
+/// own shows the frames, and the renderer waits for it only when it is a whole frame ahead; should
+/// that thread not answer within 200 ms, one line goes to the error log and flips are synchronous
+/// from then on.
+///
+/// Keeping the back buffers current. With `copyBack` the next buffer starts as the frame just
+/// shown; without it, it holds some older frame and has to be painted whole. Flip copies only what
+/// must differ, under this contract:
+///   - a frame that was painted whole (the first one, and the first after a Flip without copyBack)
+///     is flipped with a null rectangle;
+///   - a rectangle, when given, covers all that was drawn since the last Flip. It is clipped to the
+///     screen; an empty one says that nothing was drawn.
+/// Frame-rate digits (flag DisplayFps) stay in a buffer until its area is drawn again.
+///
+/// Device limits: rows must follow each other without gaps (a driver with a longer line is
+/// refused), and 32-bit copies go through the board's data mover unless the library was built
+/// without it.
+///
+/// All calls of one object come from one thread, the renderer. Failures are null or false, and
+/// leave the display closed.
+class KALVORA_API KLinuxFb {
+ public:
+  /// The flip thread is always allowed; whether there is one depends on the buffer count alone.
+  static constexpr bool EnableAsyncFlip = true;
+
+  /// A flip as it travels to the flip thread.
+  struct KFlipData;
+
+  KLinuxFb();
+  ~KLinuxFb();
+  KLinuxFb(const KLinuxFb&) = delete;
+  KLinuxFb& operator=(const KLinuxFb&) = delete;
+
+  /// Binds a display: kind 0 is the device "/dev/fb<fbIndex>" in the depth of `format`, kind 5 the
+  /// shared-memory surface; 1 to 3 buffers. Returns the buffer of the first frame, or null.
+  void* SetDisplay(KDisplay kind, unsigned fbIndex, KFormat format, unsigned bufferCount);
+  /// Opens and maps the device alone, in its own depth when `bpp` is 0.
+  bool Open(KDisplay kind, unsigned fbIndex, unsigned bpp);
+  /// Releases everything; may be called at any time. A flip thread that is stuck in the driver
+  /// keeps the device until it comes back.
+  void Close();
+  /// Shows the drawn buffer and returns the next, or null when no display is bound.
+  void* Flip(bool copyBack, const KRect* dirty);
+
+  std::uint32_t Width() const;
+  std::uint32_t Height() const;
+  std::uint32_t Stride() const;  ///< bytes
+  KDisplay DisplayKind() const;
+  bool IsAsync() const { return asyncFlip; }
+
+  /// The frame-rate history: its number of samples (0 keeps it), its dump to the log, and the least
+  /// time between two samples.
+  void ResetFps(int capacity);
+  void DumpFps();
+  void SetFpsInterval(unsigned milliseconds);
+
+  // The steps of Flip, one by one. Indices count buffers; those that do not exist are ignored.
+
+  void ProcessFlip(unsigned front, unsigned back, bool copyBack, const KRect* dirty);
+  void DisplayBuffer(unsigned index, const KRect* dirty, bool force);
+  int WaitForVsync();
+  void TbufPreserve(int next, int back, bool copyBack, const KRect* dirty);
+  void CopyRect(unsigned dst, unsigned src, const KRect* rect);
+  void DrawFps(int index);
+
+ private:
+  friend class KFbThread;
+
+  bool NeedScreen();
+  bool Bind(KDisplay kind, unsigned fbIndex, KFormat format, unsigned bufferCount);
+  bool StartMover();
+  void* BackBuffer() const;
+  bool MoveRect(unsigned dst, unsigned src, const KRect* rect);
+
+  KFbScreen* screen = nullptr;  ///< null only when memory ran out
+  bool asyncFlip = false;
+  std::uint32_t backIndex = 0;
+  bool hasPrevDirty = false;
+  KRect prevDirty{};
+  KFbThread* flipWorker = nullptr;
+  KMsmAdm* adm = nullptr;
+  int fpsCapacity = 1;  ///< settings of the frame-rate history, for when the screen is made anew
+  int fpsIntervalMs = 500;
+};
+
+/// A stub: returns 0 and does nothing.
+KALVORA_API int KGetDirtyRects(KRect*, unsigned, unsigned, unsigned);
+
+#endif

@@ -1,0 +1,446 @@
+// The rig's answers, and the wrapped calls that ask for them.
+#include "tests/display/rig.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <new>
+#include <sstream>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/ipc.h>
+#include <sys/mman.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+namespace {
+
+std::atomic<Rig*> active{nullptr};
+thread_local bool isRenderer = false;
+
+void SleepMs(int ms) {
+  const timespec t{ms / 1000, ms % 1000 * 1000000L};
+  nanosleep(&t, nullptr);
+}
+
+/// A step of the code under test: now and then somebody else goes first.
+void Step() {
+  Rig* const rig = active.load();
+  const std::uint32_t seed = rig != nullptr ? rig->delays.load(std::memory_order_relaxed) : 0;
+  if (seed == 0) return;
+  thread_local Random random(seed + (isRenderer ? 1 : 0));
+  const int dice = random.Below(256);
+  if (dice < 64) {
+    sched_yield();
+  } else if (dice < 80) {
+    const timespec t{0, random.Below(200) * 1000L};
+    nanosleep(&t, nullptr);
+  } else if (dice == 80) {
+    SleepMs(2);
+  }
+}
+
+}  // namespace
+
+sim::Settings Rig::Tiny(unsigned buffers) {
+  sim::Settings s;
+  s.width = 20;
+  s.height = 12;
+  s.buffers = buffers;
+  s.hz = 0;
+  return s;
+}
+
+Rig::Rig(const sim::Settings& settings) : fb(settings), surface(320 * 481 * 4) {
+  logFd = memfd_create("log", 0);
+  isRenderer = true;
+  active = this;
+}
+
+Rig::~Rig() {
+  EXPECT_TRUE(ThreadsEnd());
+  {
+    const std::lock_guard<std::mutex> guard(lock);
+    for (const auto& [fd, name] : descriptors) ADD_FAILURE() << "left open: " << fd << " " << name;
+    EXPECT_TRUE(mappings.empty());
+    EXPECT_EQ(attached, 0);
+  }
+  active = nullptr;
+  close(logFd);
+}
+
+std::string Rig::Take(Who who) {
+  const std::lock_guard<std::mutex> guard(lock);
+  std::string all;
+  for (const std::string& call : calls[who]) all += call + "\n";
+  calls[who].clear();
+  return all;
+}
+
+std::string Rig::LogPath() const { return "/proc/self/fd/" + std::to_string(logFd); }
+
+std::string Rig::TakeLog() {
+  const off_t size = lseek(logFd, 0, SEEK_END);
+  std::string text(static_cast<std::size_t>(size), 0);
+  EXPECT_EQ(pread(logFd, text.data(), text.size(), 0), static_cast<ssize_t>(size));
+  EXPECT_EQ(ftruncate(logFd, 0), 0);
+  return text;
+}
+
+bool Rig::ThreadsEnd() {
+  for (int ms = 0; threads != 0 && ms < 20000; ++ms) SleepMs(1);
+  return threads == 0;
+}
+
+int Rig::Descriptors() {
+  const std::lock_guard<std::mutex> guard(lock);
+  return static_cast<int>(descriptors.size());
+}
+
+std::vector<std::uint8_t> Rig::Screen() {
+  const sim::Frame f = fb.Shown();
+  return {f.pixels, f.pixels + std::size_t{f.stride} * f.height};
+}
+
+/// Notes a call. False when it shall fail.
+bool Rig::Record(const std::string& call, bool canFail) {
+  const bool fails = canFail && failCall >= 0 && failCall-- == 0;
+  const std::lock_guard<std::mutex> guard(lock);
+  calls[isRenderer ? kRenderer : kWorker].push_back(fails ? call + " fails" : call);
+  if (fails) errno = EIO;
+  return !fails;
+}
+
+bool Rig::Allocate() { return failAllocation < 0 || failAllocation-- != 0; }
+
+int Rig::Open(const char* path, int flags) {
+  if (!Record(std::string("open ") + path + " " + std::to_string(flags))) return -1;
+  const bool mover = std::strcmp(path, "/dev/msm_adm") == 0;
+  if (!mover && (!hasFb || std::strcmp(path, "/dev/fb0") != 0)) {
+    errno = ENOENT;
+    return -1;
+  }
+  const int fd = mover ? memfd_create("mover", 0) : fb.Open();
+  if (mover) moverFd = fd;
+  const std::lock_guard<std::mutex> guard(lock);
+  descriptors[fd] = mover ? "mover" : "fb";
+  return fd;
+}
+
+void Rig::Closing(int fd) {
+  std::string name;
+  {
+    const std::lock_guard<std::mutex> guard(lock);
+    const auto it = descriptors.find(fd);
+    if (it == descriptors.end()) return;
+    name = it->second;
+    descriptors.erase(it);
+  }
+  Record("close " + name, false);
+}
+
+std::string Rig::Describe(unsigned request, const void* argument) const {
+  std::ostringstream out;
+  const auto* const var = static_cast<const fb_var_screeninfo*>(argument);
+  const auto* const word = static_cast<const std::uint32_t*>(argument);
+  const auto pair = [](std::uint32_t v) {
+    return std::to_string(v & 0xFFFF) + "," + std::to_string(v >> 16);
+  };
+  switch (request) {
+    case 0x4600:
+      out << "get";
+      break;
+    case 0x4601:
+      out << "put " << var->xres << "x" << var->yres << "x" << var->bits_per_pixel << " virtual "
+          << var->xres_virtual << "x" << var->yres_virtual << " at " << var->xoffset << ","
+          << var->yoffset;
+      break;
+    case 0x4602:
+      out << "fix";
+      break;
+    case 0x4606:
+      out << "pan " << var->xoffset << "," << var->yoffset;
+      if (std::memcmp(&var->reserved[0], "UPDT", 4) == 0) {
+        out << " UPDT " << pair(var->reserved[1]) << " " << pair(var->reserved[2]);
+      } else if (var->reserved[0] != 0) {
+        out << " ?";
+      }
+      break;
+    case 0x40044620:
+      out << "sync " << *word;
+      break;
+    case 0x40044B01:
+      out << "copy";
+      for (int i = 0; i < 10; ++i) {
+        const bool isFd = i % 5 == 4;
+        out << (i == 5 ? " to " : " ");
+        if (isFd) {
+          out << (fb.Owns(static_cast<int>(word[i])) ? "fb" : "?");
+        } else {
+          out << word[i];
+        }
+      }
+      break;
+    default:
+      out << "ioctl " << request;
+  }
+  return out.str();
+}
+
+int Rig::Ioctl(int fd, unsigned long request, void* argument) {
+  const auto code = static_cast<unsigned>(request);
+  if (!Record(Describe(code, argument))) return -1;
+  int error = ENOTTY;
+  if (fb.Owns(fd)) {
+    error = VideoIoctl(code, argument);
+  } else if (fd == moverFd && code == 0x40044B01) {
+    error = fb.CopyRect(static_cast<const std::uint32_t*>(argument));
+    EXPECT_EQ(error, 0) << "the data mover refused a copy";
+  }
+  errno = error;
+  return error == 0 ? 0 : -1;
+}
+
+int Rig::VideoIoctl(unsigned request, void* argument) {
+  if (request == FBIO_WAITFORVSYNC) {
+    clockOffsetUs += syncTakesUs;
+    return onVsync ? onVsync(isRenderer ? kRenderer : kWorker) : fb.Ioctl(request, argument);
+  }
+  const int error = fb.Ioctl(request, argument);
+  if (error == 0 && request == FBIOPUT_VSCREENINFO && afterPut) {
+    afterPut(*static_cast<fb_var_screeninfo*>(argument));
+  }
+  if (error == 0 && request == FBIOGET_FSCREENINFO && afterFix) {
+    afterFix(*static_cast<fb_fix_screeninfo*>(argument));
+  }
+  return error;
+}
+
+bool Rig::Mapping(std::size_t bytes, int fd) {
+  return Record("mmap " + std::to_string(bytes) + (fb.Owns(fd) ? " fb" : " ?"));
+}
+
+void Rig::Mapped(void* p, std::size_t bytes) {
+  const std::lock_guard<std::mutex> guard(lock);
+  mappings[p] = bytes;
+}
+
+bool Rig::Unmapping(void* p, std::size_t bytes) {
+  {
+    const std::lock_guard<std::mutex> guard(lock);
+    const auto it = mappings.find(p);
+    if (it == mappings.end()) return false;
+    EXPECT_EQ(it->second, bytes);
+    mappings.erase(it);
+  }
+  Record("munmap", false);
+  return true;
+}
+
+int Rig::Shmget(int key, std::size_t bytes, int flags) {
+  const std::string call =
+      "shmget " + std::to_string(key) + " " + std::to_string(bytes) + " " + std::to_string(flags);
+  return Record(call) ? 7 : -1;
+}
+
+void* Rig::Shmat(int id) {
+  if (!Record("shmat " + std::to_string(id))) return reinterpret_cast<void*>(-1);
+  ++attached;
+  return surface.data();
+}
+
+bool Rig::Shmdt(const void* p) {
+  EXPECT_EQ(p, surface.data());
+  --attached;
+  return Record("shmdt", false);
+}
+
+bool Rig::Thread(int change) {
+  threads += change;
+  return change < 0 || Record("thread");
+}
+
+// --- the wrapped calls. Outside of a rig they are the real ones.
+
+extern "C" {
+int __real_open(const char* path, int flags, ...);
+int __real_close(int fd);
+int __real_ioctl(int fd, unsigned long request, ...);
+void* __real_mmap(void* p, std::size_t bytes, int prot, int flags, int fd, off_t offset);
+int __real_munmap(void* p, std::size_t bytes);
+int __real_shmget(key_t key, std::size_t bytes, int flags);
+void* __real_shmat(int id, const void* p, int flags);
+int __real_shmdt(const void* p);
+int __real_gettimeofday(timeval* now, void* zone);
+std::FILE* __real_fopen(const char* path, const char* mode);
+void* __real_calloc(std::size_t n, std::size_t bytes);
+int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
+                          void* argument);
+int __real_pthread_mutex_lock(pthread_mutex_t* mutex);
+int __real_pthread_mutex_timedlock(pthread_mutex_t* mutex, const timespec* deadline);
+int __real_pthread_mutex_unlock(pthread_mutex_t* mutex);
+int __real_pthread_cond_signal(pthread_cond_t* condition);
+
+int __wrap_open(const char* path, int flags, ...) {
+  Step();
+  Rig* const rig = active;
+  if (rig != nullptr && std::strncmp(path, "/dev/", 5) == 0) return rig->Open(path, flags);
+  std::va_list arguments;
+  va_start(arguments, flags);
+  const int mode = va_arg(arguments, int);
+  va_end(arguments);
+  return __real_open(path, flags, mode);
+}
+
+int __wrap_open64(const char* path, int flags, ...) { return __wrap_open(path, flags); }
+
+int __wrap_close(int fd) {
+  Step();
+  if (Rig* const rig = active) rig->Closing(fd);
+  return __real_close(fd);
+}
+
+int __wrap_ioctl(int fd, unsigned long request, ...) {
+  Step();
+  std::va_list arguments;
+  va_start(arguments, request);
+  void* const argument = va_arg(arguments, void*);
+  va_end(arguments);
+  Rig* const rig = active;
+  return rig != nullptr ? rig->Ioctl(fd, request, argument) : __real_ioctl(fd, request, argument);
+}
+
+void* __wrap_mmap(void* p, std::size_t bytes, int prot, int flags, int fd, off_t offset) {
+  Rig* const rig = active;
+  if (rig == nullptr || fd < 0) return __real_mmap(p, bytes, prot, flags, fd, offset);
+  EXPECT_EQ(p, nullptr);
+  EXPECT_EQ(prot, PROT_READ | PROT_WRITE);
+  EXPECT_EQ(flags, MAP_SHARED);
+  EXPECT_EQ(offset, 0);
+  if (!rig->Mapping(bytes, fd)) return MAP_FAILED;
+  void* const mapped = __real_mmap(p, bytes, prot, flags, fd, offset);
+  rig->Mapped(mapped, bytes);
+  return mapped;
+}
+
+void* __wrap_mmap64(void* p, std::size_t bytes, int prot, int flags, int fd, std::int64_t offset) {
+  return __wrap_mmap(p, bytes, prot, flags, fd, static_cast<off_t>(offset));
+}
+
+int __wrap_munmap(void* p, std::size_t bytes) {
+  if (Rig* const rig = active) {
+    EXPECT_NE(p, MAP_FAILED);
+    rig->Unmapping(p, bytes);
+  }
+  return __real_munmap(p, bytes);
+}
+
+int __wrap_shmget(key_t key, std::size_t bytes, int flags) {
+  Rig* const rig = active;
+  return rig != nullptr ? rig->Shmget(key, bytes, flags) : __real_shmget(key, bytes, flags);
+}
+
+void* __wrap_shmat(int id, const void* p, int flags) {
+  Rig* const rig = active;
+  return rig != nullptr ? rig->Shmat(id) : __real_shmat(id, p, flags);
+}
+
+int __wrap_shmdt(const void* p) {
+  Rig* const rig = active;
+  if (rig == nullptr) return __real_shmdt(p);
+  rig->Shmdt(p);
+  return 0;
+}
+
+int __wrap_gettimeofday(timeval* now, void* zone) {
+  const int result = __real_gettimeofday(now, zone);
+  if (Rig* const rig = active) {
+    const std::int64_t us = std::int64_t{now->tv_sec} * 1000000 + now->tv_usec + rig->clockOffsetUs;
+    now->tv_sec = static_cast<time_t>(us / 1000000);
+    now->tv_usec = static_cast<suseconds_t>(us % 1000000);
+  }
+  return result;
+}
+
+std::FILE* __wrap_fopen(const char* path, const char* mode) {
+  Rig* const rig = active;
+  const bool log = rig != nullptr && std::strncmp(path, "/var/log/kalvora-", 17) == 0;
+  return __real_fopen(log ? rig->LogPath().c_str() : path, mode);
+}
+
+void* __wrap_calloc(std::size_t n, std::size_t bytes) {
+  Rig* const rig = active;
+  return rig != nullptr && !rig->Allocate() ? nullptr : __real_calloc(n, bytes);
+}
+
+struct ThreadStart {
+  Rig* rig;
+  void* (*body)(void*);
+  void* argument;
+};
+
+static void* RunThread(void* start) {
+  const ThreadStart s = *static_cast<ThreadStart*>(start);
+  delete static_cast<ThreadStart*>(start);
+  if (s.rig->onThreadStart) s.rig->onThreadStart();
+  Step();
+  s.body(s.argument);
+  s.rig->Thread(-1);
+  return nullptr;
+}
+
+int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
+                          void* argument) {
+  Rig* const rig = active;
+  int detached = PTHREAD_CREATE_JOINABLE;
+  if (attributes != nullptr) pthread_attr_getdetachstate(attributes, &detached);
+  // The display's threads are detached, those of tests are not.
+  if (rig == nullptr || detached == PTHREAD_CREATE_JOINABLE) {
+    return __real_pthread_create(thread, attributes, body, argument);
+  }
+  if (!rig->Thread(+1)) {
+    rig->Thread(-1);
+    return EAGAIN;
+  }
+  return __real_pthread_create(thread, attributes, RunThread, new ThreadStart{rig, body, argument});
+}
+
+int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
+  Step();
+  return __real_pthread_mutex_lock(mutex);
+}
+
+int __wrap_pthread_mutex_timedlock(pthread_mutex_t* mutex, const timespec* deadline) {
+  Step();
+  EXPECT_TRUE(deadline->tv_nsec >= 0 && deadline->tv_nsec < 1000000000);
+  return __real_pthread_mutex_timedlock(mutex, deadline);
+}
+
+int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
+  const int result = __real_pthread_mutex_unlock(mutex);
+  Step();
+  return result;
+}
+
+int __wrap_pthread_cond_signal(pthread_cond_t* condition) {
+  Step();
+  return __real_pthread_cond_signal(condition);
+}
+}
+
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
+  Rig* const rig = active;
+  if (rig != nullptr && !rig->Allocate()) return nullptr;
+  try {
+    return ::operator new(bytes);
+  } catch (...) {
+    return nullptr;
+  }
+}

@@ -1,0 +1,111 @@
+// The rig: a simulated board under the display code, which records every system call, answers it,
+// and fails or delays it on demand.
+#ifndef KALVORA_TESTS_DISPLAY_RIG_H
+#define KALVORA_TESTS_DISPLAY_RIG_H
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "tools/sim/device.h"
+
+constexpr bool kMover = KALVORA_MSM_ADM != 0;
+
+/// A small generator with the same numbers everywhere.
+class Random {
+ public:
+  explicit Random(std::uint64_t seed) : state(seed * 0x9E3779B97F4A7C15u + 1) {}
+  std::uint32_t Next() {
+    state = state * 6364136223846793005u + 1442695040888963407u;
+    return static_cast<std::uint32_t>(state >> 33);
+  }
+  /// 0 to n - 1.
+  int Below(int n) { return static_cast<int>(Next() % static_cast<std::uint32_t>(n)); }
+
+ private:
+  std::uint64_t state;
+};
+
+/// While one exists, the system calls of the display code end up here. The clock that the code asks
+/// is the real one plus what the simulated vertical syncs took, so that no test waits for them.
+class Rig {
+ public:
+  /// A board of tiny buffers whose vertical syncs come at once.
+  static sim::Settings Tiny(unsigned buffers = 3);
+
+  explicit Rig(const sim::Settings& settings = Tiny());
+  /// Checks that nothing was left: descriptors, mappings, segments, threads.
+  ~Rig();
+
+  /// The calls since the last Take, one a line, of the test's thread or of all others.
+  enum Who { kRenderer, kWorker };
+  std::string Take(Who who = kRenderer);
+  /// The lines in the error log since the last call.
+  std::string TakeLog();
+
+  /// Lets the n-th call from now (from 0) that can fail fail, once; -1: none.
+  void FailCall(int n) { failCall = n; }
+  /// The same for memory allocations.
+  void FailAllocation(int n) { failAllocation = n; }
+  /// True when the fault was met.
+  bool Failed() const { return failCall < 0 && failAllocation < 0; }
+
+  /// Waits until no thread of the display is left. Returns false after a long time.
+  bool ThreadsEnd();
+  int Threads() const { return threads; }
+  int Descriptors();
+
+  /// What is on screen: the device's frame, or the shared surface.
+  std::vector<std::uint8_t> Screen();
+  std::vector<std::uint8_t> Surface() const { return surface; }
+
+  // Behaviour, to be set before the call it concerns.
+  std::function<void(fb_var_screeninfo&)> afterPut;  ///< what the driver makes of a mode
+  std::function<void(fb_fix_screeninfo&)> afterFix;
+  std::function<int(Who)> onVsync;  ///< instead of the simulated sync: 0 or an error number
+  std::function<void()> onThreadStart;
+  std::atomic<int> syncTakesUs{1000};          ///< what the clock says a sync took
+  std::atomic<std::int64_t> clockOffsetUs{0};  ///< added to the wall clock
+  std::atomic<std::uint32_t> delays{0};        ///< not 0: random delays at every step, by this seed
+  bool hasFb = true;
+
+  sim::Framebuffer fb;
+
+  // The system's side.
+  int Open(const char* path, int flags);
+  void Closing(int fd);
+  int Ioctl(int fd, unsigned long request, void* argument);
+  bool Mapping(std::size_t bytes, int fd);
+  bool Unmapping(void* p, std::size_t bytes);
+  void Mapped(void* p, std::size_t bytes);
+  int Shmget(int key, std::size_t bytes, int flags);
+  void* Shmat(int id);
+  bool Shmdt(const void* p);
+  bool Thread(int change);
+  bool Allocate();
+  std::string LogPath() const;
+
+ private:
+  bool Record(const std::string& call, bool canFail = true);
+  int VideoIoctl(unsigned request, void* argument);
+  std::string Describe(unsigned request, const void* argument) const;
+
+  std::mutex lock;
+  std::vector<std::string> calls[2];
+  std::map<int, std::string> descriptors;
+  std::map<const void*, std::size_t> mappings;
+  std::vector<std::uint8_t> surface;
+  int attached = 0;
+  int moverFd = -1;
+  int logFd = -1;
+  std::atomic<int> failCall{-1};
+  std::atomic<int> failAllocation{-1};
+  std::atomic<int> threads{0};
+};
+
+#endif
