@@ -3,7 +3,7 @@
 
 #include <cmath>
 
-#include "examples/svg/Error.h"
+#include "examples/common/Error.h"
 #include "examples/svg/fixedpath.h"
 #include "examples/svg/reach.h"
 
@@ -20,7 +20,7 @@ KColor32 ToColor32(Color c) {
 Canvas::Canvas(unsigned width, unsigned height, KFormat format, Color background) {
   picture_.Create(width, height, format);
   if (!picture_.pixels || !context_.RenderToTexture(&picture_)) {
-    throw Error("not enough memory for a picture of this size");
+    throw examples::Error("not enough memory for a picture of this size");
   }
   context_.Clear(ToColor32(background));
 }

@@ -16,7 +16,7 @@ class Canvas {
 
   /// Fills an outline that is given in pixels.
   void Fill(const Outline& outline, bool evenOdd, Color color);
-  const KSoftPixmap& Picture() const { return picture_; }
+  KSoftPixmap& Picture() { return picture_; }
 
  private:
   KSoftPixmap picture_;

@@ -1,7 +1,7 @@
 // Document: see the header.
 #include "examples/svg/Document.h"
 
-#include "examples/svg/Error.h"
+#include "examples/common/Error.h"
 #include "examples/svg/element.h"
 
 namespace svg {
@@ -29,10 +29,11 @@ Document::Document(const std::string& path) {
   if (!result) {
     std::string message = path + ": " + result.description();
     if (result.offset > 0) message += " at byte " + std::to_string(result.offset);
-    throw Error(message);
+    throw examples::Error(message);
   }
   root_ = xml_.document_element();
-  if (LocalName(root_) != "svg") throw Error(path + ": not an SVG file: no <svg> at the top");
+  if (LocalName(root_) != "svg")
+    throw examples::Error(path + ": not an SVG file: no <svg> at the top");
   Index();
 }
 

@@ -6,7 +6,7 @@
 namespace svg {
 
 void Notes::Once(const std::string& message) {
-  if (!said_.insert(message).second) return;
+  if (quiet_ || !said_.insert(message).second) return;
   std::fprintf(stderr, "kalvora-svg: %s: %s\n", file_.c_str(), message.c_str());
 }
 

@@ -7,14 +7,15 @@
 
 namespace svg {
 
-/// Writes to standard error: "kalvora-svg: FILE: skipping <text>".
+/// Writes to standard error: "kalvora-svg: FILE: skipping <text>". A quiet one writes nothing.
 class Notes {
  public:
-  explicit Notes(std::string file) : file_(std::move(file)) {}
+  explicit Notes(std::string file, bool quiet = false) : file_(std::move(file)), quiet_(quiet) {}
   void Once(const std::string& message);
 
  private:
   std::string file_;
+  bool quiet_;
   std::set<std::string> said_;
 };
 

@@ -4,7 +4,7 @@
 #include <charconv>
 #include <string_view>
 
-#include "examples/svg/Error.h"
+#include "examples/common/Error.h"
 
 namespace svg {
 
@@ -32,7 +32,7 @@ Size ParseSize(std::string_view text) {
     const auto width = ParseExtent(text.substr(0, x)), height = ParseExtent(text.substr(x + 1));
     if (width && height) return {*width, *height};
   }
-  throw Error("--size takes WxH, each 1 to " + std::to_string(kMaxSize));
+  throw examples::Error("--size takes WxH, each 1 to " + std::to_string(kMaxSize));
 }
 
 }  // namespace
@@ -43,7 +43,7 @@ Options ParseOptions(int argc, const char* const* argv) {
   for (int i = 1; i < argc; ++i) {
     const std::string_view argument = argv[i];
     const auto value = [&]() -> std::string_view {
-      if (i + 1 >= argc) throw Error(std::string(argument) + " needs a value");
+      if (i + 1 >= argc) throw examples::Error(std::string(argument) + " needs a value");
       return argv[++i];
     };
     if (argument == "--help" || argument == "-h") {
@@ -52,20 +52,20 @@ Options ParseOptions(int argc, const char* const* argv) {
       options.size = ParseSize(value());
     } else if (argument == "--background") {
       options.background = ParseColor(value());
-      if (!options.background) throw Error("--background takes an SVG colour");
+      if (!options.background) throw examples::Error("--background takes an SVG colour");
     } else if (argument == "--format") {
       const std::string_view format = value();
-      if (format != "4" && format != "5") throw Error("--format takes 4 or 5");
+      if (format != "4" && format != "5") throw examples::Error("--format takes 4 or 5");
       options.format = format == "4" ? KFormat0888PM : KFormat8888PM;
     } else if (argument.starts_with("--")) {
-      throw Error("unknown option " + std::string(argument));
+      throw examples::Error("unknown option " + std::string(argument));
     } else if (names < 2) {
       (names++ == 0 ? options.input : options.output) = argument;
     } else {
-      throw Error("more than two file names");
+      throw examples::Error("more than two file names");
     }
   }
-  if (!options.help && names < 2) throw Error("two file names are needed");
+  if (!options.help && names < 2) throw examples::Error("two file names are needed");
   return options;
 }
 

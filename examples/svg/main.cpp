@@ -4,13 +4,13 @@
 #include <cstdio>
 #include <exception>
 
+#include "examples/common/Error.h"
+#include "examples/common/png.h"
 #include "examples/svg/Canvas.h"
 #include "examples/svg/Document.h"
-#include "examples/svg/Error.h"
 #include "examples/svg/Notes.h"
 #include "examples/svg/Options.h"
 #include "examples/svg/Painter.h"
-#include "examples/svg/png.h"
 
 namespace {
 
@@ -29,7 +29,7 @@ Extent PictureExtent(const svg::Options& options, const svg::Document& document,
   }
   const svg::Rect natural = svg::NaturalSize(document);
   if (!(natural.width > 0 && natural.height > 0)) {
-    throw svg::Error(options.input + ": the picture has no size; give one with --size");
+    throw examples::Error(options.input + ": the picture has no size; give one with --size");
   }
   double scale = 1;
   if (const double largest = std::max(natural.width, natural.height); largest > svg::kMaxSize) {
@@ -59,7 +59,7 @@ int Run(const svg::Options& options) {
   svg::Canvas canvas(extent.pixels.width, extent.pixels.height, options.format,
                      Background(options));
   svg::Painter(document, canvas, notes).Draw(extent.width, extent.height);
-  svg::WritePng(canvas.Picture(), options.output);
+  examples::WritePng(canvas.Picture(), options.output);
   return 0;
 }
 

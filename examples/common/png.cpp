@@ -1,5 +1,5 @@
 // PNG files: see the header.
-#include "examples/svg/png.h"
+#include "examples/common/png.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -13,9 +13,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "examples/svg/Error.h"
+#include "examples/common/Error.h"
 
-namespace svg {
+namespace examples {
 
 namespace {
 
@@ -107,4 +107,4 @@ void WritePng(const KSoftPixmap& picture, const std::string& path) {
   file.Finish();
 }
 
-}  // namespace svg
+}  // namespace examples
