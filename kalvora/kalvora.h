@@ -1,0 +1,21 @@
+// The umbrella header: everything that a program that draws with Kalvora needs. What it reaches is
+// the public interface, and is what gets installed.
+#ifndef KALVORA_KALVORA_H
+#define KALVORA_KALVORA_H
+
+#include "kalvora/context/KSoftContext2D.h"
+#include "kalvora/core/KArray.h"
+#include "kalvora/core/KColor32.h"
+#include "kalvora/core/KFixed.h"
+#include "kalvora/core/KFormat.h"
+#include "kalvora/core/KMatrix2D.h"
+#include "kalvora/core/KMatrix4D.h"
+#include "kalvora/core/KRect.h"
+#include "kalvora/core/KSoftMatrix3D.h"
+#include "kalvora/core/KSoftPixmap.h"
+#include "kalvora/core/KVertex2D.h"
+#include "kalvora/export.h"
+#include "kalvora/geometry/KSoftPath.h"
+#include "kalvora/geometry/KStroker.h"
+
+#endif

@@ -1,0 +1,28 @@
+#!/bin/sh
+# The layer check passes on the library, and fails on a tree that breaks each of its rules.
+#
+#   sh layers.sh SOURCE BUILD
+set -eu
+check=$1/tools/check-layers work=$2/layers-test
+"$check"
+
+# refuses FOLDER INCLUDE
+refuses() {
+  rm -rf "$work"
+  mkdir -p "$work/kalvora/$1"
+  echo "#include $2" >"$work/kalvora/$1/x.cpp"
+  if "$check" "$work/kalvora"; then
+    echo "$1 may include $2?"
+    exit 1
+  fi
+}
+refuses core '"kalvora/raster/ring.h"'
+refuses core '<kalvora/raster/ring.h>'
+refuses paint '"kalvora/geometry/KSoftPath.h"'
+refuses geometry '"kalvora/paint/KStrips.h"'
+refuses text '"kalvora/paint/KStrips.h"'
+refuses display '"kalvora/raster/ring.h"'
+refuses text '"kalvora/context/KSoftContext2D.h"'
+refuses core '"KFixed.h"'
+refuses core '"kalvora/kalvora.h"'
+refuses attic '"kalvora/export.h"'
