@@ -1,0 +1,28 @@
+// The pictures of the gallery: one function each, one file a theme.
+#ifndef EXAMPLES_GALLERY_SCENES_H
+#define EXAMPLES_GALLERY_SCENES_H
+
+class KSoftContext2D;
+
+namespace gallery {
+
+/// Every picture has this size.
+constexpr unsigned kWidth = 640;
+constexpr unsigned kHeight = 480;
+
+// fills.cpp
+void FillRules(KSoftContext2D& context);
+void Transparency(KSoftContext2D& context);
+void Rays(KSoftContext2D& context);
+// curves.cpp
+void Flowers(KSoftContext2D& context);
+void Landscape(KSoftContext2D& context);
+// transforms.cpp
+void Rosette(KSoftContext2D& context);
+void Squares(KSoftContext2D& context);
+// picking.cpp
+void HitMap(KSoftContext2D& context);
+
+}  // namespace gallery
+
+#endif
