@@ -2,52 +2,39 @@
 #include "kalvora/paint/KColorStrip.h"
 
 #include "kalvora/paint/channels.h"
+#include "kalvora/paint/composite.h"
 #include "kalvora/raster/KStyleContext2D.h"
 
 namespace kalvora {
 namespace {
 
-void Fill(std::uint32_t* begin, std::uint32_t* end, std::uint32_t color) {
-  while (begin != end) *begin++ = color;
-}
-
-/// d = over(d, c); a colour of alpha 0 leaves the span, whatever its channels hold.
-void FillOver(std::uint32_t* begin, std::uint32_t* end, std::uint32_t color) {
-  const std::uint32_t alpha = AlphaWeight(color);
-  if (alpha == 0) return;
-  if (alpha == 256) return Fill(begin, end, color);
-  for (; begin != end; ++begin) *begin = Scale(*begin, 256 - alpha) + color;
-}
-
-std::uint32_t WeightAt(const KStyleContext2D* style, std::int32_t x) {
-  return static_cast<std::uint32_t>(CoverageWeight(style->lineBuffer[x]));
-}
-
 void FillSolid(const KStyleContext2D* style, bool blend) {
-  if (style->x0 >= style->x1) return;
-  std::uint32_t* const begin = style->row + style->x0;
-  std::uint32_t* const end = style->row + style->x1;
-  if (blend) return FillOver(begin, end, style->color.Word());
-  Fill(begin, end, style->color.Word());
+  std::uint32_t* const to = style->row + style->x0;
+  const int n = style->x1 - style->x0;
+  const std::uint32_t color = style->color.Word();
+  const std::uint32_t alpha = AlphaWeight(color);
+  if (!blend || alpha == 256) return FillSpan(to, n, color);
+  // A colour of alpha 0 leaves the span, whatever its channels hold.
+  if (alpha != 0) OverSpan(to, n, color);
 }
 
 }  // namespace
 
 template <bool AA, bool Blend>
 void ColorSpan<AA, Blend>::Draw(const KStyleContext2D* style) {
+  if (style->x0 >= style->x1) return;
   if constexpr (!AA) return FillSolid(style, Blend);
-  std::uint32_t* const row = style->row;
+  std::uint32_t* const to = style->row + style->x0;
+  const std::int32_t* const coverage = style->lineBuffer + style->x0;
+  const int n = style->x1 - style->x0;
   const std::uint32_t color = style->color.Word();
-  if (Blend && color == 0) return;
-  const std::int32_t x1 = style->x1;
-  for (std::int32_t x = style->x0; x < x1; ++x) {
-    const std::uint32_t w = WeightAt(style, x);
-    row[x] = Blend ? Over(row[x], Scale(color, w)) : Lerp(row[x], color, w);
-  }
+  if (!Blend) return LerpSpan(to, coverage, n, color);
+  if (color != 0) CoverSpan(to, coverage, n, color);
 }
 
 template <bool AA, bool Blend>
 void ColorSpan<AA, Blend>::DrawWithAaChecks(const KStyleContext2D* style) {
+  if (style->x0 >= style->x1) return;
   if constexpr (!AA) return FillSolid(style, Blend);
   std::uint32_t* const row = style->row;
   const std::uint8_t* const mask = style->maskRow;

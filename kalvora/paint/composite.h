@@ -1,0 +1,45 @@
+// Compositing of spans: how a run of colour, or of source pixels, gets into the target row.
+#ifndef KALVORA_PAINT_COMPOSITE_H
+#define KALVORA_PAINT_COMPOSITE_H
+
+#include <cstdint>
+
+namespace kalvora {
+
+/// Source pixels that fillers make at a time, on the stack.
+inline constexpr int kBlock = 64;
+
+// In all functions `to` is the first of n target pixels, `coverage` (16.16, 0..0x10000) and the
+// source belong to the same pixels, and n <= 0 does nothing.
+
+/// d = c
+void FillSpan(std::uint32_t* to, int n, std::uint32_t c);
+/// d = over(d, c)
+void OverSpan(std::uint32_t* to, int n, std::uint32_t c);
+/// d = over(d, scale(c, coverage))
+void CoverSpan(std::uint32_t* to, const std::int32_t* coverage, int n, std::uint32_t c);
+/// d = lerp(d, c, coverage)
+void LerpSpan(std::uint32_t* to, const std::int32_t* coverage, int n, std::uint32_t c);
+
+/// What ComposePixels does with its source.
+enum class Weight {
+  kFull,                 ///< w = 256
+  kOpacity,              ///< w = opacity
+  kCoverage,             ///< w = (coverage + 128) >> 8
+  kCoverageOpacity,      ///< w = (coverage opacity) >> 16
+  kOpacityThenCoverage,  ///< the source is scaled by the opacity, then by the coverage
+};
+
+/// Source pixels with alpha: d = over(d, scale(s, w)).
+template <Weight W>
+void OverPixels(std::uint32_t* to, const std::uint32_t* source, const std::int32_t* coverage, int n,
+                std::int32_t opacity);
+
+/// Source pixels taken as opaque: d = lerp(d, s, w).
+template <Weight W>
+void LerpPixels(std::uint32_t* to, const std::uint32_t* source, const std::int32_t* coverage, int n,
+                std::int32_t opacity);
+
+}  // namespace kalvora
+
+#endif
