@@ -3,7 +3,11 @@
 
 #include <algorithm>
 
+#include "kalvora/core/KSoftPixmap.h"
 #include "kalvora/paint/KColorStrip.h"
+#include "kalvora/paint/KLinearStrip.h"
+#include "kalvora/paint/KPatternStrip.h"
+#include "kalvora/paint/KRadialStrip.h"
 #include "kalvora/paint/picking.h"
 #include "kalvora/raster/KStyleContext2D.h"
 
@@ -25,6 +29,10 @@ bool PrepareColor(KStyleContext2D* style) {
   return style->blend != 0;
 }
 
+bool IsSampling(KSampling quality) {
+  return quality == KSamplingNearest || quality == KSamplingBilinear || quality == KSamplingBicubic;
+}
+
 }  // namespace
 
 template <typename F>
@@ -44,18 +52,39 @@ void KStrips<F>::InitColorWithAaChecks(KStyleContext2D* style, KFiller& solid, K
 }
 
 template <typename F>
-void KStrips<F>::InitLinear(KStyleContext2D*, KFiller& solid, KFiller& coverage) {
+void KStrips<F>::InitLinear(KStyleContext2D* style, KFiller& solid, KFiller& coverage) {
   solid = coverage = DrawNothing;
+  if (!kalvora::PrepareLinear(style)) return;
+  const bool blend = style->blend != 0;
+  solid = blend ? KLinearStrip<F, false, true>::Draw : KLinearStrip<F, false, false>::Draw;
+  coverage = blend ? KLinearStrip<F, true, true>::Draw : KLinearStrip<F, true, false>::Draw;
 }
 
 template <typename F>
-void KStrips<F>::InitRadial(KStyleContext2D*, KFiller& solid, KFiller& coverage) {
+void KStrips<F>::InitRadial(KStyleContext2D* style, KFiller& solid, KFiller& coverage) {
   solid = coverage = DrawNothing;
+  if (!kalvora::PrepareRadial(style)) return;
+  const bool blend = style->blend != 0;
+  solid = blend ? KRadialStrip<F, false, true>::Draw : KRadialStrip<F, false, false>::Draw;
+  coverage = blend ? KRadialStrip<F, true, true>::Draw : KRadialStrip<F, true, false>::Draw;
 }
 
 template <typename F>
-void KStrips<F>::InitPattern(KStyleContext2D*, KFiller& solid, KFiller& coverage) {
-  solid = coverage = DrawNothing;
+void KStrips<F>::InitPattern(KStyleContext2D* style, KFiller& solid, KFiller& coverage) {
+  const KSoftPixmap* pixmap = style->paint->pixmap;
+  style->source = pixmap;
+  style->opacity = Opacity(*style->paint);
+  if (!pixmap || kalvora::PatternPixels(*pixmap).width == 0) {
+    solid = coverage = DrawNothing;
+    return;
+  }
+  // A quality that is no sampling leaves the fillers as they were.
+  const bool copy = pixmap->transform.linearIdentity;
+  if (!copy && !IsSampling(pixmap->quality)) return;
+  const kalvora::FillerPair pair =
+      kalvora::SelectPatternFillers<F>(style, copy ? KSamplingCopy : pixmap->quality);
+  solid = pair.solid;
+  coverage = pair.coverage;
 }
 
 template <typename F>

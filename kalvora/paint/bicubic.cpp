@@ -1,0 +1,97 @@
+// Bicubic sampling.
+#include <algorithm>
+
+#include "kalvora/paint/KTables.h"
+#include "kalvora/paint/samplers.h"
+#include "kalvora/raster/KStyleContext2D.h"
+
+namespace kalvora {
+namespace {
+
+constexpr int kTaps = 4;
+constexpr std::int32_t kOffsets[kTaps] = {-1, 0, 1, 2};
+
+struct Taps {
+  std::int32_t index[kTaps];
+  std::int32_t weight[kTaps];  // 16.16
+};
+
+/// The pixels around a coordinate, of `count`, and their weights.
+template <KRepeatRule R>
+Taps TapsAt(std::int32_t v, std::int32_t count) {
+  Taps taps;
+  const std::int32_t first = v >> 16;
+  const std::int64_t f = v & 0xFFFF;
+  const std::int32_t* line = &KTables::KBicubic[static_cast<std::size_t>(f >> 11) * 2 * kTaps];
+  for (int j = 0; j < kTaps; ++j) {
+    const std::int32_t i = first + kOffsets[j];
+    taps.index[j] = R == KRepeatTile ? Wrapped(i, count) : Clamped(i, count);
+    taps.weight[j] = static_cast<std::int32_t>((line[2 * j] * f >> 16) + line[2 * j + 1]);
+  }
+  return taps;
+}
+
+/// A sum of weighed channels, 16.16, as a channel.
+std::uint32_t ToChannel(std::int64_t sum) {
+  return static_cast<std::uint32_t>((std::clamp<std::int64_t>(sum, 0, 0xFF0000) + 0x7F00) >> 16);
+}
+
+}  // namespace
+
+template <KRepeatRule R, SampleAlpha A>
+std::uint32_t SampleBicubic(const PatternPixels& source, std::int32_t u, std::int32_t v) {
+  constexpr int kChannels = A == SampleAlpha::kNone ? 3 : 4;
+  const Taps x = TapsAt<R>(u, source.width);
+  const Taps y = TapsAt<R>(v, source.height);
+  std::int64_t sum[kChannels] = {};
+  for (int j = 0; j < kTaps; ++j) {
+    const std::uint8_t* row = source.Row(y.index[j]);
+    std::int32_t line[kChannels] = {};
+    for (int i = 0; i < kTaps; ++i) {
+      const std::uint32_t p = PatternPixels::Load(PatternPixels::Pixel(row, x.index[i]));
+      for (int c = 0; c < kChannels; ++c) {
+        line[c] += static_cast<std::int32_t>(p >> (8 * c) & 0xFF) * x.weight[i];
+      }
+    }
+    for (int c = 0; c < kChannels; ++c) sum[c] += std::int64_t{line[c]} * y.weight[j] >> 16;
+  }
+  const std::uint32_t alpha = A == SampleAlpha::kNone ? 0 : ToChannel(sum[kChannels - 1]);
+  std::uint32_t result = alpha << 24;
+  for (int c = 0; c < 3; ++c) {
+    const std::uint32_t channel = ToChannel(sum[c]);
+    result |= (A == SampleAlpha::kBound ? std::min(channel, alpha) : channel) << (8 * c);
+  }
+  return result;
+}
+
+template <KRepeatRule R, SampleAlpha A>
+BicubicSampler<R, A>::BicubicSampler(const KStyleContext2D* style)
+    : source_(*style->source), at_(style) {
+  at_.ShiftHalf();
+  if constexpr (R == KRepeatTile) at_.WrapInto(source_);
+}
+
+template <KRepeatRule R, SampleAlpha A>
+void BicubicSampler<R, A>::Read(std::uint32_t* to, int n) {
+  for (int i = 0; i < n; ++i) {
+    to[i] = SampleBicubic<R, A>(source_, at_.U(), at_.V());
+    if constexpr (R == KRepeatTile) {
+      at_.StepWrapped(source_);
+    } else {
+      at_.Step();
+    }
+  }
+}
+
+#define KALVORA_INSTANTIATE(R, A)                                                               \
+  template std::uint32_t SampleBicubic<R, A>(const PatternPixels&, std::int32_t, std::int32_t); \
+  template class BicubicSampler<R, A>;
+KALVORA_INSTANTIATE(KRepeatClamp, SampleAlpha::kNone)
+KALVORA_INSTANTIATE(KRepeatClamp, SampleAlpha::kPlain)
+KALVORA_INSTANTIATE(KRepeatClamp, SampleAlpha::kBound)
+KALVORA_INSTANTIATE(KRepeatTile, SampleAlpha::kNone)
+KALVORA_INSTANTIATE(KRepeatTile, SampleAlpha::kPlain)
+KALVORA_INSTANTIATE(KRepeatTile, SampleAlpha::kBound)
+#undef KALVORA_INSTANTIATE
+
+}  // namespace kalvora

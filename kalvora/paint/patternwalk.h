@@ -1,0 +1,99 @@
+// The pixels of a pattern, and the position of a row's pixels in it.
+#ifndef KALVORA_PAINT_PATTERNWALK_H
+#define KALVORA_PAINT_PATTERNWALK_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+class KSoftPixmap;
+struct KStyleContext2D;
+
+namespace kalvora {
+
+/// The part of a pixmap that patterns read: columns and rows that 16.16 coordinates reach, and,
+/// where rows are stored closer together than they are wide, only the columns that all rows have
+/// room for. Whatever lies at `below` from one of these pixels, but for those of the last row, is
+/// the pixmap's memory too.
+struct PatternPixels {
+  const std::uint8_t* pixels = nullptr;
+  std::size_t stride = 0;
+  /// From a pixel to its lower neighbour, in bilinear sampling: the pixmap's width, which is the
+  /// stride only where rows are not padded. Pictures rely on it.
+  std::size_t below = 0;
+  std::int32_t width = 0;  ///< 1..32768, or 0 when there is nothing to read
+  std::int32_t height = 0;
+
+  explicit PatternPixels(const KSoftPixmap& pixmap);
+
+  const std::uint8_t* Row(std::int32_t r) const {
+    return pixels + static_cast<std::size_t>(r) * stride;
+  }
+  /// Column c of a row. Rows may start at any byte.
+  static const std::uint8_t* Pixel(const std::uint8_t* row, std::int32_t c) {
+    return row + static_cast<std::size_t>(c) * sizeof(std::uint32_t);
+  }
+  static std::uint32_t Load(const std::uint8_t* pixel) {
+    std::uint32_t p;
+    std::memcpy(&p, pixel, sizeof p);
+    return p;
+  }
+};
+
+/// Bounds of an index that is clamped to 0..count - 1.
+inline std::int32_t Clamped(std::int32_t i, std::int32_t count) {
+  return i < 0 ? 0 : i < count ? i : count - 1;
+}
+/// An index within a period of `count`.
+inline std::int32_t Wrapped(std::int32_t i, std::int32_t count) {
+  const std::int32_t rest = i % count;
+  return rest < 0 ? rest + count : rest;
+}
+
+/// A position in the pattern, 16.16, and what it grows by per device pixel. It wraps like all
+/// coordinates.
+struct PatternPosition {
+  std::uint32_t u, v, du, dv;
+
+  /// That of x0 of the row, through the transform of the source pixmap.
+  explicit PatternPosition(const KStyleContext2D* style);
+
+  std::int32_t U() const { return static_cast<std::int32_t>(u); }
+  std::int32_t V() const { return static_cast<std::int32_t>(v); }
+  std::int32_t Column() const { return U() >> 16; }
+  std::int32_t Row() const { return V() >> 16; }
+  void Step(std::uint32_t n = 1) {
+    u += du * n;
+    v += dv * n;
+  }
+  /// Half a pixel back, for samplings that mix a pixel with its neighbours to the right and below.
+  void ShiftHalf() {
+    u -= 0x8000;
+    v -= 0x8000;
+  }
+  /// Brings position and step into the period of the pixmap, both 0 or more.
+  void WrapInto(const PatternPixels& p);
+  /// A step that stays in the period.
+  void StepWrapped(const PatternPixels& p) {
+    u += du;
+    v += dv;
+    const std::uint32_t width = static_cast<std::uint32_t>(p.width) << 16;
+    const std::uint32_t height = static_cast<std::uint32_t>(p.height) << 16;
+    if (u >= width) u -= width;
+    if (v >= height) v -= height;
+  }
+};
+
+/// The pixels [begin, end) of a run of n whose positions lie in [0, uEnd) x [0, vEnd), as far as
+/// that is one run: none when a coordinate wraps on the way.
+struct InsideRun {
+  int begin = 0;
+  int end = 0;
+
+  InsideRun() = default;
+  InsideRun(const PatternPosition& p, int n, std::int64_t uEnd, std::int64_t vEnd);
+};
+
+}  // namespace kalvora
+
+#endif

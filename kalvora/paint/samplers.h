@@ -1,0 +1,77 @@
+// Samplers: source pixels of a pattern for the device pixels of a row, one class a sampling.
+#ifndef KALVORA_PAINT_SAMPLERS_H
+#define KALVORA_PAINT_SAMPLERS_H
+
+#include "kalvora/core/KFormat.h"
+#include "kalvora/paint/patternwalk.h"
+
+namespace kalvora {
+
+// Every sampler is made for the span of a style context and then read from left to right. It reads
+// nothing when the source has no pixels, which strip selection sees to.
+
+/// The pixel that the position lies in.
+template <KRepeatRule R>
+class NearestSampler {
+ public:
+  explicit NearestSampler(const KStyleContext2D* style);
+  void Read(std::uint32_t* to, int n);
+
+ private:
+  PatternPixels source_;
+  PatternPosition at_;
+  InsideRun inside_;  // needs no clamping
+};
+
+/// Four neighbours, weighed by the position half a pixel back.
+template <KRepeatRule R>
+class BilinearSampler {
+ public:
+  explicit BilinearSampler(const KStyleContext2D* style);
+  void Read(std::uint32_t* to, int n);
+
+ private:
+  PatternPixels source_;
+  PatternPosition at_;
+  InsideRun inside_;
+};
+
+/// What the top byte of a bicubic sample is.
+enum class SampleAlpha {
+  kNone,   ///< 0
+  kPlain,  ///< sampled like the colours
+  kBound,  ///< sampled, and no colour is let above it, as premultiplied pixels must be
+};
+
+/// Sixteen neighbours.
+template <KRepeatRule R, SampleAlpha A>
+class BicubicSampler {
+ public:
+  explicit BicubicSampler(const KStyleContext2D* style);
+  void Read(std::uint32_t* to, int n);
+
+ private:
+  PatternPixels source_;
+  PatternPosition at_;
+};
+
+/// Whole pixels of one row, for translations.
+template <KRepeatRule R>
+class CopySampler {
+ public:
+  explicit CopySampler(const KStyleContext2D* style);
+  void Read(std::uint32_t* to, int n);
+
+ private:
+  PatternPixels source_;
+  const std::uint8_t* row_;
+  std::int32_t column_;
+};
+
+/// One bicubic sample at (u, v), 16.16, whole numbers meaning the centres of pixels.
+template <KRepeatRule R, SampleAlpha A>
+std::uint32_t SampleBicubic(const PatternPixels& source, std::int32_t u, std::int32_t v);
+
+}  // namespace kalvora
+
+#endif
