@@ -12,7 +12,8 @@
 
 namespace kalvora {
 struct RasterJob;
-}
+struct RectangleJob;
+}  // namespace kalvora
 
 /// Rendering back ends; the choice is ignored.
 enum KBackend : std::int32_t { KBackendSoftware = 0 };
@@ -100,6 +101,14 @@ class KALVORA_API KSoftContext2D : public KStroker {
   void DrawPath(const KSoftPath* path);
   /// Fills and strokes the polygon; `closed` matters to the stroke only.
   void DrawPolygon(const KVertex2D* points, unsigned count, bool closed);
+  /// Strokes the line; the fill does not apply.
+  void DrawLine(KVertex2D p, KVertex2D q);
+  /// Fills and strokes the rectangle with opposite corners p and q, and corners rounded by the
+  /// radii (x, y).
+  void DrawRectangle(KVertex2D p, KVertex2D q, KVertex2D radii = KVertex2D::Origin);
+  /// Fills and strokes a rectangle given by its centre and half extents, with elliptical corners;
+  /// radii are held to the half extents.
+  void DrawEllipticalRect(KVertex2D centre, KVertex2D half, KVertex2D radii);
   /// Releases rings, last to first; the list itself stays.
   void FreeVertices(KVertex2D** rings, unsigned count, bool onStack);
 
@@ -112,6 +121,8 @@ class KALVORA_API KSoftContext2D : public KStroker {
   void ResetState();
   bool CanDraw() const;
   kalvora::RasterJob Job(const KPaint& paint, KFillRule rule);
+  kalvora::RectangleJob RectJob(const KPaint& paint, KFillRule rule, bool antiAlias);
+  void RasterPolyline(const KVertex2D* points, unsigned count, bool closed);
   void FillPolygon(const KVertex2D* points, unsigned count);
   void WritePixel(std::uint32_t value);
 

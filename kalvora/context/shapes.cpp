@@ -1,8 +1,11 @@
 // The drawing context's shapes: each public call as the stages it runs through.
 #include "kalvora/context/KSoftContext2D.h"
+#include "kalvora/geometry/ellipticalrect.h"
+#include "kalvora/paint/KTables.h"
 #include "kalvora/raster/KStack.h"
 #include "kalvora/raster/KStyleContext2D.h"
 #include "kalvora/raster/polygon.h"
+#include "kalvora/raster/rectangle.h"
 #include "kalvora/raster/ring.h"
 
 using kalvora::RasterJob;
@@ -20,6 +23,13 @@ RasterJob KSoftContext2D::Job(const KPaint& paint, KFillRule rule) {
           .clipNodeCount = mClipNodeCount};
 }
 
+kalvora::RectangleJob KSoftContext2D::RectJob(const KPaint& paint, KFillRule rule, bool antiAlias) {
+  return {.raster = Job(paint, rule),
+          .transform = &mTransform,
+          .antiAlias = antiAlias,
+          .turnedPattern = nullptr};
+}
+
 void KSoftContext2D::DrawPath(const KSoftPath* path) {
   if (!path || !path->first || !CanDraw()) return;
   if (mFill.type != KPaintNone) {
@@ -30,9 +40,50 @@ void KSoftContext2D::DrawPath(const KSoftPath* path) {
   }
 }
 
-void KSoftContext2D::DrawPolygon(const KVertex2D* points, unsigned count, bool) {
+void KSoftContext2D::DrawLine(KVertex2D p, KVertex2D q) {
+  const KVertex2D ends[] = {p, q};
+  if (mStroke.type != KPaintNone && CanDraw()) RasterPolyline(ends, 2, false);
+}
+
+void KSoftContext2D::DrawPolygon(const KVertex2D* points, unsigned count, bool closed) {
   if (!points || !CanDraw()) return;
   if (mFill.type != KPaintNone && count >= 3) FillPolygon(points, count);
+  if (mStroke.type != KPaintNone) RasterPolyline(points, count, closed);
+}
+
+void KSoftContext2D::DrawRectangle(KVertex2D p, KVertex2D q, KVertex2D radii) {
+  if (!CanDraw()) return;
+  if (radii == KVertex2D::Origin) {
+    const KVertex2D corners[] = {p, {q.x, p.y}, q, {p.x, q.y}};
+    if (mFill.type != KPaintNone) {
+      kalvora::RasterTRectangle(RectJob(mFill, mFillRule, mRectAntiAlias), p, q);
+    }
+    if (mStroke.type != KPaintNone) RasterPolyline(corners, 4, true);
+    return;
+  }
+  const auto half = [](std::int64_t twice) {
+    return KFixed::FromRaw(static_cast<std::int32_t>(twice >> 1));
+  };
+  DrawEllipticalRect({half(std::int64_t{p.x.raw} + q.x.raw), half(std::int64_t{p.y.raw} + q.y.raw)},
+                     {half(std::int64_t{q.x.raw} - p.x.raw), half(std::int64_t{q.y.raw} - p.y.raw)},
+                     radii);
+}
+
+void KSoftContext2D::DrawEllipticalRect(KVertex2D centre, KVertex2D half, KVertex2D radii) {
+  KSoftPath path;
+  if (kalvora::AddEllipticalRect(&path, centre, half, radii, KTables::KCircle)) DrawPath(&path);
+}
+
+// A straight line along an axis is a rectangle.
+void KSoftContext2D::RasterPolyline(const KVertex2D* points, unsigned count, bool) {
+  if (count == 2 && mTransform.IsOrth() && mClipPolyCount == 0 && startCap < 2 && endCap < 2 &&
+      !dashes) {
+    KVertex2D p, q;
+    if (kalvora::LineRectangle(points[0], points[1], halfWidth, startCap == 1, endCap == 1, p, q)) {
+      kalvora::RasterTRectangle(RectJob(mStroke, KFillNonZero, true), p, q);
+      return;
+    }
+  }
 }
 
 void KSoftContext2D::FillPolygon(const KVertex2D* points, unsigned count) {

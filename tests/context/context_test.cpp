@@ -7,36 +7,10 @@
 #include "kalvora/context/KSoftContext2D.h"
 #include "kalvora/support/KFlags.h"
 
-#include "tests/common/GuardedBuffer.h"
 #include "tests/common/Random.h"
+#include "tests/context/Target.h"
 
 namespace {
-
-KVertex2D P(double x, double y) {
-  return {KFixed(static_cast<float>(x)), KFixed(static_cast<float>(y))};
-}
-
-/// A bound target whose pixels end at a guard page.
-struct Target {
-  KSoftPixmap pixmap;
-  GuardedBuffer buffer;
-  KSoftContext2D context;
-
-  Target(unsigned width, unsigned height, KFormat format = KFormat8888PM, unsigned padding = 0)
-      : buffer(std::size_t{height} * (width * 4 + padding)) {
-    std::memset(buffer.data(), 0x11, buffer.size());
-    pixmap.Create(width, height, format, buffer.data(), width * 4 + padding);
-    EXPECT_TRUE(context.RenderToTexture(&pixmap));
-  }
-  std::uint32_t At(unsigned x, unsigned y) const { return pixmap.Row32(y)[x]; }
-  unsigned Count(std::uint32_t word) const {
-    unsigned n = 0;
-    for (unsigned y = 0; y < pixmap.height; ++y) {
-      for (unsigned x = 0; x < pixmap.width; ++x) n += At(x, y) == word;
-    }
-    return n;
-  }
-};
 
 TEST(Context, FormatsThatCanBeBound) {
   const bool accepted[] = {false, true, false, false, true, true, false, true};
@@ -228,7 +202,7 @@ TEST(Context, PolygonsAndPathsAgree) {
     path.Close();
     a.context.DrawPath(&path);
     b.context.DrawPolygon(shape, 6, true);
-    EXPECT_EQ(std::memcmp(a.buffer.data(), b.buffer.data(), a.buffer.size()), 0);
+    EXPECT_TRUE(a == b);
   }
 }
 
