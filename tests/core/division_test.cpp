@@ -1,0 +1,92 @@
+// Every division twice: the loops against the divider against exact 64-bit arithmetic.
+#include "kalvora/core/division.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/common/Random.h"
+
+using namespace kalvora;
+
+namespace {
+
+constexpr int kCases = 300000;
+
+// A magnitude: 0..0x80000000, often extreme.
+std::uint32_t AnyMagnitude(Random& random) {
+  return Magnitude(static_cast<std::int32_t>(random.Word()));
+}
+
+// floor(n / d) modulo 2^32.
+std::uint32_t Exact(std::uint64_t n, std::uint64_t d) { return static_cast<std::uint32_t>(n / d); }
+
+TEST(Division, LoopAndDividerAgree) {
+  Random random(1);
+  for (int i = 0; i < kCases; ++i) {
+    const std::uint32_t a = AnyMagnitude(random);
+    const std::uint32_t b = AnyMagnitude(random);
+    const std::uint32_t c = AnyMagnitude(random);
+    ASSERT_EQ(ReciprocalLoop(a), ReciprocalDivider(a)) << a;
+    ASSERT_EQ(MulDivLoop(a, b, c), MulDivDivider(a, b, c)) << a << ' ' << b << ' ' << c;
+    if (a != 0) {
+      ASSERT_EQ(QuotientLoop(a, b), QuotientDivider(a, b)) << a << ' ' << b;
+    }
+    const auto loop = DivModLoop(a, b);
+    const auto divider = DivModDivider(a, b);
+    ASSERT_EQ(loop.quotient, divider.quotient) << a << ' ' << b;
+    ASSERT_EQ(loop.remainder, divider.remainder) << a << ' ' << b;
+  }
+}
+
+TEST(Division, LoopsAreExactWhereTheyPromise) {
+  Random random(2);
+  for (int i = 0; i < kCases; ++i) {
+    const std::uint32_t a = AnyMagnitude(random);
+    const std::uint32_t b = AnyMagnitude(random);
+    const std::uint32_t c = AnyMagnitude(random);
+    if (b == 0 || c == 0) continue;
+    ASSERT_EQ(MulDivLoop(a, b, c), Exact(std::uint64_t{a} * b, c)) << a << ' ' << b << ' ' << c;
+    ASSERT_EQ(ReciprocalLoop(b), Exact(std::uint64_t{1} << 32, b)) << b;
+    ASSERT_EQ(DivModLoop(a, b).quotient, a / b) << a << ' ' << b;
+    ASSERT_EQ(DivModLoop(a, b).remainder, a % b) << a << ' ' << b;
+    // The 16.16 quotient is exact when the divisor keeps all its bits.
+    if (a != 0 && a < 0x80000000 && a >= b) {
+      ASSERT_EQ(QuotientLoop(a, b), Exact(std::uint64_t{a} << 16, b)) << a << ' ' << b;
+    }
+  }
+}
+
+TEST(Division, QuotientKeepsItsPeculiarities) {
+  const struct {
+    std::uint32_t a, b, quotient;
+  } table[] = {
+      {0x80000000, 0x30000, 0},           // no bit to spare for the remainder
+      {0x80000000, 0x20000, 0x40000000},  // ... which a power of two does not need
+      {0x80000000, 0x80000000, 0x10000},  //
+      {0x8000, 0x40007FFF, 2},            // the divisor lost 15 bits: exact is 1
+      {1, 0x10000, 1},                    // the least quotient there is
+      {1, 0x20000, 0},                    //
+      {0x7FFFFFFF, 1, 0xFFFF0000},        // wraps
+      {5, 0x7FFFFFFF, 0},                 //
+  };
+  for (const auto& row : table) {
+    EXPECT_EQ(QuotientLoop(row.a, row.b), row.quotient) << row.a << " / " << row.b;
+  }
+}
+
+TEST(Division, SignsAndOrdinaryQuotients) {
+  Random random(3);
+  for (int i = 0; i < kCases; ++i) {
+    // Quotients of numbers of ordinary size truncate toward zero.
+    const std::int32_t a = random.Between(-0x3FFFFFFF, 0x3FFFFFFF);
+    const std::int32_t b = random.Between(-0xFFFF, 0xFFFF);
+    if (b == 0) continue;
+    const auto exact = static_cast<std::int32_t>(std::int64_t{a} * 65536 / b);
+    ASSERT_EQ((KFixed::FromRaw(a) / KFixed::FromRaw(b)).raw, exact) << a << ' ' << b;
+    ASSERT_EQ(DivMod(a, b).quotient, a / b);
+    ASSERT_EQ(DivMod(a, b).remainder, a % b);
+    ASSERT_EQ(KFixed::MulDiv(KFixed::FromRaw(a), KFixed::FromRaw(-3), KFixed::FromRaw(b)).raw,
+              static_cast<std::int32_t>(std::int64_t{a} * -3 / b));
+  }
+}
+
+}  // namespace

@@ -1,0 +1,302 @@
+// KSoftPixmap: shapes, ownership, import, export, and masks.
+#include <cstring>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "kalvora/core/KSoftPixmap.h"
+#include "kalvora/support/KFlags.h"
+
+#include "tests/common/Allocations.h"
+#include "tests/common/GuardedBuffer.h"
+#include "tests/common/Random.h"
+
+namespace {
+
+using Words = std::vector<std::uint32_t>;
+
+TEST(Pixmap, CreateShapes) {
+  const struct {
+    unsigned width, height;
+    int format;
+    unsigned stride;
+    unsigned expectedShift, expectedStride;
+    bool hasAlpha, hasPixels;
+  } table[] = {
+      {3, 2, 4, 0, 2, 12, false, true},
+      {3, 2, 0, 0, 0, 4, false, true},
+      {3, 2, 2, 0, 1, 8, false, true},
+      {3, 2, 1, 0, 1, 8, true, true},
+      {3, 2, 3, 0, 1, 8, true, true},
+      {3, 2, 5, 0, 2, 12, true, true},
+      {3, 2, 6, 0, 2, 12, false, true},
+      {3, 2, 5, 13, 2, 13, true, true},
+      {3, 2, -1, 0, 0, 4, true, true},
+      {3, 2, 9, 0, 1, 8, true, true},  // no pixel format: the size of a pixel stays as it was
+      {0, 0, 5, 0, 2, 0, true, true},
+      {0, 5, 5, 0, 2, 0, true, true},
+      {0x40000000, 1, 5, 0, 2, 0, true, false},  // the row's bytes do not fit a word
+      {0xFFFFFFFF, 0xFFFFFFFF, 0, 0, 0, 0, false, false},
+      {1, 0x80000000, 5, 0, 2, 4, true, false},  // the size does not fit a 32-bit machine
+      {1, 0x10001, 5, 0x10000, 2, 0x10000, true, false},
+      {2, 0xFFFFFFFF, 5, 0xFFFFFFFF, 2, 0xFFFFFFFF, true, false},
+  };
+  for (const auto& row : table) {
+    KSoftPixmap pixmap;
+    pixmap.pixelShift = 1;
+    pixmap.targetFlag = true;
+    pixmap.repeatRule = KRepeatTile;
+    pixmap.Create(row.width, row.height, static_cast<KFormat>(row.format), nullptr, row.stride);
+    const auto which = &row - table;
+    EXPECT_EQ(pixmap.width, row.width) << which;
+    EXPECT_EQ(pixmap.height, row.height) << which;
+    EXPECT_EQ(pixmap.pixelShift, row.expectedShift) << which;
+    EXPECT_EQ(pixmap.stride, row.expectedStride) << which;
+    EXPECT_EQ(pixmap.hasAlpha, row.hasAlpha) << which;
+    EXPECT_EQ(pixmap.pixels != nullptr, row.hasPixels) << which;
+    EXPECT_EQ(pixmap.ownsPixels, row.hasPixels) << which;
+    EXPECT_EQ(pixmap.quality, KSamplingBilinear) << which;
+    EXPECT_EQ(pixmap.repeatRule, KRepeatClamp) << which;
+    EXPECT_FALSE(pixmap.targetFlag) << which;
+  }
+}
+
+TEST(Pixmap, RowsLongerThanTheStrideHaveTheirMemory) {
+  // The sanitizers watch the end of the memory.
+  KSoftPixmap pixmap;
+  pixmap.Create(10, 4, KFormat0888PM, nullptr, 8);
+  Words data(10 * 4, 0x00123456);
+  EXPECT_TRUE(pixmap.Set(KFormat0888PM, data.data(), 8, false));
+  EXPECT_EQ(pixmap.Row32(3)[9], 0xFF123456);
+}
+
+TEST(Pixmap, OwnershipAcrossReshaping) {
+  Words buffer(12), data(15, 0x01020304);
+  KSoftPixmap pixmap;
+  pixmap.Create(4, 3, KFormat8888PM);
+  EXPECT_FALSE(pixmap.Wrap(KFormat0888PM, nullptr, 16, true));
+  EXPECT_TRUE(pixmap.ownsPixels);
+  EXPECT_EQ(pixmap.format, KFormat8888PM);
+
+  EXPECT_TRUE(pixmap.Wrap(KFormat0888PM, buffer.data(), 0, true));
+  EXPECT_FALSE(pixmap.ownsPixels);
+  EXPECT_TRUE(pixmap.targetFlag);
+  EXPECT_EQ(pixmap.stride, 16u);
+  EXPECT_EQ(pixmap.Row32(0), buffer.data());
+
+  // An import leaves the caller's buffer alone and moves to memory with the data's stride.
+  EXPECT_TRUE(pixmap.Set(KFormat0888PM, data.data(), 20, false));
+  EXPECT_TRUE(pixmap.ownsPixels);
+  EXPECT_EQ(pixmap.stride, 20u);
+  EXPECT_EQ(buffer[0], 0u);
+  EXPECT_FALSE(pixmap.targetFlag);
+
+  // The same format keeps memory and stride; another takes new memory.
+  const std::uint8_t* kept = pixmap.pixels;
+  EXPECT_TRUE(pixmap.Set(KFormat0888PM, nullptr, 0, true));
+  EXPECT_EQ(pixmap.pixels, kept);
+  EXPECT_EQ(pixmap.stride, 20u);
+  EXPECT_TRUE(pixmap.Set(KFormatMask8, nullptr, 0, true));
+  EXPECT_EQ(pixmap.stride, 4u);
+  EXPECT_EQ(pixmap.pixelShift, 0u);
+}
+
+TEST(Pixmap, ImportAndExportOfEveryFormat) {
+  Random random(1);
+  for (int format = 0; format <= 6; ++format) {
+    for (int i = 0; i < 200; ++i) {
+      const unsigned width = random.Below(20);
+      const unsigned height = random.Below(6);
+      const unsigned shift = format == 0 ? 0 : format <= 3 ? 1 : 2;
+      const unsigned rowBytes = width << shift;
+      const unsigned stride = (rowBytes + 3) / 4 * 4 + 4 * random.Below(3);
+      const GuardedBuffer data(std::size_t{stride} * height);
+      for (unsigned char& byte : data) byte = static_cast<unsigned char>(random.Next());
+      KSoftPixmap pixmap;
+      pixmap.width = width;
+      pixmap.height = height;
+      ASSERT_TRUE(pixmap.Set(static_cast<KFormat>(format), data.data(), stride, false));
+
+      const GuardedBuffer out(std::size_t{rowBytes} * height);
+      pixmap.Get(out.data());
+      for (unsigned y = 0; y < height; ++y) {
+        std::vector<unsigned char> expected(data.data() + y * stride,
+                                            data.data() + y * stride + rowBytes);
+        if (format == 4) {
+          for (unsigned x = 3; x < rowBytes; x += 4) expected[x] = 0xFF;
+        }
+        const unsigned char* row = out.data() + y * rowBytes;
+        ASSERT_TRUE(std::equal(expected.begin(), expected.end(), row)) << format;
+      }
+    }
+  }
+}
+
+TEST(Pixmap, Rectangles) {
+  constexpr unsigned kWidth = 7, kHeight = 5;
+  Random random(2);
+  for (int i = 0; i < 2000; ++i) {
+    const auto format = random.OneIn(2) ? KFormat0888PM : KFormat8888PM;
+    const std::uint32_t forced = format == KFormat0888PM ? 0xFF000000 : 0;
+    KSoftPixmap pixmap;
+    pixmap.Create(kWidth, kHeight, format);
+    Words expected(kWidth * kHeight);
+    for (std::uint32_t& word : expected) word = random.Next() | forced;
+    pixmap.Set(format, expected.data(), 0, false);
+
+    const auto coordinate = [&random](unsigned end) {
+      return static_cast<std::int16_t>(random.Below(end + 1));
+    };
+    KRect rect;  // often empty or inverted: then nothing is read or written
+    rect.left = coordinate(kWidth), rect.right = coordinate(kWidth);
+    rect.top = coordinate(kHeight), rect.bottom = coordinate(kHeight);
+    const unsigned columns = rect.IsEmpty() ? 0 : static_cast<unsigned>(rect.right - rect.left);
+    const unsigned rows = rect.IsEmpty() ? 0 : static_cast<unsigned>(rect.bottom - rect.top);
+    const GuardedBuffer data(columns * rows * 4);
+    for (unsigned k = 0; k < columns * rows; ++k) {
+      const std::uint32_t word = random.Next();
+      data.As<std::uint32_t>()[k] = word;
+      const unsigned x = static_cast<unsigned>(rect.left) + k % columns;
+      const unsigned y = static_cast<unsigned>(rect.top) + k / columns;
+      expected[y * kWidth + x] = word | forced;
+    }
+    pixmap.Set(rect, data.data());
+    Words got(kWidth * kHeight);
+    pixmap.Get(got.data());
+    ASSERT_EQ(got, expected);
+
+    const GuardedBuffer out(columns * rows * 4);
+    pixmap.Get(rect, out.data());
+    for (unsigned k = 0; k < columns * rows; ++k) {
+      ASSERT_EQ(out.As<std::uint32_t>()[k], data.As<std::uint32_t>()[k] | forced);
+    }
+  }
+}
+
+TEST(Pixmap, Conversions) {
+  const struct {
+    KFormat to, from;
+    std::uint32_t in, out;
+  } table[] = {
+      // Straight to premultiplied: the alpha byte is lost.
+      {KFormat8888PM, KFormat8888Straight, 0x80FF0000, 0x007F0000},
+      {KFormat8888PM, KFormat8888Straight, 0x81FF0000, 0x00810000},
+      {KFormat8888PM, KFormat8888Straight, 0xFF123456, 0x00123456},
+      {KFormat8888PM, KFormat8888Straight, 0x00FFFFFF, 0x00000000},
+      // Premultiplied to straight: 5/4, a copy, or a ratio of 0 or 1.
+      {KFormat8888Straight, KFormat8888PM, 0xBF804000, 0xEEA05000},
+      {KFormat8888Straight, KFormat8888PM, 0xBFFFFFFF, 0xEE3E3E3E},
+      {KFormat8888Straight, KFormat8888PM, 0xFE123456, 0xFE123456},
+      {KFormat8888Straight, KFormat8888PM, 0x00123456, 0x00123456},
+      {KFormat8888Straight, KFormat8888PM, 0xFFFF8180, 0xFF010100},
+      {KFormat8888Straight, KFormat8888PM, 0x80804140, 0x80010100},
+      {KFormat8888Straight, KFormat8888PM, 0x01FF0201, 0x01FF0201},
+      // The same format copies, without forcing the alpha of format 4.
+      {KFormat0888PM, KFormat0888PM, 0x12345678, 0x12345678},
+      {KFormat8888PM, KFormat8888PM, 0x12345678, 0x12345678},
+      // Any other pair changes nothing.
+      {KFormat8888PM, KFormat0888PM, 0x12345678, 0xA5A5A5A5},
+      {KFormat0888PM, KFormat8888Straight, 0x12345678, 0xA5A5A5A5},
+  };
+  for (const auto& row : table) {
+    KSoftPixmap pixmap;
+    pixmap.Create(2, 2, row.to);
+    const Words before(4, 0xA5A5A5A5);
+    std::memcpy(pixmap.pixels, before.data(), 16);
+    // Data rows of three words, and no more than that in the last one.
+    const GuardedBuffer data(2 * 12);
+    for (int k = 0; k < 6; ++k) data.As<std::uint32_t>()[k] = row.in;
+    pixmap.Set(row.to, data.data(), row.from, 12, true);
+    Words got(4);
+    pixmap.Get(got.data());
+    EXPECT_EQ(got, Words(4, row.out)) << std::hex << row.in;
+    EXPECT_TRUE(pixmap.targetFlag);
+  }
+}
+
+TEST(Pixmap, AlphaMasks) {
+  const std::uint8_t mask[] = {0, 1, 128, 255, 99, 255, 0, 64, 32, 99};
+  KSoftPixmap pixmap;
+  pixmap.targetFlag = true;
+  pixmap.CreateFromAlphaMask(KFormat8888PM, 4, 2, KColor32(255, 255, 255, 255), mask, 5);
+  Words got(8);
+  pixmap.Get(got.data());
+  EXPECT_EQ(got, (Words{0, 0, 0x7F7F7F7F, 0xFEFEFEFE, 0xFEFEFEFE, 0, 0x3F3F3F3F, 0x1F1F1F1F}));
+  EXPECT_TRUE(pixmap.ownsPixels && pixmap.hasAlpha && !pixmap.targetFlag);
+  EXPECT_EQ(pixmap.stride, 16u);
+
+  pixmap.CreateFromAlphaMask(KFormat8888PM, 2, 1, KColor32(200, 100, 50, 25), mask + 2, 0);
+  EXPECT_EQ(pixmap.Row32(0)[0], 0x0C643219u);
+  EXPECT_EQ(pixmap.Row32(0)[1], 0x18C76331u);
+
+  const auto kept = pixmap.pixels;
+  pixmap.CreateAlphaMask(9, 9, mask, 3);
+  EXPECT_EQ(pixmap.pixels, kept);
+
+  // What is refused leaves nothing to point at, whoever owned it.
+  std::uint32_t own = 0;
+  for (const bool wrapped : {false, true}) {
+    pixmap.Create(1, 1, KFormat8888PM, wrapped ? &own : nullptr);
+    pixmap.CreateFromAlphaMask(KFormat0888PM, 4, 2, KColor32(0, 0, 0, 0), mask, 0);
+    EXPECT_EQ(pixmap.pixels, nullptr);
+    EXPECT_FALSE(pixmap.ownsPixels);
+    pixmap.CreateFromAlphaMask(KFormat8888PM, 4, 2, KColor32(0, 0, 0, 0), nullptr, 0);
+    EXPECT_EQ(pixmap.pixels, nullptr);
+    EXPECT_EQ(pixmap.width, 4u);
+  }
+  pixmap.CreateFromAlphaMask(KFormat8888PM, 0x7FFFFFFF, 2, KColor32(0, 0, 0, 0), mask, 0);
+  EXPECT_EQ(pixmap.pixels, nullptr);
+}
+
+TEST(Pixmap, WithoutMemoryNothingIsTouched) {
+  const Words data(4);
+  const std::uint8_t mask[4] = {};
+  std::uint32_t out[4] = {1};
+  const auto check = [&](KSoftPixmap& pixmap) {
+    EXPECT_EQ(pixmap.pixels, nullptr);
+    EXPECT_FALSE(pixmap.ownsPixels);
+    pixmap.Set(KRect{0, 0, 1, 1}, data.data());
+    pixmap.Get(out);
+    pixmap.Get(KRect{0, 0, 1, 1}, out);
+    EXPECT_EQ(out[0], 1u);
+  };
+  KSoftPixmap pixmap;
+  {
+    const Allocations failing(1);
+    pixmap.Create(2, 2, KFormat8888PM);
+    check(pixmap);
+  }
+  {
+    const Allocations failing(1);
+    EXPECT_FALSE(pixmap.Set(KFormat8888PM, data.data(), 0, false));
+    check(pixmap);
+  }
+  {
+    const Allocations failing(1);
+    pixmap.Set(KFormat8888PM, data.data(), KFormat8888Straight, 0, false);
+    check(pixmap);
+  }
+  {
+    const Allocations failing(1);
+    pixmap.CreateFromAlphaMask(KFormat8888PM, 2, 2, KColor32(1, 2, 3, 4), mask, 0);
+    check(pixmap);
+  }
+  EXPECT_TRUE(pixmap.Set(KFormat8888PM, data.data(), 0, false));
+  pixmap.Set(KRect{0, 0, 1, 1}, nullptr);
+  pixmap.Get(nullptr);
+  pixmap.Get(KRect{0, 0, 1, 1}, nullptr);
+}
+
+TEST(Pixmap, OnlyNearest) {
+  KSoftPixmap pixmap;
+  pixmap.SetQuality(KSamplingBicubic);
+  EXPECT_EQ(pixmap.quality, KSamplingBicubic);
+  Flags.OnlyNearest = true;
+  pixmap.SetQuality(KSamplingBicubic);
+  EXPECT_EQ(pixmap.quality, KSamplingNearest);
+  pixmap.Create(1, 1, KFormat8888PM);
+  EXPECT_EQ(pixmap.quality, KSamplingNearest);
+  Flags.OnlyNearest = false;
+}
+
+}  // namespace

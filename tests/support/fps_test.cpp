@@ -1,0 +1,115 @@
+// KFpsHistory: sampling, the ring, the dump, and clocks and memory that misbehave.
+#include <climits>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "kalvora/support/KFpsHistory.h"
+
+#include "tests/common/Allocations.h"
+
+namespace {
+
+std::string Dumped(const KFpsHistory& history) {
+  char* text = nullptr;
+  std::size_t size = 0;
+  std::FILE* file = open_memstream(&text, &size);
+  history.DumpTo(file);
+  std::fclose(file);
+  std::string result(text, size);
+  free(text);
+  return result;
+}
+
+// A history that begins at time 0.
+void Start(KFpsHistory& history, int capacity, int intervalMs) {
+  history.intervalMs = intervalMs;
+  history.Reset(capacity);
+  history.lastUs = 0;
+}
+
+TEST(FpsHistory, SamplesAtMostOncePerInterval) {
+  KFpsHistory history;
+  Start(history, 4, 500);
+  const struct {
+    std::int64_t nowUs;
+    int fps, count, index, frames;
+  } flips[] = {
+      {100000, 0, 0, 0, 1},  {499999, 0, 0, 0, 2},
+      {500000, 6, 1, 1, 0},                          // 3 frames in half a second
+      {999999, 6, 1, 1, 1},  {1100000, 3, 2, 2, 0},  // 2 frames in 0.6 s
+      {1600000, 2, 3, 3, 0}, {2600000, 1, 4, 0, 0},
+      {2500000, 1, 4, 0, 0},  // the clock steps back: the interval starts anew
+      {2900000, 1, 4, 0, 1}, {3000000, 4, 5, 1, 0},
+  };
+  for (const auto& flip : flips) {
+    EXPECT_EQ(history.FlipAt(flip.nowUs), flip.fps) << flip.nowUs;
+    EXPECT_EQ(history.count, flip.count) << flip.nowUs;
+    EXPECT_EQ(history.index, flip.index) << flip.nowUs;
+    EXPECT_EQ(history.frames, flip.frames) << flip.nowUs;
+  }
+}
+
+TEST(FpsHistory, DumpsTheLatestOldestFirst) {
+  const struct {
+    int capacity, samples;
+    const char* expected;
+  } table[] = {
+      {3, 0, ""},
+      {3, 2, "[1000 ms] Fps 1\n[2000 ms] Fps 1\n"},
+      {3, 5, "[3000 ms] Fps 1\n[4000 ms] Fps 1\n[5000 ms] Fps 1\n"},
+      {1, 3, "[3000 ms] Fps 1\n"},
+  };
+  for (const auto& row : table) {
+    KFpsHistory history;
+    Start(history, row.capacity, 500);
+    for (int i = 1; i <= row.samples; ++i) history.FlipAt(i * 1000000);
+    EXPECT_EQ(Dumped(history), row.expected);
+    history.Reset(0);
+    EXPECT_EQ(Dumped(history), "");
+  }
+}
+
+TEST(FpsHistory, ResetKeepsOrReplacesTheRing) {
+  KFpsHistory history;
+  EXPECT_EQ(history.FlipAt(1000000), 0);  // no ring yet
+  EXPECT_EQ(Dumped(history), "");
+  Start(history, 3, 0);
+  history.FlipAt(1000);
+  EXPECT_EQ(history.FlipAt(2000), 1000);
+  const auto* ring = history.samples;
+  for (int capacity : {0, -5, 3}) {
+    history.Reset(capacity);
+    EXPECT_EQ(history.capacity, 3);
+    EXPECT_EQ(history.samples, ring);
+    EXPECT_EQ(history.frames + history.count + history.index, 0);
+  }
+  {
+    const Allocations failing(1);
+    history.Reset(8);
+  }
+  EXPECT_EQ(history.capacity, 3);
+  EXPECT_EQ(history.samples, ring);
+  history.Reset(8);
+  EXPECT_EQ(history.capacity, 8);
+  // Before a sample there is no rate to return, although time passes.
+  history.intervalMs = 1000000;
+  EXPECT_EQ(history.Flip(), 0);
+  history.intervalMs = 0;
+  EXPECT_GT(history.Flip(), 0);
+}
+
+TEST(FpsHistory, ExtremesDoNotOverflow) {
+  KFpsHistory history;
+  Start(history, 2, 0);
+  EXPECT_EQ(history.FlipAt(0), 1000000);  // no time has passed: it counts as a microsecond
+  history.frames = INT_MAX;
+  history.count = INT_MAX;
+  EXPECT_EQ(history.FlipAt(0), INT_MAX);
+  EXPECT_EQ(history.count, INT_MAX);
+  history.intervalMs = INT_MAX;
+  EXPECT_EQ(history.FlipAt(1000000), INT_MAX);
+  EXPECT_EQ(Dumped(history), "[0 ms] Fps 1000000\n[0 ms] Fps 2147483647\n");
+}
+
+}  // namespace
