@@ -109,6 +109,20 @@ class KALVORA_API KSoftContext2D : public KStroker {
   /// Fills and strokes a rectangle given by its centre and half extents, with elliptical corners;
   /// radii are held to the half extents.
   void DrawEllipticalRect(KVertex2D centre, KVertex2D half, KVertex2D radii);
+  /// Stretches the pixmap onto the user-space rectangle from a to b, with its quality and edge rule
+  /// and the fill's opacity. Rebuilds the pixmap's transform.
+  void DrawPixmap(KSoftPixmap* pixmap, KVertex2D a, KVertex2D b);
+  /// Stretches the part of the pixmap from s0 to s1 (in its pixels) onto the rectangle from a to b.
+  /// The part is no clip: where filtering reaches beyond it, the pixels around it show.
+  void DrawSubPixmap(KSoftPixmap* pixmap, KVertex2D a, KVertex2D b, KVertex2D s0, KVertex2D s1);
+  /// Draws the fill paint through a format 0 pixmap, one byte of coverage a pixel, whose top left
+  /// corner lies at the device pixel (x0, y0); x1 and y1 are exclusive. The transform does not
+  /// apply.
+  void DrawAlphaMask(KSoftPixmap* mask, int x0, int y0, int x1, int y1);
+  /// Fills the device rectangle with the fill's pixmap, whose transform turns by 90, 180 or 270
+  /// degrees without scaling: the pixels of nearest sampling, read in an order that suits the
+  /// cache.
+  void DrawSimplePatternRectRotateNoScale(KVertex2D a, KVertex2D b, unsigned angle);
   /// Releases rings, last to first; the list itself stays.
   void FreeVertices(KVertex2D** rings, unsigned count, bool onStack);
 
@@ -123,6 +137,7 @@ class KALVORA_API KSoftContext2D : public KStroker {
   kalvora::RasterJob Job(const KPaint& paint, KFillRule rule);
   kalvora::RectangleJob RectJob(const KPaint& paint, KFillRule rule, bool antiAlias);
   void RasterPolyline(const KVertex2D* points, unsigned count, bool closed);
+  void FillWithPixmap(const KSoftPixmap& pixmap, KVertex2D a, KVertex2D b);
   void FillPolygon(const KVertex2D* points, unsigned count);
   void WritePixel(std::uint32_t value);
 

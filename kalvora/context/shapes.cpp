@@ -23,13 +23,6 @@ RasterJob KSoftContext2D::Job(const KPaint& paint, KFillRule rule) {
           .clipNodeCount = mClipNodeCount};
 }
 
-kalvora::RectangleJob KSoftContext2D::RectJob(const KPaint& paint, KFillRule rule, bool antiAlias) {
-  return {.raster = Job(paint, rule),
-          .transform = &mTransform,
-          .antiAlias = antiAlias,
-          .turnedPattern = nullptr};
-}
-
 void KSoftContext2D::DrawPath(const KSoftPath* path) {
   if (!path || !path->first || !CanDraw()) return;
   if (mFill.type != KPaintNone) {
