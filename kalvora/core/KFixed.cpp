@@ -49,7 +49,7 @@ KFixed::operator float() const {
 
 KFixed KFixed::operator/(KFixed b) const {
   if (raw == 0) return kZero;
-  constexpr auto quotient = kHasDivider64 ? QuotientDivider : QuotientLoop;
+  constexpr auto quotient = kHasDivider32 ? QuotientDivider : QuotientLoop;
   return FromRaw(WithSign(quotient(Magnitude(raw), Magnitude(b.raw)), (raw ^ b.raw) < 0));
 }
 
@@ -59,7 +59,7 @@ KFixed KFixed::Inverse(KFixed x) {
 }
 
 KFixed KFixed::MulDiv(KFixed a, KFixed b, KFixed c) {
-  constexpr auto mulDiv = kHasDivider64 ? MulDivDivider : MulDivLoop;
+  constexpr auto mulDiv = kHasDivider32 ? MulDivDivider : MulDivLoop;
   return FromRaw(WithSign(mulDiv(Magnitude(a.raw), Magnitude(b.raw), Magnitude(c.raw)),
                           (a.raw ^ b.raw ^ c.raw) < 0));
 }

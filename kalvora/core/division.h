@@ -38,6 +38,9 @@ constexpr std::uint32_t ShiftLeft(std::uint32_t v, int n) { return n < 32 ? v <<
 /// v >> n for every n >= 0.
 constexpr std::uint32_t ShiftRight(std::uint32_t v, int n) { return n < 32 ? v >> n : 0; }
 
+/// For v > 0; std::has_single_bit would count the bits, which older processors do slowly.
+constexpr bool IsPowerOfTwo(std::uint32_t v) { return (v & (v - 1)) == 0; }
+
 struct UnsignedDivMod {
   std::uint32_t quotient;
   std::uint32_t remainder;
@@ -88,7 +91,7 @@ constexpr std::uint32_t QuotientLoop(std::uint32_t a, std::uint32_t b) {
 constexpr std::uint32_t ReciprocalLoop(std::uint32_t v) {
   if (v <= 1) return 0;
   const int top = std::countl_zero(v);
-  if (std::has_single_bit(v)) return 2u << top;
+  if (IsPowerOfTwo(v)) return 2u << top;
   // The first step is always taken: v << top <= 2^32, whose low word is 0.
   std::uint32_t quotient = 1u << top;
   std::uint32_t remainder = 0u - (v << top);
@@ -127,7 +130,33 @@ constexpr std::uint32_t MulDivLoop(std::uint32_t a, std::uint32_t b, std::uint32
 }
 
 // The same with a divider. Zero divisors, whose results mean nothing but are the same everywhere,
-// still go through the loops. -------------------------------------------------------------------
+// still go through the loops. ---------------------------------------------------------------------
+
+/// floor((head 2^bits + tail) / d) modulo 2^32 with a 32-bit divider, in as few digits as d's
+/// leading zeros allow. tail is below 2^bits, bits at most 32, d 1..0x80000000.
+constexpr std::uint32_t DivideByDigits(std::uint32_t head, std::uint32_t tail, int bits,
+                                       std::uint32_t d) {
+  if (d == 0x80000000u) {
+    return static_cast<std::uint32_t>((std::uint64_t{head} << bits | tail) >> 31);
+  }
+  std::uint32_t quotient = head / d;
+  std::uint32_t remainder = head % d;
+  const int digit = std::countl_zero(d);
+  while (bits > 0) {
+    const int k = bits < digit ? bits : digit;
+    bits -= k;
+    remainder = remainder << k | (tail >> bits & ((1u << k) - 1));
+    quotient = quotient << k | remainder / d;
+    remainder %= d;
+  }
+  return quotient;
+}
+
+/// floor((head 2^bits + tail) / d) modulo 2^32, with the widest divider there is.
+constexpr std::uint32_t Divide(std::uint32_t head, std::uint32_t tail, int bits, std::uint32_t d) {
+  if constexpr (!kHasDivider64) return DivideByDigits(head, tail, bits, d);
+  return static_cast<std::uint32_t>((std::uint64_t{head} << bits | tail) / d);
+}
 
 constexpr UnsignedDivMod DivModDivider(std::uint32_t a, std::uint32_t b) {
   if (b == 0) return DivModLoop(a, b);
@@ -140,19 +169,21 @@ constexpr std::uint32_t QuotientDivider(std::uint32_t a, std::uint32_t b) {
   const int hb = HighestBit(b);
   const int dropped = 2 * hb - HighestBit(a) - (hb > 30 ? hb : 30);
   if (dropped > 0) b = b >> dropped << dropped;
-  return static_cast<std::uint32_t>((std::uint64_t{a} << 16) / b);
+  return Divide(a, 0, 16, b);
 }
 
 constexpr std::uint32_t ReciprocalDivider(std::uint32_t v) {
   if (v <= 1) return 0;
   // Only a power of two divides 2^32; for the others 2^32 - 1 has the same quotient.
-  if (std::has_single_bit(v)) return 2u << std::countl_zero(v);
+  if (IsPowerOfTwo(v)) return 2u << std::countl_zero(v);
   return 0xFFFFFFFFu / v;
 }
 
 constexpr std::uint32_t MulDivDivider(std::uint32_t a, std::uint32_t b, std::uint32_t c) {
   if (c == 0) return MulDivLoop(a, b, c);
-  return static_cast<std::uint32_t>(std::uint64_t{a} * b / c);
+  const std::uint64_t product = std::uint64_t{a} * b;
+  return Divide(static_cast<std::uint32_t>(product >> 32), static_cast<std::uint32_t>(product), 32,
+                c);
 }
 
 }  // namespace kalvora

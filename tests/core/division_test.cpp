@@ -55,6 +55,19 @@ TEST(Division, LoopsAreExactWhereTheyPromise) {
   }
 }
 
+TEST(Division, DigitsAreThoseOfAWideDivider) {
+  Random random(4);
+  for (int i = 0; i < kCases; ++i) {
+    const std::uint32_t head = random.Word();
+    const int bits = static_cast<int>(random.Below(33));
+    const std::uint32_t tail = bits == 0 ? 0 : random.Word() >> (32 - bits);
+    const std::uint32_t d = AnyMagnitude(random);
+    if (d == 0) continue;
+    ASSERT_EQ(DivideByDigits(head, tail, bits, d), Exact(std::uint64_t{head} << bits | tail, d))
+        << head << ' ' << tail << ' ' << bits << ' ' << d;
+  }
+}
+
 TEST(Division, QuotientKeepsItsPeculiarities) {
   const struct {
     std::uint32_t a, b, quotient;
