@@ -1,0 +1,384 @@
+// Pattern fillers: all 128 against one plain per-pixel reference, and how they are chosen.
+#include <algorithm>
+#include <set>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include "kalvora/core/KSoftPixmap.h"
+#include "kalvora/paint/KPatternStrip.h"
+#include "kalvora/paint/KStrips.h"
+#include "kalvora/paint/KTables.h"
+#include "kalvora/support/KFlags.h"
+
+#include "tests/paint/reference.h"
+#include "tests/paint/span.h"
+
+namespace {
+
+using reference::Word;
+
+struct Kind {
+  bool opaqueLayout;  // KColor_0888_PM
+  bool aa, opacity, alpha;
+  KSampling sampling;
+  KRepeatRule rule;
+};
+
+/// The rules, pixel by pixel.
+class Reference {
+ public:
+  Reference(const Kind& kind_, const KStyleContext2D& style_)
+      : kind(kind_), style(style_), p(*style_.source) {
+    // Rows closer together than they are wide show the columns that all have room for.
+    width = std::min<std::int64_t>(p.width, p.stride / 4);
+    height = p.height;
+    const KSoftMatrix3D& m = p.transform;
+    const std::int32_t x = style.x0 * 0x10000, y = style.y * 0x10000;
+    du = 0x10000;
+    if (m.identity) {
+      u = x, v = y;
+    } else if (m.linearIdentity) {
+      u = reference::Add(x, m.m6.raw), v = reference::Add(y, m.m7.raw);
+    } else {
+      using namespace reference;
+      u = Add(Add(Mul(m.m0.raw, x), Mul(m.m3.raw, y)), m.m6.raw);
+      v = Add(Add(Mul(m.m1.raw, x), Mul(m.m4.raw, y)), m.m7.raw);
+      du = m.m0.raw, dv = m.m1.raw;
+    }
+    if (kind.sampling == KSamplingBilinear || kind.sampling == KSamplingBicubic) {
+      u = reference::Sub(u, 0x8000), v = reference::Sub(v, 0x8000);
+    }
+  }
+
+  Word Pixel(int x, Word d) const {
+    const Word s = Sample(x - style.x0);
+    const auto opacity = static_cast<Word>(style.opacity);
+    const std::int32_t coverage = style.lineBuffer[x];
+    Word w = kind.opacity ? opacity : 256;
+    if (kind.aa) {
+      w = kind.opacity ? static_cast<Word>(std::int64_t{coverage} * style.opacity >> 16)
+                       : reference::CoverageWeight(coverage);
+    }
+    if (!kind.alpha) {
+      return kind.aa || kind.opacity ? reference::Lerp(d, s, w) : s;
+    }
+    if (s == 0) return d;
+    if (kind.sampling == KSamplingCopy && kind.aa && kind.opacity) {
+      const Word weak = reference::Scale(s, opacity);
+      return reference::Over(d, reference::Scale(weak, reference::CoverageWeight(coverage)));
+    }
+    return reference::Over(d, reference::Scale(s, w));
+  }
+
+ private:
+  Word At(std::int64_t byte) const {
+    Word word = 0;
+    EXPECT_TRUE(byte >= 0 && byte + 4 <= std::int64_t{p.stride} * p.height);
+    std::memcpy(&word, p.pixels + byte, sizeof word);
+    return word;
+  }
+  Word At(std::int64_t column, std::int64_t row) const { return At(row * p.stride + column * 4); }
+  static std::int64_t Mod(std::int64_t a, std::int64_t b) { return (a % b + b) % b; }
+  std::int64_t Index(std::int64_t i, std::int64_t count) const {
+    return kind.rule == KRepeatTile ? Mod(i, count) : std::clamp<std::int64_t>(i, 0, count - 1);
+  }
+
+  Word Sample(std::int64_t k) const {
+    std::int64_t x = u + k * du, y = v + k * dv;
+    if (kind.sampling == KSamplingCopy)
+      return At(Index((u >> 16) + k, width), Index(v >> 16, height));
+    if (kind.rule == KRepeatTile) {
+      x = Mod(x, width << 16), y = Mod(y, height << 16);
+    } else {
+      x = static_cast<std::int32_t>(static_cast<Word>(x)),
+      y = static_cast<std::int32_t>(static_cast<Word>(y));
+    }
+    if (kind.sampling == KSamplingNearest) return At(Index(x >> 16, width), Index(y >> 16, height));
+    return kind.sampling == KSamplingBilinear ? Bilinear(x, y) : Bicubic(x, y);
+  }
+
+  Word Bilinear(std::int64_t x, std::int64_t y) const {
+    const bool tile = kind.rule == KRepeatTile;
+    const std::int64_t c = Index(x >> 16, width), r = Index(y >> 16, height);
+    const bool right = x >= 0 && c < width - 1, down = y >= 0 && r < height - 1;
+    const std::int64_t cr = right ? c + 1 : tile ? 0 : c;
+    const auto fx = static_cast<Word>(((x & 0xFFFF) * 256 + 0x7F00) >> 16);
+    const auto fy = static_cast<Word>(((y & 0xFFFF) * 256 + 0x7F00) >> 16);
+    const auto lower = [&](std::int64_t column) {
+      if (down) return At(r * p.stride + column * 4 + width * 4);
+      return At(column, tile ? 0 : r);
+    };
+    return reference::Lerp(reference::Lerp(At(c, r), At(cr, r), fx),
+                           reference::Lerp(lower(c), lower(cr), fx), fy);
+  }
+
+  static std::int64_t BicubicWeight(std::int64_t f, std::size_t tap) {
+    const std::int32_t* line = &KTables::KBicubic[static_cast<std::size_t>(f >> 11) * 8 + 2 * tap];
+    return (line[0] * f >> 16) + line[1];
+  }
+
+  Word Bicubic(std::int64_t x, std::int64_t y) const {
+    Word channels[4];
+    for (int c = 0; c < 4; ++c) {
+      std::int64_t sum = 0;
+      for (std::size_t j = 0; j < 4; ++j) {
+        std::int64_t line = 0;
+        for (std::size_t i = 0; i < 4; ++i) {
+          const Word s = At(Index((x >> 16) + static_cast<int>(i) - 1, width),
+                            Index((y >> 16) + static_cast<int>(j) - 1, height));
+          line += reference::Channel(s, c) * BicubicWeight(x & 0xFFFF, i);
+        }
+        sum += line * BicubicWeight(y & 0xFFFF, j) >> 16;
+      }
+      channels[c] = static_cast<Word>((std::clamp<std::int64_t>(sum, 0, 0xFF0000) + 0x7F00) >> 16);
+    }
+    if (kind.alpha) {
+      for (int c = 0; c < 3; ++c) channels[c] = std::min(channels[c], channels[3]);
+    } else if (kind.opaqueLayout) {
+      channels[3] = 0;
+    }
+    return channels[3] << 24 | channels[2] << 16 | channels[1] << 8 | channels[0];
+  }
+
+  const Kind& kind;
+  const KStyleContext2D& style;
+  const KSoftPixmap& p;
+  std::int64_t width, height;
+  std::int32_t u, v, du, dv = 0;
+};
+
+KFixed Fixed(std::int32_t raw) { return KFixed::FromRaw(raw); }
+
+/// A transform as pictures use it, or of any words at all.
+KSoftMatrix3D AnyTransform(Random& random, const KSoftPixmap& p, bool translation) {
+  KSoftMatrix3D m;
+  const auto reach = [&](std::uint32_t size) {
+    return random.Between(-3, static_cast<int>(size) + 3) * 0x10000 + random.Between(0, 0xFFFF);
+  };
+  const auto word = [&] { return Fixed(static_cast<std::int32_t>(random.Word())); };
+  const KVertex2D to{Fixed(reach(p.width)), Fixed(reach(p.height))};
+  if (translation) {
+    if (random.OneIn(8)) return m;
+    m.Translate(random.OneIn(8) ? KVertex2D{word(), word()} : to);
+    return m;
+  }
+  switch (random.Below(6)) {
+    case 0:  // along the rows
+      m.Set(Fixed(random.Between(-0x30000, 0x30000)), Fixed(0), Fixed(0), Fixed(0x10000), to.x,
+            to.y);
+      break;
+    case 1:
+      m.Set(word(), word(), word(), word(), word(), word());
+      break;
+    case 2:  // a quarter turn, nearly
+      m.Set(Fixed(random.Between(-2, 2)), Fixed(-0x10000), Fixed(0x10000), Fixed(0), to.x, to.y);
+      break;
+    case 3:
+      m.Set(word(), Fixed(0), Fixed(0), word(), to.x, to.y);
+      break;
+    default:
+      m.Set(Fixed(random.Between(-0x18000, 0x18000)), Fixed(random.Between(-0x18000, 0x18000)),
+            Fixed(random.Between(-0x100, 0x100)), Fixed(random.Between(-0x100, 0x100)), to.x, to.y);
+      break;
+  }
+  m.identity = m.linearIdentity = 0;
+  return m;
+}
+
+/// Pixmaps whose memory, height x stride, ends at a guard page.
+class PixmapMaker {
+ public:
+  explicit PixmapMaker(Random& random) : memory(kBytes) {
+    for (unsigned char& byte : memory) byte = static_cast<unsigned char>(random.Next());
+  }
+  void Make(Random& random, KSoftPixmap& p) {
+    const unsigned w = random.OneIn(6) ? 1 + random.Below(2) : 1 + random.Below(30);
+    const unsigned h = random.OneIn(6) ? 1 + random.Below(2) : 1 + random.Below(30);
+    unsigned stride = 4 * w;
+    if (random.OneIn(3)) stride += 4 * random.Below(4);
+    if (random.OneIn(12)) stride = 4 + random.Below(4 * w);  // overlapping rows, odd addresses
+    const std::size_t size = std::size_t{stride} * h;
+    p.Create(w, h, KFormat8888PM, memory.end() - size, stride);
+    if (random.OneIn(2)) return;
+    for (std::size_t i = 0; i + 4 <= size; i += 4) {
+      const Word pixel = Span::Pixel(random);
+      std::memcpy(p.pixels + i, &pixel, 4);
+    }
+  }
+
+ private:
+  static constexpr std::size_t kBytes = 32 * 4 * 40;
+  GuardedBuffer memory;
+};
+
+void Compare(const Kind& kind, KFiller filler, std::uint64_t seed, int rounds) {
+  Random random(seed);
+  PixmapMaker maker(random);
+  for (int round = 0; round < rounds / 10; ++round) {
+    Span span(random, random.Between(1, round % 20 ? 30 : 300));
+    KSoftPixmap p;
+    maker.Make(random, p);
+    span.style.source = &p;
+    for (int i = 0; i < 10; ++i) {
+      span.Renew(random);
+      if (random.OneIn(2)) span.style.y = random.Between(0, 30);
+      span.style.opacity = random.OneIn(8) ? 256 * random.Between(0, 1) : random.Between(0, 256);
+      p.transform = AnyTransform(random, p, kind.sampling == KSamplingCopy);
+      const Reference reference(kind, span.style);
+      ASSERT_TRUE(span.Check(filler, [&](int x, Word d) { return reference.Pixel(x, d); }))
+          << "sampling " << kind.sampling << " rule " << kind.rule << " aa " << kind.aa
+          << " opacity " << kind.opacity << " alpha " << kind.alpha << " of " << p.width << " x "
+          << p.height << " stride " << p.stride << " matrix " << p.transform.m0.raw << ' '
+          << p.transform.m1.raw;
+    }
+  }
+}
+
+template <typename F, bool AA, bool Opacity, bool Alpha, KSampling S, KRepeatRule R>
+KFiller Filler() {
+  using Strip = KPatternStrip<F, AA, Opacity, Alpha, S, R>;
+  if constexpr (S == KSamplingCopy) {
+    return Strip::DrawCopy;
+  } else {
+    return Strip::Draw;
+  }
+}
+
+template <KSampling S, std::size_t I>
+void CompareOne() {
+  constexpr bool kOpaque = I & 1, kAa = I & 2, kOpacity = I & 4, kAlpha = I & 8;
+  constexpr KRepeatRule kRule = I & 16 ? KRepeatTile : KRepeatClamp;
+  using F = std::conditional_t<kOpaque, KColor_0888_PM, KColor_8888_PM>;
+  const Kind kind{kOpaque, kAa, kOpacity, kAlpha, S, kRule};
+  Compare(kind, Filler<F, kAa, kOpacity, kAlpha, S, kRule>(), I, 2000);
+}
+
+template <KSampling S, std::size_t... I>
+void CompareAll(std::index_sequence<I...>) {
+  (CompareOne<S, I>(), ...);
+}
+
+TEST(PatternFillers, Nearest) { CompareAll<KSamplingNearest>(std::make_index_sequence<32>()); }
+TEST(PatternFillers, Bilinear) { CompareAll<KSamplingBilinear>(std::make_index_sequence<32>()); }
+TEST(PatternFillers, Bicubic) { CompareAll<KSamplingBicubic>(std::make_index_sequence<32>()); }
+TEST(PatternFillers, Copy) { CompareAll<KSamplingCopy>(std::make_index_sequence<32>()); }
+
+/// What InitPattern selects.
+std::pair<KFiller, KFiller> Select(const KSoftPixmap* p, int opacity) {
+  KPaint paint;
+  paint.type = KPaintPixmap;
+  paint.pixmap = p;
+  paint.opacity = opacity;
+  KStyleContext2D style;
+  style.paint = &paint;
+  std::pair<KFiller, KFiller> fillers{nullptr, nullptr};
+  KStrips<KColor_8888_PM>::VTable.init[KPaintPixmap](&style, fillers.first, fillers.second);
+  EXPECT_EQ(style.source, p);
+  return fillers;
+}
+
+template <bool Opacity, bool Alpha, KSampling S, KRepeatRule R>
+std::pair<KFiller, KFiller> PairOf() {
+  return {Filler<KColor_8888_PM, false, Opacity, Alpha, S, R>(),
+          Filler<KColor_8888_PM, true, Opacity, Alpha, S, R>()};
+}
+
+TEST(PatternSelection, FollowsPixmapAndPaint) {
+  KSoftPixmap p;
+  p.Create(4, 4, KFormat8888PM);
+  p.transform.Rotate(Fixed(30 * 0x10000));
+  EXPECT_EQ(Select(&p, 256), (PairOf<false, true, KSamplingBilinear, KRepeatClamp>()));
+  p.repeatRule = KRepeatTile;
+  EXPECT_EQ(Select(&p, 255), (PairOf<true, true, KSamplingBilinear, KRepeatTile>()));
+  p.quality = KSamplingBicubic;
+  EXPECT_EQ(Select(&p, 128), (PairOf<true, true, KSamplingBicubic, KRepeatTile>()));
+  Flags.IgnoreAlpha = true;
+  EXPECT_EQ(Select(&p, 128), (PairOf<false, false, KSamplingBicubic, KRepeatTile>()));
+  Flags.IgnoreAlpha = false;
+  p.hasAlpha = false;
+  EXPECT_EQ(Select(&p, 300), (PairOf<false, false, KSamplingBicubic, KRepeatTile>()));
+  for (int quality : {3, 4, 5, 77}) {
+    p.quality = static_cast<KSampling>(quality);
+    EXPECT_EQ(Select(&p, 256), (std::pair<KFiller, KFiller>(nullptr, nullptr)));
+  }
+  // A translation copies, whatever the quality.
+  p.transform.Identity();
+  p.transform.Translate({Fixed(77), Fixed(1)});
+  EXPECT_EQ(Select(&p, 256), (PairOf<false, false, KSamplingCopy, KRepeatTile>()));
+}
+
+TEST(PatternSelection, NothingToReadDrawsNothing) {
+  Word pixels[16] = {};
+  const struct {
+    unsigned width, height, stride;
+    KFormat format;
+    void* memory;
+  } rows[] = {
+      {0, 4, 16, KFormat8888PM, pixels}, {4, 0, 16, KFormat8888PM, pixels},
+      {4, 4, 3, KFormat8888PM, pixels},  {4, 4, 16, KFormatMask8, pixels},
+      {4, 4, 16, KFormat16, pixels},     {4, 4, 16, KFormat8888PM, nullptr},
+  };
+  Random random(3);
+  Span span(random, 20);
+  const auto unchanged = [](int, Word d) { return d; };
+  for (const auto& row : rows) {
+    KSoftPixmap p;
+    p.Create(row.width, row.height, row.format, pixels, row.stride);
+    p.pixels = static_cast<std::uint8_t*>(row.memory);
+    const auto fillers = Select(&p, 256);
+    ASSERT_TRUE(fillers.first && fillers.second);
+    span.style.source = &p;
+    EXPECT_TRUE(span.Check(fillers.first, unchanged));
+    EXPECT_TRUE(span.Check(fillers.second, unchanged));
+  }
+  EXPECT_TRUE(span.Check(Select(nullptr, 256).first, unchanged));
+}
+
+/// Pixmaps larger than 16.16 coordinates reach are read up to there.
+TEST(PatternFillers, WidePixmaps) {
+  KSoftPixmap p;
+  p.Create(40000, 2, KFormat8888PM);
+  for (unsigned x = 0; x < 40000; ++x) p.Row32(0)[x] = p.Row32(1)[x] = x;
+  Random random(4);
+  Span span(random, 100);
+  span.style.source = &p;
+  span.style.x0 = 0;
+  span.style.x1 = 100;
+  span.style.y = 0;
+  for (int start : {-50, 0, 32700, 32767}) {
+    p.transform.Identity();
+    p.transform.Translate({Fixed(start * 0x10000), Fixed(0)});
+    EXPECT_TRUE(
+        span.Check(Filler<KColor_8888_PM, false, false, false, KSamplingNearest, KRepeatTile>(),
+                   [&](int x, Word) { return static_cast<Word>(start + x + 32768) % 32768; }));
+  }
+}
+
+TEST(BicubicSample, StatedBehaviour) {
+  KSoftPixmap p;
+  p.Create(5, 5, KFormat8888PM);
+  Random random(9);
+  for (unsigned y = 0; y < 5; ++y) {
+    for (unsigned x = 0; x < 5; ++x) p.Row32(y)[x] = Span::Premultiplied(random.Next());
+  }
+  using Clamp = KPatternSampling<KColor_8888_PM, false, false, true, KRepeatClamp>;
+  using Tile = KPatternSampling<KColor_8888_PM, false, false, true, KRepeatTile>;
+  for (int y = -9; y < 14; ++y) {
+    for (int x = -9; x < 14; ++x) {
+      KVertex2D at{KFixed::FromInt(x), KFixed::FromInt(y)};
+      const auto cx = static_cast<unsigned>(std::clamp(x, 0, 4)),
+                 cy = static_cast<unsigned>(std::clamp(y, 0, 4));
+      const auto tx = static_cast<unsigned>((x + 10) % 5), ty = static_cast<unsigned>((y + 10) % 5);
+      for (int i = 0; i < 4; ++i) {
+        // At the centre of a pixel the weights are 1 and 0, but for the fit of the lines.
+        EXPECT_NEAR(static_cast<int>(reference::Channel(Clamp::BicubicSample(&p, at), i)),
+                    static_cast<int>(reference::Channel(p.Row32(cy)[cx], i)), 1);
+        EXPECT_NEAR(static_cast<int>(reference::Channel(Tile::BicubicSample(&p, at), i)),
+                    static_cast<int>(reference::Channel(p.Row32(ty)[tx], i)), 1);
+      }
+    }
+  }
+}
+
+}  // namespace

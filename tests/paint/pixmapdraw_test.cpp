@@ -1,0 +1,337 @@
+// Placing pixmaps, alpha masks, quarter turns, and the box filter.
+#include "kalvora/paint/pixmapdraw.h"
+
+#include <algorithm>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "kalvora/core/KSoftPixmap.h"
+#include "kalvora/paint/KFilters.h"
+#include "kalvora/paint/KPatternStrip.h"
+#include "kalvora/paint/KSoftColorRamp.h"
+#include "kalvora/paint/KStrips.h"
+
+#include "tests/common/GuardedBuffer.h"
+#include "tests/paint/reference.h"
+#include "tests/paint/span.h"
+
+namespace {
+
+using reference::Word;
+
+KFixed Fixed(std::int32_t raw) { return KFixed::FromRaw(raw); }
+KVertex2D Point(int x, int y) { return {KFixed::FromInt(x), KFixed::FromInt(y)}; }
+
+/// A target with a coverage line and a clip.
+struct Canvas {
+  static constexpr int kWidth = 60, kHeight = 40;
+
+  explicit Canvas(KFormat format) {
+    target.Create(kWidth, kHeight, format);
+    style.lineBuffer = line.data();
+    style.clip = {0, 0, kWidth, kHeight};
+    style.paint = &paint;
+    job = {&style, &target,
+           format == KFormat0888PM ? &KStrips<KColor_0888_PM>::VTable
+                                   : &KStrips<KColor_8888_PM>::VTable};
+  }
+  void Fill(Random& random) {
+    for (int y = 0; y < kHeight; ++y) {
+      for (int x = 0; x < kWidth; ++x) At(x, y) = Span::Premultiplied(random.Next());
+    }
+  }
+  Word& At(int x, int y) { return target.Row32(static_cast<unsigned>(y))[x]; }
+  std::vector<Word> Pixels() const {
+    std::vector<Word> all(kWidth * kHeight);
+    target.Get(all.data());
+    return all;
+  }
+
+  KSoftPixmap target;
+  std::vector<std::int32_t> line = std::vector<std::int32_t>(kWidth);
+  KPaint paint;
+  KStyleContext2D style;
+  kalvora::PaintJob job;
+};
+
+void MakePixmap(Random& random, KSoftPixmap& p, unsigned width, unsigned height) {
+  p.Create(width, height, KFormat8888PM);
+  for (unsigned y = 0; y < height; ++y) {
+    for (unsigned x = 0; x < width; ++x) p.Row32(y)[x] = Span::Premultiplied(random.Next());
+  }
+}
+
+TEST(PlacePixmap, MapsTheRectangleOntoThePixmap) {
+  KSoftPixmap p;
+  p.Create(20, 10, KFormat8888PM);
+  KSoftMatrix3D moved, turned;
+  moved.Translate(Point(5, -3));
+  turned.Rotate(Fixed(90 << 16));
+  turned.Translate(Point(50, 50));
+  const struct {
+    KVertex2D a, b;
+    const KSoftMatrix3D* m;
+    KVertex2D device, want;  // a device pixel and where its centre lies in the pixmap
+    bool copies;
+  } rows[] = {
+      {Point(0, 0), Point(20, 10), &moved, Point(5, -3), {Fixed(0x8000), Fixed(0x8000)}, true},
+      {Point(7, 8), Point(27, 18), &moved, Point(15, 8), {Fixed(0x38000), Fixed(0x38000)}, true},
+      {Point(0, 0), Point(40, 5), &moved, Point(9, -1), {Fixed(0x24000), Fixed(0x50000)}, false},
+      // A quarter turn takes (x, y) to (y, -x): the pixmap's (2.5, 3.5) is the device's
+      // (53.5, 47.5).
+      {Point(0, 0), Point(20, 10), &turned, Point(53, 47), {Fixed(0x28000), Fixed(0x38000)}, false},
+  };
+  for (const auto& row : rows) {
+    ASSERT_TRUE(kalvora::PlacePixmap(&p, row.a, row.b, *row.m));
+    EXPECT_EQ(p.transform.linearIdentity != 0, row.copies);
+    const KVertex2D got = p.transform.Map(row.device);
+    EXPECT_NEAR(got.x.raw, row.want.x.raw, 8);
+    EXPECT_NEAR(got.y.raw, row.want.y.raw, 8);
+    // The part from (2, 1) to (12, 6), half as large, on the same rectangle.
+    ASSERT_TRUE(kalvora::PlaceSubPixmap(&p, row.a, row.b, Point(2, 1), Point(12, 6), *row.m));
+    const KVertex2D part = p.transform.Map(row.device);
+    EXPECT_NEAR(part.x.raw, (2 << 16) + row.want.x.raw / 2, 8);
+    EXPECT_NEAR(part.y.raw, (1 << 16) + row.want.y.raw / 2, 8);
+  }
+  EXPECT_FALSE(kalvora::PlacePixmap(nullptr, Point(0, 0), Point(1, 1), moved));
+  EXPECT_FALSE(
+      kalvora::PlaceSubPixmap(&p, Point(0, 0), Point(1, 1), Point(3, 3), Point(3, 9), moved));
+  p.Create(0, 3, KFormat8888PM);
+  EXPECT_FALSE(kalvora::PlacePixmap(&p, Point(0, 0), Point(1, 1), moved));
+}
+
+TEST(PlacePixmap, PaintsAsAPattern) {
+  KSoftPixmap p;
+  p.Create(2, 2, KFormat8888PM);
+  const KPaint paint = kalvora::PixmapPaint(p, 77);
+  EXPECT_TRUE(paint.translucent);
+  EXPECT_EQ(paint.type, KPaintPixmap);
+  EXPECT_EQ(paint.opacity, 77);
+  EXPECT_EQ(paint.pixmap, &p);
+}
+
+/// The mask's pixel rule for a colour c that `blend` says must be blended.
+Word Masked(Word d, Word c, bool blend, Word m) {
+  const Word w = reference::MaskWeight(m);
+  if (w == 0) return d;
+  return blend ? reference::Over(d, reference::Scale(c, w)) : reference::Lerp(d, c, w);
+}
+
+TEST(DrawAlphaMask, ClipsAndWeighs) {
+  Random random(1);
+  for (int round = 0; round < 2000; ++round) {
+    Canvas canvas(random.OneIn(2) ? KFormat0888PM : KFormat8888PM);
+    canvas.Fill(random);
+    const unsigned width = random.Below(30), height = random.Below(30);
+    const unsigned stride = random.OneIn(4) ? width / 2 : width + random.Below(3);
+    GuardedBuffer bytes(std::size_t{stride} * height);
+    for (auto& byte : bytes) {
+      byte = static_cast<std::uint8_t>(random.OneIn(2) ? 255 * random.Below(2) : random.Below(256));
+    }
+    KSoftPixmap mask;
+    mask.Create(width, height, KFormatMask8, bytes.data(), 1);
+    mask.stride = stride;
+    const auto coordinate = [&] {
+      return random.OneIn(20) ? static_cast<int>(random.Word()) : random.Between(-40, 70);
+    };
+    const int x0 = coordinate(), y0 = coordinate();
+    const int x1 = random.OneIn(2) ? coordinate() : reference::Add(x0, static_cast<int>(width));
+    const int y1 = random.OneIn(2) ? coordinate() : reference::Add(y0, static_cast<int>(height));
+    canvas.style.clip = {static_cast<std::int16_t>(random.Below(20)),
+                         static_cast<std::int16_t>(random.Below(20)),
+                         static_cast<std::int16_t>(20 + random.Below(41)),
+                         static_cast<std::int16_t>(20 + random.Below(21))};
+
+    // A colour, or a gradient of one colour, which must come out alike.
+    const Word c = Span::Premultiplied(random.Next() | (random.OneIn(2) ? 0xFF000000 : 0));
+    const std::int32_t position = 0;
+    KSoftColorRamp ramp;
+    ramp.colors = &c;
+    ramp.positions = &position;
+    ramp.count = 1;
+    bool blend = c >> 24 != 255;
+    if (random.OneIn(2)) {
+      canvas.paint.type = KPaintColor;
+      canvas.paint.color = KColor32::FromWord(c);
+      canvas.paint.translucent = blend;
+    } else {
+      canvas.paint.type = KPaintLinearGradient;
+      canvas.paint.linearRamp = &ramp;
+      blend = true;
+    }
+    std::vector<Word> want = canvas.Pixels();
+    const KClip& clip = canvas.style.clip;
+    for (int y = clip.y0; y < clip.y1; ++y) {
+      for (int x = clip.x0; x < clip.x1; ++x) {
+        const std::int64_t mx = std::int64_t{x} - x0, my = std::int64_t{y} - y0;
+        if (mx < 0 || my < 0 || x >= x1 || y >= y1) continue;
+        if (mx >= std::min(width, stride) || my >= height) continue;
+        Word& d = want[static_cast<std::size_t>(y * Canvas::kWidth + x)];
+        d = Masked(d, c, blend, bytes.data()[my * stride + mx]);
+      }
+    }
+    kalvora::DrawAlphaMask(canvas.job, mask, x0, y0, x1, y1);
+    ASSERT_EQ(canvas.Pixels(), want) << "round " << round;
+    ASSERT_EQ(canvas.style.maskRow, nullptr);
+    ASSERT_TRUE(std::all_of(canvas.line.begin(), canvas.line.end(), [](int v) { return v == 0; }));
+  }
+}
+
+TEST(DrawAlphaMask, PatternsStayInPlace) {
+  Random random(2);
+  Canvas canvas(KFormat8888PM);
+  canvas.Fill(random);
+  KSoftPixmap p;
+  MakePixmap(random, p, 9, 7);
+  p.repeatRule = KRepeatTile;
+  canvas.paint = kalvora::PixmapPaint(p, 256);
+  std::uint8_t bytes[30 * 20];
+  std::fill(std::begin(bytes), std::end(bytes), std::uint8_t{255});
+  KSoftPixmap mask;
+  mask.Create(30, 20, KFormatMask8, bytes, 30);
+  std::vector<Word> want = canvas.Pixels();
+  for (int y = 5; y < 25; ++y) {
+    for (int x = 11; x < 41; ++x) {
+      Word& d = want[static_cast<std::size_t>(y * Canvas::kWidth + x)];
+      d = reference::Over(d, p.Row32(static_cast<unsigned>(y % 7))[x % 9]);
+    }
+  }
+  kalvora::DrawAlphaMask(canvas.job, mask, 11, 5, 41, 25);
+  EXPECT_EQ(canvas.Pixels(), want);
+}
+
+TEST(DrawAlphaMask, PicksWhereTheMaskIsNotEmpty) {
+  Canvas canvas(KFormat8888PM);
+  const std::uint8_t bytes[4] = {0, 1, 129, 255};
+  KSoftPixmap mask;
+  mask.Create(4, 1, KFormatMask8, const_cast<std::uint8_t*>(bytes), 4);
+  for (int x = 8; x < 16; ++x) {
+    bool hit = false;
+    canvas.paint.type = KPaintPick;
+    canvas.paint.pickPoint = Point(x, 3);
+    canvas.paint.pickHit = &hit;
+    kalvora::DrawAlphaMask(canvas.job, mask, 10, 3, 14, 4);
+    EXPECT_EQ(hit, x > 10 && x < 14) << x;
+  }
+  // No paint, no mask bytes, a mask of colours: nothing.
+  const std::vector<Word> before = canvas.Pixels();
+  canvas.paint.type = KPaintNone;
+  kalvora::DrawAlphaMask(canvas.job, mask, 10, 3, 14, 4);
+  canvas.paint.type = KPaintColor;
+  mask.pixels = nullptr;
+  kalvora::DrawAlphaMask(canvas.job, mask, 10, 3, 14, 4);
+  kalvora::DrawAlphaMask(canvas.job, canvas.target, 0, 0, 14, 4);
+  EXPECT_EQ(canvas.Pixels(), before);
+}
+
+TEST(QuarterTurns, GiveThePixelsOfNearestSampling) {
+  Random random(3);
+  for (int round = 0; round < 300; ++round) {
+    Canvas canvas(KFormat8888PM), other(KFormat8888PM);
+    canvas.Fill(random);
+    std::copy_n(canvas.target.pixels, Canvas::kHeight * Canvas::kWidth * 4, other.target.pixels);
+    KSoftPixmap p;
+    MakePixmap(random, p, 1 + random.Below(50), 1 + random.Below(50));
+    p.hasAlpha = random.OneIn(2);
+    p.repeatRule = random.OneIn(2) ? KRepeatTile : KRepeatClamp;
+    const unsigned angle = 90 * (1 + random.Below(3));
+    KSoftMatrix3D m;
+    m.Rotate(Fixed(static_cast<std::int32_t>(angle) << 16));
+    m.Translate({Fixed(random.Between(0, 60 << 16)), Fixed(random.Between(0, 40 << 16))});
+    ASSERT_TRUE(kalvora::PlacePixmap(
+        &p, Point(0, 0), Point(static_cast<int>(p.width), static_cast<int>(p.height)), m));
+    canvas.paint = kalvora::PixmapPaint(p, random.OneIn(2) ? 256 : random.Between(0, 256));
+    other.paint = canvas.paint;
+    const int x0 = random.Between(0, 59), x1 = random.Between(x0, 60);
+    const int y0 = random.Between(0, 39), y1 = random.Between(y0, 40);
+    // Halves round down, as those of all rectangles on whole pixels.
+    kalvora::DrawSimplePatternRectRotateNoScale(
+        canvas.job, {Fixed((x0 << 16) + 0x8000), Fixed((y0 << 16) - 0x7F00)},
+        {Fixed((x1 << 16) + 0x80FF), Fixed(y1 << 16)}, angle);
+    p.quality = KSamplingNearest;
+    KFiller solid = nullptr, coverage = nullptr;
+    other.job.strips->init[KPaintPixmap](&other.style, solid, coverage);
+    for (int y = y0; y < y1; ++y) {
+      other.style.row = other.target.Row32(static_cast<unsigned>(y));
+      other.style.y = y;
+      other.style.x0 = x0;
+      other.style.x1 = x1;
+      solid(&other.style);
+    }
+    ASSERT_EQ(canvas.Pixels(), other.Pixels()) << angle;
+  }
+}
+
+TEST(DownSample, AveragesBoxes) {
+  // By whole factors and by fractions, against the average in real numbers.
+  const struct {
+    unsigned fromWidth, fromHeight, toWidth, toHeight;
+    int tolerance;
+  } rows[] = {{8, 8, 4, 4, 0}, {64, 32, 16, 8, 0}, {30, 30, 10, 6, 1}, {17, 23, 5, 7, 2},
+              {5, 5, 5, 5, 0}, {40, 9, 1, 9, 1},   {7, 200, 3, 11, 2}, {3000, 50, 3, 1, 90}};
+  Random random(4);
+  for (const auto& row : rows) {
+    KSoftPixmap from, to;
+    GuardedBuffer source(std::size_t{row.fromWidth} * row.fromHeight * 4);
+    GuardedBuffer result(std::size_t{row.toWidth} * row.toHeight * 4);
+    from.Create(row.fromWidth, row.fromHeight, KFormat8888PM, source.data());
+    to.Create(row.toWidth, row.toHeight, KFormat8888PM, result.data());
+    for (auto& byte : source) byte = static_cast<unsigned char>(random.Next());
+    KFilters::DownSample(&to, &from);
+    const double sx = double{1} * row.fromWidth / row.toWidth,
+                 sy = double{1} * row.fromHeight / row.toHeight;
+    for (unsigned y = 0; y < row.toHeight; ++y) {
+      for (unsigned x = 0; x < row.toWidth; ++x) {
+        for (int c = 0; c < 4; ++c) {
+          double sum = 0;
+          for (unsigned j = 0; j < row.fromHeight; ++j) {
+            const double v = std::min((y + 1) * sy, j + 1.0) - std::max(y * sy, double{1} * j);
+            for (unsigned i = 0; v > 0 && i < row.fromWidth; ++i) {
+              const double h = std::min((x + 1) * sx, i + 1.0) - std::max(x * sx, double{1} * i);
+              if (h > 0) sum += v * h * reference::Channel(from.Row32(j)[i], c);
+            }
+          }
+          const int want = static_cast<int>(sum / (sx * sy) + 0x7F00 / 65536.0);
+          ASSERT_NEAR(static_cast<int>(reference::Channel(to.Row32(y)[x], c)), want, row.tolerance)
+              << row.fromWidth << " to " << row.toWidth;
+        }
+      }
+    }
+  }
+}
+
+TEST(DownSample, StatedArithmetic) {
+  // Sums of c << 16 weighed by ((vertical >> 8) horizontal) >> 16, times the inverse area.
+  KSoftPixmap from, to;
+  from.Create(3, 1, KFormat8888PM);
+  to.Create(2, 1, KFormat8888PM);
+  from.Row32(0)[0] = 0xFF0A0000;
+  from.Row32(0)[1] = 0xFF643205;
+  from.Row32(0)[2] = 0xFFFFFFFF;
+  KFilters::DownSample(&to, &from);
+  // Left: 1.0 of the first, 0.5 of the second, of 1.5; the inverse is 43690 / 65536.
+  EXPECT_EQ(to.Row32(0)[0], 0xFF281102u);
+  EXPECT_EQ(to.Row32(0)[1], 0xFFCBBBACu);
+}
+
+TEST(DownSample, LeavesWhatItCannotDo) {
+  Word word = 0x12345678;
+  KSoftPixmap one, empty, mask;
+  one.Create(1, 1, KFormat8888PM, &word);
+  empty.Create(0, 0, KFormat8888PM);
+  mask.Create(4, 4, KFormatMask8);
+  KSoftPixmap narrow;
+  narrow.Create(4, 4, KFormat8888PM, &word, 4);
+  for (const KSoftPixmap* from : {static_cast<const KSoftPixmap*>(nullptr), &std::as_const(empty),
+                                  &std::as_const(mask), &std::as_const(narrow)}) {
+    KFilters::DownSample(&one, from);
+    EXPECT_EQ(word, 0x12345678u);
+  }
+  KFilters::DownSample(nullptr, &one);
+  KFilters::DownSample(&empty, &one);
+  KFilters::DownSample(&narrow, &one);
+  EXPECT_EQ(word, 0x12345678u);
+}
+
+}  // namespace
