@@ -51,6 +51,11 @@ give_back() {
 }
 trap give_back EXIT
 
+# A compiler cache serves every build, where there is one.
+if command -v ccache >/dev/null; then
+  export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+fi
+
 jobs_count() { nproc 2>/dev/null || echo 2; }
 
 # Configures and builds a preset: build_preset NAME [TARGET...]

@@ -79,9 +79,6 @@ void Landscape(KSoftContext2D& context) {
     const unsigned red = 200u - 32u * unsigned(i), green = 130u - 18u * unsigned(i);
     Hills(context, y, 95 - 8 * i, 230 - 22 * i, 67 * i,
           KColor32(red, green, 130u - 12u * unsigned(i), 235));
-    KSoftPath mist;
-    AddRectangle(mist, 0, y + 6, 640, 48);
-    Fill(context, mist, KColor32(255, 225, 200, 28));
   }
 }
 
