@@ -1,6 +1,8 @@
 // Document: see the header.
 #include "examples/svg/Document.h"
 
+#include <filesystem>
+
 #include "examples/common/Error.h"
 #include "examples/svg/element.h"
 
@@ -25,6 +27,7 @@ std::string TextOf(pugi::xml_node element) {
 }  // namespace
 
 Document::Document(const std::string& path) {
+  if (std::filesystem::is_directory(path)) throw examples::Error(path + ": is a folder");
   const pugi::xml_parse_result result = xml_.load_file(path.c_str());
   if (!result) {
     std::string message = path + ": " + result.description();
