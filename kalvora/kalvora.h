@@ -17,5 +17,8 @@
 #include "kalvora/export.h"
 #include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"
+#include "kalvora/text/KFTFallback.h"
+#include "kalvora/text/KFTFont.h"
+#include "kalvora/text/KFTFontContext.h"
 
 #endif

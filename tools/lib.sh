@@ -5,8 +5,10 @@ set -eu
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 # Packages of Debian 12.
-BUILD_PACKAGES="g++ cmake ninja-build pkg-config libfreetype-dev libpng-dev libpugixml-dev"
-TEST_PACKAGES="$BUILD_PACKAGES libgtest-dev libbenchmark-dev libcairo2-dev"
+BUILD_PACKAGES="g++ cmake ninja-build pkg-config libfreetype-dev libpng-dev libpugixml-dev
+  libharfbuzz-dev"
+TEST_PACKAGES="$BUILD_PACKAGES libgtest-dev libbenchmark-dev libcairo2-dev
+  fonts-dejavu-core fonts-droid-fallback fonts-symbola"
 
 say() { printf '\n== %s\n' "$*"; }
 

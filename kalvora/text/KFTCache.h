@@ -1,0 +1,71 @@
+// KFTCache: a thread's glyph masks and the font files that it knows.
+#ifndef KALVORA_TEXT_KFTCACHE_H
+#define KALVORA_TEXT_KFTCACHE_H
+
+#include "kalvora/core/KSoftPixmap.h"
+#include "kalvora/text/KFTFaceEntry.h"
+#include "kalvora/text/KLruCache.h"
+#include "kalvora/text/KTlsItem.h"
+
+/// What makes one mask differ from another.
+struct KFTCacheKey {
+  std::uint32_t ch;             ///< character code
+  std::int32_t xx, xy, yx, yy;  ///< the glyph matrix
+  KFixed fontSize;              ///< of the font that supplied the glyph
+  KFTSharedFile* file;          ///< of that font
+  std::uint32_t hash;           ///< the character code again; not compared
+  std::int32_t faceIndex;       ///< of that font within its file
+
+  bool operator==(const KFTCacheKey& b) const {
+    return ch == b.ch && xx == b.xx && xy == b.xy && yx == b.yx && yy == b.yy &&
+           fontSize == b.fontSize && file == b.file && faceIndex == b.faceIndex;
+  }
+  void Hold() const { file->Hold(); }
+  void Drop() const { file->Drop(); }
+  void Print() const;
+};
+
+/// A glyph's mask and where it stands.
+struct KFTCacheData {
+  KSoftPixmap mask;                       ///< 8-bit coverage; 0 x 0 for a blank glyph
+  KVertex2D origin = KVertex2D::Origin;   ///< from the pen to the mask's top left corner
+  KVertex2D advance = KVertex2D::Origin;  ///< from this pen to the next
+
+  std::uint64_t ByteSize() const {
+    return std::uint64_t{mask.width} * mask.height << mask.pixelShift;
+  }
+};
+
+/// Made by the first text operation of a thread, destroyed when the thread ends.
+class KFTCache : public KLruCache<KFTCacheKey, KFTCacheData> {
+ public:
+  KFTCacheData* spare = nullptr;  ///< allocated ahead for the next miss; owned
+  KFTFaceEntry* faces = nullptr;  ///< newest first; owned
+
+  KFTCache() = default;
+  ~KFTCache();
+
+  /// The calling thread's cache, made on demand; null when that fails.
+  static KFTCache* Thread();
+  /// The calling thread's cache if it has one.
+  static KFTCache* Existing() { return TlsCache.Get(); }
+  /// Ends a thread's cache. Null is ignored.
+  static void TlsCacheDestructor(KFTCache* cache) { delete cache; }
+
+  /// `spare`, made on demand; null when memory runs out.
+  KFTCacheData* Spare();
+  /// The entry of a file; null when this thread does not know it.
+  KFTFaceEntry* FindEntry(const KFTSharedFile* file) const;
+  /// The entry of the file at `path`, which is mapped if it is new; null when that fails.
+  KFTFaceEntry* OpenEntry(const char* path);
+  /// Forgets the files that nothing holds but the list, except the one at `keepPath` (may be null).
+  /// They are destroyed, all but `inUse`, which is the caller's to destroy.
+  void Purge(const char* keepPath, const KFTSharedFile* inUse);
+
+  static KTlsItem<KFTCache> TlsCache;
+
+ private:
+  void Unlink(KFTFaceEntry* entry);
+};
+
+#endif

@@ -1,0 +1,87 @@
+// KFTFont: one face of a font file at one size.
+#ifndef KALVORA_TEXT_KFTFONT_H
+#define KALVORA_TEXT_KFTFONT_H
+
+#include <cstdint>
+
+#include "kalvora/core/KRect.h"
+#include "kalvora/core/KVertex2D.h"
+#include "kalvora/export.h"
+
+class KFTCache;
+class KFTFontContext;
+struct FT_FaceRec_;
+struct KFTLib;
+struct KFTSharedFile;
+
+/// A face, read through FreeType from a read-only mapping of its file.
+///
+/// Opening a file again is cheap: all fonts of a thread share its mapping and what was looked up in
+/// it. The file must stay as it is while it is mapped: a process that reads from a file which
+/// became shorter is ended by the system (SIGBUS), and one whose contents changed shows wrong
+/// glyphs. To replace a font file, write a new one and rename it over the old.
+///
+/// A font belongs to the thread that loaded it: load, measure, draw and destroy it there. On other
+/// threads Exists is false and AdvancePen does nothing; everything else is forbidden while the
+/// font's own thread lives, its destruction too. When that thread ends the font becomes empty, and
+/// may be destroyed or loaded again by any thread. Fonts cannot be copied.
+///
+/// Sizes are in pixels, y grows downward. Character codes are 16-bit code units.
+class KALVORA_API KFTFont {
+ public:
+  FT_FaceRec_* face = nullptr;      ///< null when no font is loaded
+  std::int32_t faceIndex = 0;       ///< as given to LoadFont
+  KFixed size = kalvora::kZero;     ///< 0 until the first SetFontSize
+  KFixed height = kalvora::kZero;   ///< line height at the present size
+  KFTSharedFile* file = nullptr;    ///< the font holds one reference
+  const KFTCache* cache = nullptr;  ///< of the thread that first loaded this font; for information
+
+  KFTFont() = default;
+  ~KFTFont() { Release(nullptr); }
+  KFTFont(const KFTFont&) = delete;
+  KFTFont& operator=(const KFTFont&) = delete;
+
+  /// Loads a face of a regular file at 18 pixels. True at once when it is loaded already. False
+  /// leaves the font empty: the file cannot be mapped, is no font, or has no such face. A null path
+  /// is false and changes nothing.
+  bool LoadFont(const char* path, int index);
+  /// In pixels. Faces of fixed sizes take the nearest they have.
+  void SetFontSize(KFixed newSize);
+
+  KFixed GetFontHeight() const;  ///< from one baseline to the next; 0 without a face
+  KFixed GetAscend() const;      ///< above the baseline; 0 without a face
+  KFixed GetDescend() const;     ///< below the baseline, negative; 0 without a face
+
+  /// Moves the pen by the advance of `ch`. A character that this font lacks is measured in the
+  /// context's fallback font for it, or in `fallback`, which takes on this font's size; when that
+  /// lacks it too, or is null, the box that this font shows for it is measured. No kerning is
+  /// applied: `next`, the code that follows or 0, only readies its lookup.
+  void AdvancePen(KVertex2D* pen, unsigned short ch, unsigned short next, KFTFontContext* ctx);
+  void AdvancePen(KVertex2D* pen, unsigned short ch, unsigned short next, KFTFont* fallback);
+  /// Whether the font has a glyph for the code.
+  bool Exists(unsigned short ch) const;
+  /// The size of a line of text: (0, 0, advance, tallest to lowest point and baseline), rounded up.
+  /// It holds 16 bits: longer lines wrap around. Without a face the rectangle is left alone.
+  void GetBound(KRect& rect, const unsigned short* text, unsigned count) const;
+
+  // For the library's own use.
+
+  /// The glyph index of a code, 0 when the face has none. False when there is no face, when this
+  /// thread does not know its file, or when memory runs out.
+  bool GlyphIndex(std::uint32_t code, std::uint32_t& index) const;
+  /// Makes the font empty. The mapping of the file at `keepPath` (may be null) is kept for a
+  /// reload.
+  void Release(const char* keepPath);
+
+ private:
+  void AdvancePenImpl(KVertex2D* pen, unsigned short ch, unsigned short next, KFTFont* fallback,
+                      KFTFontContext* ctx);
+  bool Attach(KFTLib* thread, const char* path);
+  void Detach();
+
+  KFTLib* lib = nullptr;  // the library whose list of fonts this one is in
+  KFTFont* nextFont = nullptr;
+  KFTFont* prevFont = nullptr;
+};
+
+#endif

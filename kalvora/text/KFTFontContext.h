@@ -1,0 +1,115 @@
+// KFTFontContext: the text state of a drawing context, and its glyphs as masks and outlines.
+#ifndef KALVORA_TEXT_KFTFONTCONTEXT_H
+#define KALVORA_TEXT_KFTFONTCONTEXT_H
+
+#include <cstdint>
+
+#include "kalvora/core/KArray.h"
+#include "kalvora/core/KColor32.h"
+#include "kalvora/core/KSoftMatrix3D.h"
+#include "kalvora/core/KSoftPixmap.h"
+#include "kalvora/text/KFTFallback.h"
+
+class KFTFont;
+class KSoftPath;
+struct FT_Matrix_;
+struct FT_Outline_Funcs_;
+class KFTCache;
+struct KFTCacheData;
+struct KFTCacheKey;
+
+/// A primary font, what stands in for the characters it lacks, and the matrix glyphs are seen
+/// through.
+///
+/// Glyph masks come from a cache that all contexts of a thread share: 400 KB of masks, least
+/// recently used first to go. Masks from it hold their font files in memory until they go. Hinting
+/// is not part of what a mask is known by: masks made before SetGlobalAttribute switched it stay.
+///
+/// Fallback fonts take on the size of the primary font whenever they are asked. A font that is the
+/// primary of one context and a fallback of another would change size at every turn and render its
+/// glyphs again each time: use one KFTFont for each role.
+///
+/// Fonts are borrowed and must outlive their use, which includes every call here. A context is used
+/// by one thread at a time, the one its fonts belong to. It cannot be copied.
+class KALVORA_API KFTFontContext {
+ public:
+  KFTFont* font = nullptr;          ///< the primary font
+  KFTFont* fallbackFont = nullptr;  ///< overrides the list when not null
+  KArray<KFTFont*> fallbackFonts;   ///< the list; an array of its own
+  KFTFallback* fallback = nullptr;  ///< says who of the list supplies what; one reference held
+  FT_Matrix_* matrix;               ///< the glyph matrix, owned; the identity at first
+
+  KFTFontContext();
+  ~KFTFontContext();
+  KFTFontContext(const KFTFontContext&) = delete;
+  KFTFontContext& operator=(const KFTFontContext&) = delete;
+
+  void SetFont(KFTFont* primary) { font = primary; }
+  void SetFallbackFont(KFTFont* only) { fallbackFont = only; }
+  /// The fonts to look in for what the primary lacks, best first, and code ranges that are always
+  /// taken from one of them. Copies both; null or empty `fonts` ends the fallback. The first use of
+  /// a combination of files and ranges looks up all 16-bit codes in them, later ones share the
+  /// result.
+  void SetFallbackFonts(const KArray<KFTFont*>* fonts, const KArray<KFTFontRange>* ranges);
+  /// The font to look in for `ch` when the primary lacks it, or null.
+  KFTFont* GetFallback(unsigned short ch) const;
+  /// The linear part of `m` becomes the glyph matrix of this context and its fonts: xx = m0,
+  /// xy = m1, yx = m3, yy = m4, in FreeType's sense, whose y grows upward. Null is the identity.
+  /// Nothing happens while there is no loaded primary font.
+  void SetTransform(const KSoftMatrix3D* m);
+  /// Line heights of the primary font and the largest of its fallbacks, at the primary's size.
+  /// Either pointer may be null.
+  void GetHeight(KFixed* height, KFixed* fallbackHeight) const;
+
+  /// Replaces `path` by the outline of a character of the primary font, pen at (0, 0). No fallback;
+  /// what has no outline leaves the path empty.
+  void LoadChar(KSoftPath* path, int ch);
+  /// A character's 8-bit coverage, the offset from the pen to its top left corner, and the advance
+  /// to the next pen. Null, and nothing written, when it cannot be had. The pixmap is the cache's
+  /// and good until the next LoadMask on this thread. A character that no font has shows the
+  /// primary's box.
+  KSoftPixmap* LoadMask(KVertex2D* origin, KVertex2D* advance, int ch);
+  /// Always null.
+  KSoftPixmap* LoadPixmap(KSoftPixmap* pixmap, KVertex2D* origin, KVertex2D* advance, int ch,
+                          KColor32 color);
+  /// Does nothing.
+  void ClearCache() {}
+
+  /// A box of whole pixels around `count` characters as m would show them, or false when m turns or
+  /// skews. Without `positions` it is `count` line heights wide; with them it is that much larger
+  /// than they are (the first is read even when `count` is 0). Edges beyond 16 bits become the
+  /// outermost ones.
+  bool GetApproxBounds(KRect* out, unsigned count, KVertex2D origin, const KVertex2D* positions,
+                       const KSoftMatrix3D& m) const;
+
+  // The calling thread's cache.
+
+  static unsigned GetCacheSize();  ///< bytes of masks
+  /// Every pointer may be null. One character can count two misses: in the primary font and in a
+  /// fallback.
+  static void GetCacheStats(int* hits, int* misses, int* evictions, int* watermark,
+                            int* avgNonZero);
+  static void ResetCacheStats();
+  /// Prints every cached mask and every font file to standard output.
+  static void DumpFontCache();
+  /// Prints the statistics and resets them, at most once a second in the process.
+  static void DebugDumpStats();
+
+  /// FreeType's outline callbacks, which append to the KSoftPath they are given.
+  static const FT_Outline_Funcs_ funcs;
+
+ protected:
+  /// The same box in 16.16, before whole pixels. Edges stay within 64 bits.
+  struct Box {
+    std::int64_t left, top, right, bottom;
+  };
+  bool ApproxBox(Box* box, unsigned count, KVertex2D origin, const KVertex2D* positions,
+                 const KSoftMatrix3D& m) const;
+
+ private:
+  KFTCacheKey KeyOf(const KFTFont* from, std::uint32_t ch) const;
+  KFTCacheData* FindMissed(KFTCache* cache, std::uint32_t ch);
+  KFTCacheData* Render(KFTCache* cache, const KFTFont* from, std::uint32_t index);
+};
+
+#endif

@@ -1,0 +1,46 @@
+// KFTFontFile: mapping a file.
+#include "kalvora/text/KFTFontFile.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+bool KFTFontFile::Map(const char* newPath) {
+  fd = open(newPath, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  // Descriptor 0 is refused, deliberately: a process that closed its standard input has put a font
+  // where others will read what they take for that input.
+  if (fd <= 0) return false;
+  struct stat status;
+  if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) return false;
+  if (status.st_size < 0 || status.st_size > PTRDIFF_MAX) return false;
+  size = static_cast<std::size_t>(status.st_size);
+  data = mmap(nullptr, size, PROT_READ, MAP_SHARED, fd, 0);
+  if (data == MAP_FAILED) return false;
+  path = strdup(newPath);
+  return path != nullptr;
+}
+
+void KFTFontFile::Unmap() {
+  std::free(path);
+  path = nullptr;
+  if (fd != -1) close(fd);
+  fd = -1;
+  if (data) munmap(data, size);
+  data = nullptr;
+  size = 0;
+}
+
+// A lock, because not every processor we run on counts 64 bits atomically.
+std::uint64_t KFTSharedFile::NextSerial() {
+  static pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+  static std::uint64_t last = 0;
+  pthread_mutex_lock(&mutex);
+  const std::uint64_t next = ++last;
+  pthread_mutex_unlock(&mutex);
+  return next;
+}

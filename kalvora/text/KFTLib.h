@@ -1,0 +1,23 @@
+// KFTLib: a thread's FreeType library and the fonts that are open on it.
+#ifndef KALVORA_TEXT_KFTLIB_H
+#define KALVORA_TEXT_KFTLIB_H
+
+#include "kalvora/text/KTlsItem.h"
+
+class KFTFont;
+struct FT_LibraryRec_;
+
+/// Made by the first text operation of a thread, destroyed when the thread ends.
+struct KFTLib {
+  FT_LibraryRec_* library = nullptr;
+  KFTFont* fonts = nullptr;  ///< every font that holds a file of this thread
+
+  /// The calling thread's library, made on demand; null when that fails.
+  static KFTLib* Thread();
+  /// Empties the fonts that are still open, then ends FreeType. Null is ignored.
+  static void TlsLibDestructor(KFTLib* lib);
+
+  static KTlsItem<KFTLib> TlsLib;
+};
+
+#endif

@@ -1,0 +1,34 @@
+// What the text sources share of FreeType. Not part of the public headers.
+#ifndef KALVORA_TEXT_FT_H
+#define KALVORA_TEXT_FT_H
+
+#include <cstdint>
+
+#include <ft2build.h>
+#include FT_FREETYPE_H
+#include FT_OUTLINE_H
+
+#include "kalvora/core/KVertex2D.h"
+#include "kalvora/support/KFlags.h"
+#include "kalvora/text/KFTFont.h"
+
+namespace kalvora {
+
+/// A 26.6 number as 16.16, in single precision: floor plus fraction, also below zero.
+inline KFixed FromF26Dot6(std::int64_t v) {
+  return KFixed(static_cast<float>(v >> 6) + static_cast<float>(v & 63) * 0.015625f);
+}
+
+/// A 26.6 vector in the drawing's space, where y grows downward.
+inline KVertex2D FromF26Dot6(const FT_Vector& v) { return {FromF26Dot6(v.x), -FromF26Dot6(v.y)}; }
+
+inline bool IsLoaded(const KFTFont* font) { return font && font->face; }
+
+/// How glyphs are loaded to be measured and to be rendered.
+inline FT_Int32 LoadFlags() {
+  return FT_LOAD_NO_BITMAP | (Flags.UseFontHinting ? FT_LOAD_DEFAULT : FT_LOAD_NO_HINTING);
+}
+
+}  // namespace kalvora
+
+#endif

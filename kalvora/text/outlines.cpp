@@ -1,0 +1,52 @@
+// KFTFontContext: glyph outlines as paths.
+#include "kalvora/geometry/KSoftPath.h"
+#include "kalvora/text/KFTFontContext.h"
+#include "kalvora/text/ft.h"
+
+using kalvora::FromF26Dot6;
+
+namespace {
+
+KSoftPath& PathOf(void* user) { return *static_cast<KSoftPath*>(user); }
+
+// Decomposition always goes on: when memory runs out the path lacks the segment.
+constexpr int kGoOn = 0;
+
+}  // namespace
+
+const FT_Outline_Funcs KFTFontContext::funcs = {
+    .move_to =
+        [](const FT_Vector* to, void* path) {
+          PathOf(path).MoveTo(FromF26Dot6(*to));
+          return kGoOn;
+        },
+    .line_to =
+        [](const FT_Vector* to, void* path) {
+          PathOf(path).LineTo(FromF26Dot6(*to));
+          return kGoOn;
+        },
+    .conic_to =
+        [](const FT_Vector* control, const FT_Vector* to, void* path) {
+          PathOf(path).QuadTo(FromF26Dot6(*control), FromF26Dot6(*to));
+          return kGoOn;
+        },
+    .cubic_to =
+        [](const FT_Vector* control1, const FT_Vector* control2, const FT_Vector* to, void* path) {
+          PathOf(path).CubicTo(FromF26Dot6(*control1), FromF26Dot6(*control2), FromF26Dot6(*to));
+          return kGoOn;
+        },
+    .shift = 0,
+    .delta = 0,
+};
+
+void KFTFontContext::LoadChar(KSoftPath* path, int ch) {
+  if (!path || !kalvora::IsLoaded(font)) return;
+  path->Reset();
+  // Other contexts may share the face: it must show what this one's matrix says.
+  FT_Set_Transform(font->face, matrix, nullptr);
+  const FT_Int32 flags = Flags.UseFontHinting ? FT_LOAD_DEFAULT : FT_LOAD_NO_HINTING;
+  if (FT_Load_Char(font->face, static_cast<FT_ULong>(ch & 0xFFFF), flags) != 0) return;
+  FT_Outline* outline = &font->face->glyph->outline;
+  if (font->face->glyph->format != FT_GLYPH_FORMAT_OUTLINE) return;
+  FT_Outline_Decompose(outline, &funcs, path);
+}

@@ -1,0 +1,64 @@
+// KFTFontContext: what the calling thread's cache has been doing.
+#include <atomic>
+#include <cstdio>
+
+#include <sys/time.h>
+
+#include "kalvora/text/KFTCache.h"
+#include "kalvora/text/KFTFontContext.h"
+
+namespace {
+
+void Store(int* to, std::int64_t value) {
+  if (to) *to = static_cast<int>(value);
+}
+
+}  // namespace
+
+unsigned KFTFontContext::GetCacheSize() {
+  const KFTCache* cache = KFTCache::Thread();
+  return cache ? cache->curSize : 0;
+}
+
+void KFTFontContext::GetCacheStats(int* hits, int* misses, int* evictions, int* watermark,
+                                   int* avgNonZero) {
+  const KFTCache* cache = KFTCache::Thread();
+  Store(hits, cache ? cache->hits : 0);
+  Store(misses, cache ? cache->misses : 0);
+  Store(evictions, cache ? cache->evictions : 0);
+  Store(watermark, cache ? cache->Watermark() : 0);
+  Store(avgNonZero, cache ? cache->AverageChain() : 0);
+}
+
+void KFTFontContext::ResetCacheStats() {
+  if (KFTCache* cache = KFTCache::Thread()) cache->ResetStats();
+}
+
+void KFTFontContext::DumpFontCache() {
+  const KFTCache* cache = KFTCache::Thread();
+  if (!cache) return;
+  cache->Dump(true, true);
+  std::puts("FaceCache:");
+  for (const KFTFaceEntry* entry = cache->faces; entry; entry = entry->next) {
+    std::printf("'%s' (count=%d)\n", entry->file->file.path, entry->file->refCount);
+  }
+}
+
+void KFTFontContext::DebugDumpStats() {
+  static std::atomic<std::int64_t> LastDumpTimeUs{0};
+  timeval time;
+  gettimeofday(&time, nullptr);
+  const std::int64_t now = std::int64_t{time.tv_sec} * 1000000 + time.tv_usec;
+  std::int64_t last = LastDumpTimeUs.load();
+  if (now - last <= 1000000 || !LastDumpTimeUs.compare_exchange_strong(last, now)) return;
+
+  int hits, misses, evictions, watermark, avgNonZero;
+  const unsigned size = GetCacheSize();
+  GetCacheStats(&hits, &misses, &evictions, &watermark, &avgNonZero);
+  ResetCacheStats();
+  std::printf(
+      "Font cache [%p] stats: Size [%d kb] Hits [%d] Misses[%d] Evictions[%d] "
+      "HashWatermark[%d] AvgNonZeroHashCount[%d]\n",
+      static_cast<const void*>(KFTCache::Existing()), static_cast<int>(size / 1024), hits, misses,
+      evictions, watermark, avgNonZero);
+}

@@ -1,0 +1,59 @@
+// The fonts that the tests draw with, and small tools around them.
+#ifndef KALVORA_TESTS_TEXT_FONTS_H
+#define KALVORA_TESTS_TEXT_FONTS_H
+
+#include <initializer_list>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "kalvora/text/KFTFont.h"
+#include "kalvora/text/KFTFontContext.h"
+
+// Debian packages fonts-dejavu-core, fonts-droid-fallback and fonts-symbola.
+inline constexpr const char* kLatin = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
+inline constexpr const char* kSerif = "/usr/share/fonts/truetype/dejavu/DejaVuSerif.ttf";
+inline constexpr const char* kCjk = "/usr/share/fonts/truetype/droid/DroidSansFallbackFull.ttf";
+inline constexpr const char* kSymbols =
+    "/usr/share/fonts/truetype/ancient-scripts/Symbola_hint.ttf";
+
+/// Characters by who has them among the three.
+inline constexpr char16_t kOnlyCjk = u'\u56FD';
+inline constexpr char16_t kOnlySymbols = u'\u2705';
+inline constexpr char16_t kNowhere = u'\uE123';
+
+inline KFixed Px(double pixels) { return KFixed(static_cast<float>(pixels)); }
+
+inline const unsigned short* Codes(const char16_t* text) {
+  return reinterpret_cast<const unsigned short*>(text);
+}
+
+/// A list of fonts as the library takes it.
+struct FontList {
+  std::vector<KFTFont*> fonts;
+  KArray<KFTFont*> array;
+
+  FontList(std::initializer_list<KFTFont*> list) : fonts(list) {
+    array = {static_cast<std::uint32_t>(fonts.size()), fonts.data()};
+  }
+};
+
+/// Runs a piece of a test on a thread of its own, whose caches start empty and end with it.
+template <typename Body>
+void OnThread(Body body) {
+  std::thread(body).join();
+}
+
+/// What `body` writes to standard output, also through the library.
+template <typename Body>
+std::string Printed(Body body) {
+  std::fflush(stdout);
+  testing::internal::CaptureStdout();
+  body();
+  std::fflush(stdout);
+  return testing::internal::GetCapturedStdout();
+}
+
+#endif
