@@ -61,8 +61,14 @@ class KALVORA_API KSoftPath {
   /// runs out.
   bool BezierTo(unsigned order, const KVertex2D* points, unsigned count);
   /// Appends the elliptical arc from `current` to `end` around `centre`, axis-parallel radii (x,
-  /// y).
+  /// y). `direction` true runs toward growing angles, which is clockwise on the screen. Equal
+  /// points make a whole turn. A start or end point off the ellipse is joined to it by a straight
+  /// line; a radius of 0 gives a straight line to `end`. False when memory runs out.
   bool ArcTo(KVertex2D end, KVertex2D centre, KVertex2D radii, bool direction);
+  /// Appends a new subpath: the elliptical arc around `centre` from the angle `start` on over
+  /// `sweep`, in degrees that grow clockwise on the screen. A sweep of 360 degrees or more, either
+  /// way, is the whole ellipse, closed; one of 0 is a point. False when memory runs out.
+  bool AddArc(KVertex2D centre, KVertex2D radii, KFixed start, KFixed sweep);
   /// Frees everything and returns to the empty state; `current` stays.
   void Reset();
   /// Appends this path, mapped through m (affine part), to `out`. When a coordinate, before or

@@ -9,6 +9,12 @@
 
 class KSoftPath;
 class KStack;
+enum class KSide : std::uint8_t;
+struct KIntercept;
+
+/// Kinds of caps and joins; other values count as butt and as bevel.
+enum KCap : std::uint32_t { kButtCap = 0, kSquareCap = 1, kRoundCap = 2 };
+enum KJoin : std::uint32_t { kBevelJoin = 0, kMiterJoin = 1, kRoundJoin = 2 };
 
 /// Stroke settings, scratch memory, and the two operations that turn paths into polygon rings.
 class KALVORA_API KStroker {
@@ -55,6 +61,20 @@ class KALVORA_API KStroker {
   /// Releases rings, last to first, but not the array.
   void FreeRingVertices(KVertex2D** rings, unsigned count, bool onStack);
 
+  /// Turns every subpath into the outline of its stroke, in device space, and returns the number of
+  /// rings; fill them with the non-zero rule, whatever the matrix. The pen is offset in user space
+  /// and shaped by the matrix. A subpath of no length is a dot under round and square caps, and
+  /// nothing under butt caps. `rings` and the rings come from the scratch stack or the C heap, as
+  /// `onStack` says; release them with FreeStroke. 0 and null when there is nothing to fill (an
+  /// empty path, a half width of 0 or less) or memory runs out; nothing stays allocated then.
+  unsigned StrokePath(const KSoftPath* path, KVertex2D**& rings, const KSoftMatrix3D* m,
+                      bool onStack);
+  /// The same for one polyline; `closed` joins the last point to the first. One point is a dot.
+  unsigned StrokePoly(const KVertex2D* points, unsigned count, KVertex2D**& rings,
+                      const KSoftMatrix3D* m, bool onStack, bool closed);
+  /// Releases a stroke's rings, last to first, and their array.
+  void FreeStroke(KVertex2D** rings, unsigned count, bool onStack);
+
   /// Most points that one curve piece is flattened into.
   static constexpr int kMaxCurvePoints = 256;
   /// Flattens one curve: writes the start of every straight piece and then the end point, `stride`
@@ -62,6 +82,35 @@ class KALVORA_API KStroker {
   static int GetBezierPts(KVertex2D* out, KVertex2D p0, KVertex2D c1, KVertex2D c2, KVertex2D p3,
                           int stride);
   static int GetBezierPts(KVertex2D* out, KVertex2D p0, KVertex2D c, KVertex2D p2, int stride);
+
+  /// Most cubic pieces that one elliptical arc is made of.
+  static constexpr int kMostArcPieces = 9;
+  /// Writes the elliptical arc from the direction of `start` to that of `end` around `centre` as
+  /// cubic pieces, three points each and `stride` entries apart, and returns their number, at most
+  /// kMostArcPieces. `direction` true runs toward growing angles, which is clockwise on the screen.
+  /// Equal points make a whole turn. When the radii differ, the offsets from the centre are first
+  /// scaled by their ratio, so that the arc is computed on a circle.
+  static int GetArcBeziers(KVertex2D* out, KVertex2D start, KVertex2D end, KVertex2D centre,
+                           KVertex2D radii, bool direction, int stride);
+
+  // The stages of a stroke; StrokePath and StrokePoly lead through them.
+
+  /// Starts a subpath at the current point. False when memory runs out.
+  bool ComputeInit(KIntercept* k);
+  /// Append both sides of straight, quadratic and cubic pieces.
+  void OffsetPoly(KIntercept* k, const KVertex2D* points, unsigned pieces, const KSoftMatrix3D* m);
+  void OffsetBezier3(KIntercept* k, const KVertex2D* points, unsigned pieces,
+                     const KSoftMatrix3D* m);
+  void OffsetBezier4(KIntercept* k, const KVertex2D* points, unsigned pieces,
+                     const KSoftMatrix3D* m);
+  /// Emits the join between the current run and the next; inside a curve (`smooth`) a round one.
+  void ComputeJoin(KIntercept* k, const KSoftMatrix3D* m, bool smooth);
+  /// Emits the cap at the current point.
+  void ComputeCap(KIntercept* k, const KSoftMatrix3D* m);
+  /// Finishes a subpath: a closing join, or caps at both ends, and the output rings.
+  void ComputeClose(KIntercept* k, const KSoftMatrix3D* m, bool closed);
+  /// Appends the points of the pen's circle between two offsets of the current point.
+  static void GetArcPts(KIntercept* k, KSide side, KVertex2D from, KVertex2D to, bool clockwise);
 };
 
 #endif

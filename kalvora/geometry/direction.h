@@ -1,0 +1,104 @@
+// Directions and lengths: integer square roots and unit vectors for the stroker and the arcs.
+#ifndef KALVORA_GEOMETRY_DIRECTION_H
+#define KALVORA_GEOMETRY_DIRECTION_H
+
+#include <bit>
+#include <cstdint>
+
+#include "kalvora/core/KVertex2D.h"
+
+namespace kalvora {
+
+constexpr std::int64_t Abs(std::int64_t v) { return v < 0 ? -v : v; }
+
+/// A vector of any scale, wide enough for every difference of two points and for curves that are
+/// subdivided with further fraction bits. Components lie within +-2^50.
+struct Span {
+  std::int64_t x, y;
+
+  constexpr bool IsZero() const { return x == 0 && y == 0; }
+  constexpr bool operator==(const Span&) const = default;
+};
+
+constexpr Span operator+(Span a, Span b) { return {a.x + b.x, a.y + b.y}; }
+constexpr Span operator-(Span a, Span b) { return {a.x - b.x, a.y - b.y}; }
+
+/// From a to b, in 16.16, without wrapping around.
+constexpr Span Between(KVertex2D a, KVertex2D b) {
+  return {std::int64_t{b.x.raw} - a.x.raw, std::int64_t{b.y.raw} - a.y.raw};
+}
+
+/// The larger component's magnitude, and the sum of both.
+constexpr std::int64_t Extent(Span v) { return Abs(v.x) > Abs(v.y) ? Abs(v.x) : Abs(v.y); }
+constexpr std::int64_t Bound(Span v) { return Abs(v.x) + Abs(v.y); }
+
+/// floor(sqrt(v)).
+constexpr std::uint32_t Root(std::uint64_t v) {
+  if (v == 0) return 0;
+  std::uint64_t root = 0;
+  std::uint64_t bit = std::uint64_t{1} << ((std::bit_width(v) - 1) & ~1);
+  for (; bit != 0; bit >>= 2) {
+    if (v >= root + bit) {
+      v -= root + bit;
+      root = (root >> 1) + bit;
+    } else {
+      root >>= 1;
+    }
+  }
+  return static_cast<std::uint32_t>(root);
+}
+
+/// A unit vector with 30 fraction bits.
+struct Unit {
+  std::int32_t x, y;
+
+  static constexpr int kBits = 30;
+  static constexpr std::int32_t kOne = 1 << kBits;
+
+  constexpr bool operator==(const Unit&) const = default;
+  /// The same in 16.16.
+  constexpr KVertex2D Rounded() const {
+    return {KFixed::FromRaw((x + 0x2000) >> 14), KFixed::FromRaw((y + 0x2000) >> 14)};
+  }
+};
+
+/// The product of two numbers of which one has 30 fraction bits, rounded.
+constexpr std::int64_t Mul30(std::int64_t a, std::int64_t b) {
+  return (a * b + (1 << (Unit::kBits - 1))) >> Unit::kBits;
+}
+
+constexpr std::int32_t Cosine(Unit a, Unit b) {
+  return static_cast<std::int32_t>((std::int64_t{a.x} * b.x + std::int64_t{a.y} * b.y) >>
+                                   Unit::kBits);
+}
+/// Sine of the angle from a to b; positive angles grow clockwise on the screen.
+constexpr std::int32_t Sine(Unit a, Unit b) {
+  return static_cast<std::int32_t>((std::int64_t{a.x} * b.y - std::int64_t{a.y} * b.x) >>
+                                   Unit::kBits);
+}
+
+/// Length and direction of a vector.
+struct Polar {
+  std::int64_t length;  ///< in the vector's own scale
+  Unit direction;       ///< (0, 0) for the zero vector
+};
+
+constexpr Polar ToPolar(Span v) {
+  const std::int64_t extent = Extent(v);
+  if (extent == 0) return {0, {0, 0}};
+  // Scale the larger component to 30 bits, so that every vector is measured equally well.
+  const int shift = 30 - static_cast<int>(std::bit_width(static_cast<std::uint64_t>(extent)));
+  const std::int64_t x = shift >= 0 ? v.x * (std::int64_t{1} << shift) : v.x >> -shift;
+  const std::int64_t y = shift >= 0 ? v.y * (std::int64_t{1} << shift) : v.y >> -shift;
+  const std::int64_t length = Root(static_cast<std::uint64_t>(x * x + y * y));
+  const auto unit = [length](std::int64_t component) {
+    const std::int64_t twice = component * (2 * std::int64_t{Unit::kOne}) / length;
+    return static_cast<std::int32_t>((twice + 1) >> 1);
+  };
+  const std::int64_t half = shift > 0 ? std::int64_t{1} << (shift - 1) : 0;
+  return {shift >= 0 ? (length + half) >> shift : length << -shift, {unit(x), unit(y)}};
+}
+
+}  // namespace kalvora
+
+#endif

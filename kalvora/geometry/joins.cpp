@@ -1,0 +1,95 @@
+// Joins: how the outline goes from the end of one run to the beginning of the next.
+#include <algorithm>
+
+#include "kalvora/geometry/KIntercept.h"
+#include "kalvora/geometry/KStroker.h"
+
+using namespace kalvora;
+
+namespace {
+
+std::int64_t Dot(KVertex2D a, KVertex2D b) {
+  return (std::int64_t{a.x.raw} * b.x.raw + std::int64_t{a.y.raw} * b.y.raw) >> 16;
+}
+/// Sine of the angle from a to b, which grows clockwise on the screen.
+std::int64_t Cross(KVertex2D a, KVertex2D b) {
+  return (std::int64_t{a.x.raw} * b.y.raw - std::int64_t{a.y.raw} * b.x.raw) >> 16;
+}
+
+/// The vector of this length in a direction.
+KVertex2D Along(KVertex2D direction, KFixed length) {
+  return {direction.x * length, direction.y * length};
+}
+
+}  // namespace
+
+// tan(a / 2) = sin a / (1 + cos a) = (1 - cos a) / sin a, of which the one with the larger divisor
+// is taken.
+KFixed KIntercept::GetIntercept(KVertex2D from, KVertex2D to) const {
+  // Sines between these bounds are taken for errors of a reversal of 180 degrees.
+  static constexpr KFixed PosError = KFixed::FromRaw(16);
+  static constexpr KFixed NegError = -PosError;
+  const auto cosine = KFixed::FromRaw(static_cast<std::int32_t>(Dot(from, to)));
+  const auto sine = KFixed::FromRaw(static_cast<std::int32_t>(Cross(from, to)));
+  const KFixed magnitude = sine < kZero ? -sine : sine;
+  if (cosine >= kZero) return KFixed::MulDiv(pen.radius, magnitude, kOne + cosine);
+  if (sine > NegError && sine < PosError) return KFixed::NaN;
+  const std::int64_t product = std::int64_t{pen.radius.raw} * (kOne - cosine).raw;
+  if (product >= std::int64_t{magnitude.raw} << 31) return KFixed::NaN;
+  return KFixed::MulDiv(pen.radius, kOne - cosine, magnitude);
+}
+
+// The outer side takes the miter's tip, an arc, or the straight line of a bevel. The inner side
+// takes the crossing of the two sides where both lines reach well beyond it, and the vertex itself
+// where they do not. With `smooth` the join stands inside a curve and is round in any case.
+void KStroker::ComputeJoin(KIntercept* k, const KSoftMatrix3D*, bool smooth) {
+  const KVertex2D p = k->point;
+  const KVertex2D d = k->run.direction;
+  const KRun& next = k->next;
+  const std::int64_t sine = Cross(d, next.direction);
+  const bool clockwise = sine >= 0;
+  const KSide outer = clockwise ? KSide::Left : KSide::Right;
+  const KSide inner = clockwise ? KSide::Right : KSide::Left;
+  const KVertex2D a = clockwise ? k->run.offset : -k->run.offset;
+  const KVertex2D b = clockwise ? next.offset : -next.offset;
+
+  const KFixed beyond = smooth ? KFixed::NaN : k->GetIntercept(d, next.direction);
+  const KVertex2D tip = beyond == KFixed::NaN ? a : a + Along(d, beyond);
+  const bool straight = k->run.length > 0 && next.length > 0;
+
+  bool mitered = false;
+  if (join == 1 && beyond != KFixed::NaN) {
+    // The tip's distance from the vertex is to the half width as the miter's length to the width. A
+    // limit that is just met is met.
+    const std::int64_t h = k->pen.radius.raw, t = beyond.raw;
+    const std::int64_t bound = std::int64_t{limitWidth.raw} + (limitWidth.raw >> 12);
+    mitered = limitWidth > kZero && h * h + t * t <= bound * bound;
+  }
+  if (mitered && straight) {
+    // The ends of both lines' sides lie on the lines through the tip.
+    k->Add(outer, p + tip);
+  } else {
+    if (k->pending) k->Add(outer, p + a);
+    if (mitered) {
+      k->Add(outer, p + tip);
+    } else if (smooth || join == 2) {
+      GetArcPts(k, outer, a, b, clockwise);
+    }
+    k->Add(outer, p + b);
+  }
+
+  // How far the two lines' pieces overlap along each of them.
+  const std::int64_t reach =
+      std::max<std::int64_t>(beyond.raw, std::int64_t{k->pen.radius.raw} * Abs(sine) >> 16);
+  k->inner = inner;
+  k->crossed =
+      straight && beyond != KFixed::NaN && 2 * reach <= std::min(k->run.length, next.length);
+  if (k->crossed) {
+    k->Add(inner, p - tip);
+  } else {
+    if (k->pending) k->Add(inner, p - a);
+    k->Add(inner, p);
+    k->Add(inner, p - b);
+  }
+  k->pending = false;
+}

@@ -1,0 +1,118 @@
+// Offsets: the two sides of straight lines and of curves.
+#include "kalvora/geometry/KIntercept.h"
+#include "kalvora/geometry/KStroker.h"
+#include "kalvora/geometry/bezier.h"
+
+using namespace kalvora;
+
+namespace {
+
+Span Wide(KVertex2D v) { return {v.x.raw, v.y.raw}; }
+
+KRun RunAlong(const Pen& pen, Span v, bool straight) {
+  const Polar polar = ToPolar(v);
+  const KVertex2D direction = polar.direction.Rounded();
+  return {direction, pen.Offset(direction), straight ? polar.length : 0};
+}
+
+/// Whether a curve that runs in direction d goes on along `leg` without a turn worth a join: less
+/// than half a degree.
+bool GoesOn(KVertex2D d, Span leg) {
+  const Span unit = Wide(d), v = Reduced(leg);
+  const std::int64_t ahead = Dot(unit, v);
+  return ahead > 0 && Abs(Cross(unit, v)) <= ahead >> 7;
+}
+
+}  // namespace
+
+void KStroker::OffsetPoly(KIntercept* k, const KVertex2D* points, unsigned pieces,
+                          const KSoftMatrix3D* m) {
+  for (unsigned i = 0; i < pieces; ++i) {
+    const Span v = Between(k->point, points[i]);
+    if (v.IsZero()) continue;
+    k->next = RunAlong(k->pen, v, true);
+    if (k->empty) {
+      k->Begin();
+    } else if (k->next.direction != k->run.direction) {
+      ComputeJoin(k, m, false);
+    } else if (k->run.length == 0) {
+      k->Arrive();
+    } else {
+      k->next.length += k->run.length;
+    }
+    k->MoveTo(points[i]);
+  }
+}
+
+namespace {
+
+/// Turns to the direction of a curve's leg, which begins at the current point.
+void Turn(KStroker& stroker, KIntercept* k, Span leg, bool smooth) {
+  if (!k->empty && GoesOn(k->run.direction, leg)) return;
+  k->next = RunAlong(k->pen, leg, false);
+  if (k->empty) {
+    k->Begin();
+  } else {
+    stroker.ComputeJoin(k, k->matrix, smooth);
+  }
+  k->run = k->next;
+}
+
+/// Follows a piece that turns so little that its sides are straight lines.
+template <int ORDER>
+void Glide(KStroker& stroker, KIntercept* k, const Bezier<ORDER>& piece) {
+  Turn(stroker, k, piece.FirstLeg(), true);
+  k->next = RunAlong(k->pen, piece.LastLeg(), false);
+  const KVertex2D end = piece.End();
+  const Span way = Between(k->point, end), ahead = Wide(k->next.direction);
+  const Span swing = Between(k->run.offset, k->next.offset);
+  // Where the pen is wider than the curve's radius, the inner side would run backward: the pen
+  // turns on the spot first.
+  if (Abs(Dot(swing, ahead)) < Dot(way, ahead)) {
+    k->Arrive();
+  } else {
+    stroker.ComputeJoin(k, k->matrix, true);
+  }
+  k->MoveTo(end);
+}
+
+/// Follows the legs of a piece that is too small, or turns too sharply, to be followed otherwise.
+template <int ORDER>
+void FollowLegs(KStroker& stroker, KIntercept* k, const Bezier<ORDER>& piece) {
+  for (int i = 0; i < ORDER; ++i) {
+    const Span leg = piece.Leg(i);
+    if (leg.IsZero()) continue;
+    Turn(stroker, k, leg, true);
+    k->next = k->run;
+    k->next.length = 0;
+    k->MoveTo(Bezier<ORDER>::Narrow(piece.p[i + 1]));
+  }
+}
+
+template <int ORDER>
+void Offset(KStroker& stroker, KIntercept* k, const KVertex2D* points, unsigned pieces) {
+  for (; pieces > 0; --pieces, points += ORDER) {
+    const auto curve = Bezier<ORDER>::From(k->point, points);
+    if (curve.IsPoint()) continue;
+    Turn(stroker, k, curve.FirstLeg(), false);
+    Subdivide(curve, k->pen, [&](const Bezier<ORDER>& piece, Course course) {
+      if (course == Course::Glide) {
+        Glide(stroker, k, piece);
+      } else {
+        FollowLegs(stroker, k, piece);
+      }
+    });
+  }
+}
+
+}  // namespace
+
+void KStroker::OffsetBezier3(KIntercept* k, const KVertex2D* points, unsigned pieces,
+                             const KSoftMatrix3D*) {
+  Offset<2>(*this, k, points, pieces);
+}
+
+void KStroker::OffsetBezier4(KIntercept* k, const KVertex2D* points, unsigned pieces,
+                             const KSoftMatrix3D*) {
+  Offset<3>(*this, k, points, pieces);
+}

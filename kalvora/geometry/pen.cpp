@@ -1,0 +1,70 @@
+// Pen: tolerances from the matrix.
+#include "kalvora/geometry/pen.h"
+
+#include <algorithm>
+#include <bit>
+
+namespace kalvora {
+namespace {
+
+// Device pixels, 16.16: the outline's distance from the true one at a circle, at a curve's chord,
+// and where a wide pen turns with the curve.
+constexpr std::int64_t kArcTolerance = 0x10000 / 32;
+constexpr std::int64_t kChordTolerance = 0x10000 / 24;
+constexpr std::int64_t kTurnTolerance = 0x10000 / 32;
+
+// A step along the circle lies between 1/128 and 45 degrees' worth of 1 - cos(step / 2).
+constexpr std::int64_t kLeastSagitta = Unit::kOne / 131072;
+constexpr std::int64_t kMostSagitta = 81733000;  // 1 - cos(22.5 degrees)
+
+// tan(10 degrees) and 1/1024.
+constexpr std::int64_t kMostTurn = 11556;
+constexpr std::int64_t kLeastTurn = 64;
+
+}  // namespace
+
+// The larger singular value s of the rows (a, b) and (c, d):
+//   2 s^2 = S + sqrt((a^2 + b^2 - c^2 - d^2)^2 + 4 (a c + b d)^2),  S = a^2 + b^2 + c^2 + d^2
+std::int64_t Stretch(const KSoftMatrix3D& m) {
+  if (m.linearIdentity) return 0x10000;
+  std::int64_t a = m.m0.raw, b = m.m1.raw, c = m.m3.raw, d = m.m4.raw;
+  const std::int64_t extent = std::max(Extent({a, b}), Extent({c, d}));
+  if (extent == 0) return 1;
+  // Scaled to 14 bits, so that fourth powers fit.
+  const int shift = static_cast<int>(std::bit_width(static_cast<std::uint64_t>(extent))) - 14;
+  for (std::int64_t* entry : {&a, &b, &c, &d}) {
+    *entry = shift > 0 ? *entry >> shift : *entry * (std::int64_t{1} << -shift);
+  }
+  const std::int64_t first = a * a + b * b, second = c * c + d * d;
+  const std::int64_t difference = first - second, twice = 2 * (a * c + b * d);
+  const std::int64_t root =
+      Root(static_cast<std::uint64_t>(difference * difference + twice * twice));
+  const auto square = static_cast<std::uint64_t>(first + second + root + 1) / 2;
+  const std::int64_t stretch = std::int64_t{Root(square << 16)} + 256;  // 8 fraction bits
+  return std::max<std::int64_t>(shift > 8 ? stretch << (shift - 8) : stretch >> (8 - shift), 1);
+}
+
+Pen::Pen(KFixed halfWidth, const KSoftMatrix3D& m) : radius(halfWidth) {
+  const std::int64_t stretch = Stretch(m);
+  // The radius in device pixels.
+  const std::int64_t reach = std::max<std::int64_t>(std::int64_t{radius.raw} * stretch >> 16, 1);
+
+  // A chord over a step s of a circle of radius r leaves it by e r, e = 1 - cos(s / 2).
+  //   cos s = 2 (1 - e)^2 - 1        sin s = 2 (1 - e) sqrt(e (2 - e))
+  const std::int64_t e =
+      std::clamp((kArcTolerance << Unit::kBits) / reach, kLeastSagitta, kMostSagitta);
+  const std::int64_t cosHalf = Unit::kOne - e;
+  const std::int64_t sinHalf =
+      Root(static_cast<std::uint64_t>(e * (2 * std::int64_t{Unit::kOne} - e)));
+  stepCos = static_cast<std::int32_t>(Mul30(2 * cosHalf, cosHalf) - Unit::kOne);
+  stepSin = static_cast<std::int32_t>(Mul30(2 * cosHalf, sinHalf));
+
+  // The same for a pen that turns by s while it moves: s = sqrt(8 tolerance / r).
+  const auto squared = static_cast<std::uint64_t>((8 * kTurnTolerance << 32) / reach);
+  turn =
+      static_cast<std::int32_t>(std::clamp<std::int64_t>(Root(squared), kLeastTurn, 2 * kMostTurn));
+
+  flatness = (kChordTolerance << 32) / stretch;
+}
+
+}  // namespace kalvora

@@ -1,0 +1,40 @@
+// Pen: what one stroke needs to know of its line width and of the matrix that shows it.
+#ifndef KALVORA_GEOMETRY_PEN_H
+#define KALVORA_GEOMETRY_PEN_H
+
+#include <cstdint>
+
+#include "kalvora/core/KSoftMatrix3D.h"
+#include "kalvora/geometry/direction.h"
+
+namespace kalvora {
+
+/// The largest factor by which the matrix's linear part stretches a length, 16.16; at least 1 unit.
+std::int64_t Stretch(const KSoftMatrix3D& m);
+
+/// The round pen of a stroke, and how finely curves must be cut for an outline that stays well
+/// within a quarter of a device pixel.
+struct Pen {
+  Pen(KFixed halfWidth, const KSoftMatrix3D& m);
+
+  /// More than the steps of half a circle.
+  static constexpr int kMostSteps = 512;
+
+  KFixed radius;
+  /// Rotation by one step along a circle of this radius, 30 fraction bits.
+  std::int32_t stepCos, stepSin;
+  /// Tangent of the angle by which a curve may turn in one piece, 16.16.
+  std::int32_t turn;
+  /// How far a curve may leave its chord, in user units with 32 fraction bits.
+  std::int64_t flatness;
+
+  /// The offset of a line running in this direction: the normal (y, -x) at the pen's
+  /// radius. It points to the left of the line as seen on the screen.
+  KVertex2D Offset(KVertex2D direction) const {
+    return {direction.y * radius, -direction.x * radius};
+  }
+};
+
+}  // namespace kalvora
+
+#endif
