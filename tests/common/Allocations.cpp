@@ -2,6 +2,7 @@
 #include "tests/common/Allocations.h"
 
 #include <cstddef>
+#include <new>
 
 namespace {
 
@@ -28,6 +29,11 @@ void* __wrap_realloc(void* p, std::size_t size) {
 }
 
 }  // extern "C"
+
+// The library's objects come from here.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return MustFail() ? nullptr : ::operator new(size);
+}
 
 Allocations::Allocations(int failing) {
   counting = true;

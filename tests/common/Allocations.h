@@ -2,8 +2,9 @@
 #ifndef KALVORA_TESTS_COMMON_ALLOCATIONS_H
 #define KALVORA_TESTS_COMMON_ALLOCATIONS_H
 
-/// While one lives, the calls of malloc, calloc and realloc on this thread are counted from its
-/// construction, and the `failing`-th of them (1 is the first, 0 none) returns null.
+/// While one lives, the calls of malloc, calloc, realloc and new (std::nothrow) on this thread are
+/// counted from its construction, and the `failing`-th of them (1 is the first, 0 none) returns
+/// null.
 class Allocations {
  public:
   explicit Allocations(int failing = 0);
