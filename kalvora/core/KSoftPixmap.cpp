@@ -105,7 +105,7 @@ void KSoftPixmap::Allocate() {
   const std::uint64_t lastRow = std::max<std::uint64_t>(stride, rowBytes);
   const std::uint64_t bytes = height == 0 ? 0 : std::uint64_t{height - 1} * stride + lastRow;
   if (bytes > INT32_MAX) return;
-  pixels = static_cast<std::uint8_t*>(std::malloc(std::max<std::size_t>(bytes, 1)));
+  pixels = static_cast<std::uint8_t*>(std::malloc(bytes > 0 ? static_cast<std::size_t>(bytes) : 1));
   ownsPixels = pixels != nullptr;
 }
 
