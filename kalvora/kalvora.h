@@ -17,6 +17,8 @@
 #include "kalvora/export.h"
 #include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"
+#include "kalvora/paint/KFilters.h"
+#include "kalvora/paint/KSoftColorRamp.h"
 #include "kalvora/text/KFTFallback.h"
 #include "kalvora/text/KFTFont.h"
 #include "kalvora/text/KFTFontContext.h"

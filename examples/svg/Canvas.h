@@ -2,9 +2,12 @@
 #ifndef EXAMPLES_SVG_CANVAS_H
 #define EXAMPLES_SVG_CANVAS_H
 
-#include "kalvora/context/KSoftContext2D.h"
+#include <memory>
+#include <vector>
 
-#include "examples/svg/Color.h"
+#include "kalvora/kalvora.h"
+
+#include "examples/svg/Ink.h"
 #include "examples/svg/Outline.h"
 
 namespace svg {
@@ -15,12 +18,37 @@ class Canvas {
   Canvas(unsigned width, unsigned height, KFormat format, Color background);
 
   /// Fills an outline that is given in pixels.
-  void Fill(const Outline& outline, bool evenOdd, Color color);
-  KSoftPixmap& Picture() { return picture_; }
+  void Fill(const Outline& outline, bool evenOdd, const Ink& ink);
+  /// Strokes an outline whose user space, and so the pen, is mapped to pixels.
+  void Stroke(const Outline& outline, const Affine& toPixels, const Pen& pen, const Ink& ink);
+
+  /// Everything until EndLayer goes into a transparent picture of its own, without a clip. False
+  /// when there are too many or no memory: then there is no layer to end.
+  bool BeginLayer();
+  /// Puts the layer onto what is below, through the clip there.
+  void EndLayer(double opacity);
+  /// Multiplies the layer by the brightness and alpha of the one above it, which ends too.
+  void EndMask();
+
+  /// Clips the present layer to an outline in pixels that is not empty.
+  void SetClip(const Outline& outline, bool evenOdd);
+  void ResetClip();
+  bool HasClip() const { return Top().clipped; }
+
+  KSoftPixmap& Picture() { return layers_.front()->picture; }
 
  private:
-  KSoftPixmap picture_;
-  KSoftContext2D context_;
+  struct Layer {
+    KSoftPixmap picture;
+    KSoftContext2D context;
+    bool clipped = false;
+  };
+
+  Layer& Top() const { return *layers_.back(); }
+  bool AddLayer(unsigned width, unsigned height, KFormat format, KColor32 color);
+  void DrawOutline(const Outline& outline);
+
+  std::vector<std::unique_ptr<Layer>> layers_;
 };
 
 }  // namespace svg

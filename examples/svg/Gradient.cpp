@@ -44,6 +44,9 @@ class Reader {
     ReadGeometry(gradient);
     ReadStops(gradient, user);
     if (gradient.stops.empty()) return std::nullopt;
+    // Without an extent, everything lies behind the last stop.
+    const bool flat = gradient.radial ? gradient.radius <= 0 : gradient.from == gradient.to;
+    if (flat) gradient.stops.erase(gradient.stops.begin(), gradient.stops.end() - 1);
     return gradient;
   }
 

@@ -95,6 +95,43 @@ Box Outline::Bounds() const {
   return box;
 }
 
+double Outline::SignedArea() const {
+  double twice = 0;
+  Point start, from;
+  for (const Step& s : steps_) {
+    if (s.kind == Step::Move) {
+      twice += from.x * start.y - from.y * start.x;
+      start = s.end;
+    } else {
+      twice += from.x * s.end.y - from.y * s.end.x;
+    }
+    from = s.end;
+  }
+  return (twice + from.x * start.y - from.y * start.x) / 2;
+}
+
+Outline Outline::Reversed() const {
+  Outline result;
+  for (std::size_t begin = 0; begin < steps_.size();) {
+    std::size_t end = begin + 1;
+    while (end < steps_.size() && steps_[end].kind != Step::Move) ++end;
+    const bool closed = steps_[end - 1].kind == Step::Close;
+    // A close draws a line back to the start; backward, it comes first.
+    result.MoveTo(steps_[end - 1].end);
+    for (std::size_t i = end - 1; i > begin; --i) {
+      const Point to = steps_[i - 1].end;
+      if (steps_[i].kind == Step::Cubic) {
+        result.CubicTo(steps_[i].c2, steps_[i].c1, to);
+      } else {
+        result.LineTo(to);
+      }
+    }
+    if (closed) result.Close();
+    begin = end;
+  }
+  return result;
+}
+
 bool Outline::IsFinite() const {
   return std::all_of(steps_.begin(), steps_.end(), [](const Step& s) {
     const double sum = s.c1.x + s.c1.y + s.c2.x + s.c2.y + s.end.x + s.end.y;

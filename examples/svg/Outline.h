@@ -46,6 +46,10 @@ class Outline {
   /// Around the drawn curves themselves.
   Box Bounds() const;
   bool IsFinite() const;
+  /// Of the polygons through the end points; positive when they turn clockwise on the screen.
+  double SignedArea() const;
+  /// The same subpaths, each drawn backward.
+  Outline Reversed() const;
 
  private:
   void Add(Step step);

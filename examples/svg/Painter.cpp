@@ -3,8 +3,6 @@
 
 #include <algorithm>
 
-#include "examples/svg/Gradient.h"
-#include "examples/svg/Scanner.h"
 #include "examples/svg/element.h"
 #include "examples/svg/shapes.h"
 
@@ -29,6 +27,38 @@ Rect ReadViewport(pugi::xml_node element, const LengthScale& scale) {
           LengthAttribute(element, "y", scale, Axis::Y),
           LengthAttribute(element, "width", scale, Axis::X, scale.width),
           LengthAttribute(element, "height", scale, Axis::Y, scale.height)};
+}
+
+Outline RectOutline(const Rect& r) {
+  Outline outline;
+  outline.MoveTo({r.x, r.y});
+  outline.LineTo({r.x + r.width, r.y});
+  outline.LineTo({r.x + r.width, r.y + r.height});
+  outline.LineTo({r.x, r.y + r.height});
+  outline.Close();
+  return outline;
+}
+
+// Maps the unit square to the box.
+Affine FromUnitSquare(const Box& box) {
+  return {box.Width(), 0, 0, box.Height(), box.left, box.top};
+}
+
+bool PaintsOnce(const Style& style) {
+  return (style.fill.kind == Paint::Kind::None) != (style.stroke.kind == Paint::Kind::None);
+}
+
+Pen MakePen(const Style& style, const LengthScale& scale) {
+  Pen pen;
+  pen.width = style.strokeWidth.Resolve(scale, Axis::Diagonal);
+  pen.cap = style.cap;
+  pen.join = style.join;
+  pen.miterLimit = style.miterLimit;
+  for (const Length& dash : style.dashes) {
+    pen.dashes.push_back(dash.Resolve(scale, Axis::Diagonal));
+  }
+  pen.dashOffset = style.dashOffset.Resolve(scale, Axis::Diagonal);
+  return pen;
 }
 
 bool SpeaksOurLanguage(pugi::xml_node element) {
@@ -62,7 +92,6 @@ void Painter::Draw(double width, double height) {
   State state;
   state.style = document_.StyleOf(root, Style());
   if (!state.style.displayed) return;
-  state.opacity = state.style.opacity;
   state.scale = {width, height, state.style.fontSize};
   // A picture of another size than the document's shows the whole document.
   if (!root.attribute("viewBox")) {
@@ -74,7 +103,9 @@ void Painter::Draw(double width, double height) {
     }
   }
   active_.push_back(root);
-  Viewport(root, state, {0, 0, width, height});
+  const Surround surround = Begin(root, state);
+  if (!surround.hidden) Viewport(root, state, {0, 0, width, height});
+  End(root, state, surround);
   active_.pop_back();
 }
 
@@ -85,16 +116,16 @@ void Painter::Element(pugi::xml_node element, const State& parent) {
   if (active_.size() >= kMaxDepth) return notes_.Once("nested too deeply; skipping the inside");
   if (++elements_ > kMaxElements) return notes_.Once("too many elements; skipping the rest");
 
-  State state = parent;
-  state.style = document_.StyleOf(element, parent.style);
+  State state = parent.Enter(document_, element);
   if (!state.style.displayed) return;
-  state.opacity *= state.style.opacity;
-  state.scale.fontSize = state.style.fontSize;
-  if (const auto transform = element.attribute("transform")) {
-    state.toPixels = state.toPixels * ParseTransform(transform.value()).value_or(Affine());
-  }
-
   active_.push_back(element);
+  const Surround surround = Begin(element, state);
+  if (!surround.hidden) Draw(element, name, state);
+  End(element, state, surround);
+  active_.pop_back();
+}
+
+void Painter::Draw(pugi::xml_node element, std::string_view name, const State& state) {
   if (name == "g" || name == "a") {
     Children(element, state);
   } else if (name == "use") {
@@ -108,7 +139,6 @@ void Painter::Element(pugi::xml_node element, const State& parent) {
   } else {
     notes_.Once("skipping <" + std::string(name) + ">");
   }
-  active_.pop_back();
 }
 
 void Painter::Children(pugi::xml_node element, const State& state) {
@@ -119,25 +149,37 @@ void Painter::Shape(pugi::xml_node element, const State& state) {
   const Style& style = state.style;
   if (!style.visible) return;
   const Outline outline = ShapeOutline(element, state.scale);
-  const Color fill = Ink(style.fill, style.fillOpacity, state, outline);
-  if (fill.alpha > 0) canvas_.Fill(outline.Mapped(state.toPixels), style.fillEvenOdd, fill);
+  const Box bounds = outline.Bounds();
+  const Ink fill = MakeInk(style.fill, style.fillOpacity, state, bounds);
+  const Ink stroke = MakeInk(style.stroke, style.strokeOpacity, state, bounds);
+  if (!fill.IsClear()) canvas_.Fill(outline.Mapped(state.toPixels), style.fillEvenOdd, fill);
+  if (!stroke.IsClear()) {
+    canvas_.Stroke(outline, state.toPixels, MakePen(style, state.scale), stroke);
+  }
 }
 
-// The colour that a paint gives, all opacities included; alpha 0 when it paints nothing.
-Color Painter::Ink(const Paint& paint, double opacity, const State& state, const Outline&) {
+Ink Painter::MakeInk(const Paint& paint, double opacity, const State& state, const Box& bounds) {
+  Ink ink;
+  ink.color = paint.color;
+  ink.opacity = opacity * state.opacity;
   Paint::Kind kind = paint.kind;
-  Color color = paint.color;
   if (kind == Paint::Kind::Server) {
-    kind = paint.fallback;
-    if (const auto gradient = ReadGradient(document_, paint.server, state.scale, state.style)) {
-      kind = Paint::Kind::Solid;
-      color = gradient->Average();
+    ink.gradient = ReadGradient(document_, paint.server, state.scale, state.style);
+    if (ink.gradient && !ink.gradient->userSpace) {
+      // A box without area has no gradient.
+      if (bounds.IsEmpty() || bounds.Width() <= 0 || bounds.Height() <= 0) ink.gradient.reset();
+      ink.gradientToPixels = FromUnitSquare(bounds);
     }
+    kind = paint.fallback;
   }
-  if (kind == Paint::Kind::Current) color = state.style.color;
-  if (kind == Paint::Kind::None) color.alpha = 0;
-  color.alpha *= opacity * state.opacity;
-  return color;
+  if (ink.gradient) {
+    ink.gradientToPixels = state.toPixels * ink.gradientToPixels * ink.gradient->transform;
+  } else if (kind == Paint::Kind::Current) {
+    ink.color = state.style.color;
+  } else if (kind == Paint::Kind::None) {
+    ink.opacity = 0;
+  }
+  return ink;
 }
 
 void Painter::Use(pugi::xml_node element, const State& state) {
@@ -145,15 +187,14 @@ void Painter::Use(pugi::xml_node element, const State& state) {
   if (!target) return;
   if (IsActive(target)) return notes_.Once("a <use> refers to itself; skipping it");
 
-  State inner = state;
-  const Rect place = ReadViewport(element, state.scale);
-  inner.toPixels = state.toPixels * Affine::Translate(place.x, place.y);
+  const State inner = state.EnterUse(element);
   if (LocalName(target) != "symbol") return Element(target, inner);
-
-  inner.style = document_.StyleOf(target, state.style);
-  inner.opacity *= inner.style.opacity;
+  const Rect place = ReadViewport(element, state.scale);
+  State symbol = inner.Enter(document_, target);
   active_.push_back(target);
-  Viewport(target, inner, {0, 0, place.width, place.height});
+  const Surround surround = Begin(target, symbol);
+  if (!surround.hidden) Viewport(target, symbol, {0, 0, place.width, place.height});
+  End(target, symbol, surround);
   active_.pop_back();
 }
 
@@ -167,6 +208,11 @@ void Painter::Switch(pugi::xml_node element, const State& state) {
 // The children of an <svg> or <symbol> that fills `viewport`.
 void Painter::Viewport(pugi::xml_node element, State state, const Rect& viewport) {
   if (viewport.width <= 0 || viewport.height <= 0) return;
+  const bool isRoot = element == document_.Root();
+  Surround surround;
+  if (!isRoot && !state.style.overflowVisible) {
+    AddClip({RectOutline(viewport).Mapped(state.toPixels), false}, surround);
+  }
   if (const auto viewBox = ParseViewBox(element.attribute("viewBox").value())) {
     state.toPixels = state.toPixels * FitViewBox(*viewBox, viewport,
                                                  element.attribute("preserveAspectRatio").value());
@@ -174,12 +220,99 @@ void Painter::Viewport(pugi::xml_node element, State state, const Rect& viewport
     state.scale.height = viewBox->height;
   } else {
     state.toPixels = state.toPixels * Affine::Translate(viewport.x, viewport.y);
-    if (element != document_.Root()) {
+    if (!isRoot) {
       state.scale.width = viewport.width;
       state.scale.height = viewport.height;
     }
   }
   Children(element, state);
+  End(element, state, surround);
+}
+
+// Opens what an element's opacity, mask and clip path need around it. A shape that paints only once
+// takes the opacity into its colour; a group, whose parts must not show through one another, and
+// everything with a mask, is drawn on a layer.
+Painter::Surround Painter::Begin(pugi::xml_node element, State& state) {
+  const Style& style = state.style;
+  Surround surround;
+  const pugi::xml_node mask = document_.Find(style.mask);
+  surround.masked = mask && LocalName(mask) == "mask" && !IsActive(mask);
+  const bool simple = IsShape(LocalName(element)) && PaintsOnce(style);
+  surround.hidden = style.opacity <= 0;
+  if (surround.masked || (style.opacity < 1 && !simple)) {
+    if (canvas_.BeginLayer()) {
+      surround.layers = 1;
+      surround.opacity = style.opacity * state.opacity;
+      state.opacity = 1;
+    } else {
+      surround.masked = false;
+    }
+  }
+  if (surround.layers == 0) state.opacity *= style.opacity;
+  if (!style.clipPath.empty()) AddClipPath(element, state, surround);
+  return surround;
+}
+
+// Clips to an outline, on top of the clip that there may be: a new layer is free of that, and gets
+// it when it is put onto the one below.
+void Painter::AddClip(const Silhouette& clip, Surround& surround) {
+  if (clip.outline.IsEmpty()) {
+    surround.hidden = true;
+    return;
+  }
+  if (canvas_.HasClip()) {
+    if (!canvas_.BeginLayer()) return;
+    ++surround.layers;
+  }
+  canvas_.SetClip(clip.outline, clip.evenOdd);
+  if (surround.layers == 0) surround.clipped = true;
+}
+
+// The element's clip path, and the clip path that this one has itself, and so on.
+void Painter::AddClipPath(pugi::xml_node element, const State& state, Surround& surround) {
+  constexpr int kLongestChain = 8;
+  std::string id = state.style.clipPath;
+  for (int i = 0; i < kLongestChain && !id.empty(); ++i) {
+    const pugi::xml_node clip = document_.Find(id);
+    if (!clip || LocalName(clip) != "clipPath") return;
+    State inside;
+    inside.scale = state.scale;
+    inside.toPixels = state.toPixels * UnitsOf(clip, "clipPathUnits", element, state);
+    inside = inside.Enter(document_, clip);
+    inside.style.displayed = true;
+    AddClip(ReadSilhouette(document_, clip, inside), surround);
+    id = inside.style.clipPath;
+  }
+}
+
+// The map for the contents of a clip path or mask that counts in fractions of the element's box.
+Affine Painter::UnitsOf(pugi::xml_node server, const char* attribute, pugi::xml_node element,
+                        const State& state) {
+  if (std::string_view(server.attribute(attribute).value()) != "objectBoundingBox") return {};
+  State user = state;
+  user.toPixels = Affine();
+  return FromUnitSquare(ReadSilhouette(document_, element, user).outline.Bounds());
+}
+
+void Painter::End(pugi::xml_node element, const State& state, const Surround& surround) {
+  for (int layer = surround.layers; layer > 0; --layer) {
+    if (layer == 1 && surround.masked) DrawMask(element, state);
+    canvas_.EndLayer(layer == 1 ? surround.opacity : 1);
+  }
+  if (surround.clipped) canvas_.ResetClip();
+}
+
+void Painter::DrawMask(pugi::xml_node element, const State& state) {
+  if (!canvas_.BeginLayer()) return;
+  const pugi::xml_node mask = document_.Find(state.style.mask);
+  State inside;
+  inside.scale = state.scale;
+  inside.toPixels = state.toPixels * UnitsOf(mask, "maskContentUnits", element, state);
+  inside.style = document_.StyleOf(mask, Style());
+  active_.push_back(mask);
+  Children(mask, inside);
+  active_.pop_back();
+  canvas_.EndMask();
 }
 
 bool Painter::IsActive(pugi::xml_node element) const {

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "examples/svg/Canvas.h"
-#include "examples/svg/Document.h"
 #include "examples/svg/Notes.h"
+#include "examples/svg/State.h"
 #include "examples/svg/viewbox.h"
 
 namespace svg {
@@ -22,25 +22,34 @@ class Painter {
   void Draw(double width, double height);
 
  private:
-  // What an element hands down to its children.
-  struct State {
-    Style style;
-    Affine toPixels;
-    LengthScale scale;
-    double opacity = 1;  // of all groups around, multiplied
-  };
-
-  // A drawing as deep or as often repeated as this is meant to break its reader.
-  static constexpr std::size_t kMaxDepth = 256;
+  // A drawing that repeats its elements more often than this is meant to exhaust its reader.
   static constexpr unsigned kMaxElements = 500'000;
 
+  // The layers and the clip that surround an element while it is drawn.
+  struct Surround {
+    int layers = 0;
+    bool clipped = false;
+    bool masked = false;
+    bool hidden = false;  // nothing of the element shows
+    double opacity = 1;   // of the innermost layer
+  };
+
   void Element(pugi::xml_node element, const State& parent);
+  void Draw(pugi::xml_node element, std::string_view name, const State& state);
   void Children(pugi::xml_node element, const State& state);
   void Shape(pugi::xml_node element, const State& state);
   void Use(pugi::xml_node element, const State& state);
   void Switch(pugi::xml_node element, const State& state);
   void Viewport(pugi::xml_node element, State state, const Rect& viewport);
-  Color Ink(const Paint& paint, double opacity, const State& state, const Outline& outline);
+
+  Surround Begin(pugi::xml_node element, State& state);
+  void AddClip(const Silhouette& clip, Surround& surround);
+  void AddClipPath(pugi::xml_node element, const State& state, Surround& surround);
+  Affine UnitsOf(pugi::xml_node server, const char* attribute, pugi::xml_node element,
+                 const State& state);
+  void End(pugi::xml_node element, const State& state, const Surround& surround);
+  void DrawMask(pugi::xml_node element, const State& state);
+  Ink MakeInk(const Paint& paint, double opacity, const State& state, const Box& bounds);
   bool IsActive(pugi::xml_node element) const;
 
   const Document& document_;

@@ -47,6 +47,55 @@ void AddClipped(Outline& result, Polygon polygon) {
   result.Close();
 }
 
+// The part of the line from p to q within the reach, as two parameters; false when there is none.
+bool LineWithinReach(Point p, Point q, double& from, double& to) {
+  from = 0;
+  to = 1;
+  const auto cut = [&](double start, double delta) {  // keeps start + t delta >= 0
+    if (delta == 0) return start >= 0;
+    const double t = -start / delta;
+    (delta > 0 ? from : to) = delta > 0 ? std::max(from, t) : std::min(to, t);
+    return from <= to;
+  };
+  return cut(p.x + kReach, q.x - p.x) && cut(kReach - p.x, p.x - q.x) &&
+         cut(p.y + kReach, q.y - p.y) && cut(kReach - p.y, p.y - q.y);
+}
+
+void AddClippedLines(Outline& result, const Polygon& points) {
+  bool joined = false;
+  for (std::size_t i = 1; i < points.size(); ++i) {
+    const Point p = points[i - 1], d = points[i] - p;
+    double from, to;
+    if (!LineWithinReach(p, points[i], from, to)) {
+      joined = false;
+      continue;
+    }
+    if (!joined || from > 0) result.MoveTo(p + d * from);
+    result.LineTo(p + d * to);
+    joined = to == 1;
+  }
+}
+
+// Calls add(points) for each subpath, with its curves as short lines.
+template <typename AddSubpath>
+void ForEachSubpath(const Outline& outline, AddSubpath add) {
+  Polygon points;
+  Point from;
+  for (const Outline::Step& step : outline.Steps()) {
+    if (step.kind == Outline::Step::Move) {
+      add(std::move(points));
+      points.clear();
+    }
+    if (step.kind == Outline::Step::Cubic) {
+      AddCurve(points, from, step);
+    } else {
+      points.push_back(step.end);
+    }
+    from = step.end;
+  }
+  add(std::move(points));
+}
+
 }  // namespace
 
 bool WithinReach(const Outline& outline) {
@@ -56,21 +105,13 @@ bool WithinReach(const Outline& outline) {
 
 Outline CutToReach(const Outline& outline) {
   Outline result;
-  Polygon polygon;
-  Point from;
-  for (const Outline::Step& step : outline.Steps()) {
-    if (step.kind == Outline::Step::Move) {
-      AddClipped(result, std::move(polygon));
-      polygon.clear();
-    }
-    if (step.kind == Outline::Step::Cubic) {
-      AddCurve(polygon, from, step);
-    } else {
-      polygon.push_back(step.end);
-    }
-    from = step.end;
-  }
-  AddClipped(result, std::move(polygon));
+  ForEachSubpath(outline, [&](Polygon points) { AddClipped(result, std::move(points)); });
+  return result;
+}
+
+Outline CutLinesToReach(const Outline& outline) {
+  Outline result;
+  ForEachSubpath(outline, [&](const Polygon& points) { AddClippedLines(result, points); });
   return result;
 }
 

@@ -16,6 +16,10 @@ bool WithinReach(const Outline& outline);
 /// polygon. For filling only: the cuts run along the border of the reach.
 Outline CutToReach(const Outline& outline);
 
+/// The same lines without what lies beyond the reach. For stroking: subpaths break into pieces
+/// where they leave the reach.
+Outline CutLinesToReach(const Outline& outline);
+
 }  // namespace svg
 
 #endif

@@ -166,6 +166,89 @@ TEST_F(Program, Opacity) {
   }
 }
 
+// A group is drawn whole and then made translucent: its parts do not show through one another.
+TEST_F(Program, GroupsAndClips) {
+  const std::string two =
+      "<rect width='8' height='4' fill='blue'/><rect width='8' height='4' fill='red'/>";
+  const std::string defs =
+      "<clipPath id='left'><rect width='4' height='4'/></clipPath>"
+      "<clipPath id='top'><rect width='8' height='2'/></clipPath>"
+      "<clipPath id='both' clip-path='url(#top)'><rect width='4' height='4'/></clipPath>"
+      "<clipPath id='apart'><rect width='2' height='4'/><path d='M8 0H6V4H8z'/></clipPath>"
+      "<clipPath id='cross'><path d='M0 0H4V4H0z'/><path d='M4 0H0V4H4z'/></clipPath>"
+      "<clipPath id='half' clipPathUnits='objectBoundingBox'><rect width='.5' height='1'/>"
+      "</clipPath><clipPath id='none'/>"
+      "<clipPath id='odd'><path clip-rule='evenodd' d='M0 0H8V4H0zM4 0H8V4H4z'/></clipPath>"
+      "<mask id='bright'><rect width='4' height='4' fill='white'/></mask>"
+      "<mask id='dim'><rect width='8' height='4' fill='white' opacity='.5'/></mask>";
+  const struct {
+    std::string body;
+    const char *topLeft, *bottomLeft, *topRight;  // pixels (1, 0), (1, 3), (7, 0)
+  } kCases[] = {
+      {"<g opacity='.5'>" + two + "</g>", "ff000080", "ff000080", "ff000080"},
+      {"<g opacity='.5'><g opacity='.5'>" + two + "</g></g>", "ff000040", "ff000040", "ff000040"},
+      {"<g clip-path='url(#left)'>" + two + "</g>", "ff0000ff", "ff0000ff", "00000000"},
+      {"<g clip-path='url(#left)' opacity='.5'>" + two + "</g>", "ff000080", "ff000080",
+       "00000000"},
+      {"<g clip-path='url(#left)'><g clip-path='url(#top)'>" + two + "</g></g>", "ff0000ff",
+       "00000000", "00000000"},
+      {"<g clip-path='url(#both)'>" + two + "</g>", "ff0000ff", "00000000", "00000000"},
+      {"<g clip-path='url(#apart)'>" + two + "</g>", "ff0000ff", "ff0000ff", "ff0000ff"},
+      {"<g clip-path='url(#cross)'>" + two + "</g>", "ff0000ff", "ff0000ff", "00000000"},
+      {"<g clip-path='url(#half)'>" + two + "</g>", "ff0000ff", "ff0000ff", "00000000"},
+      {"<g clip-path='url(#odd)'>" + two + "</g>", "ff0000ff", "ff0000ff", "00000000"},
+      {"<g clip-path='url(#none)'>" + two + "</g>", "00000000", "00000000", "00000000"},
+      {"<g clip-path='url(#missing)'>" + two + "</g>", "ff0000ff", "ff0000ff", "ff0000ff"},
+      {"<g mask='url(#bright)'>" + two + "</g>", "ff0000ff", "ff0000ff", "00000000"},
+      {"<g mask='url(#dim)' clip-path='url(#top)'>" + two + "</g>", "ff000080", "00000000",
+       "ff000080"},
+      {"<svg width='4' height='2'>" + two + "</svg>", "ff0000ff", "00000000", "00000000"},
+      {"<svg width='4' height='2' overflow='visible'>" + two + "</svg>", "ff0000ff", "ff0000ff",
+       "ff0000ff"},
+      {"<g opacity='0'>" + two + "</g>", "00000000", "00000000", "00000000"},
+  };
+  for (const auto& c : kCases) {
+    const Picture picture = Draw("<defs>" + defs + "</defs>" + c.body);
+    ExpectNear(picture.At(1, 0), c.topLeft, c.body.c_str());
+    ExpectNear(picture.At(1, 3), c.bottomLeft, c.body.c_str());
+    ExpectNear(picture.At(7, 0), c.topRight, c.body.c_str());
+  }
+}
+
+TEST_F(Program, Gradients) {
+  const std::string stops = "<stop stop-color='red'/><stop offset='1' stop-color='blue'/>";
+  const struct {
+    std::string gradient;
+    const char *left, *right;  // pixels (0, 2) and (7, 2)
+  } kCases[] = {
+      {"<linearGradient id='g'>" + stops + "</linearGradient>", "f00010ff", "1000f0ff"},
+      {"<linearGradient id='g' x1='8' x2='0' gradientUnits='userSpaceOnUse'>" + stops +
+           "</linearGradient>",
+       "1000f0ff", "f00010ff"},
+      {"<linearGradient id='g' x1='.5'>" + stops + "</linearGradient>", "ff0000ff", "2000dfff"},
+      {"<linearGradient id='g' x2='.5' spreadMethod='reflect'>" + stops + "</linearGradient>",
+       "df0020ff", "df0020ff"},
+      {"<linearGradient id='g' x2='.5' spreadMethod='repeat'>" + stops + "</linearGradient>",
+       "df0020ff", "2000dfff"},
+      {"<linearGradient id='g' x2='0' y2='1' gradientTransform='rotate(-90)'>" + stops +
+           "</linearGradient>",
+       "f00010ff", "1000f0ff"},
+      {"<linearGradient id='g' x2='0'>" + stops + "</linearGradient>", "0000ffff", "0000ffff"},
+      {"<linearGradient id='g'><stop stop-color='lime'/></linearGradient>", "00ff00ff", "00ff00ff"},
+      {"<radialGradient id='g' cx='0' r='2' gradientUnits='userSpaceOnUse' cy='2.5'>" + stops +
+           "</radialGradient>",
+       "bf0040ff", "0000ffff"},
+      {"<linearGradient id='g'><stop stop-opacity='0'/><stop offset='1'/></linearGradient>",
+       "00000010", "000000f0"},
+  };
+  for (const auto& c : kCases) {
+    const Picture picture =
+        Draw("<defs>" + c.gradient + "</defs><rect width='8' height='4' fill='url(#g)'/>");
+    ExpectNear(picture.At(0, 2), c.left, c.gradient.c_str());
+    ExpectNear(picture.At(7, 2), c.right, c.gradient.c_str());
+  }
+}
+
 TEST_F(Program, SizesAndFormats) {
   const std::string square = "<rect width='10' height='10' fill='red'/>";
   const std::string box = "viewBox='0 0 10 10'";
