@@ -36,14 +36,14 @@ void Step() {
   const std::uint32_t seed = rig != nullptr ? rig->delays.load(std::memory_order_relaxed) : 0;
   if (seed == 0) return;
   thread_local Random random(seed + (isRenderer ? 1 : 0));
-  const int dice = random.Below(256);
-  if (dice < 64) {
+  const int dice = random.Below(2048);
+  if (dice < 256) {
     sched_yield();
-  } else if (dice < 80) {
+  } else if (dice < 272) {
     const timespec t{0, random.Below(200) * 1000L};
     nanosleep(&t, nullptr);
-  } else if (dice == 80) {
-    SleepMs(2);
+  } else if (dice == 272) {
+    SleepMs(3);
   }
 }
 
@@ -197,6 +197,7 @@ std::string Rig::Describe(unsigned request, const void* argument) const {
 int Rig::Ioctl(int fd, unsigned long request, void* argument) {
   const auto code = static_cast<unsigned>(request);
   if (!Record(Describe(code, argument))) return -1;
+  if (onRequest) onRequest(isRenderer ? kRenderer : kWorker, code);
   int error = ENOTTY;
   if (fb.Owns(fd)) {
     error = VideoIoctl(code, argument);
@@ -260,6 +261,10 @@ bool Rig::Shmdt(const void* p) {
   EXPECT_EQ(p, surface.data());
   --attached;
   return Record("shmdt", false);
+}
+
+void Rig::Locking() {
+  if (onLock) onLock(isRenderer ? kRenderer : kWorker);
 }
 
 bool Rig::Thread(int change) {
@@ -362,7 +367,8 @@ int __wrap_shmdt(const void* p) {
 int __wrap_gettimeofday(timeval* now, void* zone) {
   const int result = __real_gettimeofday(now, zone);
   if (Rig* const rig = active) {
-    const std::int64_t us = std::int64_t{now->tv_sec} * 1000000 + now->tv_usec + rig->clockOffsetUs;
+    const std::int64_t real = std::int64_t{now->tv_sec} * 1000000 + now->tv_usec;
+    const std::int64_t us = (rig->frozen ? 0 : real) + rig->clockOffsetUs;
     now->tv_sec = static_cast<time_t>(us / 1000000);
     now->tv_usec = static_cast<suseconds_t>(us % 1000000);
   }
@@ -414,6 +420,7 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
 
 int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
   Step();
+  if (Rig* const rig = active) rig->Locking();
   return __real_pthread_mutex_lock(mutex);
 }
 

@@ -60,17 +60,20 @@ class Rig {
   int Threads() const { return threads; }
   int Descriptors();
 
-  /// What is on screen: the device's frame, or the shared surface.
+  /// What is on screen: the device's frame, and the shared surface.
   std::vector<std::uint8_t> Screen();
-  std::vector<std::uint8_t> Surface() const { return surface; }
+  const std::vector<std::uint8_t>& Surface() const { return surface; }
 
-  // Behaviour, to be set before the call it concerns.
+  // Behaviour, to be set before a display is bound.
   std::function<void(fb_var_screeninfo&)> afterPut;  ///< what the driver makes of a mode
   std::function<void(fb_fix_screeninfo&)> afterFix;
+  std::function<void(Who, unsigned)> onRequest;  ///< before a request of a device is answered
   std::function<int(Who)> onVsync;  ///< instead of the simulated sync: 0 or an error number
   std::function<void()> onThreadStart;
+  std::function<void(Who)> onLock;             ///< before every lock of a mutex
   std::atomic<int> syncTakesUs{1000};          ///< what the clock says a sync took
   std::atomic<std::int64_t> clockOffsetUs{0};  ///< added to the wall clock
+  std::atomic<bool> frozen{false};  ///< the wall clock moves by the offset alone
   std::atomic<std::uint32_t> delays{0};        ///< not 0: random delays at every step, by this seed
   bool hasFb = true;
 
@@ -89,6 +92,7 @@ class Rig {
   bool Thread(int change);
   bool Allocate();
   std::string LogPath() const;
+  void Locking();
 
  private:
   bool Record(const std::string& call, bool canFail = true);
