@@ -53,8 +53,8 @@ struct KALVORA_API KFixed {
     return FromBits(static_cast<std::uint32_t>((std::int64_t{raw} * b.raw) >> 16));
   }
   /// Quotient truncated toward zero. 0 / b is 0 for every b; a quotient below 2^-16 is 0; one of
-  /// 2^15 and more wraps. When |a| < |b| the divisor's lowest bits are dropped first, as many as
-  /// the highest set bit of b lies above that of a. Dividing by zero gives a meaningless value,
+  /// 2^15 and more wraps. When |a| < |b| the divisor may lose low bits first, and |a| = 0x80000000
+  /// is divided by powers of two only (0 otherwise). Dividing by zero gives a meaningless value,
   /// never a trap.
   KFixed operator/(KFixed b) const;
   KFixed& operator+=(KFixed b) { return *this = *this + b; }
@@ -77,8 +77,8 @@ struct KALVORA_API KFixed {
   static KFixed Log2(KFixed x);
   /// 2 to the power x, a quadratic fit: Pow2(0) is 65455/65536. Above 16.0 the result is 0.
   static KFixed Pow2(KFixed x);
-  /// Sine and cosine of `degrees` in [0, 360]; the caller brings angles into the range. At the
-  /// peaks the results exceed 1.0 by 7 units (65543).
+  /// Sine and cosine of `degrees`, brought into [0, 360] first when it lies outside. At the peaks
+  /// the results exceed 1.0 by 7 units (65543).
   static KFixed Sin(KFixed degrees);
   static KFixed Cos(KFixed degrees);
   /// Direction of the vector (x, y) in degrees, in [0, 360). The zero vector gives 0.

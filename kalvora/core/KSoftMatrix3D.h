@@ -14,8 +14,8 @@
 /// Every product is (a b) >> 16 and shifted before it is summed. Three flag bytes let hot paths
 /// skip work; a flag of 1 is a promise, a flag of 0 promises nothing. When `affine` is 1 the third
 /// column is taken to be (0, 0, 1) and is mostly neither read nor written. "Pre" operations apply
-/// before M (M = X M), the others after it (M = M X). A plain value: no locks, any thread may own
-/// one.
+/// before M (M = X M), the others after it (M = M X). Null arguments change nothing. A plain value:
+/// no locks, any thread may own one.
 struct KALVORA_API KSoftMatrix3D {
   KFixed m0, m1, m2, m3, m4, m5, m6, m7, m8;
   std::uint8_t affine;          ///< the third column is (0, 0, 1)

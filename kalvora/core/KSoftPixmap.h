@@ -15,7 +15,9 @@
 /// Rows lie `stride` bytes apart from `pixels` upward and hold width << pixelShift meaningful
 /// bytes. Strides computed here are rounded up to multiples of 4; a stride given by the caller is
 /// taken as it is. Memory that the pixmap allocated (`ownsPixels`) is freed when it is reshaped or
-/// destroyed; memory given to it stays the caller's. Pixmaps cannot be copied.
+/// destroyed; memory given to it stays the caller's, and must not be what the pixmap itself owns.
+/// Owned memory is less than 2 GB on every machine: larger pixmaps get none. Pixmaps cannot be
+/// copied.
 class KALVORA_API KSoftPixmap {
  public:
   std::uint32_t width = 0;

@@ -4,11 +4,9 @@
 
 #include <cstdint>
 
-#include "kalvora/export.h"
-
 /// Copies and fills. Source and destination must not overlap; counts of 0 touch nothing. The byte
 /// routines take any addresses, the word routines word-aligned ones. Any thread may call them.
-struct KALVORA_API KMem {
+struct KMem {
   static void Memcpy(char* dst, const char* src, unsigned bytes);
   static void Memcpy32(std::uint32_t* dst, const std::uint32_t* src, unsigned words);
   static void Memset(char* dst, char value, unsigned bytes);

@@ -218,7 +218,7 @@ TEST(SoftMatrix, DeterminantAndInverse) {
 }
 
 TEST(SoftMatrix, InverseWithZerosAndExtremes) {
-  const KFixed big = Raw(30000 << 16);
+  const KFixed big = Raw(0x40000003);
   const struct {
     KFixed in[4];
     KFixed out[4];
@@ -228,8 +228,11 @@ TEST(SoftMatrix, InverseWithZerosAndExtremes) {
       {{one, one, zero, one}, {one, -one, zero, one}},
       {{one, zero, zero, zero}, {zero, zero, zero, zero}},
       {{zero, zero, zero, zero}, {zero, zero, zero, zero}},
-      // a and d: b c / d and b c / a are too large; b and c: 1 / -30000 and what is lost of it.
-      {{Raw(1), big, big, Raw(1)}, {zero, Raw(2), Raw(2), zero}},
+      // b c / d and b c / a are too large, as their highest bits tell: 30 + 30 - 0.
+      {{Raw(1), big, big, Raw(1)}, {zero, Raw(3), Raw(3), zero}},
+      // 15 + 16 - 0 is just small enough, although b c / d wraps around; 16 + 16 - 0 is not.
+      {{Raw(3), one, Raw(1 << 15), Raw(1)}, {Raw(-2), Raw(2 << 16), one, Raw(-6)}},
+      {{Raw(3), one, one, Raw(1)}, {zero, one, one, Raw(-3)}},
   };
   for (const auto& row : table) {
     KSoftMatrix3D m;

@@ -70,6 +70,22 @@ TEST(Pixmap, RowsLongerThanTheStrideHaveTheirMemory) {
   EXPECT_EQ(pixmap.Row32(3)[9], 0xFF123456);
 }
 
+TEST(Pixmap, ImportCopiesTheShorterOfTwoStrides) {
+  for (const unsigned stride : {12u, 16u, 20u}) {
+    const GuardedBuffer data(std::size_t{stride} * 2);
+    std::memset(data.data(), stride & 0xFF, data.size());
+    for (const auto dataFormat : {KFormat8888PM, KFormat8888Straight}) {
+      KSoftPixmap pixmap;
+      pixmap.Create(3, 2, KFormat8888PM, nullptr, 16);
+      std::memset(pixmap.pixels, 0, 32);
+      pixmap.Set(KFormat8888PM, data.data(), stride, false);
+      pixmap.Set(KFormat8888PM, data.data(), dataFormat, stride, false);
+      EXPECT_EQ(pixmap.stride, 16u);
+      EXPECT_EQ(pixmap.Row32(0)[3] != 0, stride >= 16) << stride;
+    }
+  }
+}
+
 TEST(Pixmap, OwnershipAcrossReshaping) {
   Words buffer(12), data(15, 0x01020304);
   KSoftPixmap pixmap;
@@ -225,9 +241,9 @@ TEST(Pixmap, AlphaMasks) {
   EXPECT_TRUE(pixmap.ownsPixels && pixmap.hasAlpha && !pixmap.targetFlag);
   EXPECT_EQ(pixmap.stride, 16u);
 
-  pixmap.CreateFromAlphaMask(KFormat8888PM, 2, 1, KColor32(200, 100, 50, 25), mask + 2, 0);
+  pixmap.CreateFromAlphaMask(KFormat8888PM, 1, 2, KColor32(200, 100, 50, 25), mask + 2, 0);
   EXPECT_EQ(pixmap.Row32(0)[0], 0x0C643219u);
-  EXPECT_EQ(pixmap.Row32(0)[1], 0x18C76331u);
+  EXPECT_EQ(pixmap.Row32(1)[0], 0x18C76331u);
 
   const auto kept = pixmap.pixels;
   pixmap.CreateAlphaMask(9, 9, mask, 3);

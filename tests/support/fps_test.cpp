@@ -76,13 +76,15 @@ TEST(FpsHistory, ResetKeepsOrReplacesTheRing) {
   EXPECT_EQ(Dumped(history), "");
   Start(history, 3, 0);
   history.FlipAt(1000);
-  EXPECT_EQ(history.FlipAt(2000), 1000);
+  history.FlipAt(2000);
+  EXPECT_EQ(history.FlipAt(3000), 1000);  // in slot 0
   const auto* ring = history.samples;
   for (int capacity : {0, -5, 3}) {
     history.Reset(capacity);
     EXPECT_EQ(history.capacity, 3);
     EXPECT_EQ(history.samples, ring);
     EXPECT_EQ(history.frames + history.count + history.index, 0);
+    EXPECT_EQ(history.samples[0].fps, 0);
   }
   {
     const Allocations failing(1);
