@@ -42,14 +42,15 @@ void KIntercept::Free(void* p) {
 
 // Growing -----------------------------------------------------------------------------------------
 
-bool KIntercept::AllocRings(std::uint32_t subpaths) {
-  most = std::uint64_t{subpaths} * 2;
+bool KIntercept::AllocRings(std::uint64_t ringCount) {
+  most = ringCount;
   rings = static_cast<KVertex2D**>(Alloc(most * sizeof(KVertex2D*)));
   return rings;
 }
 
 bool KIntercept::Open() {
   start = point;
+  heading = {kalvora::kOne, kalvora::kZero};
   empty = true;
   pending = atStart = false;
   left = right = room = 0;

@@ -21,6 +21,26 @@ struct KRun {
   KRun Reversed() const { return {-direction, -offset, length}; }
 };
 
+/// Where a walk along a dashed subpath stands in the pattern.
+///
+/// A closed subpath that begins within a dash holds that dash back: at its end the walk goes on
+/// along its beginning, so that the dash is drawn in one piece with what leads up to it.
+struct KDash {
+  const KFixed* lengths = nullptr;  ///< null for a solid line
+  std::uint32_t count = 0;
+  std::uint32_t index = 0;
+  bool on = true;
+  std::int64_t left = 0;  ///< of the present dash or gap, 32 fraction bits
+  bool held = false;      ///< within the first dash, which is drawn at the end
+  std::int64_t heldLength = 0;
+  bool last = false;     ///< the next boundary ends the walk
+  bool stopped = false;  ///< it has ended
+
+  bool Draws() const { return on && !held; }
+  /// Goes on to the next dash or gap.
+  void Advance();
+};
+
 /// Where a stroke stands, and its output.
 ///
 /// A subpath's outline is the sum of simple pieces: one parallelogram for every straight line, one
@@ -49,6 +69,9 @@ struct KIntercept {
   bool crossed = false;  ///< the last join took the crossing of its inner sides
   KSide inner{};         ///< of the last join
 
+  KVertex2D heading{};  ///< direction of a dot
+  KDash dash{};
+
   // --- the ring being built: the left side grows from the front, the right side from the back
   KVertex2D* ring = nullptr;
   std::uint32_t reserve = 0;  ///< room for the next ring
@@ -66,8 +89,8 @@ struct KIntercept {
   /// directions of the two lines; KFixed::NaN when they are too nearly parallel to meet.
   KFixed GetIntercept(KVertex2D from, KVertex2D to) const;
 
-  /// The array of rings, for so many subpaths. False when memory runs out.
-  bool AllocRings(std::uint32_t subpaths);
+  /// The array for at most so many rings. False when memory runs out.
+  bool AllocRings(std::uint64_t ringCount);
   /// Begins a subpath at `point`. False when memory runs out.
   bool Open();
   /// Begins the outline with `next`.

@@ -11,6 +11,10 @@ class KSoftPath;
 class KStack;
 enum class KSide : std::uint8_t;
 struct KIntercept;
+namespace kalvora {
+struct Span;
+struct Subpath;
+}  // namespace kalvora
 
 /// Kinds of caps and joins; other values count as butt and as bevel.
 enum KCap : std::uint32_t { kButtCap = 0, kSquareCap = 1, kRoundCap = 2 };
@@ -64,9 +68,14 @@ class KALVORA_API KStroker {
   /// Turns every subpath into the outline of its stroke, in device space, and returns the number of
   /// rings; fill them with the non-zero rule, whatever the matrix. The pen is offset in user space
   /// and shaped by the matrix. A subpath of no length is a dot under round and square caps, and
-  /// nothing under butt caps. `rings` and the rings come from the scratch stack or the C heap, as
-  /// `onStack` says; release them with FreeStroke. 0 and null when there is nothing to fill (an
-  /// empty path, a half width of 0 or less) or memory runs out; nothing stays allocated then.
+  /// nothing under butt caps. Dashes are measured on the untransformed path, and every subpath
+  /// starts anew at dashPhase (a signed 16.16 number; negative ones count backward); the dashes of
+  /// a closed subpath join at its start. Dash lengths that are all zero, leave no gap, or have a
+  /// negative one among them draw a solid line, and so does a subpath that they would cut into more
+  /// than 65536 dashes and gaps (or what comes after the first million in one stroke). `rings` and
+  /// the rings come from the scratch stack or the C heap, as `onStack` says; release them with
+  /// FreeStroke. 0 and null when there is nothing to fill (an empty path, a half width of 0 or
+  /// less) or memory runs out; nothing stays allocated then.
   unsigned StrokePath(const KSoftPath* path, KVertex2D**& rings, const KSoftMatrix3D* m,
                       bool onStack);
   /// The same for one polyline; `closed` joins the last point to the first. One point is a dot.
@@ -103,6 +112,12 @@ class KALVORA_API KStroker {
                      const KSoftMatrix3D* m);
   void OffsetBezier4(KIntercept* k, const KVertex2D* points, unsigned pieces,
                      const KSoftMatrix3D* m);
+  /// The same, cut into dashes.
+  void DashPoly(KIntercept* k, const KVertex2D* points, unsigned pieces, const KSoftMatrix3D* m);
+  void DashBez3(KIntercept* k, const KVertex2D* points, unsigned pieces, const KSoftMatrix3D* m);
+  void DashBez4(KIntercept* k, const KVertex2D* points, unsigned pieces, const KSoftMatrix3D* m);
+  /// A dash or a gap ends at p, where the path goes on in the direction `heading`.
+  void ComputeDash(KIntercept* k, KVertex2D p, kalvora::Span heading, const KSoftMatrix3D* m);
   /// Emits the join between the current run and the next; inside a curve (`smooth`) a round one.
   void ComputeJoin(KIntercept* k, const KSoftMatrix3D* m, bool smooth);
   /// Emits the cap at the current point.
@@ -111,6 +126,13 @@ class KALVORA_API KStroker {
   void ComputeClose(KIntercept* k, const KSoftMatrix3D* m, bool closed);
   /// Appends the points of the pen's circle between two offsets of the current point.
   static void GetArcPts(KIntercept* k, KSide side, KVertex2D from, KVertex2D to, bool clockwise);
+
+ private:
+  template <typename ForEachSubpath>
+  unsigned Stroke(KVertex2D**& rings, const KSoftMatrix3D* m, bool onStack, ForEachSubpath forEach);
+  void StrokeSubpath(KIntercept* k, const kalvora::Subpath& subpath, const KSoftMatrix3D* m);
+  void DashSubpath(KIntercept* k, const kalvora::Subpath& subpath, const KSoftMatrix3D* m);
+  void WalkSubpath(KIntercept* k, const kalvora::Subpath& subpath, const KSoftMatrix3D* m);
 };
 
 #endif

@@ -11,6 +11,13 @@
 
 namespace kalvora {
 
+/// v t for t in 0..1, 30 fraction bits. Long vectors keep what 2^-13 units can tell.
+constexpr std::int64_t Part(std::int64_t v, std::int64_t t) {
+  return Abs(v) < std::int64_t{1} << 32 ? v * t >> Unit::kBits
+                                        : (v >> 18) * t >> (Unit::kBits - 18);
+}
+constexpr Span Part(Span v, std::int64_t t) { return {Part(v.x, t), Part(v.y, t)}; }
+
 /// A curve of ORDER + 1 points with 32 fraction bits, so that the tangents of its smallest pieces
 /// keep their direction.
 template <int ORDER>
@@ -70,6 +77,10 @@ struct Bezier {
   }
   void Halve(Bezier& before, Bezier& after) const {
     Cut(before, after, [](Span a, Span b) { return Span{(a.x + b.x) >> 1, (a.y + b.y) >> 1}; });
+  }
+  /// Re-parameterises to the parts before and after t, 30 fraction bits.
+  void ReParam(Bezier& before, Bezier& after, std::int64_t t) const {
+    Cut(before, after, [t](Span a, Span b) { return a + Part(b - a, t); });
   }
 };
 

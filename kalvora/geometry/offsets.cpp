@@ -1,7 +1,5 @@
 // Offsets: the two sides of straight lines and of curves.
-#include "kalvora/geometry/KIntercept.h"
-#include "kalvora/geometry/KStroker.h"
-#include "kalvora/geometry/bezier.h"
+#include "kalvora/geometry/course.h"
 
 using namespace kalvora;
 
@@ -25,6 +23,45 @@ bool GoesOn(KVertex2D d, Span leg) {
 
 }  // namespace
 
+void kalvora::Turn(KStroker& stroker, KIntercept* k, Span leg, bool smooth) {
+  if (!k->empty && GoesOn(k->run.direction, leg)) return;
+  k->next = RunAlong(k->pen, leg, false);
+  if (k->empty) {
+    k->Begin();
+  } else {
+    stroker.ComputeJoin(k, k->matrix, smooth);
+  }
+  k->run = k->next;
+}
+
+template <int ORDER>
+void kalvora::Glide(KStroker& stroker, KIntercept* k, const Bezier<ORDER>& piece) {
+  Turn(stroker, k, piece.FirstLeg(), true);
+  k->next = RunAlong(k->pen, piece.LastLeg(), false);
+  const KVertex2D end = piece.End();
+  const Span way = Between(k->point, end), ahead = Wide(k->next.direction);
+  const Span swing = Between(k->run.offset, k->next.offset);
+  // Where the pen is wider than the curve's radius, the inner side would run backward: the pen
+  // turns on the spot first.
+  if (Abs(Dot(swing, ahead)) < Dot(way, ahead)) {
+    k->Arrive();
+  } else {
+    stroker.ComputeJoin(k, k->matrix, true);
+  }
+  k->MoveTo(end);
+}
+
+template void kalvora::Glide(KStroker&, KIntercept*, const Bezier<2>&);
+template void kalvora::Glide(KStroker&, KIntercept*, const Bezier<3>&);
+
+void kalvora::FollowLeg(KStroker& stroker, KIntercept* k, Span leg, KVertex2D end) {
+  if (leg.IsZero()) return;
+  Turn(stroker, k, leg, true);
+  k->next = k->run;
+  k->next.length = 0;
+  k->MoveTo(end);
+}
+
 void KStroker::OffsetPoly(KIntercept* k, const KVertex2D* points, unsigned pieces,
                           const KSoftMatrix3D* m) {
   for (unsigned i = 0; i < pieces; ++i) {
@@ -46,49 +83,6 @@ void KStroker::OffsetPoly(KIntercept* k, const KVertex2D* points, unsigned piece
 
 namespace {
 
-/// Turns to the direction of a curve's leg, which begins at the current point.
-void Turn(KStroker& stroker, KIntercept* k, Span leg, bool smooth) {
-  if (!k->empty && GoesOn(k->run.direction, leg)) return;
-  k->next = RunAlong(k->pen, leg, false);
-  if (k->empty) {
-    k->Begin();
-  } else {
-    stroker.ComputeJoin(k, k->matrix, smooth);
-  }
-  k->run = k->next;
-}
-
-/// Follows a piece that turns so little that its sides are straight lines.
-template <int ORDER>
-void Glide(KStroker& stroker, KIntercept* k, const Bezier<ORDER>& piece) {
-  Turn(stroker, k, piece.FirstLeg(), true);
-  k->next = RunAlong(k->pen, piece.LastLeg(), false);
-  const KVertex2D end = piece.End();
-  const Span way = Between(k->point, end), ahead = Wide(k->next.direction);
-  const Span swing = Between(k->run.offset, k->next.offset);
-  // Where the pen is wider than the curve's radius, the inner side would run backward: the pen
-  // turns on the spot first.
-  if (Abs(Dot(swing, ahead)) < Dot(way, ahead)) {
-    k->Arrive();
-  } else {
-    stroker.ComputeJoin(k, k->matrix, true);
-  }
-  k->MoveTo(end);
-}
-
-/// Follows the legs of a piece that is too small, or turns too sharply, to be followed otherwise.
-template <int ORDER>
-void FollowLegs(KStroker& stroker, KIntercept* k, const Bezier<ORDER>& piece) {
-  for (int i = 0; i < ORDER; ++i) {
-    const Span leg = piece.Leg(i);
-    if (leg.IsZero()) continue;
-    Turn(stroker, k, leg, true);
-    k->next = k->run;
-    k->next.length = 0;
-    k->MoveTo(Bezier<ORDER>::Narrow(piece.p[i + 1]));
-  }
-}
-
 template <int ORDER>
 void Offset(KStroker& stroker, KIntercept* k, const KVertex2D* points, unsigned pieces) {
   for (; pieces > 0; --pieces, points += ORDER) {
@@ -99,7 +93,9 @@ void Offset(KStroker& stroker, KIntercept* k, const KVertex2D* points, unsigned 
       if (course == Course::Glide) {
         Glide(stroker, k, piece);
       } else {
-        FollowLegs(stroker, k, piece);
+        for (int i = 0; i < ORDER; ++i) {
+          FollowLeg(stroker, k, piece.Leg(i), Bezier<ORDER>::Narrow(piece.p[i + 1]));
+        }
       }
     });
   }

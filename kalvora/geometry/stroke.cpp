@@ -1,9 +1,11 @@
 // Stroking: the walk over a path's or a polyline's subpaths.
 #include <algorithm>
+#include <optional>
 
 #include "kalvora/geometry/KIntercept.h"
-#include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"
+#include "kalvora/geometry/dashes.h"
+#include "kalvora/geometry/subpath.h"
 
 using namespace kalvora;
 
@@ -22,66 +24,111 @@ std::uint32_t RoomFor(std::uint64_t lines, std::uint64_t curves) {
       std::min(kRoomForCaps + lines * kRoomForLine + curves * kRoomForCurve, kMostRoom));
 }
 
-/// Room for the subpath that `segment` opens.
-std::uint32_t RoomFor(const KSegment* segment) {
+std::uint32_t RoomFor(const Subpath& subpath) {
   std::uint64_t lines = 0, curves = 0;
-  do {
-    (segment->Order() == 1 ? lines : curves) += segment->Pieces();
-    segment = segment->next;
-  } while (segment && !segment->Opens());
+  subpath.ForEach([&](unsigned order, const KVertex2D*, unsigned pieces) {
+    (order == 1 ? lines : curves) += pieces;
+  });
   return RoomFor(lines, curves);
+}
+
+/// Decides for every subpath of a stroke, in their order, whether it is cut into dashes.
+class DashBudget {
+ public:
+  explicit DashBudget(const DashPattern& pattern) : pattern_(pattern) {}
+
+  /// The number of boundaries; none for a subpath that is drawn solid.
+  std::optional<std::uint32_t> Take(const Subpath& subpath) {
+    if (pattern_.IsSolid()) return {};
+    const std::uint32_t boundaries = pattern_.Boundaries(subpath);
+    if (boundaries > std::min(left_, DashPattern::kMostBoundaries)) return {};
+    left_ -= boundaries;
+    return boundaries;
+  }
+
+ private:
+  const DashPattern& pattern_;
+  std::uint32_t left_ = DashPattern::kMostInStroke;
+};
+
+/// The most rings that the subpath can give: two sides of a closed line, or one for every dash.
+std::uint64_t RingsOf(std::optional<std::uint32_t> boundaries) {
+  return 2 + std::uint64_t{boundaries.value_or(0)} / 2;
 }
 
 }  // namespace
 
-unsigned KStroker::StrokePath(const KSoftPath* path, KVertex2D**& rings, const KSoftMatrix3D* m,
-                              bool onStack) {
+template <typename ForEachSubpath>
+unsigned KStroker::Stroke(KVertex2D**& rings, const KSoftMatrix3D* m, bool onStack,
+                          ForEachSubpath forEach) {
   rings = nullptr;
-  if (halfWidth <= kZero || !path->first) return 0;
+  if (halfWidth <= kZero) return 0;
+  const DashPattern pattern(dashes, dashCount, dashPhase);
+  std::uint64_t most = 0;
+  DashBudget counting(pattern);
+  forEach([&](const Subpath& subpath) { most += RingsOf(counting.Take(subpath)); });
+
   KIntercept k(Pen(halfWidth, *m), m, onStack ? stack : nullptr);
-  if (!k.AllocRings(path->subpathCount)) return 0;
-  bool closed = false;
-  for (const KSegment* segment = path->first; segment; segment = segment->next) {
-    if (segment->Opens()) {
-      ComputeClose(&k, m, closed);
-      closed = segment->Closed();
-      k.point = *segment->Start();
-      k.reserve = RoomFor(segment);
-      if (!ComputeInit(&k)) break;
+  if (most == 0 || !k.AllocRings(most)) return 0;
+  DashBudget drawing(pattern);
+  forEach([&](const Subpath& subpath) {
+    if (drawing.Take(subpath)) {
+      k.dash = pattern.Start();
+      k.reserve = RoomFor(1, 0);
+      DashSubpath(&k, subpath, m);
+    } else {
+      k.dash = {};
+      StrokeSubpath(&k, subpath, m);
     }
-    switch (segment->Order()) {
-      case 1:
-        OffsetPoly(&k, segment->Points(), segment->Pieces(), m);
-        break;
-      case 2:
-        OffsetBezier3(&k, segment->Points(), segment->Pieces(), m);
-        break;
-      default:
-        OffsetBezier4(&k, segment->Points(), segment->Pieces(), m);
-        break;
-    }
-  }
-  ComputeClose(&k, m, closed);
+  });
   rings = k.Result();
   return k.count;
+}
+
+unsigned KStroker::StrokePath(const KSoftPath* path, KVertex2D**& rings, const KSoftMatrix3D* m,
+                              bool onStack) {
+  return Stroke(rings, m, onStack, [path](auto visit) {
+    for (const KSegment* segment = path->first; segment; segment = segment->next) {
+      if (segment->Opens()) visit(Subpath::Of(segment));
+    }
+  });
 }
 
 unsigned KStroker::StrokePoly(const KVertex2D* points, unsigned count, KVertex2D**& rings,
                               const KSoftMatrix3D* m, bool onStack, bool closed) {
-  rings = nullptr;
-  if (halfWidth <= kZero || count == 0) return 0;
-  KIntercept k(Pen(halfWidth, *m), m, onStack ? stack : nullptr);
-  if (!k.AllocRings(1)) return 0;
-  k.point = points[0];
-  k.reserve = RoomFor(count, 0);
-  if (ComputeInit(&k)) OffsetPoly(&k, points + 1, count - 1, m);
-  ComputeClose(&k, m, closed);
-  rings = k.Result();
-  return k.count;
+  return Stroke(rings, m, onStack, [=](auto visit) {
+    if (count > 0) visit(Subpath{points[0], closed, nullptr, points + 1, count - 1});
+  });
 }
 
 void KStroker::FreeStroke(KVertex2D** rings, unsigned count, bool onStack) {
   FreeRings(rings, count, onStack);
+}
+
+void KStroker::StrokeSubpath(KIntercept* k, const Subpath& subpath, const KSoftMatrix3D* m) {
+  k->point = subpath.start;
+  k->reserve = RoomFor(subpath);
+  if (!ComputeInit(k)) return;
+  WalkSubpath(k, subpath, m);
+  ComputeClose(k, m, subpath.closed);
+}
+
+void KStroker::WalkSubpath(KIntercept* k, const Subpath& subpath, const KSoftMatrix3D* m) {
+  const bool dashed = k->dash.lengths;
+  subpath.ForEach([&](unsigned order, const KVertex2D* points, unsigned pieces) {
+    switch (order) {
+      case 1:
+        dashed ? DashPoly(k, points, pieces, m) : OffsetPoly(k, points, pieces, m);
+        break;
+      case 2:
+        dashed ? DashBez3(k, points, pieces, m) : OffsetBezier3(k, points, pieces, m);
+        break;
+      default:
+        dashed ? DashBez4(k, points, pieces, m) : OffsetBezier4(k, points, pieces, m);
+        break;
+    }
+  });
+  if (dashed && subpath.closed) DashPoly(k, &subpath.start, 1, m);
 }
 
 bool KStroker::ComputeInit(KIntercept* k) { return k->Open(); }
@@ -95,7 +142,7 @@ void KStroker::ComputeClose(KIntercept* k, const KSoftMatrix3D* m, bool closed) 
       k->Drop();
       return;
     }
-    k->next = {{kOne, kZero}, k->pen.Offset({kOne, kZero}), 0};
+    k->next = {k->heading, k->pen.Offset(k->heading), 0};
     k->Begin();
     k->run = k->next;
     closed = false;
