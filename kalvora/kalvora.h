@@ -14,6 +14,8 @@
 #include "kalvora/core/KSoftMatrix3D.h"
 #include "kalvora/core/KSoftPixmap.h"
 #include "kalvora/core/KVertex2D.h"
+#include "kalvora/display/KDisplay.h"
+#include "kalvora/display/KLinuxFb.h"
 #include "kalvora/export.h"
 #include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"

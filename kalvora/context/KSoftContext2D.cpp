@@ -5,13 +5,14 @@
 #include <cstdlib>
 #include <new>
 
+#include "kalvora/display/KLinuxFb.h"
 #include "kalvora/paint/KStrips.h"
-#include "kalvora/raster/KStack.h"
 #include "kalvora/raster/KStyleContext2D.h"
 
 std::uint64_t KSoftContext2D::Id = 0;
 
-KSoftContext2D::KSoftContext2D(KBackend, unsigned) : mStyle(new (std::nothrow) KStyleContext2D) {
+KSoftContext2D::KSoftContext2D(KBackend, unsigned)
+    : mStyle(new (std::nothrow) KStyleContext2D), mFb(new (std::nothrow) KLinuxFb) {
   mTarget.SetQuality(KSamplingBilinear);
   SetClipPath(nullptr, KFillNonZero);
 }
@@ -20,15 +21,16 @@ KSoftContext2D::~KSoftContext2D() {
   SetClipPath(nullptr, KFillNonZero);
   DropLineBuffer();
   delete mStyle;
+  delete mFb;
 }
 
 bool KSoftContext2D::RenderToTexture(KSoftPixmap* pixmap) {
-  DropLineBuffer();
+  if (mFb) mFb->Close();
   if (!pixmap) {
-    mTarget.Create(0, 0, KFormat8888PM, nullptr, 0);
-    ResetState();
+    UnbindTarget();
     return true;
   }
+  DropLineBuffer();
   mTarget.Create(pixmap->width, pixmap->height, pixmap->format, pixmap->pixels, pixmap->stride);
   mTarget.transform = pixmap->transform;
   mTarget.repeatRule = pixmap->repeatRule;
@@ -119,8 +121,4 @@ void KSoftContext2D::Clear(KColor32 color, const KRect* rect) {
     mStyle->row = mTarget.Row32(static_cast<unsigned>(mStyle->y));
     fill(mStyle);
   }
-}
-
-void KSoftContext2D::Flip(bool, const KRect*) {
-  if (stack) stack->Collect();
 }

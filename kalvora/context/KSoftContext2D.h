@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "kalvora/core/KSoftPixmap.h"
+#include "kalvora/display/KDisplay.h"
 #include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"
 #include "kalvora/raster/KMergeNode.h"
@@ -15,16 +16,19 @@ struct RasterJob;
 struct RectangleJob;
 }  // namespace kalvora
 
+class KLinuxFb;
+
 /// Rendering back ends; the choice is ignored.
 enum KBackend : std::int32_t { KBackendSoftware = 0 };
 
-/// Draws paths into a caller's pixmap.
+/// Draws paths into a display or a caller's pixmap.
 ///
-/// Create it, bind a target with RenderToTexture, set paints and state, draw. Every bind resets the
-/// state: fill opaque black, no stroke, identity transform, no clip but the target, non-zero fill
-/// rule. Drawing before a bind, or into an empty target, draws nothing. Pixmaps, ramps and paths
-/// given to a context are borrowed and must outlive their use. One context belongs to one thread at
-/// a time; different threads may draw with different contexts at once.
+/// Create it, bind a target with SetDisplay or RenderToTexture, set paints and state, draw, and on
+/// a display end each frame with Flip. Every bind resets the state: fill opaque black, no stroke,
+/// identity transform, no clip but the target, non-zero fill rule. Drawing before a bind, or into
+/// an empty target, draws nothing. Pixmaps, ramps and paths given to a context are borrowed and
+/// must outlive their use. One context belongs to one thread at a time; different threads may draw
+/// with different contexts at once.
 class KALVORA_API KSoftContext2D : public KStroker {
  public:
   /// Both arguments are ignored.
@@ -34,16 +38,23 @@ class KALVORA_API KSoftContext2D : public KStroker {
   // --- targets
   // -----------------------------------------------------------------------------------------
 
+  /// Binds a display: kind 0 is the device "/dev/fb<index>", kind 5 the 320 x 480 surface in shared
+  /// memory; 1 to 3 buffers (see KLinuxFb). Draw with formats 4 and 5; the other ones open a device
+  /// in their depth, and nothing is drawn into it. False when the display cannot be opened, which
+  /// leaves a bound pixmap as it was but a bound display closed, and for formats 0, 2, 3 and 6.
+  bool SetDisplay(KDisplay display, unsigned index, KFormat format, unsigned buffers);
   /// Binds a pixmap of format 4 or 5 (format 1 and values above 6 keep the previous fillers), or
-  /// with null unbinds. False for formats 0, 2, 3 and 6.
+  /// with null unbinds; a display is closed. False for formats 0, 2, 3 and 6.
   bool RenderToTexture(KSoftPixmap* pixmap);
   /// Copies the rectangle's rows, tightly packed, into `buffer`. The rectangle is not clamped.
   void GetPixels(KRect rect, void* buffer) const;
   /// Writes the premultiplied colour, alpha included, over the whole target and its row padding, or
   /// over the rectangle clamped to the target. The clip is not consulted.
   void Clear(KColor32 color, const KRect* rect = nullptr);
-  /// Ends a frame.
-  void Flip(bool wait = false, const KRect* rect = nullptr);
+  /// Ends a frame. On a display it shows the frame, and the target becomes the buffer of the next:
+  /// with `copyBack` a copy of this frame, else some older one, to be painted whole. `dirty` covers
+  /// all that was drawn since the last Flip; a frame that was painted whole is flipped with null.
+  void Flip(bool copyBack = false, const KRect* dirty = nullptr);
 
   // --- paints
   // ------------------------------------------------------------------------------------------
@@ -85,7 +96,9 @@ class KALVORA_API KSoftContext2D : public KStroker {
   void ResetClip();
   /// Key 0: rectangles get anti-aliased edges (value not 0) or snap to whole pixels. Key 1: writes
   /// one pixel within the clip: x in bits 0-11, y in 12-23, then four 2-bit channels from the
-  /// lowest byte up. Other keys are ignored.
+  /// lowest byte up. Key 2: dumps the display's frame-rate history to its log and forgets it (value
+  /// 1), or forgets it and makes room for so many samples. Key 3: the least time between two
+  /// samples in milliseconds. Other keys are ignored.
   void SetAttribute(unsigned key, unsigned value);
   /// Process-wide debug flags: keys 0 to 4 set DisplayFps, DrawColoredOutlines, IgnoreAlpha,
   /// OnlyNearest and UseFontHinting to value != 0. Other keys are ignored.
@@ -131,7 +144,11 @@ class KALVORA_API KSoftContext2D : public KStroker {
  private:
   bool BindStrips(KFormat format);
   bool NewLineBuffer(unsigned width);
+  bool NewDisplayLineBuffer();
+  bool BorrowLineBuffer();
   void DropLineBuffer();
+  void UnbindTarget();
+  void SetFpsAttribute(unsigned key, unsigned value);
   void ResetState();
   bool CanDraw() const;
   kalvora::RasterJob Job(const KPaint& paint, KFillRule rule);
@@ -153,6 +170,7 @@ class KALVORA_API KSoftContext2D : public KStroker {
   KPaint mFill;
   KPaint mStroke;
   KStyleContext2D* mStyle;
+  KLinuxFb* mFb;
   bool mRectAntiAlias = true;
 };
 

@@ -48,6 +48,7 @@ bool KLinuxFb::NeedScreen() {
   if (screen != nullptr) return true;
   screen = new (std::nothrow) KFbScreen;
   if (screen == nullptr) return false;
+  screen->ResetFps(1);
   screen->ResetFps(fpsCapacity);
   screen->SetFpsInterval(fpsIntervalMs);
   return true;
