@@ -20,6 +20,14 @@ void Landscape(KSoftContext2D& context);
 // transforms.cpp
 void Rosette(KSoftContext2D& context);
 void Squares(KSoftContext2D& context);
+// gradients.cpp
+void Gradients(KSoftContext2D& context);
+// pixmaps.cpp
+void Pixmaps(KSoftContext2D& context);
+// strokes.cpp
+void Strokes(KSoftContext2D& context);
+// clips.cpp
+void Clips(KSoftContext2D& context);
 // picking.cpp
 void HitMap(KSoftContext2D& context);
 
