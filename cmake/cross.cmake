@@ -1,0 +1,55 @@
+# Toolchain file of the cross presets: -DKALVORA_TARGET=armv7|armv6|aarch64|i386 and KALVORA_SYSROOT, a folder made
+# by tools/sysroot. CTest runs the programs through the emulator of the target's processor.
+set(CMAKE_SYSTEM_NAME Linux)
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KALVORA_TARGET KALVORA_SYSROOT)
+
+if(KALVORA_TARGET STREQUAL "armv7")
+  set(CMAKE_SYSTEM_PROCESSOR armv7l)
+  set(triple arm-linux-gnueabihf)
+  set(flags "-march=armv7-a+fp -mthumb")
+  set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -cpu cortex-a9 -L ${KALVORA_SYSROOT})
+elseif(KALVORA_TARGET STREQUAL "armv6")
+  # ARM11 class. The hard-float C library needs ARMv7, so the soft-float ABI with VFP instructions. ARMv7 code dies
+  # on the emulated ARM1136: a wrong instruction is found.
+  set(CMAKE_SYSTEM_PROCESSOR armv6l)
+  set(triple arm-linux-gnueabi)
+  set(flags "-march=armv6+fp -marm -mfloat-abi=softfp -mtune=arm1136jf-s")
+  set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -cpu arm1136 -L ${KALVORA_SYSROOT})
+  set(CMAKE_CXX_STANDARD_LIBRARIES_INIT "-latomic")  # 64-bit atomics
+elseif(KALVORA_TARGET STREQUAL "aarch64")
+  set(CMAKE_SYSTEM_PROCESSOR aarch64)
+  set(triple aarch64-linux-gnu)
+  set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64 -L ${KALVORA_SYSROOT})
+elseif(KALVORA_TARGET STREQUAL "i386")
+  # The machine's own compiler; i386 programs run on it without an emulator, with the sysroot's loader.
+  set(CMAKE_SYSTEM_PROCESSOR i686)
+  set(triple i386-linux-gnu)
+  set(flags "-m32 -march=i686 -msse2 -mfpmath=sse -idirafter /usr/include/x86_64-linux-gnu")
+  set(CMAKE_CROSSCOMPILING_EMULATOR ${KALVORA_SYSROOT}/lib/ld-linux.so.2 --library-path
+    ${KALVORA_SYSROOT}/lib/${triple}:${KALVORA_SYSROOT}/usr/lib/${triple})
+else()
+  message(FATAL_ERROR "KALVORA_TARGET is armv7, armv6, aarch64 or i386")
+endif()
+
+if(NOT KALVORA_TARGET STREQUAL "i386")
+  set(CMAKE_C_COMPILER ${triple}-gcc)
+  set(CMAKE_CXX_COMPILER ${triple}-g++)
+endif()
+set(CMAKE_LIBRARY_ARCHITECTURE ${triple})
+set(CMAKE_C_FLAGS_INIT "${flags}")
+set(CMAKE_CXX_FLAGS_INIT "${flags}")
+set(libraries ${KALVORA_SYSROOT}/usr/lib/${triple} ${KALVORA_SYSROOT}/lib/${triple})
+list(TRANSFORM libraries PREPEND "-L" OUTPUT_VARIABLE search)
+list(JOIN search " " search)
+list(JOIN libraries ":" rpath)
+foreach(kind EXE SHARED MODULE)
+  set(CMAKE_${kind}_LINKER_FLAGS_INIT "${search} -Wl,-rpath-link,${rpath}")
+endforeach()
+
+set(CMAKE_FIND_ROOT_PATH ${KALVORA_SYSROOT})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(ENV{PKG_CONFIG_LIBDIR} ${KALVORA_SYSROOT}/usr/lib/${triple}/pkgconfig:${KALVORA_SYSROOT}/usr/share/pkgconfig)
+set(ENV{PKG_CONFIG_SYSROOT_DIR} ${KALVORA_SYSROOT})
