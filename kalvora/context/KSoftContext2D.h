@@ -122,6 +122,10 @@ class KALVORA_API KSoftContext2D : public KStroker {
   /// Fills and strokes a rectangle given by its centre and half extents, with elliptical corners;
   /// radii are held to the half extents.
   void DrawEllipticalRect(KVertex2D centre, KVertex2D half, KVertex2D radii);
+  /// Strokes the arc of the ellipse around `centre` and fills it closed by its chord. Angles in
+  /// degrees, growing clockwise on the screen from the right; a sweep of 360 and more, either way,
+  /// is the whole ellipse.
+  void DrawArc(KVertex2D centre, KVertex2D radii, KFixed start, KFixed sweep);
   /// Stretches the pixmap onto the user-space rectangle from a to b, with its quality and edge rule
   /// and the fill's opacity. Rebuilds the pixmap's transform.
   void DrawPixmap(KSoftPixmap* pixmap, KVertex2D a, KVertex2D b);
@@ -155,6 +159,7 @@ class KALVORA_API KSoftContext2D : public KStroker {
   kalvora::RectangleJob RectJob(const KPaint& paint, KFillRule rule, bool antiAlias);
   void RasterPolyline(const KVertex2D* points, unsigned count, bool closed);
   void FillWithPixmap(const KSoftPixmap& pixmap, KVertex2D a, KVertex2D b);
+  void FillStroke(KVertex2D** rings, unsigned count);
   void FillPolygon(const KVertex2D* points, unsigned count);
   void WritePixel(std::uint32_t value);
 

@@ -31,6 +31,17 @@ void KSoftContext2D::DrawPath(const KSoftPath* path) {
     kalvora::RasterPolygon(Job(mFill, mFillRule), rings, count);
     FreeRings(rings, count, true);
   }
+  if (mStroke.type != KPaintNone) {
+    KVertex2D** rings = nullptr;
+    const unsigned count = StrokePath(path, rings, &mTransform, true);
+    FillStroke(rings, count);
+  }
+}
+
+// Outlines of strokes are filled by the non-zero rule, whatever the rule of fills.
+void KSoftContext2D::FillStroke(KVertex2D** rings, unsigned count) {
+  kalvora::RasterPolygon(Job(mStroke, KFillNonZero), rings, count);
+  FreeStroke(rings, count, true);
 }
 
 void KSoftContext2D::DrawLine(KVertex2D p, KVertex2D q) {
@@ -68,7 +79,7 @@ void KSoftContext2D::DrawEllipticalRect(KVertex2D centre, KVertex2D half, KVerte
 }
 
 // A straight line along an axis is a rectangle.
-void KSoftContext2D::RasterPolyline(const KVertex2D* points, unsigned count, bool) {
+void KSoftContext2D::RasterPolyline(const KVertex2D* points, unsigned count, bool closed) {
   if (count == 2 && mTransform.IsOrth() && mClipPolyCount == 0 && startCap < 2 && endCap < 2 &&
       !dashes) {
     KVertex2D p, q;
@@ -77,6 +88,14 @@ void KSoftContext2D::RasterPolyline(const KVertex2D* points, unsigned count, boo
       return;
     }
   }
+  KVertex2D** rings = nullptr;
+  const unsigned ringCount = StrokePoly(points, count, rings, &mTransform, true, closed);
+  FillStroke(rings, ringCount);
+}
+
+void KSoftContext2D::DrawArc(KVertex2D centre, KVertex2D radii, KFixed start, KFixed sweep) {
+  KSoftPath path;
+  if (path.AddArc(centre, radii, start, sweep)) DrawPath(&path);
 }
 
 void KSoftContext2D::FillPolygon(const KVertex2D* points, unsigned count) {
