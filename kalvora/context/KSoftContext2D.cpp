@@ -79,6 +79,9 @@ void KSoftContext2D::DropLineBuffer() {
 }
 
 void KSoftContext2D::ResetState() {
+  SetFont(nullptr);
+  SetFallbackFont(nullptr);
+  SetFallbackFonts(nullptr, nullptr);
   ResetClip();
   SetNoStroke();
   SetNoFill();

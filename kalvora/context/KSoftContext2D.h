@@ -10,6 +10,7 @@
 #include "kalvora/geometry/KStroker.h"
 #include "kalvora/raster/KMergeNode.h"
 #include "kalvora/raster/KPaint.h"
+#include "kalvora/text/KFTFontContext.h"
 
 namespace kalvora {
 struct RasterJob;
@@ -21,15 +22,15 @@ class KLinuxFb;
 /// Rendering back ends; the choice is ignored.
 enum KBackend : std::int32_t { KBackendSoftware = 0 };
 
-/// Draws paths into a display or a caller's pixmap.
+/// Draws paths, pixmaps and text into a display or a caller's pixmap.
 ///
 /// Create it, bind a target with SetDisplay or RenderToTexture, set paints and state, draw, and on
 /// a display end each frame with Flip. Every bind resets the state: fill opaque black, no stroke,
-/// identity transform, no clip but the target, non-zero fill rule. Drawing before a bind, or into
-/// an empty target, draws nothing. Pixmaps, ramps and paths given to a context are borrowed and
-/// must outlive their use. One context belongs to one thread at a time; different threads may draw
-/// with different contexts at once.
-class KALVORA_API KSoftContext2D : public KStroker {
+/// identity transform, no clip but the target, non-zero fill rule, no fonts. Drawing before a bind,
+/// or into an empty target, draws nothing. Pixmaps, ramps, paths and fonts given to a context are
+/// borrowed and must outlive their use. One context belongs to one thread at a time; different
+/// threads may draw with different contexts at once.
+class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
  public:
   /// Both arguments are ignored.
   explicit KSoftContext2D(KBackend backend = KBackendSoftware, unsigned reserved = 0);
@@ -140,6 +141,28 @@ class KALVORA_API KSoftContext2D : public KStroker {
   /// degrees without scaling: the pixels of nearest sampling, read in an order that suits the
   /// cache.
   void DrawSimplePatternRectRotateNoScale(KVertex2D a, KVertex2D b, unsigned angle);
+  /// Draws 16-bit codes with the fill paint and the font of SetFont; characters that it lacks come
+  /// from the fallback fonts. `origin` is the first pen position, on the baseline, in user space,
+  /// and glyphs follow by their advances, without kerning; or each glyph stands at its own of
+  /// `positions` and `origin` is ignored. Glyphs are rendered under the transform and set on whole
+  /// pixels. Text that lies far outside the clip rectangle is left out at little cost; how far is
+  /// guessed from the height of its line, so that the last glyph of a line may vanish too early
+  /// when it is wider than that.
+  void DrawText(const unsigned short* text, unsigned count, KVertex2D origin,
+                const KVertex2D* positions = nullptr);
+  /// Whether DrawText would leave the text out. Turned and skewed text never is.
+  bool IsRoughlyClipped(const unsigned short* text, unsigned count, KVertex2D origin,
+                        const KVertex2D* positions) const;
+  /// What DrawText does, without asking IsRoughlyClipped.
+  void DrawTextWithMasks(const unsigned short* text, unsigned count, KVertex2D origin,
+                         const KVertex2D* positions);
+  /// Fills and strokes the outlines of the primary font's glyphs: no fallback, no cache, no
+  /// rounding to pixels.
+  void DrawTextWithPaths(const unsigned short* text, unsigned count, KVertex2D origin,
+                         const KVertex2D* positions);
+  /// Draws nothing: no glyph has a pixmap.
+  void DrawTextWithPixmaps(const unsigned short* text, unsigned count, KVertex2D origin,
+                           const KVertex2D* positions);
   /// Releases rings, last to first; the list itself stays.
   void FreeVertices(KVertex2D** rings, unsigned count, bool onStack);
 

@@ -9,6 +9,8 @@
 #include "kalvora/paint/KStrips.h"
 #include "kalvora/paint/channels.h"
 #include "kalvora/raster/KStyleContext2D.h"
+#include "kalvora/raster/polygon.h"
+#include "kalvora/raster/ring.h"
 
 namespace kalvora {
 namespace {
@@ -50,6 +52,16 @@ const std::uint8_t* Before(const std::uint8_t* p, std::int32_t n) {
 std::int32_t MaskCoverage(std::uint8_t m) {
   const auto weight = static_cast<std::int32_t>(MaskWeight(m));
   return weight == 0 ? 0 : weight * 256 - 128;
+}
+
+/// What a draw of the mask at the device pixel (x0, y0) touches, within the clip rectangle.
+PixelBox MaskBox(const KStyleContext2D* style, const KSoftPixmap& mask, int x0, int y0, int x1,
+                 int y1) {
+  if (!mask.pixels || mask.pixelShift != 0) return {0, 0, 0, 0};
+  const std::int64_t columns = std::min(mask.width, mask.stride);
+  const PixelBox whole{x0, y0, std::min<std::int64_t>(x1, x0 + columns),
+                       std::min<std::int64_t>(y1, std::int64_t{y0} + mask.height)};
+  return whole.Within(style->clip);
 }
 
 }  // namespace
@@ -95,11 +107,7 @@ void DrawAlphaMask(const PaintJob& job, const KSoftPixmap& mask, int x0, int y0,
   KStyleContext2D* style = job.style;
   const std::int32_t type = style->paint->type;
   if (type < KPaintColor || type >= KPaintNone) return;
-  if (!mask.pixels || mask.pixelShift != 0) return;
-  const std::int64_t columns = std::min(mask.width, mask.stride);
-  const PixelBox whole{x0, y0, std::min<std::int64_t>(x1, x0 + columns),
-                       std::min<std::int64_t>(y1, std::int64_t{y0} + mask.height)};
-  const PixelBox box = whole.Within(style->clip);
+  const PixelBox box = MaskBox(style, mask, x0, y0, x1, y1);
   if (box.IsEmpty()) return;
 
   KFiller solid = nullptr, coverage = nullptr;
@@ -130,6 +138,82 @@ void DrawAlphaMask(const PaintJob& job, const KSoftPixmap& mask, int x0, int y0,
   style->maskRow = nullptr;
   // Between draws the coverage line is clear.
   if (type != KPaintColor) std::fill(style->lineBuffer + left, style->lineBuffer + right, 0);
+}
+
+// A mask under a clip path is its rectangle drawn as a polygon, which meets the clip path in the
+// scan converter, by fillers that weigh the coverage they are given and pass it on.
+struct MaskedDraw {
+  const KSoftPixmap* mask;
+  std::int32_t x0, y0;        // the mask's top left corner
+  const KStripTable* strips;  // with the paint's own initialisers
+  KFiller coverage;           // the paint's own filler
+
+  const std::uint8_t* Bytes(const KStyleContext2D* style) const {
+    return mask->pixels + (std::int64_t{style->y} - y0) * mask->stride +
+           (std::int64_t{style->x0} - x0);
+  }
+};
+
+namespace {
+
+void WeighCoverage(const KStyleContext2D* style) {
+  const auto weigh = [](std::int32_t coverage, std::uint8_t m) {
+    const auto weight = static_cast<std::uint32_t>(MaskCoverage(m));
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(coverage) * weight >> 16);
+  };
+  std::int32_t* line = style->lineBuffer;
+  std::transform(line + style->x0, line + style->x1, style->masked->Bytes(style), line + style->x0,
+                 weigh);
+  style->masked->coverage(style);
+}
+
+// A solid run is not in lineBuffer, which must be clear again afterwards.
+void WeighSolid(const KStyleContext2D* style) {
+  const std::uint8_t* bytes = style->masked->Bytes(style);
+  std::int32_t* line = style->lineBuffer;
+  std::transform(bytes, bytes + (style->x1 - style->x0), line + style->x0, MaskCoverage);
+  style->masked->coverage(style);
+  std::fill(line + style->x0, line + style->x1, 0);
+}
+
+void InitMasked(KStyleContext2D* style, KFiller& solid, KFiller& coverage) {
+  KFiller unused = nullptr;
+  MaskedDraw* masked = style->masked;
+  masked->strips->init[style->paint->type](style, unused, masked->coverage);
+  solid = masked->coverage ? WeighSolid : nullptr;
+  coverage = masked->coverage ? WeighCoverage : nullptr;
+}
+
+constexpr KStripTable kMaskedStrips = {
+    {InitMasked, InitMasked, InitMasked, InitMasked, InitMasked}};
+
+}  // namespace
+
+void DrawClippedAlphaMask(const RasterJob& job, const KSoftPixmap& mask, int x0, int y0, int x1,
+                          int y1) {
+  KStyleContext2D* style = job.style;
+  const PixelBox box = MaskBox(style, mask, x0, y0, x1, y1);
+  if (box.IsEmpty()) return;
+  const KClip clip = style->clip;
+  style->clip = {static_cast<std::int16_t>(box.x0), static_cast<std::int16_t>(box.y0),
+                 static_cast<std::int16_t>(box.x1), static_cast<std::int16_t>(box.y1)};
+  const KFixed left = KFixed::FromInt(style->clip.x0), top = KFixed::FromInt(style->clip.y0);
+  const KFixed right = KFixed::FromInt(style->clip.x1), bottom = KFixed::FromInt(style->clip.y1);
+  KVertex2D rectangle[4 + ring::kLinks];
+  rectangle[1] = {left, top};
+  rectangle[2] = {right, top};
+  rectangle[3] = {right, bottom};
+  rectangle[4] = {left, bottom};
+  ring::Close(rectangle, 4);
+
+  MaskedDraw masked = {&mask, x0, y0, job.strips, nullptr};
+  style->masked = &masked;
+  RasterJob masking = job;
+  masking.strips = &kMaskedStrips;
+  masking.fillRule = KFillNonZero;
+  RasterPolygon(masking, rectangle, 4);
+  style->masked = nullptr;
+  style->clip = clip;
 }
 
 void DrawSimplePatternRectRotateNoScale(const PaintJob& job, KVertex2D a, KVertex2D b,

@@ -7,6 +7,8 @@
 
 namespace kalvora {
 
+struct RasterJob;
+
 /// Where a draw goes. Everything is borrowed.
 struct PaintJob {
   KStyleContext2D* style;     ///< with the draw's paint, clip and coverage line
@@ -29,6 +31,10 @@ bool PlaceSubPixmap(KSoftPixmap* pixmap, KVertex2D a, KVertex2D b, KVertex2D s0,
 /// Draws job.style->paint through the bytes of a format 0 pixmap, whose top left corner lies at the
 /// device pixel (x0, y0). Nothing is drawn outside [x0, x1) x [y0, y1), the mask, and the clip.
 void DrawAlphaMask(const PaintJob& job, const KSoftPixmap& mask, int x0, int y0, int x1, int y1);
+
+/// The same within the clip path of `job`, whose coverage weighs the mask's.
+void DrawClippedAlphaMask(const RasterJob& job, const KSoftPixmap& mask, int x0, int y0, int x1,
+                          int y1);
 
 /// Fills the device rectangle from `a` to `b`, rounded to whole pixels, with the pattern of
 /// job.style->paint, whose transform turns by `angle` (90, 180 or 270 degrees) without scaling: the

@@ -9,6 +9,10 @@
 #include "kalvora/core/KSoftMatrix3D.h"
 #include "kalvora/raster/KPaint.h"
 
+namespace kalvora {
+struct MaskedDraw;
+}
+
 /// The clip rectangle in whole device pixels, ends exclusive; always within the target.
 struct KClip {
   std::int16_t x0, y0, x1, y1;
@@ -33,6 +37,7 @@ struct KALVORA_API KStyleContext2D {
   std::int32_t* lineBuffer = nullptr;  ///< coverage, one entry a target column
   bool ownsLineBuffer = false;
   const std::uint8_t* maskRow = nullptr;  ///< 8-bit coverage by absolute x, for alpha masks
+  kalvora::MaskedDraw* masked = nullptr;  ///< the alpha mask that weighs this draw's coverage
   const KPaint* paint = nullptr;
   KClip clip{0, 0, 0, 0};
 
