@@ -54,6 +54,13 @@ void SetChannels(fb_var_screeninfo& mode) {
 
 }  // namespace
 
+bool SameFile(int a, int b) {
+  struct stat first {};
+  struct stat second {};
+  return fstat(a, &first) == 0 && fstat(b, &second) == 0 && first.st_dev == second.st_dev &&
+         first.st_ino == second.st_ino;
+}
+
 Framebuffer::Framebuffer(const Settings& s) : settings(s) {
   mode.xres = mode.xres_virtual = s.width;
   mode.yres = mode.yres_virtual = s.height;
@@ -74,12 +81,7 @@ Framebuffer::~Framebuffer() {
 
 int Framebuffer::Open() const { return fcntl(fd, F_DUPFD, 0); }
 
-bool Framebuffer::Owns(int descriptor) const {
-  struct stat mine {};
-  struct stat other {};
-  return fstat(fd, &mine) == 0 && fstat(descriptor, &other) == 0 && mine.st_dev == other.st_dev &&
-         mine.st_ino == other.st_ino;
-}
+bool Framebuffer::Owns(int descriptor) const { return SameFile(fd, descriptor); }
 
 int Framebuffer::Ioctl(unsigned request, void* argument) {
   if (request == FBIO_WAITFORVSYNC) return WaitForVsync();

@@ -29,6 +29,9 @@ struct Frame {
   unsigned width, height, stride, bpp;
 };
 
+/// True when both descriptors lead to the same file.
+bool SameFile(int a, int b);
+
 /// One framebuffer. Its memory is a memory file, so that programs can map, duplicate and close
 /// descriptors of it without help. A pan takes effect at the next vertical sync. Any thread may
 /// call.

@@ -1,0 +1,11 @@
+// The viewer's window.
+#ifndef KALVORA_TOOLS_VIEWER_WINDOW_H
+#define KALVORA_TOOLS_VIEWER_WINDOW_H
+
+#include "tools/viewer/surface.h"
+
+/// Shows the surface, live, at `zoom` window pixels a pixel, until the user closes the window.
+/// Returns the program's exit status.
+int ShowWindow(const Surface& surface, int zoom);
+
+#endif
