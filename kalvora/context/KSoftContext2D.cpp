@@ -65,7 +65,7 @@ bool KSoftContext2D::BindStrips(KFormat format) {
 
 bool KSoftContext2D::NewLineBuffer(unsigned width) {
   DropLineBuffer();
-  if (!mStyle || width > SIZE_MAX / sizeof(std::int32_t)) return false;
+  if (!mStyle || std::size_t{width} > SIZE_MAX / sizeof(std::int32_t)) return false;
   mStyle->lineBuffer = static_cast<std::int32_t*>(std::malloc(width * sizeof(std::int32_t)));
   mStyle->ownsLineBuffer = mStyle->lineBuffer != nullptr;
   return mStyle->ownsLineBuffer || width == 0;

@@ -21,4 +21,7 @@ struct KStrips {
   static const KStripTable VTable;
 };
 
+extern template const KStripTable KStrips<KColor_0888_PM>::VTable;
+extern template const KStripTable KStrips<KColor_8888_PM>::VTable;
+
 #endif
