@@ -29,6 +29,7 @@ constexpr Scene kScenes[] = {
     {"rosette", gallery::Rosette, "one leaf under many rotations"},
     {"squares", gallery::Squares, "scaled, turned and skewed squares"},
     {"gradients", gallery::Gradients, "linear and radial, padded and repeated"},
+    {"strokes", gallery::Strokes, "caps, joins, dashes, pens, hair lines"},
     {"pixmaps", gallery::Pixmaps, "patterns, nearest, bilinear and bicubic scaling, opacity"},
     {"clips", gallery::Clips, "clip paths by either rule, clip rectangles"},
     {"hit-map", gallery::HitMap, "which shape is where, asked point by point"},

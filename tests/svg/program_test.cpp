@@ -166,6 +166,54 @@ TEST_F(Program, Opacity) {
   }
 }
 
+// Strokes whose edges lie between pixels: what is on and off at (1, 1), (4, 1), (7, 3).
+TEST_F(Program, Strokes) {
+  const struct {
+    const char* body;
+    const char* pixels;
+  } kCases[] = {
+      {"<path d='M2 1.5H6' stroke-width='1'/>", ".#."},
+      {"<path d='M2 1.5H6' stroke-width='1' stroke-linecap='square'/>", "?#."},
+      {"<path d='M2 1.5H7' stroke-width='3' stroke-linecap='square'/>", "##."},
+      {"<path d='M2 1.5H6' stroke-width='3' stroke-linecap='butt'/>", ".#."},
+      {"<line x1='0' y1='1.5' x2='8' y2='1.5' stroke-dasharray='3 3'/>", "#.."},
+      {"<line x1='0' y1='1.5' x2='8' y2='1.5' stroke-dasharray='3'/>", "#.."},
+      {"<line x1='0' y1='1.5' x2='8' y2='1.5' stroke-dasharray='3' stroke-dashoffset='3'/>", ".#."},
+      {"<line x1='0' y1='1.5' x2='8' y2='1.5' stroke-dasharray='3' stroke-dashoffset='-3'/>",
+       ".#."},
+      {"<line x1='0' y1='1.5' x2='8' y2='1.5' stroke-dasharray='0 0'/>", "##."},
+      {"<rect x='.5' y='.5' width='7' height='3' stroke-width='1'/>", "..#"},
+      {"<rect x='1.5' y='1.5' width='6' height='2' stroke-width='1'/>", "###"},
+      {"<path d='M4.5 1.5z' stroke-width='2' stroke-linecap='round'/>", ".#."},
+      {"<path d='M4.5 1.5h0' stroke-width='2' stroke-linecap='butt'/>", "..."},
+      // The pen follows the transform, however uneven it is.
+      {"<path d='M20 1.5H60' stroke-width='1' transform='scale(.1 1)'/>", ".#."},
+      {"<path d='M200 .015H600' stroke-width='.01' transform='scale(.01 100)'/>", ".#."},
+      {"<path d='M1.5 0V4' stroke-width='1e-3' transform='scale(1 1e3)'/>", "..."},
+      {"<path d='M1.5e-3 0V4e-3' stroke-width='1e-3' transform='scale(1e3)'/>", "#.."},
+      // Beyond the reach of 16.16, only the part that shows is stroked.
+      {"<path d='M-1e6 1.5H1e6'/>", "##."},
+      {"<path d='M-1e6 -1e6L-1e6 1.5H1e6V-1e6z'/>", "##."},
+      {"<circle cx='4.5' cy='1e6' r='999998.5'/>", "##."},
+      {"<path d='M1 1H8' transform='scale(0)'/>", "..."},
+      {"<path d='M0 1.5H8' stroke-width='0'/>", "..."},
+  };
+  for (const auto& c : kCases) {
+    const Picture picture = Draw(std::string("<g fill='none' stroke='red'>") + c.body + "</g>");
+    std::string pixels;
+    for (const auto& [x, y] : {std::pair(1u, 1u), {4u, 1u}, {7u, 3u}}) {
+      const std::string pixel = picture.At(x, y);
+      pixels += pixel == "ff0000ff" ? '#' : pixel == "00000000" ? '.' : '?';
+    }
+    EXPECT_EQ(pixels, c.pixels) << c.body;
+  }
+  // Fill and stroke of one translucent shape do not show through one another.
+  const Picture picture = Draw(
+      "<rect x='2' y='1' width='4' height='2' fill='blue' stroke='red' stroke-width='2' "
+      "opacity='.5'/>");
+  ExpectNear(picture.At(2, 1), "ff000080", "stroke over fill");
+}
+
 // A group is drawn whole and then made translucent: its parts do not show through one another.
 TEST_F(Program, GroupsAndClips) {
   const std::string two =
