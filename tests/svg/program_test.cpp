@@ -188,7 +188,8 @@ TEST_F(Program, Strokes) {
       {"<path d='M4.5 1.5h0' stroke-width='2' stroke-linecap='butt'/>", "..."},
       // The pen follows the transform, however uneven it is.
       {"<path d='M20 1.5H60' stroke-width='1' transform='scale(.1 1)'/>", ".#."},
-      {"<path d='M200 .015H600' stroke-width='.01' transform='scale(.01 100)'/>", ".#."},
+      {"<path d='M256 .01171875H768' stroke-width='.0078125' transform='scale(.0078125 128)'/>",
+       ".#."},
       {"<path d='M1.5 0V4' stroke-width='1e-3' transform='scale(1 1e3)'/>", "..."},
       {"<path d='M1.5e-3 0V4e-3' stroke-width='1e-3' transform='scale(1e3)'/>", "#.."},
       // Beyond the reach of 16.16, only the part that shows is stroked.
