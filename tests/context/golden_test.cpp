@@ -18,10 +18,12 @@ std::uint64_t Fold(std::uint64_t hash, const std::vector<std::uint32_t>& words) 
   return hash;
 }
 
-/// Draws one random picture after another with everything that fills know.
+/// Draws one random picture after another: fills of paths and polygons, or every shape with strokes
+/// too.
 class Painter {
  public:
-  explicit Painter(KFormat format) : pixels_(kWidth * kHeight), random_(format) {
+  Painter(KFormat format, bool strokes)
+      : pixels_(kWidth * kHeight), random_(format), strokes_(strokes) {
     pixmap_.Create(kWidth, kHeight, format, pixels_.data());
   }
 
@@ -95,7 +97,10 @@ class Painter {
     context_.SetFillRule(random_.OneIn(2) ? KFillEvenOdd : KFillNonZero);
     context_.SetFillColor(Color());
     context_.SetFillOpacity(random_.OneIn(2) ? 256 : random_.Between(0, 256));
-    if (random_.OneIn(3)) {
+    if (strokes_) Stroke();
+    if (strokes_ && random_.OneIn(2)) {
+      OtherShape();
+    } else if (random_.OneIn(3)) {
       KVertex2D points[9];
       const unsigned count = random_.Below(9);
       for (KVertex2D& p : points) p = Point();
@@ -107,22 +112,62 @@ class Painter {
     }
   }
 
+  void Stroke() {
+    if (random_.OneIn(4)) context_.SetNoFill();
+    context_.SetStrokeColor(Color());
+    context_.SetStrokeOpacity(random_.OneIn(2) ? 256 : random_.Between(0, 256));
+    context_.SetLineWidth(random_.OneIn(8) ? Fixed(0, 40) : Fixed(0, 6));
+    const unsigned startCap = random_.Below(3);
+    context_.SetCaps(startCap, random_.Below(3));
+    context_.SetJoin(random_.Below(3));
+    context_.SetMiterLimit(Fixed(0, 12));
+    KFixed dashes[4];
+    for (KFixed& dash : dashes) dash = Fixed(0, 20);
+    const unsigned count = random_.OneIn(3) ? 1 + random_.Below(4) : 0;
+    context_.SetDashes(dashes, count, Fixed(-20, 50));
+  }
+
+  void OtherShape() {
+    const KVertex2D p = Point(), q = Point(), radii = {Fixed(0, 40), Fixed(0, 40)};
+    switch (random_.Below(5)) {
+      case 0:
+        return context_.DrawLine(p, random_.OneIn(2) ? q : KVertex2D{p.x, q.y});
+      case 1:
+        return context_.DrawRectangle(p, q);
+      case 2:
+        return context_.DrawRectangle(p, q, radii);
+      case 3:
+        return context_.DrawEllipticalRect(p, radii, radii);
+      default: {
+        const KFixed start = Fixed(-400, 400);
+        return context_.DrawArc(p, radii, start, Fixed(-400, 400));
+      }
+    }
+  }
+
   std::vector<std::uint32_t> pixels_;
   Random random_;
+  bool strokes_;
   KSoftPixmap pixmap_;
   KSoftContext2D context_;
 };
 
-TEST(Golden, RandomFillsOfBothLayouts) {
-  struct Case {
-    KFormat format;
-    std::uint64_t hash;
-  };
-  const Case cases[] = {{KFormat0888PM, 0x9d86a50a18594fe2}, {KFormat8888PM, 0x8bcbf3a72c816797}};
+struct Case {
+  KFormat format;
+  bool strokes;
+  int pictures;
+  std::uint64_t hash;
+};
+
+TEST(Golden, RandomPicturesOfBothLayouts) {
+  const Case cases[] = {{KFormat0888PM, false, 3000, 0x9d86a50a18594fe2},
+                        {KFormat8888PM, false, 3000, 0x8bcbf3a72c816797},
+                        {KFormat0888PM, true, 500, 0xfc225fb4e4062729},
+                        {KFormat8888PM, true, 500, 0x7af450e0a1b84c9e}};
   for (const Case& c : cases) {
-    Painter painter(c.format);
+    Painter painter(c.format, c.strokes);
     std::uint64_t hash = 0xCBF29CE484222325u;
-    for (int i = 0; i < 3000; ++i) hash = Fold(hash, painter.Picture());
+    for (int i = 0; i < c.pictures; ++i) hash = Fold(hash, painter.Picture());
     EXPECT_EQ(hash, c.hash) << "format " << c.format << std::hex << " gives 0x" << hash;
   }
 }
