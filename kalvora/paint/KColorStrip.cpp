@@ -36,21 +36,12 @@ template <bool AA, bool Blend>
 void ColorSpan<AA, Blend>::DrawWithAaChecks(const KStyleContext2D* style) {
   if (style->x0 >= style->x1) return;
   if constexpr (!AA) return FillSolid(style, Blend);
-  std::uint32_t* const row = style->row;
-  const std::uint8_t* const mask = style->maskRow;
+  std::uint32_t* const to = style->row + style->x0;
+  const std::uint8_t* const mask = style->maskRow + style->x0;
+  const int n = style->x1 - style->x0;
   const std::uint32_t color = style->color.Word();
-  if (Blend && color == 0) return;
-  const std::int32_t x1 = style->x1;
-  for (std::int32_t x = style->x0; x < x1; ++x) {
-    const std::uint32_t w = MaskWeight(mask[x]);
-    if (w == 0) continue;
-    // An opaque colour at full weight comes out of Over as it is.
-    if (w == 256) {
-      row[x] = Blend ? Over(row[x], color) : color;
-    } else {
-      row[x] = Blend ? Over(row[x], Scale(color, w)) : Lerp(row[x], color, w);
-    }
-  }
+  if (!Blend) return LerpMaskedSpan(to, mask, n, color);
+  if (color != 0) CoverMaskedSpan(to, mask, n, color);
 }
 
 template struct ColorSpan<false, false>;

@@ -13,7 +13,7 @@ template <bool AA, bool Blend>
 struct ColorSpan {
   /// Coverage from lineBuffer.
   static void Draw(const KStyleContext2D* style);
-  /// Coverage from maskRow. Glyph masks are mostly empty or full, so both are tested for.
+  /// Coverage from maskRow.
   static void DrawWithAaChecks(const KStyleContext2D* style);
 };
 

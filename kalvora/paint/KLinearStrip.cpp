@@ -5,6 +5,7 @@
 
 #include "kalvora/paint/KSoftColorRamp.h"
 #include "kalvora/paint/composite.h"
+#include "kalvora/paint/lanes.h"
 #include "kalvora/paint/ramp.h"
 #include "kalvora/raster/KStyleContext2D.h"
 
@@ -82,56 +83,71 @@ class LinearWalk {
   bool flat_ = false;
   bool ended_ = false;
   std::uint32_t color_ = 0;
-  std::int32_t value_[4];  // channels, 16.16
-  std::int32_t grow_[4];   // and what they grow by per pixel
+  std::uint32_t value_[4];  // channels, signed 16.16
+  std::uint32_t grow_[4];   // and what they grow by per pixel
 };
+
+/// The pixel of four channels, 16.16, each within 0..255.
+template <typename V>
+V PackInRange(V b, V g, V r, V a) {
+  return (a & 0xFF0000) << 8 | (r & 0xFF0000) | (g >> 8 & 0xFF00) | b >> 16;
+}
+
+/// n pixels whose channels start at v and grow by `grow`, within 0..255 all the way.
+void WriteInRange(std::uint32_t* to, int n, std::uint32_t (&v)[4], const std::uint32_t (&grow)[4]) {
+  int i = 0;
+#if KALVORA_LANES
+  Words4 b = Series(v[0], grow[0]), g = Series(v[1], grow[1]);
+  Words4 r = Series(v[2], grow[2]), a = Series(v[3], grow[3]);
+  const Words4 db = All<Words4>(4 * grow[0]), dg = All<Words4>(4 * grow[1]);
+  const Words4 dr = All<Words4>(4 * grow[2]), da = All<Words4>(4 * grow[3]);
+  for (; i + 4 <= n; i += 4) {
+    Store(to + i, PackInRange(b, g, r, a));
+    b += db, g += dg, r += dr, a += da;
+  }
+  for (int c = 0; c < 4; ++c) v[c] += grow[c] * static_cast<std::uint32_t>(i);
+#endif
+  for (; i < n; ++i) {
+    to[i] = PackInRange(v[0], v[1], v[2], v[3]);
+    for (int c = 0; c < 4; ++c) v[c] += grow[c];
+  }
+}
+
+/// The same, with channels held to 0..255.
+void WriteHeld(std::uint32_t* to, int n, std::uint32_t (&v)[4], const std::uint32_t (&grow)[4]) {
+  const auto whole = [&](int c) { return static_cast<std::int32_t>(v[c]); };
+  for (int i = 0; i < n; ++i) {
+    to[i] = PackChannels(whole(0), whole(1), whole(2), whole(3));
+    for (int c = 0; c < 4; ++c) v[c] += grow[c];
+  }
+}
 
 int LinearWalk::Slope(int n) {
   const StopPair& pair = ramp_.Seek(t_);
   const KFixed k = (KFixed::FromRaw(t_) - KFixed::FromRaw(pair.p0)) * pair.r;
   const KFixed dk = KFixed::FromRaw(step_) * pair.r;
   bool level = true;
-  for (int i = 0; i < 4; ++i) {
-    value_[i] = pair.Channel(i, k);
-    grow_[i] = static_cast<std::int32_t>(static_cast<std::uint32_t>(dk.raw) *
-                                         static_cast<std::uint32_t>(pair.dc[i]));
-    level = level && grow_[i] == 0;
+  for (int c = 0; c < 4; ++c) {
+    value_[c] = static_cast<std::uint32_t>(pair.Channel(c, k));
+    grow_[c] = static_cast<std::uint32_t>(dk.raw) * static_cast<std::uint32_t>(pair.dc[c]);
+    level = level && grow_[c] == 0;
   }
   flat_ = level;
-  if (level) color_ = PackChannels(value_[0], value_[1], value_[2], value_[3]);
+  if (level) WriteHeld(&color_, 1, value_, grow_);
   return Advance(pair.p0 == INT32_MAX ? pair.p0 : pair.p0 + 1, std::min(pair.p1, ramp_.Last() - 1),
                  n);
 }
 
 void LinearWalk::Write(std::uint32_t* to, int n) {
-  // Whether a channel leaves 0..255 within the run shows at its end.
-  constexpr std::uint32_t kRange = 0x1000000;
+  // Whether a channel leaves its range within the run shows at the ends.
   bool held = false;
-  for (int i = 0; i < 4; ++i) {
-    const std::int64_t end = value_[i] + std::int64_t{grow_[i]} * (n - 1);
-    held = held || static_cast<std::uint32_t>(value_[i]) >= kRange || end < 0 || end >= kRange;
+  for (int c = 0; c < 4; ++c) {
+    const auto first = static_cast<std::int32_t>(value_[c]);
+    const std::int64_t last = first + std::int64_t{static_cast<std::int32_t>(grow_[c])} * (n - 1);
+    held = held || std::min<std::int64_t>(first, last) < 0 ||
+           std::max<std::int64_t>(first, last) >= 0x1000000;
   }
-  std::uint32_t b = static_cast<std::uint32_t>(value_[0]),
-                db = static_cast<std::uint32_t>(grow_[0]);
-  std::uint32_t g = static_cast<std::uint32_t>(value_[1]),
-                dg = static_cast<std::uint32_t>(grow_[1]);
-  std::uint32_t r = static_cast<std::uint32_t>(value_[2]),
-                dr = static_cast<std::uint32_t>(grow_[2]);
-  std::uint32_t a = static_cast<std::uint32_t>(value_[3]),
-                da = static_cast<std::uint32_t>(grow_[3]);
-  for (int i = 0; i < n; ++i) {
-    if (held) {
-      to[i] = PackChannels(static_cast<std::int32_t>(b), static_cast<std::int32_t>(g),
-                           static_cast<std::int32_t>(r), static_cast<std::int32_t>(a));
-    } else {
-      to[i] = (a & 0xFF0000) << 8 | (r & 0xFF0000) | (g >> 8 & 0xFF00) | b >> 16;
-    }
-    b += db, g += dg, r += dr, a += da;
-  }
-  value_[0] = static_cast<std::int32_t>(b);
-  value_[1] = static_cast<std::int32_t>(g);
-  value_[2] = static_cast<std::int32_t>(r);
-  value_[3] = static_cast<std::int32_t>(a);
+  (held ? WriteHeld : WriteInRange)(to, n, value_, grow_);
 }
 
 }  // namespace

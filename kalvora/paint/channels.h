@@ -41,10 +41,13 @@ constexpr std::uint32_t Over(std::uint32_t d, std::uint32_t s) {
 
 /// d' = d + floor((c - d) w / 256) in each channel; w = 0..256.
 ///
-/// Equal to floor((d (256 - w) + c w) / 256), whose fields never borrow from each other.
+/// Formed as floor((256 d + (c - d) w) / 256): two fields in one difference borrow from each other,
+/// and give it back with the sum, each of whose fields lies in 0..0xFF00.
 constexpr std::uint32_t Lerp(std::uint32_t d, std::uint32_t c, std::uint32_t w) {
-  return ((Lo(d) * (256 - w) + Lo(c) * w) >> 8 & KStripsMask_00FF00FF) |
-         ((Hi(d) * (256 - w) + Hi(c) * w) & ~KStripsMask_00FF00FF);
+  constexpr std::uint32_t m = KStripsMask_00FF00FF;
+  const std::uint32_t lo = (Lo(d) << 8) + (Lo(c) - Lo(d)) * w;
+  const std::uint32_t hi = (d & ~m) + (Hi(c) - Hi(d)) * w;
+  return (lo >> 8 & m) | (hi & ~m);
 }
 
 }  // namespace kalvora

@@ -2,77 +2,113 @@
 #include "kalvora/paint/composite.h"
 
 #include "kalvora/core/KFixed.h"
-#include "kalvora/paint/channels.h"
+#include "kalvora/paint/lanes.h"
 
 namespace kalvora {
 namespace {
 
-std::uint32_t ToWeight(std::int32_t coverage) {
-  return static_cast<std::uint32_t>(CoverageWeight(coverage));
+/// The weights of one coverage or of four, never negative.
+template <typename V>
+V CoverageWeights(const std::int32_t* coverage) {
+  return (Load<V>(coverage) + 128) >> 8;
 }
 
-template <Weight W>
-std::uint32_t WeightOf(const std::int32_t* coverage, int i, std::int32_t opacity) {
-  if constexpr (W == Weight::kFull) return 256;
-  if constexpr (W == Weight::kOpacity) return static_cast<std::uint32_t>(opacity);
+template <Weight W, typename V>
+V WeightsOf(const std::int32_t* coverage, std::int32_t opacity) {
+  if constexpr (W == Weight::kFull) return All<V>(256);
+  if constexpr (W == Weight::kOpacity) return All<V>(static_cast<std::uint32_t>(opacity));
   if constexpr (W == Weight::kCoverageOpacity) {
-    return static_cast<std::uint32_t>(coverage[i]) * static_cast<std::uint32_t>(opacity) >> 16;
+    return Load<V>(coverage) * static_cast<std::uint32_t>(opacity) >> 16;
   }
-  return ToWeight(coverage[i]);
+  return CoverageWeights<V>(coverage);
+}
+
+/// to[i] = f(to[i], weight of mask[i]), where a weight of 0 changes nothing.
+template <typename F>
+void Masked(std::uint32_t* to, const std::uint8_t* mask, int n, F f) {
+  int i = 0;
+  for (; i + 4 <= n; i += 4) {
+    if (Load<std::uint32_t>(mask + i) == 0) continue;
+#if KALVORA_LANES
+    const Words4 m = {mask[i], mask[i + 1], mask[i + 2], mask[i + 3]};
+    Store(to + i, f(Load<Words4>(to + i), MaskWeight(m)));
+#else
+    for (int k = i; k < i + 4; ++k) {
+      if (mask[k]) to[k] = f(to[k], MaskWeight(mask[k]));
+    }
+#endif
+  }
+  for (; i < n; ++i) {
+    if (mask[i]) to[i] = f(to[i], MaskWeight(mask[i]));
+  }
 }
 
 }  // namespace
 
 void FillSpan(std::uint32_t* to, int n, std::uint32_t c) {
-  for (int i = 0; i < n; ++i) to[i] = c;
+  Pixels(to, n, [c](auto d, int) { return All<decltype(d)>(c); });
 }
 
 void OverSpan(std::uint32_t* to, int n, std::uint32_t c) {
   const std::uint32_t rest = 256 - AlphaWeight(c);
-  for (int i = 0; i < n; ++i) to[i] = Scale(to[i], rest) + c;
+  Pixels(to, n, [=](auto d, int) { return Scale(d, All<decltype(d)>(rest)) + c; });
 }
 
 void CoverSpan(std::uint32_t* to, const std::int32_t* coverage, int n, std::uint32_t c) {
-  for (int i = 0; i < n; ++i) to[i] = Over(to[i], Scale(c, ToWeight(coverage[i])));
+  Pixels(to, n, [=](auto d, int i) {
+    using V = decltype(d);
+    return Over(d, Scale(All<V>(c), CoverageWeights<V>(coverage + i)));
+  });
 }
 
 void LerpSpan(std::uint32_t* to, const std::int32_t* coverage, int n, std::uint32_t c) {
-  for (int i = 0; i < n; ++i) to[i] = Lerp(to[i], c, ToWeight(coverage[i]));
+  Pixels(to, n, [=](auto d, int i) {
+    using V = decltype(d);
+    return Lerp(d, All<V>(c), CoverageWeights<V>(coverage + i));
+  });
+}
+
+void CoverMaskedSpan(std::uint32_t* to, const std::uint8_t* mask, int n, std::uint32_t c) {
+  Masked(to, mask, n, [=](auto d, auto w) { return Over(d, Scale(All<decltype(d)>(c), w)); });
+}
+
+void LerpMaskedSpan(std::uint32_t* to, const std::uint8_t* mask, int n, std::uint32_t c) {
+  Masked(to, mask, n, [=](auto d, auto w) { return Lerp(d, All<decltype(d)>(c), w); });
 }
 
 template <Weight W>
 void OverPixels(std::uint32_t* to, const std::uint32_t* source, const std::int32_t* coverage, int n,
                 std::int32_t opacity) {
-  for (int i = 0; i < n; ++i) {
-    std::uint32_t s = source[i];
+  Pixels(to, n, [=](auto d, int i) {
+    using V = decltype(d);
+    V s = Load<V>(source + i);
     if constexpr (W == Weight::kOpacityThenCoverage)
-      s = Scale(s, static_cast<std::uint32_t>(opacity));
-    if constexpr (W != Weight::kFull) s = Scale(s, WeightOf<W>(coverage, i, opacity));
-    to[i] = Over(to[i], s);
-  }
+      s = Scale(s, WeightsOf<Weight::kOpacity, V>(nullptr, opacity));
+    if constexpr (W != Weight::kFull) s = Scale(s, WeightsOf<W, V>(coverage + i, opacity));
+    return Over(d, s);
+  });
 }
 
 template <Weight W>
 void LerpPixels(std::uint32_t* to, const std::uint32_t* source, const std::int32_t* coverage, int n,
                 std::int32_t opacity) {
-  for (int i = 0; i < n; ++i) to[i] = Lerp(to[i], source[i], WeightOf<W>(coverage, i, opacity));
+  Pixels(to, n, [=](auto d, int i) {
+    using V = decltype(d);
+    return Lerp(d, Load<V>(source + i), WeightsOf<W, V>(coverage + i, opacity));
+  });
 }
 
-template void OverPixels<Weight::kFull>(std::uint32_t*, const std::uint32_t*, const std::int32_t*,
-                                        int, std::int32_t);
-template void OverPixels<Weight::kOpacity>(std::uint32_t*, const std::uint32_t*,
-                                           const std::int32_t*, int, std::int32_t);
-template void OverPixels<Weight::kCoverage>(std::uint32_t*, const std::uint32_t*,
-                                            const std::int32_t*, int, std::int32_t);
-template void OverPixels<Weight::kCoverageOpacity>(std::uint32_t*, const std::uint32_t*,
-                                                   const std::int32_t*, int, std::int32_t);
-template void OverPixels<Weight::kOpacityThenCoverage>(std::uint32_t*, const std::uint32_t*,
-                                                       const std::int32_t*, int, std::int32_t);
-template void LerpPixels<Weight::kOpacity>(std::uint32_t*, const std::uint32_t*,
-                                           const std::int32_t*, int, std::int32_t);
-template void LerpPixels<Weight::kCoverage>(std::uint32_t*, const std::uint32_t*,
-                                            const std::int32_t*, int, std::int32_t);
-template void LerpPixels<Weight::kCoverageOpacity>(std::uint32_t*, const std::uint32_t*,
-                                                   const std::int32_t*, int, std::int32_t);
+#define KALVORA_INSTANTIATE(Function, W)                                                       \
+  template void Function<Weight::W>(std::uint32_t*, const std::uint32_t*, const std::int32_t*, \
+                                    int, std::int32_t);
+KALVORA_INSTANTIATE(OverPixels, kFull)
+KALVORA_INSTANTIATE(OverPixels, kOpacity)
+KALVORA_INSTANTIATE(OverPixels, kCoverage)
+KALVORA_INSTANTIATE(OverPixels, kCoverageOpacity)
+KALVORA_INSTANTIATE(OverPixels, kOpacityThenCoverage)
+KALVORA_INSTANTIATE(LerpPixels, kOpacity)
+KALVORA_INSTANTIATE(LerpPixels, kCoverage)
+KALVORA_INSTANTIATE(LerpPixels, kCoverageOpacity)
+#undef KALVORA_INSTANTIATE
 
 }  // namespace kalvora

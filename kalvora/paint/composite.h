@@ -21,7 +21,12 @@ void CoverSpan(std::uint32_t* to, const std::int32_t* coverage, int n, std::uint
 /// d = lerp(d, c, coverage)
 void LerpSpan(std::uint32_t* to, const std::int32_t* coverage, int n, std::uint32_t c);
 
-/// What ComposePixels does with its source.
+/// d = over(d, scale(c, mask)), where the mask bytes of glyphs and the like are mostly 0 or 255.
+void CoverMaskedSpan(std::uint32_t* to, const std::uint8_t* mask, int n, std::uint32_t c);
+/// d = lerp(d, c, mask)
+void LerpMaskedSpan(std::uint32_t* to, const std::uint8_t* mask, int n, std::uint32_t c);
+
+/// How source pixels are weighed.
 enum class Weight {
   kFull,                 ///< w = 256
   kOpacity,              ///< w = opacity

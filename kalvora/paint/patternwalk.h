@@ -2,6 +2,7 @@
 #ifndef KALVORA_PAINT_PATTERNWALK_H
 #define KALVORA_PAINT_PATTERNWALK_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -46,6 +47,7 @@ inline std::int32_t Clamped(std::int32_t i, std::int32_t count) {
 }
 /// An index within a period of `count`.
 inline std::int32_t Wrapped(std::int32_t i, std::int32_t count) {
+  if (i >= 0 && i < count) return i;
   const std::int32_t rest = i % count;
   return rest < 0 ? rest + count : rest;
 }
@@ -73,6 +75,16 @@ struct PatternPosition {
   }
   /// Brings position and step into the period of the pixmap, both 0 or more.
   void WrapInto(const PatternPixels& p);
+  /// The walk goes along one row of a tile, from left to right and in steps well below its width.
+  bool IsAlongRow(const PatternPixels& p) const {
+    return dv == 0 && du <= static_cast<std::uint32_t>(p.width) << 14;
+  }
+  /// How many of n pixels from here on, left to right, have u below `end`.
+  int CountBelow(std::uint32_t end, int n) const {
+    if (u >= end) return 0;
+    if (du == 0) return n;
+    return static_cast<int>(std::min((end - 1 - u) / du + 1, static_cast<std::uint32_t>(n)));
+  }
   /// A step that stays in the period.
   void StepWrapped(const PatternPixels& p) {
     u += du;
@@ -92,6 +104,19 @@ struct InsideRun {
 
   InsideRun() = default;
   InsideRun(const PatternPosition& p, int n, std::int64_t uEnd, std::int64_t vEnd);
+
+  /// Calls edge(to, count) or inside(to, count) for the parts of the next n pixels, and moves the
+  /// run along.
+  template <typename Edge, typename Inside>
+  void Split(std::uint32_t* to, int n, Edge edge, Inside inside) {
+    const int before = std::clamp(begin, 0, n);
+    const int within = std::clamp(end, 0, n) - before;
+    if (before > 0) edge(to, before);
+    if (within > 0) inside(to + before, within);
+    if (before + within < n) edge(to + before + within, n - before - within);
+    begin -= n;
+    end -= n;
+  }
 };
 
 }  // namespace kalvora

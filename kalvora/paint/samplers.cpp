@@ -1,65 +1,31 @@
-// Nearest, bilinear and copy sampling.
+// Nearest and copy sampling.
 #include "kalvora/paint/samplers.h"
 
 #include <algorithm>
 
-#include "kalvora/paint/channels.h"
 #include "kalvora/raster/KStyleContext2D.h"
 
 namespace kalvora {
 namespace {
 
-int Width(const KStyleContext2D* style) { return style->x1 - style->x0; }
-
-/// Calls edge(to, count) or inside(to, count) for the parts of the next n pixels, and moves the run
-/// along.
-template <typename Edge, typename Inside>
-void Split(InsideRun& run, std::uint32_t* to, int n, Edge edge, Inside inside) {
-  const int before = std::clamp(run.begin, 0, n);
-  const int within = std::clamp(run.end, 0, n) - before;
-  if (before > 0) edge(to, before);
-  if (within > 0) inside(to + before, within);
-  if (before + within < n) edge(to + before + within, n - before - within);
-  run.begin -= n;
-  run.end -= n;
+/// n pixels of one row.
+void ReadRow(const std::uint8_t* row, PatternPosition& at, std::uint32_t* to, int n) {
+  std::uint32_t u = at.u;
+  for (int i = 0; i < n; ++i, u += at.du)
+    to[i] = PatternPixels::Load(PatternPixels::Pixel(row, u >> 16));
+  at.u = u;
 }
 
-/// An 8-bit weight, 0..256, from the fraction of a coordinate: (f 256 + 0x7F00) >> 16.
-std::uint32_t FractionWeight(std::uint32_t v) { return ((v & 0xFFFF) + 0x7F) >> 8; }
-
-std::uint32_t Mix(std::uint32_t topLeft, std::uint32_t topRight, std::uint32_t bottomLeft,
-                  std::uint32_t bottomRight, std::uint32_t fx, std::uint32_t fy) {
-  return Lerp(Lerp(topLeft, topRight, fx), Lerp(bottomLeft, bottomRight, fx), fy);
-}
-
-/// Mixes the pixel at `topLeft` with those `right` and `down` bytes further on.
-std::uint32_t MixAt(const std::uint8_t* topLeft, std::size_t right, std::size_t down,
-                    const PatternPosition& at) {
-  return Mix(PatternPixels::Load(topLeft), PatternPixels::Load(topLeft + right),
-             PatternPixels::Load(topLeft + down), PatternPixels::Load(topLeft + right + down),
-             FractionWeight(at.u), FractionWeight(at.v));
-}
-
-std::uint32_t BilinearClamped(const PatternPixels& p, const PatternPosition& at) {
-  const std::int32_t column = at.Column(), row = at.Row();
-  // Left of the pixmap there is only column 0, above it only row 0.
-  const bool right = column >= 0 && column < p.width - 1;
-  const bool down = row >= 0 && row < p.height - 1;
-  const std::uint8_t* pixel =
-      PatternPixels::Pixel(p.Row(Clamped(row, p.height)), Clamped(column, p.width));
-  return MixAt(pixel, right ? sizeof(std::uint32_t) : 0, down ? p.below : 0, at);
-}
-
-std::uint32_t BilinearWrapped(const PatternPixels& p, const PatternPosition& at) {
-  const std::int32_t left = at.Column(), row = at.Row();
-  const std::int32_t right = left + 1 < p.width ? left + 1 : 0;
-  const std::uint8_t* top = p.Row(row);
-  const std::uint8_t* bottom = row + 1 < p.height ? top + p.below : p.Row(0);
-  return Mix(PatternPixels::Load(PatternPixels::Pixel(top, left)),
-             PatternPixels::Load(PatternPixels::Pixel(top, right)),
-             PatternPixels::Load(PatternPixels::Pixel(bottom, left)),
-             PatternPixels::Load(PatternPixels::Pixel(bottom, right)), FractionWeight(at.u),
-             FractionWeight(at.v));
+void ReadTiledRow(const PatternPixels& p, PatternPosition& at, std::uint32_t* to, int n) {
+  const std::uint8_t* row = p.Row(at.Row());
+  const std::uint32_t period = static_cast<std::uint32_t>(p.width) << 16;
+  while (n > 0) {
+    const int run = at.CountBelow(period, n);
+    ReadRow(row, at, to, run);
+    if (at.u >= period) at.u -= period;
+    to += run;
+    n -= run;
+  }
 }
 
 }  // namespace
@@ -70,7 +36,7 @@ NearestSampler<R>::NearestSampler(const KStyleContext2D* style)
   if constexpr (R == KRepeatTile) {
     at_.WrapInto(source_);
   } else {
-    inside_ = InsideRun(at_, Width(style), std::int64_t{source_.width} << 16,
+    inside_ = InsideRun(at_, style->x1 - style->x0, std::int64_t{source_.width} << 16,
                         std::int64_t{source_.height} << 16);
   }
 }
@@ -80,6 +46,10 @@ void NearestSampler<R>::Read(std::uint32_t* to, int n) {
   const PatternPixels p = source_;
   PatternPosition at = at_;
   if constexpr (R == KRepeatTile) {
+    if (at.IsAlongRow(p)) {
+      ReadTiledRow(p, at, to, n);
+      n = 0;
+    }
     for (int i = 0; i < n; ++i, at.StepWrapped(p)) {
       to[i] = PatternPixels::Load(PatternPixels::Pixel(p.Row(at.Row()), at.Column()));
     }
@@ -91,51 +61,12 @@ void NearestSampler<R>::Read(std::uint32_t* to, int n) {
       }
     };
     const auto inside = [&](std::uint32_t* out, int count) {
-      if (at.dv == 0) {
-        const std::uint8_t* row = p.Row(at.Row());
-        for (int i = 0; i < count; ++i, at.u += at.du) {
-          out[i] = PatternPixels::Load(PatternPixels::Pixel(row, at.Column()));
-        }
-        return;
-      }
+      if (at.dv == 0) return ReadRow(p.Row(at.Row()), at, out, count);
       for (int i = 0; i < count; ++i, at.Step()) {
         out[i] = PatternPixels::Load(PatternPixels::Pixel(p.Row(at.Row()), at.Column()));
       }
     };
-    Split(inside_, to, n, edge, inside);
-  }
-  at_ = at;
-}
-
-template <KRepeatRule R>
-BilinearSampler<R>::BilinearSampler(const KStyleContext2D* style)
-    : source_(*style->source), at_(style) {
-  at_.ShiftHalf();
-  if constexpr (R == KRepeatTile) {
-    at_.WrapInto(source_);
-  } else {
-    inside_ = InsideRun(at_, Width(style), std::int64_t{source_.width - 1} << 16,
-                        std::int64_t{source_.height - 1} << 16);
-  }
-}
-
-template <KRepeatRule R>
-void BilinearSampler<R>::Read(std::uint32_t* to, int n) {
-  const PatternPixels p = source_;
-  PatternPosition at = at_;
-  if constexpr (R == KRepeatTile) {
-    for (int i = 0; i < n; ++i, at.StepWrapped(p)) to[i] = BilinearWrapped(p, at);
-  } else {
-    const auto edge = [&](std::uint32_t* out, int count) {
-      for (int i = 0; i < count; ++i, at.Step()) out[i] = BilinearClamped(p, at);
-    };
-    const auto inside = [&](std::uint32_t* out, int count) {
-      for (int i = 0; i < count; ++i, at.Step()) {
-        const std::uint8_t* pixel = PatternPixels::Pixel(p.Row(at.Row()), at.Column());
-        out[i] = MixAt(pixel, sizeof(std::uint32_t), p.below, at);
-      }
-    };
-    Split(inside_, to, n, edge, inside);
+    inside_.Split(to, n, edge, inside);
   }
   at_ = at;
 }
@@ -176,8 +107,6 @@ void CopySampler<R>::Read(std::uint32_t* to, int n) {
 
 template class NearestSampler<KRepeatClamp>;
 template class NearestSampler<KRepeatTile>;
-template class BilinearSampler<KRepeatClamp>;
-template class BilinearSampler<KRepeatTile>;
 template class CopySampler<KRepeatClamp>;
 template class CopySampler<KRepeatTile>;
 
