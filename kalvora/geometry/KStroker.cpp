@@ -7,7 +7,16 @@
 
 KFixed KStroker::GeoQuality = kalvora::kHalf;
 
-KStroker::KStroker() : stack(new (std::nothrow) KStack) { GeoQuality = kalvora::kHalf; }
+namespace {
+
+// Written only where a client has changed it: threads may make and bind contexts at once.
+void ResetGeoQuality() {
+  if (KStroker::GeoQuality != kalvora::kHalf) KStroker::GeoQuality = kalvora::kHalf;
+}
+
+}  // namespace
+
+KStroker::KStroker() : stack(new (std::nothrow) KStack) { ResetGeoQuality(); }
 
 KStroker::~KStroker() {
   delete[] dashes;
@@ -52,5 +61,5 @@ void KStroker::ResetStroke() {
   // Wider than what the constructor gives: a stroker that was never bound to a target keeps 2.0.
   SetMiterLimit(KFixed::FromInt(4));
   SetDashes(nullptr, 0, kalvora::kZero);
-  GeoQuality = kalvora::kHalf;
+  ResetGeoQuality();
 }

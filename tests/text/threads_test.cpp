@@ -1,0 +1,202 @@
+// Threads that draw text at once, and what is left of them when they end.
+#include <atomic>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <thread>
+
+#include <dirent.h>
+#include <gtest/gtest.h>
+
+#include "kalvora/text/KFTCache.h"
+#include "kalvora/text/KFTLib.h"
+
+#include "tests/common/Hash.h"
+#include "tests/common/Random.h"
+#include "tests/context/Target.h"
+#include "tests/text/fonts.h"
+
+namespace {
+
+int MappedFonts() {
+  int count = 0;
+  std::ifstream maps("/proc/self/maps");
+  for (std::string line; std::getline(maps, line);) count += line.find(".ttf") != std::string::npos;
+  return count;
+}
+
+int OpenFiles() {
+  int count = 0;
+  DIR* folder = opendir("/proc/self/fd");
+  while (readdir(folder)) ++count;
+  closedir(folder);
+  return count;
+}
+
+// Draws strings with a context, fonts and a cache of this thread's own; what comes out depends on
+// the seed alone.
+std::uint64_t DrawStrings(std::uint64_t seed, int strings) {
+  Random random(seed);
+  KFTFont latin, cjk, symbols;
+  EXPECT_TRUE(latin.LoadFont(kLatin, 0) && cjk.LoadFont(kCjk, 0) && symbols.LoadFont(kSymbols, 0));
+  const FontList lists[] = {{&cjk, &symbols}, {&symbols}};
+  Hash hash;
+  std::unique_ptr<Target> target;
+  for (int i = 0; i < strings; ++i) {
+    if (i % 100 == 0) {
+      target = std::make_unique<Target>(160, 60);
+      target->context.SetFont(&latin);
+      target->context.SetFallbackFonts(&lists[i / 100 % 2].array, nullptr);
+    }
+    KSoftContext2D& context = target->context;
+    char16_t text[12];
+    const unsigned length = 1 + random.Below(12);
+    for (unsigned k = 0; k < length; ++k) {
+      constexpr char16_t kStarts[] = {u'A', u'\u0410', u'\u4E00', u'\u2700'};
+      text[k] = static_cast<char16_t>(kStarts[random.Below(4)] + random.Below(60));
+    }
+    latin.SetFontSize(Px(8 + random.Below(4) * 9));
+    context.SetFillColor(KColor32::FromWord(random.Next()));
+    context.Transform().Identity();
+    if (random.OneIn(4)) context.Transform().Rotate(Px(random.Below(4) * 20));
+    context.DrawText(Codes(text), length, P(random.Below(160), random.Below(60)));
+    KRect bound = {};
+    latin.GetBound(bound, Codes(text), length);
+    hash.Add(std::int32_t{bound.right});
+    if (i % 50 == 0) hash.AddBytes(target->buffer.data(), target->buffer.size());
+  }
+  hash.AddBytes(target->buffer.data(), target->buffer.size());
+  return hash.Value();
+}
+
+TEST(Threads, DrawAtOnceWhatEachDrawsAlone) {
+  constexpr int kThreads = 4, kStrings = 1500;
+  const int mappings = MappedFonts(), files = OpenFiles();
+  std::uint64_t alone[kThreads], together[kThreads];
+  for (int t = 0; t < kThreads; ++t) {
+    OnThread([&, t] { alone[t] = DrawStrings(static_cast<std::uint64_t>(t), kStrings); });
+  }
+  for (int round = 0; round < 2; ++round) {
+    std::thread threads[kThreads];
+    for (int t = 0; t < kThreads; ++t) {
+      threads[t] = std::thread([&together, t] {
+        together[t] = DrawStrings(static_cast<std::uint64_t>(t), kStrings);
+        KFTFontContext::ResetCacheStats();
+      });
+    }
+    for (std::thread& thread : threads) thread.join();
+    for (int t = 0; t < kThreads; ++t) EXPECT_EQ(together[t], alone[t]);
+  }
+  EXPECT_EQ(KFTFallback::InstanceList, nullptr);
+  EXPECT_EQ(MappedFonts(), mappings);
+  EXPECT_EQ(OpenFiles(), files);
+}
+
+// What a program keeps for a thread, which the thread's end destroys before or after ours.
+struct Belongings {
+  KFTFont latin, cjk;
+  KSoftContext2D context;
+};
+
+void UseAtTheEnd(void* value) {
+  auto* belongings = static_cast<Belongings*>(value);
+  KVertex2D pen = KVertex2D::Origin;
+  belongings->latin.AdvancePen(&pen, kOnlyCjk, 0, &belongings->cjk);
+  belongings->context.LoadMask(&pen, &pen, 'A');
+  EXPECT_TRUE(belongings->latin.LoadFont(kSerif, 0));  // a library and a cache again
+  EXPECT_TRUE(belongings->latin.Exists('A'));
+  EXPECT_NE(belongings->context.LoadMask(&pen, &pen, 'A'), nullptr);
+  delete belongings;
+}
+
+TEST(Threads, EndInAnyOrder) {
+  const int mappings = MappedFonts(), files = OpenFiles();
+  for (int round = 0; round < 3; ++round) {
+    pthread_key_t key;
+    ASSERT_EQ(pthread_key_create(&key, UseAtTheEnd), 0);
+    OnThread([&] {
+      auto* belongings = new Belongings;
+      if (round != 2) {  // else ours are not there yet
+        ASSERT_TRUE(belongings->latin.LoadFont(kLatin, 0));
+        ASSERT_TRUE(belongings->cjk.LoadFont(kCjk, 0));
+      }
+      belongings->context.SetFont(&belongings->latin);
+      if (round == 1) {  // as if this thread's own had ended first
+        KFTLib::TlsLibDestructor(KFTLib::TlsLib.Get());
+        KFTLib::TlsLib.Set(nullptr);
+        KFTCache::TlsCacheDestructor(KFTCache::TlsCache.Get());
+        KFTCache::TlsCache.Set(nullptr);
+      }
+      pthread_setspecific(key, belongings);
+    });
+    pthread_key_delete(key);
+  }
+  EXPECT_EQ(MappedFonts(), mappings);
+  EXPECT_EQ(OpenFiles(), files);
+  KFTLib::TlsLibDestructor(nullptr);
+  KFTCache::TlsCacheDestructor(nullptr);
+}
+
+TEST(Threads, CachesMayEndBeforeLibraries) {
+  const int mappings = MappedFonts();
+  OnThread([] {
+    KFTFont font;
+    ASSERT_TRUE(font.LoadFont(kLatin, 0));
+    KFTCache::TlsCacheDestructor(KFTCache::TlsCache.Get());
+    KFTCache::TlsCache.Set(nullptr);
+    EXPECT_FALSE(font.Exists('A'));  // its file is in no list
+    EXPECT_EQ(font.file->refCount, 1);
+    KFTCache::TlsCacheDestructor(KFTCache::TlsCache.Get());
+    KFTCache::TlsCache.Set(nullptr);
+    font.Release(nullptr);
+    EXPECT_EQ(KFTCache::Existing(), nullptr);  // emptying a font makes no cache
+  });
+  EXPECT_EQ(MappedFonts(), mappings);
+}
+
+TEST(TlsItem, KeysAreMadeOnceAndStayDeleted) {
+  static std::atomic<int> destroyed{0};
+  static KTlsItem<int> item{[](void*) { ++destroyed; }};
+  int here = 0, there = 0;
+  std::atomic<int> ready{0};
+  std::thread threads[4];
+  for (std::thread& thread : threads) {
+    thread = std::thread([&] {
+      ready += item.Ready();
+      EXPECT_EQ(item.Get(), nullptr);
+      EXPECT_TRUE(item.Set(&there));
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(ready, 4);
+  EXPECT_EQ(destroyed, 4);
+  EXPECT_TRUE(item.Set(&here));
+  EXPECT_EQ(item.Get(), &here);
+  item.Delete();  // destroys this thread's value
+  EXPECT_EQ(destroyed, 5);
+  EXPECT_EQ(item.Get(), nullptr);
+  EXPECT_FALSE(item.Set(&here));
+  item.Delete();
+  EXPECT_EQ(destroyed, 5);
+}
+
+// A font and a context of the whole program, used before main and destroyed after it.
+struct Statics {
+  KFTFont font;
+  KSoftContext2D context;
+  const bool loaded = font.LoadFont(kLatin, 0);
+} statics;
+
+TEST(Threads, ProgramsMayKeepFontsInStatics) {
+  ASSERT_TRUE(statics.loaded);
+  EXPECT_TRUE(statics.font.Exists('A'));
+  KFTFont* fonts[] = {&statics.font};
+  const KArray<KFTFont*> list = {1, fonts};
+  statics.context.SetFont(&statics.font);
+  statics.context.SetFallbackFonts(&list, nullptr);
+  KVertex2D origin, advance;
+  EXPECT_NE(statics.context.LoadMask(&origin, &advance, 'A'), nullptr);
+  statics.context.SetFallbackFonts(nullptr, nullptr);  // other tests count the tables
+}
+
+}  // namespace
