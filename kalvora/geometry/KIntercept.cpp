@@ -124,6 +124,11 @@ void KIntercept::Fold() {
 
 void KIntercept::FinishOne() {
   if (failed) return;
+  if (left < 3) {
+    // A dash of no length under butt caps.
+    Drop();
+    return;
+  }
   kalvora::ring::Close(ring, left);
   // What the reserve has too much goes back.
   void* shrunk = ReAlloc(ring, Bytes(left));

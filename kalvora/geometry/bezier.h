@@ -18,6 +18,9 @@ constexpr std::int64_t Part(std::int64_t v, std::int64_t t) {
 }
 constexpr Span Part(Span v, std::int64_t t) { return {Part(v.x, t), Part(v.y, t)}; }
 
+/// Whether v is what roundings may leave of nothing: too short to have a direction.
+constexpr bool IsNothing(Span v) { return Extent(v) < 512; }
+
 /// A curve of ORDER + 1 points with 32 fraction bits, so that the tangents of its smallest pieces
 /// keep their direction.
 template <int ORDER>
@@ -46,19 +49,19 @@ struct Bezier {
   /// The tangents at the ends: a control point that lies on the end gives way to the next.
   Span FirstLeg() const {
     for (int i = 1; i < ORDER; ++i) {
-      if (p[i] != p[0]) return p[i] - p[0];
+      if (!IsNothing(p[i] - p[0])) return p[i] - p[0];
     }
     return p[ORDER] - p[0];
   }
   Span LastLeg() const {
     for (int i = ORDER - 1; i > 0; --i) {
-      if (p[i] != p[ORDER]) return p[ORDER] - p[i];
+      if (!IsNothing(p[ORDER] - p[i])) return p[ORDER] - p[i];
     }
     return p[ORDER] - p[0];
   }
   bool IsPoint() const {
     for (int i = 1; i <= ORDER; ++i) {
-      if (p[i] != p[0]) return false;
+      if (!IsNothing(p[i] - p[0])) return false;
     }
     return true;
   }
@@ -129,7 +132,7 @@ Course CourseOf(const Bezier<ORDER>& piece, const Pen& pen) {
   Span before{0, 0};
   for (int i = 0; i < ORDER; ++i) {
     const Span leg = Reduced(piece.Leg(i));
-    if (leg.IsZero()) continue;
+    if (IsNothing(leg)) continue;
     if (!before.IsZero()) {
       const std::int64_t ahead = Dot(before, leg);
       if (ahead <= 0 || Abs(Cross(before, leg)) > (ahead >> 16) * turn) return Course::Split;

@@ -53,7 +53,7 @@ std::int64_t ParameterAt(const Bezier<ORDER>& piece, std::int64_t part) {
     for (int n = ORDER; n > 0; --n) {
       for (int i = 0; i < n; ++i) y[i] += (y[i + 1] - y[i]) * (t + step) >> Unit::kBits;
     }
-    if (y[0] <= wanted) t += step;
+    if (y[0] < wanted) t += step;
   }
   return t;
 }
@@ -219,7 +219,7 @@ class CurveDasher {
   }
 
   void Leg(Span from, Span leg) {
-    if (leg.IsZero()) return;
+    if (IsNothing(leg)) return;
     const std::int64_t length = LengthOf(leg);
     std::int64_t done = 0;
     while (!dash_.stopped && dash_.left < length - done) {

@@ -1,4 +1,6 @@
 // Offsets: the two sides of straight lines and of curves.
+#include <algorithm>
+
 #include "kalvora/geometry/course.h"
 
 using namespace kalvora;
@@ -21,6 +23,24 @@ bool GoesOn(KVertex2D d, Span leg) {
   return ahead > 0 && Abs(Cross(unit, v)) <= ahead >> 7;
 }
 
+/// Where the pen is wider than the curve's radius, its inner side runs backward: the pen's lines
+/// before and after the step cross at way / swing of the half width, and beyond the crossing they
+/// sweep a triangle the other way around. Walked once more than that, the triangle turns the same
+/// way as everything else.
+void Fan(KIntercept* k, KVertex2D end, KSide inner, std::int64_t way, std::int64_t swing) {
+  const bool right = inner == KSide::Right;
+  const KVertex2D a = right ? -k->run.offset : k->run.offset;
+  const KVertex2D b = right ? -k->next.offset : k->next.offset;
+  const auto part = [=](KFixed v) {
+    return KFixed::FromRaw(static_cast<std::int32_t>(v.raw * way / swing));
+  };
+  const KVertex2D crossing = k->point + KVertex2D{part(a.x), part(a.y)};
+  k->Add(inner, crossing);
+  k->Add(inner, end + b);
+  k->Add(inner, k->point + a);
+  k->Add(inner, crossing);
+}
+
 }  // namespace
 
 void kalvora::Turn(KStroker& stroker, KIntercept* k, Span leg, bool smooth) {
@@ -37,17 +57,14 @@ void kalvora::Turn(KStroker& stroker, KIntercept* k, Span leg, bool smooth) {
 template <int ORDER>
 void kalvora::Glide(KStroker& stroker, KIntercept* k, const Bezier<ORDER>& piece) {
   Turn(stroker, k, piece.FirstLeg(), true);
+  k->Arrive();
   k->next = RunAlong(k->pen, piece.LastLeg(), false);
   const KVertex2D end = piece.End();
-  const Span way = Between(k->point, end), ahead = Wide(k->next.direction);
-  const Span swing = Between(k->run.offset, k->next.offset);
-  // Where the pen is wider than the curve's radius, the inner side would run backward: the pen
-  // turns on the spot first.
-  if (Abs(Dot(swing, ahead)) < Dot(way, ahead)) {
-    k->Arrive();
-  } else {
-    stroker.ComputeJoin(k, k->matrix, true);
-  }
+  const Span ahead = Wide(k->next.direction);
+  const std::int64_t way = Dot(Between(k->point, end), ahead);
+  const std::int64_t swing = Dot(Between(k->run.offset, k->next.offset), ahead);
+  if (Abs(swing) >= way && swing != 0)
+    Fan(k, end, swing > 0 ? KSide::Right : KSide::Left, std::max<std::int64_t>(way, 0), Abs(swing));
   k->MoveTo(end);
 }
 
@@ -55,7 +72,7 @@ template void kalvora::Glide(KStroker&, KIntercept*, const Bezier<2>&);
 template void kalvora::Glide(KStroker&, KIntercept*, const Bezier<3>&);
 
 void kalvora::FollowLeg(KStroker& stroker, KIntercept* k, Span leg, KVertex2D end) {
-  if (leg.IsZero()) return;
+  if (IsNothing(leg)) return;
   Turn(stroker, k, leg, true);
   k->next = k->run;
   k->next.length = 0;
