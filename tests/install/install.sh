@@ -2,9 +2,9 @@
 # Installs the build into a tree of its own, moves that, and builds and runs examples/hello against
 # it: through CMake and through pkg-config.
 #
-#   sh install.sh SOURCE BUILD CXX CMAKE
+#   sh install.sh SOURCE BUILD CXX CMAKE GENERATOR
 set -eux
-source=$1 build=$2 cxx=$3 cmake=$4
+source=$1 build=$2 cxx=$3 cmake=$4 generator=$5
 work=$build/install-test
 rm -rf "$work"
 mkdir -p "$work/cmake" "$work/pkgconfig"
@@ -14,8 +14,8 @@ mv "$work/first" "$work/tree"
 lib=$(dirname "$(find "$work/tree" -name libKalvora.so)")
 test -L "$lib/libKalvora.so"
 
-"$cmake" -S "$source/examples/hello" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/tree" \
-  -DCMAKE_CXX_COMPILER="$cxx"
+"$cmake" -G "$generator" -S "$source/examples/hello" -B "$work/cmake" \
+  -DCMAKE_PREFIX_PATH="$work/tree" -DCMAKE_CXX_COMPILER="$cxx"
 "$cmake" --build "$work/cmake"
 (cd "$work/cmake" && ./hello)
 
