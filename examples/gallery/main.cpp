@@ -32,6 +32,7 @@ constexpr Scene kScenes[] = {
     {"strokes", gallery::Strokes, "caps, joins, dashes, pens, hair lines"},
     {"pixmaps", gallery::Pixmaps, "patterns, nearest, bilinear and bicubic scaling, opacity"},
     {"clips", gallery::Clips, "clip paths by either rule, clip rectangles"},
+    {"text", gallery::Text, "sizes, scripts, turned lines, outlines, a gradient"},
     {"hit-map", gallery::HitMap, "which shape is where, asked point by point"},
 };
 

@@ -28,6 +28,8 @@ void Pixmaps(KSoftContext2D& context);
 void Strokes(KSoftContext2D& context);
 // clips.cpp
 void Clips(KSoftContext2D& context);
+// text.cpp
+void Text(KSoftContext2D& context);
 // picking.cpp
 void HitMap(KSoftContext2D& context);
 
