@@ -33,6 +33,10 @@ constexpr Scene kScenes[] = {
     {"pixmaps", gallery::Pixmaps, "patterns, nearest, bilinear and bicubic scaling, opacity"},
     {"clips", gallery::Clips, "clip paths by either rule, clip rectangles"},
     {"text", gallery::Text, "sizes, scripts, turned lines, outlines, a gradient"},
+    {"paragraphs", gallery::Paragraphs, "text at four sizes, missing glyphs from fallback fonts"},
+    {"turned-text", gallery::TurnedText, "text turned, scaled and skewed, beside its outlines"},
+    {"painted-text", gallery::PaintedText, "text in gradients, a pattern, translucent, stroked"},
+    {"clipped-text", gallery::ClippedText, "text through clip paths and a clip rectangle"},
     {"hit-map", gallery::HitMap, "which shape is where, asked point by point"},
 };
 

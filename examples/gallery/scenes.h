@@ -26,6 +26,11 @@ void Gradients(KSoftContext2D& context);
 void Pixmaps(KSoftContext2D& context);
 // strokes.cpp
 void Strokes(KSoftContext2D& context);
+// textpages.cpp
+void Paragraphs(KSoftContext2D& context);
+void TurnedText(KSoftContext2D& context);
+void PaintedText(KSoftContext2D& context);
+void ClippedText(KSoftContext2D& context);
 // clips.cpp
 void Clips(KSoftContext2D& context);
 // text.cpp
