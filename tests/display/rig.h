@@ -73,7 +73,7 @@ class Rig {
   std::function<void(Who)> onLock;             ///< before every lock of a mutex
   std::atomic<int> syncTakesUs{1000};          ///< what the clock says a sync took
   std::atomic<std::int64_t> clockOffsetUs{0};  ///< added to the wall clock
-  std::atomic<bool> frozen{false};  ///< the wall clock moves by the offset alone
+  std::atomic<bool> frozen{false};             ///< the wall clock moves by the offset alone
   std::atomic<std::uint32_t> delays{0};        ///< not 0: random delays at every step, by this seed
   bool hasFb = true;
 
