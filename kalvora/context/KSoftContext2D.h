@@ -47,6 +47,8 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   /// Binds a pixmap of format 4 or 5 (format 1 and values above 6 keep the previous fillers), or
   /// with null unbinds; a display is closed. False for formats 0, 2, 3 and 6.
   bool RenderToTexture(KSoftPixmap* pixmap);
+  /// What is bound now: its size, format and pixels, which change with every bind and Flip.
+  const KSoftPixmap& GetTarget() const { return mTarget; }
   /// Copies the rectangle's rows, tightly packed, into `buffer`. The rectangle is not clamped.
   void GetPixels(KRect rect, void* buffer) const;
   /// Writes the premultiplied colour, alpha included, over the whole target and its row padding, or

@@ -1,0 +1,101 @@
+// kalvora-dashboard: an animated instrument panel on a framebuffer or in shared memory.
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+
+#include <getopt.h>
+
+#include "examples/dashboard/Dashboard.h"
+
+namespace {
+
+constexpr char kUsage[] =
+    "kalvora-dashboard [--display fb0|shm] [--buffers N] [--frames N]\n"
+    "\n"
+    "  --display fb0   the framebuffer device /dev/fb0 (fb1 and so on likewise); the default\n"
+    "  --display shm   the shared-memory surface, to be seen with kalvora-viewer\n"
+    "  --buffers N     1, 2 or 3 (3); 1 for boards that cannot pan\n"
+    "  --frames N      ends after N frames (0: never)\n";
+
+struct Options {
+  KDisplay display = KDisplayFramebuffer;
+  unsigned index = 0;
+  unsigned buffers = 3;
+  unsigned frames = 0;
+};
+
+bool ParseNumber(const char* text, unsigned most, unsigned& number) {
+  char* end = nullptr;
+  const unsigned long n = std::strtoul(text, &end, 10);
+  number = static_cast<unsigned>(n);
+  return *text >= '0' && *text <= '9' && *end == 0 && n <= most;
+}
+
+bool ParseDisplay(const char* name, Options& options) {
+  if (std::strcmp(name, "shm") == 0) {
+    options.display = KDisplayShared;
+    return true;
+  }
+  return std::strncmp(name, "fb", 2) == 0 && ParseNumber(name + 2, 31, options.index);
+}
+
+bool Parse(int argc, char** argv, Options& options) {
+  const option names[] = {{"display", required_argument, nullptr, 'd'},
+                          {"buffers", required_argument, nullptr, 'b'},
+                          {"frames", required_argument, nullptr, 'f'},
+                          {nullptr, 0, nullptr, 0}};
+  bool good = true;
+  for (int name; good && (name = getopt_long(argc, argv, "", names, nullptr)) != -1;) {
+    good = (name == 'd' && ParseDisplay(optarg, options)) ||
+           (name == 'b' && ParseNumber(optarg, 3, options.buffers) && options.buffers > 0) ||
+           (name == 'f' && ParseNumber(optarg, 1000000000, options.frames));
+  }
+  return good && optind == argc;
+}
+
+volatile std::sig_atomic_t stopped = 0;
+
+using Clock = std::chrono::steady_clock;
+
+/// Draws frames until it has drawn enough, or until a signal. Frames are a sixtieth of a second
+/// apart where nothing else holds them: a device with several buffers waits for its vertical sync.
+unsigned Run(KSoftContext2D& context, const Options& options) {
+  const bool paced = options.display == KDisplayFramebuffer && options.buffers > 1;
+  dashboard::Dashboard panel(context);
+  Clock::time_point due = Clock::now();
+  unsigned n = 0;
+  for (; (options.frames == 0 || n < options.frames) && stopped == 0; ++n) {
+    const KRect dirty = panel.Draw(n);
+    context.Flip(true, n == 0 ? nullptr : &dirty);
+    if (paced) continue;
+    due += std::chrono::microseconds(16667);
+    std::this_thread::sleep_until(due);
+  }
+  return n;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options options;
+  if (!Parse(argc, argv, options)) {
+    std::fputs(kUsage, stderr);
+    return 2;
+  }
+  KSoftContext2D context;
+  if (!context.SetDisplay(options.display, options.index, KFormat0888PM, options.buffers)) {
+    std::fprintf(stderr, "kalvora-dashboard: this display cannot be opened with %u buffers\n",
+                 options.buffers);
+    return 1;
+  }
+  std::signal(SIGINT, [](int) { stopped = 1; });
+  std::signal(SIGTERM, [](int) { stopped = 1; });
+  const Clock::time_point start = Clock::now();
+  const unsigned frames = Run(context, options);
+  const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+  std::printf("%u frames in %.2f s: %.1f frames a second\n", frames, seconds, frames / seconds);
+  return 0;
+}
