@@ -36,6 +36,13 @@ void Unpremultiply(std::uint32_t word, std::uint8_t out[4]) {
   out[3] = static_cast<std::uint8_t>(a);
 }
 
+// The other way: c a, rounded.
+std::uint32_t Premultiply(const std::uint8_t rgba[4]) {
+  const std::uint32_t a = rgba[3];
+  const auto channel = [&](int i) { return (rgba[i] * a + 127) / 255; };
+  return a << 24 | channel(0) << 16 | channel(1) << 8 | channel(2);
+}
+
 std::vector<std::uint8_t> StraightBytes(const KSoftPixmap& picture) {
   const std::size_t channels = picture.hasAlpha ? 4 : 3;
   std::vector<std::uint8_t> bytes;
@@ -105,6 +112,28 @@ void WritePng(const KSoftPixmap& picture, const std::string& path) {
     Fail(path, image.message);
   }
   file.Finish();
+}
+
+bool ReadPng(const void* data, std::size_t size, KSoftPixmap& picture) {
+  constexpr unsigned kLargest = 8192;
+  png_image image{};
+  image.version = PNG_IMAGE_VERSION;
+  if (!png_image_begin_read_from_memory(&image, data, size)) return false;
+  image.format = PNG_FORMAT_RGBA;
+  if (image.width > kLargest || image.height > kLargest) {
+    png_image_free(&image);
+    return false;
+  }
+  std::vector<std::uint8_t> bytes(PNG_IMAGE_SIZE(image));
+  if (!png_image_finish_read(&image, nullptr, bytes.data(), 0, nullptr)) return false;
+  picture.Create(image.width, image.height, KFormat8888PM);
+  if (!picture.pixels) return false;
+  const std::uint8_t* pixel = bytes.data();
+  for (unsigned y = 0; y < picture.height; ++y) {
+    std::uint32_t* row = picture.Row32(y);
+    for (unsigned x = 0; x < picture.width; ++x, pixel += 4) row[x] = Premultiply(pixel);
+  }
+  return true;
 }
 
 }  // namespace examples

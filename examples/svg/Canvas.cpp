@@ -13,8 +13,11 @@ namespace svg {
 
 namespace {
 
-// Pictures on top of one another; deeper groups lose their own opacity.
+// Pictures on top of one another, and their pixels over the whole drawing. Beyond that, groups lose
+// their own opacity: the drawing is meant to exhaust its reader.
 constexpr std::size_t kMaxLayers = 16;
+constexpr std::size_t kMaxStackedPixels = std::size_t{1} << 27;
+constexpr std::size_t kMaxLayerPixels = std::size_t{1} << 33;
 
 KColor32 ToColor32(Color c) {
   return {c.red, c.green, c.blue, static_cast<unsigned>(std::lround(c.alpha * 255))};
@@ -140,9 +143,41 @@ void Canvas::DrawOutline(const Outline& outline) {
   Top().context.DrawPath(&path);
 }
 
+// An image that shrinks to less than half its size is reduced first, so that every pixel counts.
+void Canvas::DrawImage(KSoftPixmap& image, const Affine& toPixels, double opacity) {
+  if (!toPixels.IsFinite()) return;
+  const double x = std::hypot(toPixels.a, toPixels.b), y = std::hypot(toPixels.c, toPixels.d);
+  const auto reduced = [](unsigned size, double scale) {
+    return scale < 0.5 ? std::max(1u, static_cast<unsigned>(std::ceil(size * scale))) : size;
+  };
+  const unsigned width = reduced(image.width, x), height = reduced(image.height, y);
+  KSoftPixmap small;
+  KSoftPixmap* shown = &image;
+  if (width < image.width || height < image.height) {
+    small.Create(width, height, KFormat8888PM);
+    if (!small.pixels) return;
+    KFilters::DownSample(&small, &image);
+    shown = &small;
+  }
+  const Affine m =
+      toPixels * Affine::Scale(double(image.width) / width, double(image.height) / height);
+  KSoftMatrix3D matrix;
+  matrix.Set(ToFixed(m.a), ToFixed(m.b), ToFixed(m.c), ToFixed(m.d), ToFixed(m.e), ToFixed(m.f));
+  KSoftContext2D& context = Top().context;
+  context.SetTransform(matrix);
+  context.SetFillOpacity(ToWeight(opacity));
+  context.DrawPixmap(shown, ToFixed(Point{0, 0}), ToFixed(Point{double(width), double(height)}));
+  context.SetTransform(KSoftMatrix3D());
+}
+
 bool Canvas::BeginLayer() {
-  if (layers_.size() >= kMaxLayers) return false;
   const KSoftPixmap& picture = Picture();
+  const std::size_t pixels = std::size_t{picture.width} * picture.height;
+  if (layers_.size() >= kMaxLayers || (layers_.size() + 1) * pixels > kMaxStackedPixels ||
+      layerPixels_ > kMaxLayerPixels) {
+    return false;
+  }
+  layerPixels_ += pixels;
   return AddLayer(picture.width, picture.height, KFormat8888PM, KColor32(0, 0, 0, 0));
 }
 

@@ -21,6 +21,8 @@ class Canvas {
   void Fill(const Outline& outline, bool evenOdd, const Ink& ink);
   /// Strokes an outline whose user space, and so the pen, is mapped to pixels.
   void Stroke(const Outline& outline, const Affine& toPixels, const Pen& pen, const Ink& ink);
+  /// Draws an image whose own pixels are mapped to those of the picture.
+  void DrawImage(KSoftPixmap& image, const Affine& toPixels, double opacity);
 
   /// Everything until EndLayer goes into a transparent picture of its own, without a clip. False
   /// when there are too many or no memory: then there is no layer to end.
@@ -49,6 +51,7 @@ class Canvas {
   void DrawOutline(const Outline& outline);
 
   std::vector<std::unique_ptr<Layer>> layers_;
+  std::size_t layerPixels_ = 0;  // of all layers so far
 };
 
 }  // namespace svg

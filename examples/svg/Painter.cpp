@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "examples/svg/element.h"
+#include "examples/svg/image.h"
 #include "examples/svg/shapes.h"
 
 namespace svg {
@@ -136,6 +137,8 @@ void Painter::Draw(pugi::xml_node element, std::string_view name, const State& s
     Switch(element, state);
   } else if (IsShape(name)) {
     Shape(element, state);
+  } else if (name == "image") {
+    Image(element, state);
   } else {
     notes_.Once("skipping <" + std::string(name) + ">");
   }
@@ -156,6 +159,24 @@ void Painter::Shape(pugi::xml_node element, const State& state) {
   if (!stroke.IsClear()) {
     canvas_.Stroke(outline, state.toPixels, MakePen(style, state.scale), stroke);
   }
+}
+
+void Painter::Image(pugi::xml_node element, const State& state) {
+  KSoftPixmap image;
+  if (!ReadDataImage(Href(element), image)) {
+    return notes_.Once("skipping images that are not PNG data within the file");
+  }
+  const double width = image.width, height = image.height;
+  Rect place = ReadViewport(element, state.scale);
+  if (!element.attribute("width")) place.width = width;
+  if (!element.attribute("height")) place.height = height;
+  if (!state.style.visible || place.width <= 0 || place.height <= 0) return;
+  const char* preserve = element.attribute("preserveAspectRatio").value();
+  Surround surround;
+  AddClip({RectOutline(place).Mapped(state.toPixels), false}, surround);
+  canvas_.DrawImage(image, state.toPixels * FitViewBox({0, 0, width, height}, place, preserve),
+                    state.opacity);
+  End(element, state, surround);
 }
 
 Ink Painter::MakeInk(const Paint& paint, double opacity, const State& state, const Box& bounds) {
@@ -237,7 +258,8 @@ Painter::Surround Painter::Begin(pugi::xml_node element, State& state) {
   Surround surround;
   const pugi::xml_node mask = document_.Find(style.mask);
   surround.masked = mask && LocalName(mask) == "mask" && !IsActive(mask);
-  const bool simple = IsShape(LocalName(element)) && PaintsOnce(style);
+  const std::string_view name = LocalName(element);
+  const bool simple = name == "image" || (IsShape(name) && PaintsOnce(style));
   surround.hidden = style.opacity <= 0;
   if (surround.masked || (style.opacity < 1 && !simple)) {
     if (canvas_.BeginLayer()) {

@@ -38,6 +38,7 @@ class Painter {
   void Draw(pugi::xml_node element, std::string_view name, const State& state);
   void Children(pugi::xml_node element, const State& state);
   void Shape(pugi::xml_node element, const State& state);
+  void Image(pugi::xml_node element, const State& state);
   void Use(pugi::xml_node element, const State& state);
   void Switch(pugi::xml_node element, const State& state);
   void Viewport(pugi::xml_node element, State state, const Rect& viewport);

@@ -9,10 +9,13 @@ std::string_view LocalName(pugi::xml_node element) {
   return name;
 }
 
+std::string_view Href(pugi::xml_node element) {
+  const pugi::xml_attribute href = element.attribute("href");
+  return href ? href.value() : element.attribute("xlink:href").value();
+}
+
 std::string HrefId(pugi::xml_node element) {
-  pugi::xml_attribute href = element.attribute("href");
-  if (!href) href = element.attribute("xlink:href");
-  const std::string_view target = href.value();
+  const std::string_view target = Href(element);
   return target.starts_with('#') ? std::string(target.substr(1)) : std::string();
 }
 

@@ -298,6 +298,38 @@ TEST_F(Program, Gradients) {
   }
 }
 
+// A picture of two pixels, opaque red and half transparent blue.
+TEST_F(Program, Images) {
+  const std::string png =
+      "data:image/png;base64,iVBORw0KGgoAAAANSUhEUgAAAAIAAAABCAYAAAD0In+KAAAADklEQVR42mP4z8AAQg0AD3"
+      "oDfmqBMeEAAAAASUVORK5CYII=";
+  const struct {
+    std::string attributes;
+    const char* pixels;  // at (1, 1), (6, 1), (1, 3)
+  } kCases[] = {
+      {"width='8' height='4' href='" + png + "'", "ff0000ff 0000ff80 ff0000ff"},
+      {"width='8' height='4' xlink:href='" + png + "'", "ff0000ff 0000ff80 ff0000ff"},
+      {"width='8' height='2' preserveAspectRatio='none' href='" + png + "'",
+       "ff0000ff 0000ff80 00000000"},
+      {"width='8' height='2' preserveAspectRatio='xMinYMin slice' href='" + png + "'",
+       "ff0000ff 0000ff80 00000000"},
+      {"width='8' height='4' opacity='.5' href='" + png + "'", "ff000080 0000ff40 ff000080"},
+      {"transform='scale(4)' href='" + png + "'", "ff0000ff 0000ff80 ff0000ff"},
+      {"width='8' height='4' href='data:;base64,@@@@'", "00000000 00000000 00000000"},
+      {"width='8' height='4' href='data:;base64,iVBORw0KGgo='", "00000000 00000000 00000000"},
+      {"width='8' height='4' href='/etc/passwd'", "00000000 00000000 00000000"},
+      {"width='0' height='4' href='" + png + "'", "00000000 00000000 00000000"},
+      {"width='8' height='4'", "00000000 00000000 00000000"},
+  };
+  for (const auto& c : kCases) {
+    const Picture picture = Draw("<image " + c.attributes + "/>");
+    const std::string wanted = c.pixels;
+    ExpectNear(picture.At(1, 1), wanted.substr(0, 8), c.attributes.c_str());
+    ExpectNear(picture.At(6, 1), wanted.substr(9, 8), c.attributes.c_str());
+    ExpectNear(picture.At(1, 3), wanted.substr(18, 8), c.attributes.c_str());
+  }
+}
+
 TEST_F(Program, SizesAndFormats) {
   const std::string square = "<rect width='10' height='10' fill='red'/>";
   const std::string box = "viewBox='0 0 10 10'";
