@@ -31,6 +31,7 @@ constexpr Scene kScenes[] = {
     {"gradients", gallery::Gradients, "linear and radial, padded and repeated"},
     {"strokes", gallery::Strokes, "caps, joins, dashes, pens, hair lines"},
     {"pixmaps", gallery::Pixmaps, "patterns, nearest, bilinear and bicubic scaling, opacity"},
+    {"masks", gallery::Masks, "soft masks through colours, gradients, a pattern, a clip path"},
     {"clips", gallery::Clips, "clip paths by either rule, clip rectangles"},
     {"text", gallery::Text, "sizes, scripts, turned lines, outlines, a gradient"},
     {"paragraphs", gallery::Paragraphs, "text at four sizes, missing glyphs from fallback fonts"},

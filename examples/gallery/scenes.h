@@ -24,6 +24,8 @@ void Squares(KSoftContext2D& context);
 void Gradients(KSoftContext2D& context);
 // pixmaps.cpp
 void Pixmaps(KSoftContext2D& context);
+// masks.cpp
+void Masks(KSoftContext2D& context);
 // strokes.cpp
 void Strokes(KSoftContext2D& context);
 // textpages.cpp
