@@ -97,7 +97,9 @@ Stops AnyStops(Random& random) {
   }
   std::sort(stops.positions.begin(), stops.positions.end());
   if (random.OneIn(3)) stops.positions.front() = 0;
-  if (random.OneIn(20)) stops.positions.back() = random.Between(0x10000, 0x7FFFFFFF);
+  // Far, but not so far that the longest axis takes it beyond 16.16: wrapped positions are out of
+  // order, and what a ramp out of order looks like is nobody's business.
+  if (random.OneIn(20)) stops.positions.back() = random.Between(0x10000, 60 * 0x10000);
   if (random.OneIn(20)) stops.positions.front() = -random.Between(0, 0x40000);
   return stops;
 }
