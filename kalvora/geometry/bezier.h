@@ -11,13 +11,6 @@
 
 namespace kalvora {
 
-/// v t for t in 0..1, 30 fraction bits. Long vectors keep what 2^-13 units can tell.
-constexpr std::int64_t Part(std::int64_t v, std::int64_t t) {
-  return Abs(v) < std::int64_t{1} << 32 ? v * t >> Unit::kBits
-                                        : (v >> 18) * t >> (Unit::kBits - 18);
-}
-constexpr Span Part(Span v, std::int64_t t) { return {Part(v.x, t), Part(v.y, t)}; }
-
 /// Whether v is what roundings may leave of nothing: too short to have a direction.
 constexpr bool IsNothing(Span v) { return Extent(v) < 512; }
 

@@ -24,15 +24,6 @@ std::int64_t GetBezierLen(const Bezier<ORDER>& piece) {
   return (2 * chord + (ORDER - 1) * polygon) / (ORDER + 1);
 }
 
-/// part / whole in 0..1, 30 fraction bits.
-std::int64_t Ratio(std::int64_t part, std::int64_t whole) {
-  while (whole >= std::int64_t{1} << 32) {
-    part >>= 1;
-    whole >>= 1;
-  }
-  return part * Unit::kOne / whole;
-}
-
 /// The parameter, 30 fraction bits, at which a piece that turns little has gone `part` of its way:
 /// measured along the chord, along which it only runs forward.
 template <int ORDER>

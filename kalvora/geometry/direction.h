@@ -77,6 +77,22 @@ constexpr std::int32_t Sine(Unit a, Unit b) {
                                    Unit::kBits);
 }
 
+/// part / whole in 0..1, 30 fraction bits; whole > 0.
+constexpr std::int64_t Ratio(std::int64_t part, std::int64_t whole) {
+  while (whole >= std::int64_t{1} << 32) {
+    part >>= 1;
+    whole >>= 1;
+  }
+  return part * Unit::kOne / whole;
+}
+
+/// v t for t in 0..1, 30 fraction bits. Long vectors keep what 2^-13 units can tell.
+constexpr std::int64_t Part(std::int64_t v, std::int64_t t) {
+  return Abs(v) < std::int64_t{1} << 32 ? v * t >> Unit::kBits
+                                        : (v >> 18) * t >> (Unit::kBits - 18);
+}
+constexpr Span Part(Span v, std::int64_t t) { return {Part(v.x, t), Part(v.y, t)}; }
+
 /// Length and direction of a vector.
 struct Polar {
   std::int64_t length;  ///< in the vector's own scale

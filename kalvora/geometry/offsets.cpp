@@ -31,10 +31,10 @@ void Fan(KIntercept* k, KVertex2D end, KSide inner, std::int64_t way, std::int64
   const bool right = inner == KSide::Right;
   const KVertex2D a = right ? -k->run.offset : k->run.offset;
   const KVertex2D b = right ? -k->next.offset : k->next.offset;
-  const auto part = [=](KFixed v) {
-    return KFixed::FromRaw(static_cast<std::int32_t>(v.raw * way / swing));
-  };
-  const KVertex2D crossing = k->point + KVertex2D{part(a.x), part(a.y)};
+  const Span part = Part(Wide(a), Ratio(way, swing));
+  const KVertex2D crossing =
+      k->point + KVertex2D{KFixed::FromRaw(static_cast<std::int32_t>(part.x)),
+                           KFixed::FromRaw(static_cast<std::int32_t>(part.y))};
   k->Add(inner, crossing);
   k->Add(inner, end + b);
   k->Add(inner, k->point + a);
