@@ -60,17 +60,15 @@ class KALVORA_API KFTFont {
   void AdvancePen(KVertex2D* pen, unsigned short ch, unsigned short next, KFTFont* fallback);
   /// Whether the font has a glyph for the code.
   bool Exists(unsigned short ch) const;
+  /// The index of a code's glyph, 0 when the font has none; codes beyond 16 bits too. False when
+  /// there is no face, when this thread does not know its file, or when memory runs out.
+  bool GlyphIndex(std::uint32_t code, std::uint32_t& index) const;
   /// The size of a line of text: (0, 0, advance, tallest to lowest point and baseline), rounded up.
   /// It holds 16 bits: longer lines wrap around. Without a face the rectangle is left alone.
   void GetBound(KRect& rect, const unsigned short* text, unsigned count) const;
 
-  // For the library's own use.
-
-  /// The glyph index of a code, 0 when the face has none. False when there is no face, when this
-  /// thread does not know its file, or when memory runs out.
-  bool GlyphIndex(std::uint32_t code, std::uint32_t& index) const;
-  /// Makes the font empty. The mapping of the file at `keepPath` (may be null) is kept for a
-  /// reload.
+  /// Makes the font empty, for the library's own use. The mapping of the file at `keepPath` (may be
+  /// null) is kept for a reload.
   void Release(const char* keepPath);
 
  private:

@@ -67,7 +67,8 @@ class KALVORA_API KFTFontContext {
   /// A character's 8-bit coverage, the offset from the pen to its top left corner, and the advance
   /// to the next pen. Null, and nothing written, when it cannot be had. The pixmap is the cache's
   /// and good until the next LoadMask on this thread. A character that no font has shows the
-  /// primary's box.
+  /// primary's box. Codes beyond 16 bits are found in the primary font and in a single fallback
+  /// font; of a list, the font for their low 16 bits is asked.
   KSoftPixmap* LoadMask(KVertex2D* origin, KVertex2D* advance, int ch);
   /// Always null.
   KSoftPixmap* LoadPixmap(KSoftPixmap* pixmap, KVertex2D* origin, KVertex2D* advance, int ch,
