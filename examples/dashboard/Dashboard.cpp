@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string>
 
 #include "examples/dashboard/instruments.h"
 
@@ -21,6 +22,8 @@ constexpr Place kPlaces[] = {
     {{214, 380, 312, 472}, 10},
 };
 
+constexpr double kMostPower = 80;
+
 double Wave(double seconds, double period, double phase) {
   return 0.5 + 0.5 * std::sin(2 * 3.14159265358979 * (seconds / period + phase));
 }
@@ -37,7 +40,9 @@ void Grow(KRect& all, const KRect& r) {
 
 }  // namespace
 
-Dashboard::Dashboard(KSoftContext2D& context) : sheet(context) { PaintPhoto(photo); }
+Dashboard::Dashboard(KSoftContext2D& context, const char* font) : sheet(context, font) {
+  PaintPhoto(photo);
+}
 
 KRect Dashboard::Draw(unsigned n) {
   if (n == 0) sheet.Context().Clear(kPage);
@@ -66,7 +71,7 @@ void Dashboard::DrawInstrument(int which, unsigned n) {
     case 1:
       return DrawGauge(sheet, area, Speed(t), 240, "km/h", kCyan);
     case 2:
-      return DrawGauge(sheet, area, Power(t), 90, "kW", kGreen);
+      return DrawGauge(sheet, area, Power(t), kMostPower, "kW", kGreen);
     case 3: {
       const double levels[] = {0.86 - 0.3 * Wave(t, 60, 0.75), 0.4 + 0.4 * Wave(t, 12, 0.2),
                                0.55 + 0.4 * Wave(t, 20, 0.6)};
@@ -75,7 +80,8 @@ void Dashboard::DrawInstrument(int which, unsigned n) {
     case 4: {
       double samples[kSamples];
       for (int i = 0; i < kSamples; ++i) samples[i] = Power(t - (kSamples - 1 - i) / 10.0);
-      return DrawChart(sheet, area, samples, kSamples, "Power, last 7 s");
+      return DrawChart(sheet, area, samples, kSamples, "Power, last 7 s",
+                       std::to_string(std::lround(kMostPower * Power(t))) + " kW");
     }
     case 5:
       return DrawPhoto(sheet, area, photo, Wave(t, 24, 0.75));

@@ -8,7 +8,8 @@ namespace dashboard {
 
 class Dashboard {
  public:
-  explicit Dashboard(KSoftContext2D& context);
+  /// `font` is the file of the lettering's font.
+  Dashboard(KSoftContext2D& context, const char* font);
 
   /// Draws frame `n`: everything in frame 0, and what changed in later ones. Frames are a sixtieth
   /// of a second apart and depend on their number alone. Returns what was drawn over.

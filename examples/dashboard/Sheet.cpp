@@ -2,11 +2,11 @@
 #include "examples/dashboard/Sheet.h"
 
 #include <algorithm>
-#include <cmath>
+#include <vector>
 
 namespace dashboard {
 
-Sheet::Sheet(KSoftContext2D& target) : context(target) {
+Sheet::Sheet(KSoftContext2D& target, const char* font) : context(target) {
   const KSoftPixmap& screen = target.GetTarget();
   const double scale = std::min(screen.width / kWidth, screen.height / kHeight);
   toDevice.Scale(At(scale, scale));
@@ -14,6 +14,9 @@ Sheet::Sheet(KSoftContext2D& target) : context(target) {
       At((screen.width - kWidth * scale) / 2, (screen.height - kHeight * scale) / 2));
   context.SetTransform(toDevice);
   context.SetNoFill();
+  for (const Lettering size : {kSmall, kMedium, kLarge}) {
+    if (FontOf(size)->LoadFont(font, 0)) FontOf(size)->SetFontSize(KFixed::FromInt(size));
+  }
 }
 
 KRect Sheet::Pixels(const Area& area) const {
@@ -58,6 +61,26 @@ void Sheet::StrokeArc(double x, double y, double radius, double start, double sw
   KSoftPath path;
   path.AddArc(At(x, y), At(radius, radius), Fixed(start), Fixed(sweep));
   StrokePath(path, color, width, caps);
+}
+
+KFTFont* Sheet::FontOf(Lettering size) {
+  return &fonts[size == kSmall ? 0 : size == kMedium ? 1 : 2];
+}
+
+void Sheet::Write(const std::string& text, double x, double y, Lettering size, Align align,
+                  KColor32 color) {
+  std::vector<unsigned short> codes;
+  for (const char c : text) codes.push_back(static_cast<unsigned char>(c));
+  const auto count = static_cast<unsigned>(codes.size());
+  KRect bound{};
+  KFTFont* const font = FontOf(size);
+  font->GetBound(bound, codes.data(), count);
+  if (align == Align::kCentre) x -= bound.right / 2.0;
+  if (align == Align::kRight) x -= bound.right;
+  context.SetFont(font);
+  context.SetFillColor(color);
+  context.DrawText(codes.data(), count, At(x, y), nullptr);
+  context.SetNoFill();
 }
 
 }  // namespace dashboard

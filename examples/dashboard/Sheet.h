@@ -2,6 +2,8 @@
 #ifndef EXAMPLES_DASHBOARD_SHEET_H
 #define EXAMPLES_DASHBOARD_SHEET_H
 
+#include <string>
+
 #include "kalvora/kalvora.h"
 
 #include "examples/gallery/sketch.h"
@@ -32,13 +34,20 @@ struct Area {
   double CentreY() const { return (top + bottom) / 2; }
 };
 
+/// Sizes of lettering, in sheet units.
+enum Lettering { kSmall = 9, kMedium = 13, kLarge = 23 };
+enum class Align { kLeft, kCentre, kRight };
+
 /// A drawing context whose transform fits the sheet into the display.
 class Sheet {
  public:
   static constexpr double kWidth = 320;
   static constexpr double kHeight = 480;
 
-  explicit Sheet(KSoftContext2D& target);
+  /// Without a font (null, or a file that is none) the sheet has no lettering.
+  Sheet(KSoftContext2D& target, const char* font);
+  Sheet(const Sheet&) = delete;
+  Sheet& operator=(const Sheet&) = delete;
 
   KSoftContext2D& Context() { return context; }
   /// Sheet units to device pixels.
@@ -55,10 +64,16 @@ class Sheet {
   /// A stroked arc, clockwise from `start` degrees.
   void StrokeArc(double x, double y, double radius, double start, double sweep, KColor32 color,
                  double width, unsigned caps = kButtCap);
+  /// One line of Latin-1 text on the baseline y.
+  void Write(const std::string& text, double x, double y, Lettering size, Align align,
+             KColor32 color);
 
  private:
+  KFTFont* FontOf(Lettering size);
+
   KSoftContext2D& context;
   KSoftMatrix3D toDevice;
+  KFTFont fonts[3];  // one for each size, so that none changes its size
 };
 
 }  // namespace dashboard

@@ -19,8 +19,11 @@ void DrawGrid(Sheet& sheet, const Area& plot) {
 
 }  // namespace
 
-void DrawChart(Sheet& sheet, const Area& area, const double* samples, int count, const char*) {
+void DrawChart(Sheet& sheet, const Area& area, const double* samples, int count, const char* name,
+               const std::string& now) {
   sheet.Open(area);
+  sheet.Write(name, area.left + 10, area.top + 17, kSmall, Align::kLeft, kDim);
+  sheet.Write(now, area.right - 10, area.top + 18, kMedium, Align::kRight, kBright);
   const Area plot{area.left + 10, area.top + 26, area.right - 10, area.bottom - 12};
   DrawGrid(sheet, plot);
   const auto point = [&](int i) {

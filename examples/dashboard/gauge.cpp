@@ -1,5 +1,8 @@
 // The round gauge: dial, pointer, hub.
 #include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <string>
 
 #include "examples/dashboard/instruments.h"
 
@@ -8,9 +11,9 @@ namespace {
 
 constexpr double kStart = 135;  // degrees, clockwise from the right
 constexpr double kSweep = 270;
-constexpr int kTicks = 27;
+constexpr int kTicks = 24;  // every third is a major one, with a number
 
-void DrawDial(Sheet& sheet, double x, double y, double radius) {
+void DrawDial(Sheet& sheet, double x, double y, double radius, double most) {
   sheet.StrokeArc(x, y, radius, kStart, kSweep, kTrack, 7, kRoundCap);
   KSoftPath minor;
   KSoftPath major;
@@ -22,6 +25,11 @@ void DrawDial(Sheet& sheet, double x, double y, double radius) {
   }
   sheet.StrokePath(minor, kTrack, 1);
   sheet.StrokePath(major, kDim, 1.5);
+  for (int i = 0; i <= kTicks; i += 3) {
+    const double angle = (kStart + kSweep * i / kTicks) * std::numbers::pi / 180;
+    sheet.Write(std::to_string(std::lround(most * i / kTicks)), x + (radius - 24) * std::cos(angle),
+                y + (radius - 24) * std::sin(angle) + 3, kSmall, Align::kCentre, kDim);
+  }
 }
 
 /// The arc up to the value, from its own colour to red.
@@ -61,14 +69,18 @@ void DrawPointer(Sheet& sheet, double x, double y, double length, double angle, 
 
 }  // namespace
 
-void DrawGauge(Sheet& sheet, const Area& area, double value, double, const char*, KColor32 color) {
+void DrawGauge(Sheet& sheet, const Area& area, double value, double most, const char* unit,
+               KColor32 color) {
   sheet.Open(area);
   const double x = area.CentreX();
   const double y = area.top + area.Height() * 0.54;
   const double radius = area.Width() * 0.42;
-  DrawDial(sheet, x, y, radius);
+  DrawDial(sheet, x, y, radius, most);
   DrawValue(sheet, x, y, radius, value, color);
   DrawPointer(sheet, x, y, radius - 18, kStart + kSweep * value, kBright);
+  const double below = y + radius * 0.74;
+  sheet.Write(std::to_string(std::lround(most * value)), x, below, kLarge, Align::kCentre, kBright);
+  sheet.Write(unit, x, below + 12, kSmall, Align::kCentre, kDim);
 }
 
 }  // namespace dashboard

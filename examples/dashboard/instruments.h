@@ -2,6 +2,8 @@
 #ifndef EXAMPLES_DASHBOARD_INSTRUMENTS_H
 #define EXAMPLES_DASHBOARD_INSTRUMENTS_H
 
+#include <string>
+
 #include "examples/dashboard/Sheet.h"
 
 namespace dashboard {
@@ -16,10 +18,11 @@ void DrawHeader(Sheet& sheet, const Area& area, double seconds);
 /// Three horizontal bars, each 0 to 1.
 void DrawLevels(Sheet& sheet, const Area& area, const double (&values)[3]);
 
-/// A line chart of `count` samples, 0 to 1, the newest last.
-void DrawChart(Sheet& sheet, const Area& area, const double* samples, int count, const char* name);
+/// A line chart of `count` samples, 0 to 1, the newest last; `now` says in words what that is.
+void DrawChart(Sheet& sheet, const Area& area, const double* samples, int count, const char* name,
+               const std::string& now);
 
-/// A ring of shares, which need not add up to 1.
+/// A ring of shares, which need not add up to 1, with the first one's percentage in it.
 void DrawShares(Sheet& sheet, const Area& area, const double (&shares)[3]);
 
 /// A picture seen through a window that moves over it; `pan` is 0 to 1.

@@ -13,18 +13,20 @@
 namespace {
 
 constexpr char kUsage[] =
-    "kalvora-dashboard [--display fb0|shm] [--buffers N] [--frames N]\n"
+    "kalvora-dashboard [--display fb0|shm] [--buffers N] [--frames N] [--font FILE]\n"
     "\n"
     "  --display fb0   the framebuffer device /dev/fb0 (fb1 and so on likewise); the default\n"
     "  --display shm   the shared-memory surface, to be seen with kalvora-viewer\n"
     "  --buffers N     1, 2 or 3 (3); 1 for boards that cannot pan\n"
-    "  --frames N      ends after N frames (0: never)\n";
+    "  --frames N      ends after N frames (0: never)\n"
+    "  --font FILE     the font of the lettering (DejaVu Sans)\n";
 
 struct Options {
   KDisplay display = KDisplayFramebuffer;
   unsigned index = 0;
   unsigned buffers = 3;
   unsigned frames = 0;
+  const char* font = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
 };
 
 bool ParseNumber(const char* text, unsigned most, unsigned& number) {
@@ -46,10 +48,12 @@ bool Parse(int argc, char** argv, Options& options) {
   const option names[] = {{"display", required_argument, nullptr, 'd'},
                           {"buffers", required_argument, nullptr, 'b'},
                           {"frames", required_argument, nullptr, 'f'},
+                          {"font", required_argument, nullptr, 't'},
                           {nullptr, 0, nullptr, 0}};
   bool good = true;
   for (int name; good && (name = getopt_long(argc, argv, "", names, nullptr)) != -1;) {
-    good = (name == 'd' && ParseDisplay(optarg, options)) ||
+    if (name == 't') options.font = optarg;
+    good = name == 't' || (name == 'd' && ParseDisplay(optarg, options)) ||
            (name == 'b' && ParseNumber(optarg, 3, options.buffers) && options.buffers > 0) ||
            (name == 'f' && ParseNumber(optarg, 1000000000, options.frames));
   }
@@ -64,7 +68,7 @@ using Clock = std::chrono::steady_clock;
 /// apart where nothing else holds them: a device with several buffers waits for its vertical sync.
 unsigned Run(KSoftContext2D& context, const Options& options) {
   const bool paced = options.display == KDisplayFramebuffer && options.buffers > 1;
-  dashboard::Dashboard panel(context);
+  dashboard::Dashboard panel(context, options.font);
   Clock::time_point due = Clock::now();
   unsigned n = 0;
   for (; (options.frames == 0 || n < options.frames) && stopped == 0; ++n) {

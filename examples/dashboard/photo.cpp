@@ -99,6 +99,7 @@ void DrawPhoto(Sheet& sheet, const Area& area, KSoftPixmap& photo, double pan) {
   context.DrawSubPixmap(&photo, At(area.left, area.top), At(area.right, area.bottom), At(left, 0),
                         At(left + width, height));
   context.SetClipPath(nullptr, KFillNonZero);
+  sheet.Write("Lake at dusk", area.left + 10, area.bottom - 9, kSmall, Align::kLeft, kBright);
 }
 
 }  // namespace dashboard
