@@ -30,6 +30,18 @@ TEST(RunSim, SaysWhatIsWrong) {
   EXPECT_EQ(Shell(kRunSim + " --png /proc/nowhere " DASHBOARD).status, 1);
 }
 
+TEST(Bounce, MovesOneBall) {
+  Folder folder;
+  const Result result =
+      Shell(kRunSim + " --size 80x90 --hz 0 --png " + folder.Path("") + " " BOUNCE);
+  EXPECT_EQ(result.status, 0) << result.output;
+  EXPECT_EQ(folder.Files().size(), 602u);
+  // After 448 frames it is back where it was, and has left nothing anywhere.
+  EXPECT_NE(folder.Read("frame-0002.png"), folder.Read("frame-0003.png"));
+  EXPECT_EQ(folder.Read("frame-0002.png"), folder.Read("frame-0450.png"));
+  EXPECT_EQ(Shell(kRunSim + " --size 48x48 " BOUNCE).status, 1);
+}
+
 /// The frames that the dashboard shows.
 std::vector<std::string> Frames(const std::string& board, const std::string& options) {
   Folder folder;
