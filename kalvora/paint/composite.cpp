@@ -13,14 +13,15 @@ V CoverageWeights(const std::int32_t* coverage) {
   return (Load<V>(coverage) + 128) >> 8;
 }
 
+/// The weights of pixel i, or of i to i + 3. Without need of coverage there is none.
 template <Weight W, typename V>
-V WeightsOf(const std::int32_t* coverage, std::int32_t opacity) {
+V WeightsOf(const std::int32_t* coverage, int i, std::int32_t opacity) {
   if constexpr (W == Weight::kFull) return All<V>(256);
   if constexpr (W == Weight::kOpacity) return All<V>(static_cast<std::uint32_t>(opacity));
   if constexpr (W == Weight::kCoverageOpacity) {
-    return Load<V>(coverage) * static_cast<std::uint32_t>(opacity) >> 16;
+    return Load<V>(coverage + i) * static_cast<std::uint32_t>(opacity) >> 16;
   }
-  return CoverageWeights<V>(coverage);
+  return CoverageWeights<V>(coverage + i);
 }
 
 /// to[i] = f(to[i], weight of mask[i]), where a weight of 0 changes nothing.
@@ -83,8 +84,8 @@ void OverPixels(std::uint32_t* to, const std::uint32_t* source, const std::int32
     using V = decltype(d);
     V s = Load<V>(source + i);
     if constexpr (W == Weight::kOpacityThenCoverage)
-      s = Scale(s, WeightsOf<Weight::kOpacity, V>(nullptr, opacity));
-    if constexpr (W != Weight::kFull) s = Scale(s, WeightsOf<W, V>(coverage + i, opacity));
+      s = Scale(s, WeightsOf<Weight::kOpacity, V>(nullptr, i, opacity));
+    if constexpr (W != Weight::kFull) s = Scale(s, WeightsOf<W, V>(coverage, i, opacity));
     return Over(d, s);
   });
 }
@@ -94,7 +95,7 @@ void LerpPixels(std::uint32_t* to, const std::uint32_t* source, const std::int32
                 std::int32_t opacity) {
   Pixels(to, n, [=](auto d, int i) {
     using V = decltype(d);
-    return Lerp(d, Load<V>(source + i), WeightsOf<W, V>(coverage + i, opacity));
+    return Lerp(d, Load<V>(source + i), WeightsOf<W, V>(coverage, i, opacity));
   });
 }
 
