@@ -22,11 +22,11 @@ std::uint32_t Modulo(std::uint32_t v, std::int32_t count) {
 /// Limits [begin, end) to the k with 0 <= start + k step < limit.
 void Limit(int& begin, int& end, std::int32_t start, std::int32_t step, std::int64_t limit) {
   if (begin >= end) return;
-  const std::int64_t last = start + std::int64_t{step} * (end - 1);
-  if (last < INT32_MIN || last > INT32_MAX || limit <= 0) {
+  if (limit <= 0) {
     end = begin;
     return;
   }
+  const std::int64_t last = start + std::int64_t{step} * (end - 1);
   const auto inside = [limit](std::int64_t v) { return v >= 0 && v < limit; };
   if (inside(start) && inside(last)) return;
   if (step == 0) {

@@ -96,8 +96,8 @@ struct PatternPosition {
   }
 };
 
-/// The pixels [begin, end) of a run of n whose positions lie in [0, uEnd) x [0, vEnd), as far as
-/// that is one run: none when a coordinate wraps on the way.
+/// The pixels [begin, end) of a run of n whose positions lie in [0, uEnd) x [0, vEnd) before a
+/// coordinate wraps.
 struct InsideRun {
   int begin = 0;
   int end = 0;

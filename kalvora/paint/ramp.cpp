@@ -93,8 +93,7 @@ void RampReader::Move(std::int32_t t) {
   while (index_ > 1 && positions_[index_ - 1] >= t) --index_;
   pair_.p0 = positions_[index_ - 1];
   pair_.p1 = positions_[index_];
-  const KFixed width = KFixed::FromRaw(pair_.p1) - KFixed::FromRaw(pair_.p0);
-  pair_.r = width.raw == 0 ? kZero : KFixed::Inverse(width);
+  pair_.r = KFixed::Inverse(KFixed::FromRaw(pair_.p1) - KFixed::FromRaw(pair_.p0));
   for (int i = 0; i < 4; ++i) {
     pair_.c0[i] = static_cast<std::int32_t>(colors_[index_ - 1] >> (8 * i) & 0xFF);
     pair_.dc[i] = static_cast<std::int32_t>(colors_[index_] >> (8 * i) & 0xFF) - pair_.c0[i];

@@ -83,23 +83,28 @@ Word Expected(bool aa, bool blend, Shade s, Word d, std::int32_t coverage) {
   return blend ? reference::Over(d, s.color) : s.color;
 }
 
-Stops AnyStops(Random& random) {
+Word AnyColor(Random& random, bool opaque) {
+  if (random.OneIn(6)) return 0;
+  // Channels at their ends show where an interpolation runs over.
+  const Word any = random.OneIn(2) ? random.Next() : (1 + random.Below(255)) << 24 | 0xFF00FF;
+  return opaque ? any | 0xFF000000 : Span::Premultiplied(any);
+}
+
+/// Stops of ascending positions; whole pixels of an axis that is 1.0 long, or parts of a longer
+/// one.
+Stops AnyStops(Random& random, bool pixels) {
   Stops stops;
   const int count = random.Between(1, 6);
   const bool opaque = random.OneIn(2), odd = random.OneIn(10);
   for (int i = 0; i < count; ++i) {
-    const Word any = random.OneIn(5) ? 0 : random.Next();
-    stops.colors.push_back(odd      ? Span::Pixel(random)
-                           : opaque ? any | 0xFF000000
-                                    : Span::Premultiplied(any));
-    stops.positions.push_back(random.OneIn(4) ? 0x10000 * random.Between(0, 1)
-                                              : random.Between(0, 0x10000));
+    stops.colors.push_back(odd ? Span::Pixel(random) : AnyColor(random, opaque));
+    stops.positions.push_back(pixels            ? random.Between(0, 100) * 0x10000
+                              : random.OneIn(4) ? random.Between(0, 1) * 0x10000
+                                                : random.Between(0, 0x10000));
   }
   std::sort(stops.positions.begin(), stops.positions.end());
   if (random.OneIn(3)) stops.positions.front() = 0;
-  // Far, but not so far that the longest axis takes it beyond 16.16: wrapped positions are out of
-  // order, and what a ramp out of order looks like is nobody's business.
-  if (random.OneIn(20)) stops.positions.back() = random.Between(0x10000, 60 * 0x10000);
+  if (random.OneIn(20)) stops.positions.back() = random.Between(0x640000, 0x7FFFFFFF);
   if (random.OneIn(20)) stops.positions.front() = -random.Between(0, 0x40000);
   return stops;
 }
@@ -165,11 +170,17 @@ TYPED_TEST(Gradients, LinearByTheRules) {
   Random random(1);
   for (int round = 0; round < 1500; ++round) {
     Span span(random, random.Between(1, round % 10 ? 60 : 700));
-    const Stops stops = AnyStops(random);
+    const bool pixels = random.OneIn(4);
+    const Stops stops = AnyStops(random, pixels);
     KSoftColorRamp ramp;
     Use(ramp, stops, random.Below(3));
     const bool repeat = ramp.spread == KSpreadRepeat;
+    if (random.OneIn(4)) ramp.rampAlpha = !ramp.rampAlpha;
     ramp.axis = AnyAxis(random, false);
+    if (pixels) {
+      ramp.axis.Identity();
+      ramp.axis.Translate({KFixed::FromInt(random.Between(-50, 150)), Fixed(0)});
+    }
     KPaint paint;
     paint.linearRamp = &ramp;
     paint.opacity = random.OneIn(2) ? 256 : random.Between(0, 256);
@@ -214,7 +225,7 @@ TYPED_TEST(Gradients, RadialByTheRules) {
   Random random(2);
   for (int round = 0; round < 1500; ++round) {
     Span span(random, random.Between(1, round % 10 ? 60 : 700));
-    Stops stops = AnyStops(random);
+    Stops stops = AnyStops(random, false);
     if (random.OneIn(2)) {
       for (std::int32_t& p : stops.positions) p = Mul(p, 150 << 16);
     }
@@ -370,8 +381,12 @@ TEST(Distances, BeyondACircleIsKnownAtOnce) {
     const auto word = [&](int r) { return Fixed(random.Between(-r, r)); };
     KVertex2D g{word(range), word(range)};
     const KVertex2D step{word(0x20000), word(0x20000)};
-    const std::int32_t radius = random.Between(0, range);
     const int n = random.Between(1, 400);
+    // Often a circle that the vectors nearly touch.
+    const KVertex2D touching =
+        g + KVertex2D{step.x * KFixed::FromInt(n / 2), step.y * KFixed::FromInt(n / 2)};
+    const std::int32_t radius = random.OneIn(2) ? random.Between(0, range)
+                                                : Add(touching.Norm().raw, random.Between(-9, 150));
     const int run = kalvora::PixelsBeyond(g, step, radius, n);
     ASSERT_TRUE(run >= 0 && run <= n);
     for (int i = 0; i < n; ++i, g = g + step) {
