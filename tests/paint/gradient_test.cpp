@@ -179,6 +179,7 @@ TYPED_TEST(Gradients, LinearByTheRules) {
     ramp.axis = AnyAxis(random, false);
     if (pixels) {
       ramp.axis.Identity();
+      if (random.OneIn(2)) ramp.axis.PreScale({Fixed(-0x10000), Fixed(0x10000)});
       ramp.axis.Translate({KFixed::FromInt(random.Between(-50, 150)), Fixed(0)});
     }
     KPaint paint;
@@ -353,6 +354,39 @@ TEST(Gradient, StatedValues) {
   draw(KPaintRadialGradient);
   EXPECT_EQ(span.style.row[40], 0xFF000000);
   EXPECT_EQ(span.style.row[41], 0xFFFFFFFF);
+}
+
+/// Rounding errors add up along a run, at its end beyond the range of a channel, where a wrap would
+/// turn black into white.
+TEST(Gradient, LongRunsStayInRange) {
+  const KColorStop grey[2] = {{Fixed(0), {0, 0, 0, 255}}, {Fixed(0x10000), {255, 255, 255, 255}}};
+  const KColorStop yerg[2] = {{Fixed(0), {255, 255, 255, 255}}, {Fixed(0x10000), {0, 0, 0, 255}}};
+  Random random(8);
+  Span span(random, 2000);
+  for (int length = 300; length < 2000; length += 7) {
+    for (const bool falling : {false, true}) {
+      for (const bool leftward : {false, true}) {
+        KSoftColorRamp ramp;
+        const KVertex2D left{Fixed(0), Fixed(0)}, right{KFixed::FromInt(length), Fixed(0x1234)};
+        ASSERT_TRUE(ramp.SetLinear(leftward ? right : left, leftward ? left : right,
+                                   falling ? yerg : grey, 2));
+        KPaint paint;
+        paint.linearRamp = &ramp;
+        span.style.paint = &paint;
+        KFiller solid = nullptr, coverage = nullptr;
+        KStrips<KColor_8888_PM>::VTable.init[KPaintLinearGradient](&span.style, solid, coverage);
+        span.style.x0 = span.style.y = 0;
+        span.style.x1 = length;
+        solid(&span.style);
+        for (int x = 0; x < length; ++x) {
+          const int rising = 255 * x / length;
+          ASSERT_NEAR(static_cast<int>(span.style.row[x] & 255),
+                      falling != leftward ? 255 - rising : rising, 24)
+              << x << " of " << length;
+        }
+      }
+    }
+  }
 }
 
 TEST(Distances, AreNorms) {
