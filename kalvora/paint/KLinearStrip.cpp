@@ -177,13 +177,7 @@ void LinearSpan<AA, Blend>::Draw(const KStyleContext2D* style) {
     x += n;
     if (walk.IsFlat()) {
       if (walk.IsEnd() && walk.Color() == 0) continue;
-      if constexpr (AA) {
-        CoverSpan(to, coverage, n, walk.Color());
-      } else if constexpr (Blend) {
-        OverSpan(to, n, walk.Color());
-      } else {
-        FillSpan(to, n, walk.Color());
-      }
+      PutColor<AA, Blend>(to, coverage, n, walk.Color());
     } else if constexpr (!AA && !Blend) {
       walk.Write(to, n);
     } else {

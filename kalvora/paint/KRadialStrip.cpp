@@ -71,19 +71,6 @@ std::uint32_t RadialWalk::ColorAt(std::int32_t d, std::uint32_t under) {
                       pair.Channel(3, k));
 }
 
-/// One colour for n pixels; beyond the ramp a colour of 0 paints nothing.
-template <bool AA, bool Blend>
-void PutColor(std::uint32_t* to, const std::int32_t* coverage, int n, std::uint32_t color) {
-  if (color == 0) return;
-  if constexpr (AA) {
-    CoverSpan(to, coverage, n, color);
-  } else if constexpr (Blend) {
-    OverSpan(to, n, color);
-  } else {
-    FillSpan(to, n, color);
-  }
-}
-
 }  // namespace
 
 bool PrepareRadial(KStyleContext2D* style) {
@@ -106,7 +93,10 @@ void RadialSpan<AA, Blend>::Draw(const KStyleContext2D* style) {
     const int left = style->x1 - x;
     const int beyond = walk.SkipBeyond(left);
     if (beyond > 0) {
-      PutColor<AA, Blend>(to, AA ? coverage + x : nullptr, beyond, walk.EndColor());
+      // A colour of 0 paints nothing there.
+      if (walk.EndColor() != 0) {
+        PutColor<AA, Blend>(to, AA ? coverage + x : nullptr, beyond, walk.EndColor());
+      }
       x += beyond;
       continue;
     }

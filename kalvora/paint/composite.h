@@ -45,6 +45,18 @@ template <Weight W>
 void LerpPixels(std::uint32_t* to, const std::uint32_t* source, const std::int32_t* coverage, int n,
                 std::int32_t opacity);
 
+/// One colour for n pixels of a gradient: weighed by coverage, blended, or as it is.
+template <bool AA, bool Blend>
+void PutColor(std::uint32_t* to, const std::int32_t* coverage, int n, std::uint32_t c) {
+  if constexpr (AA) {
+    CoverSpan(to, coverage, n, c);
+  } else if constexpr (Blend) {
+    OverSpan(to, n, c);
+  } else {
+    FillSpan(to, n, c);
+  }
+}
+
 }  // namespace kalvora
 
 #endif

@@ -20,31 +20,20 @@ std::uint32_t Modulo(std::uint32_t v, std::int32_t count) {
 }
 
 /// Limits [begin, end) to the k with 0 <= start + k step < limit.
-void Limit(int& begin, int& end, std::int32_t start, std::int32_t step, std::int64_t limit) {
-  if (begin >= end) return;
-  if (limit <= 0) {
+void Limit(int& begin, int& end, std::int64_t start, std::int64_t step, std::int64_t limit) {
+  if (step < 0) {  // the same from the other side
+    start = limit - 1 - start;
+    step = -step;
+  }
+  const std::int64_t room = limit - 1 - start;
+  if (limit <= 0 || room < 0 || (step == 0 && start < 0)) {
     end = begin;
     return;
   }
-  const std::int64_t last = start + std::int64_t{step} * (end - 1);
-  const auto inside = [limit](std::int64_t v) { return v >= 0 && v < limit; };
-  if (inside(start) && inside(last)) return;
-  if (step == 0) {
-    end = begin;
-    return;
-  }
-  // Counted from the side where the run enters: k >= enter / size, k <= leave / size.
-  const std::int64_t size = step > 0 ? step : -std::int64_t{step};
-  const std::int64_t enter = step > 0 ? -std::int64_t{start} : start - (limit - 1);
-  const std::int64_t leave = step > 0 ? limit - 1 - start : std::int64_t{start};
-  if (leave < 0) {
-    end = begin;
-    return;
-  }
-  if (enter > 0)
-    begin = std::max<int>(begin,
-                          static_cast<int>(std::min<std::int64_t>((enter + size - 1) / size, end)));
-  end = static_cast<int>(std::min<std::int64_t>(end, leave / size + 1));
+  if (start >= 0 && start + step * (end - 1) < limit) return;
+  const std::int64_t enter = start < 0 ? (step - 1 - start) / step : 0;
+  begin = std::max(begin, static_cast<int>(std::min<std::int64_t>(enter, end)));
+  end = static_cast<int>(std::min<std::int64_t>(end, room / step + 1));
 }
 
 }  // namespace

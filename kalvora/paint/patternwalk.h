@@ -41,7 +41,7 @@ struct PatternPixels {
   }
 };
 
-/// Bounds of an index that is clamped to 0..count - 1.
+/// The index of 0..count - 1 that is nearest to i.
 inline std::int32_t Clamped(std::int32_t i, std::int32_t count) {
   return i < 0 ? 0 : i < count ? i : count - 1;
 }
@@ -64,9 +64,9 @@ struct PatternPosition {
   std::int32_t V() const { return static_cast<std::int32_t>(v); }
   std::int32_t Column() const { return U() >> 16; }
   std::int32_t Row() const { return V() >> 16; }
-  void Step(std::uint32_t n = 1) {
-    u += du * n;
-    v += dv * n;
+  void Step() {
+    u += du;
+    v += dv;
   }
   /// Half a pixel back, for samplings that mix a pixel with its neighbours to the right and below.
   void ShiftHalf() {

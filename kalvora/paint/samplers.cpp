@@ -10,9 +10,11 @@ namespace {
 
 /// n pixels of one row.
 void ReadRow(const std::uint8_t* row, PatternPosition& at, std::uint32_t* to, int n) {
+  const std::uint32_t du = at.du;
   std::uint32_t u = at.u;
-  for (int i = 0; i < n; ++i, u += at.du)
-    to[i] = PatternPixels::Load(PatternPixels::Pixel(row, u >> 16));
+  for (int i = 0; i < n; ++i, u += du) {
+    to[i] = PatternPixels::Load(PatternPixels::Pixel(row, static_cast<std::int32_t>(u >> 16)));
+  }
   at.u = u;
 }
 
@@ -45,26 +47,24 @@ template <KRepeatRule R>
 void NearestSampler<R>::Read(std::uint32_t* to, int n) {
   const PatternPixels p = source_;
   PatternPosition at = at_;
+  const auto load = [&p](std::int32_t column, std::int32_t row) {
+    return PatternPixels::Load(PatternPixels::Pixel(p.Row(row), column));
+  };
   if constexpr (R == KRepeatTile) {
     if (at.IsAlongRow(p)) {
       ReadTiledRow(p, at, to, n);
-      n = 0;
-    }
-    for (int i = 0; i < n; ++i, at.StepWrapped(p)) {
-      to[i] = PatternPixels::Load(PatternPixels::Pixel(p.Row(at.Row()), at.Column()));
+    } else {
+      for (int i = 0; i < n; ++i, at.StepWrapped(p)) to[i] = load(at.Column(), at.Row());
     }
   } else {
     const auto edge = [&](std::uint32_t* out, int count) {
       for (int i = 0; i < count; ++i, at.Step()) {
-        const std::uint8_t* row = p.Row(Clamped(at.Row(), p.height));
-        out[i] = PatternPixels::Load(PatternPixels::Pixel(row, Clamped(at.Column(), p.width)));
+        out[i] = load(Clamped(at.Column(), p.width), Clamped(at.Row(), p.height));
       }
     };
     const auto inside = [&](std::uint32_t* out, int count) {
       if (at.dv == 0) return ReadRow(p.Row(at.Row()), at, out, count);
-      for (int i = 0; i < count; ++i, at.Step()) {
-        out[i] = PatternPixels::Load(PatternPixels::Pixel(p.Row(at.Row()), at.Column()));
-      }
+      for (int i = 0; i < count; ++i, at.Step()) out[i] = load(at.Column(), at.Row());
     };
     inside_.Split(to, n, edge, inside);
   }
