@@ -12,9 +12,19 @@ namespace {
 void ReadRow(const std::uint8_t* row, PatternPosition& at, std::uint32_t* to, int n) {
   const std::uint32_t du = at.du;
   std::uint32_t u = at.u;
-  for (int i = 0; i < n; ++i, u += du) {
-    to[i] = PatternPixels::Load(PatternPixels::Pixel(row, static_cast<std::int32_t>(u >> 16)));
+  const auto next = [&] {
+    const auto column = static_cast<std::int32_t>(u >> 16);
+    u += du;
+    return PatternPixels::Load(PatternPixels::Pixel(row, column));
+  };
+  int i = 0;
+  for (; i + 4 <= n; i += 4) {
+    to[i] = next();
+    to[i + 1] = next();
+    to[i + 2] = next();
+    to[i + 3] = next();
   }
+  for (; i < n; ++i) to[i] = next();
   at.u = u;
 }
 
