@@ -30,6 +30,13 @@ TEST(RunSim, SaysWhatIsWrong) {
   EXPECT_EQ(Shell(kRunSim + " --png /proc/nowhere " DASHBOARD).status, 1);
 }
 
+// A program may close the library while its flip thread hangs in the driver.
+TEST(Library, IsNeverUnmapped) {
+  const Result result = Shell("readelf -d " LIBRARY);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_NE(result.output.find("NODELETE"), std::string::npos) << result.output;
+}
+
 TEST(Bounce, MovesOneBall) {
   Folder folder;
   const Result result =
