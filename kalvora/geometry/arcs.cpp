@@ -15,18 +15,20 @@ using namespace kalvora;
 // Turns step by step from one offset to the other, over at most 180 degrees; the two themselves are
 // the caller's.
 void KStroker::GetArcPts(KIntercept* k, KSide side, KVertex2D from, KVertex2D to, bool clockwise) {
-  const std::int64_t c = k->pen.stepCos;
-  const std::int64_t s = clockwise ? k->pen.stepSin : -k->pen.stepSin;
+  const Pen& pen = k->pen;
+  const std::int64_t c = pen.stepCos;
+  const std::int64_t s = clockwise ? pen.stepSin : -pen.stepSin;
   const std::int64_t sign = clockwise ? 1 : -1;
+  std::int64_t x = from.x.raw + Mul30(from.x.raw, pen.bulge);
+  std::int64_t y = from.y.raw + Mul30(from.y.raw, pen.bulge);
   // Half a circle has fewer steps: offsets that are not this pen's would never be reached.
   for (int i = 0; i < Pen::kMostSteps; ++i) {
-    from = {
-        KFixed::FromRaw(static_cast<std::int32_t>(Mul30(from.x.raw, c) - Mul30(from.y.raw, s))),
-        KFixed::FromRaw(static_cast<std::int32_t>(Mul30(from.x.raw, s) + Mul30(from.y.raw, c)))};
-    const std::int64_t ahead =
-        std::int64_t{from.x.raw} * to.y.raw - std::int64_t{from.y.raw} * to.x.raw;
-    if (ahead * sign <= 0) return;
-    k->Add(side, k->point + from);
+    const std::int64_t turned = Mul30(x, c) - Mul30(y, s);
+    y = Mul30(x, s) + Mul30(y, c);
+    x = turned;
+    if ((x * to.y.raw - y * to.x.raw) * sign <= 0) return;
+    k->Add(side, k->point + KVertex2D{KFixed::FromRaw(static_cast<std::int32_t>(x)),
+                                      KFixed::FromRaw(static_cast<std::int32_t>(y))});
   }
 }
 

@@ -89,37 +89,36 @@ constexpr Span Reduced(Span v) {
   const int shift = ReducingShift(v);
   return {v.x >> shift, v.y >> shift};
 }
+/// The length, at most 8 % too small.
+constexpr std::int64_t RoughLength(Span v) { return std::max(Extent(v), Bound(v) * 181 >> 8); }
+
+/// The most steps of one piece, and the most that one may turn (20 degrees, 16.16).
+inline constexpr std::int64_t kMostSteps = 6;
+inline constexpr std::int64_t kMostStepTurn = 22876;
+
 constexpr std::int64_t Dot(Span a, Span b) { return a.x * b.x + a.y * b.y; }
 constexpr std::int64_t Cross(Span a, Span b) { return a.x * b.y - a.y * b.x; }
 
-/// What the pen does along a piece: glides from the first direction to the last, or follows the
-/// legs of the control polygon and turns at each, or needs smaller pieces.
-enum class Course { Glide, Legs, Split };
-
-/// Whether every control point lies within `flatness` x 4/3 of the chord.
+/// Whether every control point lies so near to the chord that the curve stays within `flatness`.
 template <int ORDER>
 bool IsFlat(const Bezier<ORDER>& piece, std::int64_t flatness) {
   const Span chord = Reduced(piece.p[ORDER] - piece.p[0]);
-  // The length of the chord, at most 8 % too small.
-  const std::int64_t length = std::max(Extent(chord), Bound(chord) * 181 >> 8);
+  const std::int64_t length = RoughLength(chord);
   for (int i = 1; i < ORDER; ++i) {
     const Span v = piece.p[i] - piece.p[0];
     const int shift = ReducingShift(v);
-    const Span reduced = {v.x >> shift, v.y >> shift};
     // A quadratic reaches half of its control point's distance, a cubic three quarters of the
     // larger one.
-    const std::int64_t across = Abs(Cross(chord, reduced));
+    const std::int64_t across = Abs(Cross(chord, {v.x >> shift, v.y >> shift}));
     const std::int64_t height = ORDER == 2 ? across / 2 : across / 4 * 3;
     if (height > (flatness >> shift) * length) return false;
   }
   return true;
 }
 
+/// Whether the pen can follow a piece of any shape in one step.
 template <int ORDER>
-Course CourseOf(const Bezier<ORDER>& piece, const Pen& pen) {
-  std::int64_t size = 0;
-  for (int i = 0; i < ORDER; ++i) size += Bound(piece.Leg(i));
-  if (size <= pen.flatness) return Course::Legs;
+bool IsOneStep(const Bezier<ORDER>& piece, const Pen& pen) {
   // Together the legs may turn by what the pen allows.
   const std::int64_t turn = pen.turn / (ORDER - 1);
   Span before{0, 0};
@@ -128,33 +127,99 @@ Course CourseOf(const Bezier<ORDER>& piece, const Pen& pen) {
     if (IsNothing(leg)) continue;
     if (!before.IsZero()) {
       const std::int64_t ahead = Dot(before, leg);
-      if (ahead <= 0 || Abs(Cross(before, leg)) > (ahead >> 16) * turn) return Course::Split;
+      if (ahead <= 0 || Abs(Cross(before, leg)) > (ahead >> 16) * turn) return false;
     }
     before = leg;
   }
-  return IsFlat(piece, pen.flatness) ? Course::Glide : Course::Split;
+  return IsFlat(piece, pen.flatness / 2);
 }
 
-/// Cuts a curve into pieces and gives each, with its course, to `sink`. At most 2^kDepth pieces:
-/// what is not simple by then is as small as a cusp's tip.
-template <int ORDER, typename Sink>
-void Subdivide(const Bezier<ORDER>& curve, const Pen& pen, Sink sink) {
+/// Into how many steps of equal parameter lengths a piece with legs of similar lengths must be cut;
+/// 0 when its legs are too different, or when it turns too far, to tell.
+///
+/// A step leaves its chord by an eighth of the second derivative, and the pen, which turns by s, by
+/// r s^2 / 8; both shrink with the square of the number of steps.
+template <int ORDER>
+std::int64_t StepsOf(const Bezier<ORDER>& piece, const Pen& pen) {
+  constexpr int kBits = 22;
+  std::int64_t longest = 0;
+  for (int i = 0; i < ORDER; ++i) longest = std::max(longest, Extent(piece.Leg(i)));
+  const int width = static_cast<int>(std::bit_width(static_cast<std::uint64_t>(longest)));
+  const int shift = std::max(width - kBits, 0);
+  Span leg[ORDER];
+  Span chord{0, 0};
+  for (int i = 0; i < ORDER; ++i) {
+    const Span v = piece.Leg(i);
+    leg[i] = {v.x >> shift, v.y >> shift};
+    if (Extent(v) < longest >> 3) return 0;
+    chord = chord + leg[i];
+  }
+
+  // The turn of the whole piece, and what it would be at the rates of its ends, 16.16.
+  std::int64_t turn = 0, bend = 0;
+  std::int64_t across[ORDER - 1];
+  for (int i = 0; i + 1 < ORDER; ++i) {
+    const std::int64_t ahead = Dot(leg[i], leg[i + 1]);
+    if (ahead <= 0) return 0;
+    across[i] = Abs(Cross(leg[i], leg[i + 1])) << 16;
+    turn += across[i] / ahead;
+    const Span change = leg[i + 1] - leg[i];
+    bend = std::max(bend, Abs(Cross(chord, change)));
+  }
+  turn = std::max({turn, (ORDER - 1) * across[0] / Dot(leg[0], leg[0]),
+                   (ORDER - 1) * across[ORDER - 2] / Dot(leg[ORDER - 1], leg[ORDER - 1])});
+  if (turn > 4 * 0x10000) return 0;
+
+  // max |B''| / 8: B'' = 2 (leg 2 - leg 1) for a quadratic, 6 times a difference for a cubic.
+  const std::int64_t height = bend / std::max<std::int64_t>(RoughLength(chord), 1) << shift;
+  const std::int64_t sag = ORDER == 2 ? height / 4 : height / 4 * 3;
+  const std::int64_t swing = (pen.radius.raw * turn >> 16) * turn >> 3;
+  std::int64_t n = (turn + kMostStepTurn - 1) / kMostStepTurn;
+  n = std::max<std::int64_t>(n, 1);
+  while (n <= kMostSteps && n * n * pen.flatness < sag + swing) ++n;
+  return n;
+}
+
+/// How the pen follows a piece: in this many steps from direction to direction, or (0) along the
+/// legs of the control polygon with a turn at each, or (-1) not before it is halved.
+template <int ORDER>
+int CourseOf(const Bezier<ORDER>& piece, const Pen& pen) {
+  std::int64_t size = 0;
+  for (int i = 0; i < ORDER; ++i) size += Bound(piece.Leg(i));
+  if (size <= pen.flatness) return 0;
+  const std::int64_t steps = StepsOf(piece, pen);
+  if (steps == 0) return IsOneStep(piece, pen) ? 1 : -1;
+  return steps <= kMostSteps ? static_cast<int>(steps) : -1;
+}
+
+/// Cuts a curve into steps that the pen can glide along, and gives each to `glide`; pieces that are
+/// too small for that, or turn too sharply, go to `follow`. At most 2^kDepth pieces: what is not
+/// simple by then is as small as a cusp's tip.
+template <int ORDER, typename Glide, typename Follow>
+void Subdivide(const Bezier<ORDER>& curve, const Pen& pen, Glide glide, Follow follow) {
   constexpr int kDepth = 10;
   Bezier<ORDER> pending[kDepth];
   int depths[kDepth];
   int count = 0;
-  Bezier<ORDER> piece = curve;
+  Bezier<ORDER> piece = curve, part;
   int depth = 0;
   for (;;) {
-    Course course = CourseOf(piece, pen);
-    if (course == Course::Split && depth == kDepth) course = Course::Legs;
-    if (course == Course::Split) {
-      const Bezier<ORDER> whole = piece;
-      whole.Halve(piece, pending[count]);
+    int course = CourseOf(piece, pen);
+    if (course < 0 && depth < kDepth) {
+      part = piece;
+      part.Halve(piece, pending[count]);
       depths[count++] = ++depth;
       continue;
     }
-    sink(piece, course);
+    if (course <= 0) {
+      follow(piece);
+    } else {
+      for (; course > 1; --course) {
+        piece.ReParam(part, piece, Unit::kOne / course);
+        glide(part);
+      }
+      glide(piece);
+    }
     if (count == 0) return;
     piece = pending[--count];
     depth = depths[count];

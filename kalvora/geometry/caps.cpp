@@ -15,8 +15,6 @@ void KStroker::ComputeCap(KIntercept* k, const KSoftMatrix3D*) {
     k->Add(KSide::Left, p + side + ahead);
     k->Add(KSide::Left, p - side + ahead);
   } else {
-    GetArcPts(k, KSide::Left, side, ahead, true);
-    k->Add(KSide::Left, p + ahead);
-    GetArcPts(k, KSide::Left, ahead, -side, true);
+    GetArcPts(k, KSide::Left, side, -side, true);
   }
 }

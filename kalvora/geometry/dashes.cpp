@@ -175,13 +175,11 @@ class CurveDasher {
       const auto curve = Bezier<ORDER>::From(k_->point, points);
       if (curve.IsPoint()) continue;
       if (dash_.Draws()) Turn(stroker_, k_, curve.FirstLeg(), false);
-      Subdivide(curve, k_->pen, [this](const Bezier<ORDER>& piece, Course course) {
-        if (course == Course::Glide) {
-          Piece(piece);
-        } else {
-          for (int i = 0; i < ORDER; ++i) Leg(piece.p[i], piece.Leg(i));
-        }
-      });
+      Subdivide(
+          curve, k_->pen, [this](const Bezier<ORDER>& piece) { Piece(piece); },
+          [this](const Bezier<ORDER>& piece) {
+            for (int i = 0; i < ORDER; ++i) Leg(piece.p[i], piece.Leg(i));
+          });
     }
   }
 

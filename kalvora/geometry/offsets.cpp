@@ -106,15 +106,13 @@ void Offset(KStroker& stroker, KIntercept* k, const KVertex2D* points, unsigned 
     const auto curve = Bezier<ORDER>::From(k->point, points);
     if (curve.IsPoint()) continue;
     Turn(stroker, k, curve.FirstLeg(), false);
-    Subdivide(curve, k->pen, [&](const Bezier<ORDER>& piece, Course course) {
-      if (course == Course::Glide) {
-        Glide(stroker, k, piece);
-      } else {
-        for (int i = 0; i < ORDER; ++i) {
-          FollowLeg(stroker, k, piece.Leg(i), Bezier<ORDER>::Narrow(piece.p[i + 1]));
-        }
-      }
-    });
+    Subdivide(
+        curve, k->pen, [&](const Bezier<ORDER>& piece) { Glide(stroker, k, piece); },
+        [&](const Bezier<ORDER>& piece) {
+          for (int i = 0; i < ORDER; ++i) {
+            FollowLeg(stroker, k, piece.Leg(i), Bezier<ORDER>::Narrow(piece.p[i + 1]));
+          }
+        });
   }
 }
 

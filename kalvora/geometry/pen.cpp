@@ -7,11 +7,15 @@
 namespace kalvora {
 namespace {
 
-// Device pixels, 16.16: the outline's distance from the true one at a circle, at a curve's chord,
-// and where a wide pen turns with the curve.
-constexpr std::int64_t kArcTolerance = 0x10000 / 32;
-constexpr std::int64_t kChordTolerance = 0x10000 / 24;
-constexpr std::int64_t kTurnTolerance = 0x10000 / 32;
+// The outline's distance from the true one, in parts of the flatness tolerance: at a circle, at a
+// curve, and half of that where either the curve or the pen's turn is judged alone.
+constexpr std::int64_t kArcPart = 12;
+constexpr std::int64_t kCurvePart = 5;
+constexpr KFixed kFinest = KFixed::FromRaw(0x10000 / 32);
+constexpr KFixed kCoarsest = KFixed::FromInt(8);
+
+// Half of a half width's range: products of offsets fit.
+constexpr KFixed kWidest = KFixed::FromInt(16384);
 
 // A step along the circle lies between 1/128 and 45 degrees' worth of 1 - cos(step / 2).
 constexpr std::int64_t kLeastSagitta = Unit::kOne / 131072;
@@ -20,6 +24,9 @@ constexpr std::int64_t kMostSagitta = 81733000;  // 1 - cos(22.5 degrees)
 // tan(10 degrees) and 1/1024.
 constexpr std::int64_t kMostTurn = 11556;
 constexpr std::int64_t kLeastTurn = 64;
+
+// Products with vectors of 28 bits fit.
+constexpr std::int64_t kMostFlatness = std::int64_t{1} << 34;
 
 }  // namespace
 
@@ -44,7 +51,9 @@ std::int64_t Stretch(const KSoftMatrix3D& m) {
   return std::max<std::int64_t>(shift > 8 ? stretch << (shift - 8) : stretch >> (8 - shift), 1);
 }
 
-Pen::Pen(KFixed halfWidth, const KSoftMatrix3D& m) : radius(halfWidth) {
+Pen::Pen(KFixed halfWidth, const KSoftMatrix3D& m, KFixed quality)
+    : radius(std::min(halfWidth, kWidest)) {
+  const std::int64_t tolerance = std::clamp(quality, kFinest, kCoarsest).raw;
   const std::int64_t stretch = Stretch(m);
   // The radius in device pixels.
   const std::int64_t reach = std::max<std::int64_t>(std::int64_t{radius.raw} * stretch >> 16, 1);
@@ -52,19 +61,21 @@ Pen::Pen(KFixed halfWidth, const KSoftMatrix3D& m) : radius(halfWidth) {
   // A chord over a step s of a circle of radius r leaves it by e r, e = 1 - cos(s / 2).
   //   cos s = 2 (1 - e)^2 - 1        sin s = 2 (1 - e) sqrt(e (2 - e))
   const std::int64_t e =
-      std::clamp((kArcTolerance << Unit::kBits) / reach, kLeastSagitta, kMostSagitta);
+      std::clamp((tolerance << Unit::kBits) / (kArcPart * reach), kLeastSagitta, kMostSagitta);
   const std::int64_t cosHalf = Unit::kOne - e;
   const std::int64_t sinHalf =
       Root(static_cast<std::uint64_t>(e * (2 * std::int64_t{Unit::kOne} - e)));
   stepCos = static_cast<std::int32_t>(Mul30(2 * cosHalf, cosHalf) - Unit::kOne);
   stepSin = static_cast<std::int32_t>(Mul30(2 * cosHalf, sinHalf));
+  // sqrt(s / sin s) = 1 + s^2 / 12 + ..., and e = s^2 / 8 - ...
+  bulge = static_cast<std::int32_t>(e * 2 / 3);
 
   // The same for a pen that turns by s while it moves: s = sqrt(8 tolerance / r).
-  const auto squared = static_cast<std::uint64_t>((8 * kTurnTolerance << 32) / reach);
+  const auto squared = static_cast<std::uint64_t>((8 * tolerance << 32) / (2 * kCurvePart * reach));
   turn =
       static_cast<std::int32_t>(std::clamp<std::int64_t>(Root(squared), kLeastTurn, 2 * kMostTurn));
 
-  flatness = (kChordTolerance << 32) / stretch;
+  flatness = std::min((tolerance << 32) / (kCurvePart * stretch), kMostFlatness);
 }
 
 }  // namespace kalvora

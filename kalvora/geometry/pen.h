@@ -13,9 +13,10 @@ namespace kalvora {
 std::int64_t Stretch(const KSoftMatrix3D& m);
 
 /// The round pen of a stroke, and how finely curves must be cut for an outline that stays well
-/// within a quarter of a device pixel.
+/// within half the flatness tolerance: a quarter of a device pixel by default.
 struct Pen {
-  Pen(KFixed halfWidth, const KSoftMatrix3D& m);
+  /// `quality` is the flatness tolerance in device pixels, KStroker::GeoQuality.
+  Pen(KFixed halfWidth, const KSoftMatrix3D& m, KFixed quality);
 
   /// More than the steps of half a circle.
   static constexpr int kMostSteps = 512;
@@ -23,6 +24,9 @@ struct Pen {
   KFixed radius;
   /// Rotation by one step along a circle of this radius, 30 fraction bits.
   std::int32_t stepCos, stepSin;
+  /// By how much the points of such a polygon stand outside the circle to enclose the circle's own
+  /// area, as a part of the radius, 30 fraction bits.
+  std::int32_t bulge;
   /// Tangent of the angle by which a curve may turn in one piece, 16.16.
   std::int32_t turn;
   /// How far a curve may leave its chord, in user units with 32 fraction bits.

@@ -68,7 +68,7 @@ unsigned KStroker::Stroke(KVertex2D**& rings, const KSoftMatrix3D* m, bool onSta
   DashBudget counting(pattern);
   forEach([&](const Subpath& subpath) { most += RingsOf(counting.Take(subpath)); });
 
-  KIntercept k(Pen(halfWidth, *m), m, onStack ? stack : nullptr);
+  KIntercept k(Pen(halfWidth, *m, GeoQuality), m, onStack ? stack : nullptr);
   if (most == 0 || !k.AllocRings(most)) return 0;
   DashBudget drawing(pattern);
   forEach([&](const Subpath& subpath) {
