@@ -15,7 +15,6 @@ elseif(KALVORA_TARGET STREQUAL "armv6")
   set(triple arm-linux-gnueabi)
   set(flags "-march=armv6+fp -marm -mfloat-abi=softfp -mtune=arm1136jf-s")
   set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -cpu arm1136 -L ${KALVORA_SYSROOT})
-  set(CMAKE_CXX_STANDARD_LIBRARIES_INIT "-latomic")  # 64-bit atomics
 elseif(KALVORA_TARGET STREQUAL "aarch64")
   set(CMAKE_SYSTEM_PROCESSOR aarch64)
   set(triple aarch64-linux-gnu)

@@ -1,7 +1,7 @@
 // KFTFontContext: what the calling thread's cache has been doing.
-#include <atomic>
 #include <cstdio>
 
+#include <pthread.h>
 #include <sys/time.h>
 
 #include "kalvora/text/KFTCache.h"
@@ -11,6 +11,21 @@ namespace {
 
 void Store(int* to, std::int64_t value) {
   if (to) *to = static_cast<int>(value);
+}
+
+// Once a second in the process; true for one caller alone. A lock makes the time atomic: not every
+// processor we run on has 64-bit atomics.
+bool IsDumpDue() {
+  static pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+  static std::int64_t LastDumpTimeUs = 0;
+  timeval time;
+  gettimeofday(&time, nullptr);
+  const std::int64_t now = std::int64_t{time.tv_sec} * 1000000 + time.tv_usec;
+  pthread_mutex_lock(&mutex);
+  const bool due = now - LastDumpTimeUs > 1000000;
+  if (due) LastDumpTimeUs = now;
+  pthread_mutex_unlock(&mutex);
+  return due;
 }
 
 }  // namespace
@@ -45,13 +60,7 @@ void KFTFontContext::DumpFontCache() {
 }
 
 void KFTFontContext::DebugDumpStats() {
-  static std::atomic<std::int64_t> LastDumpTimeUs{0};
-  timeval time;
-  gettimeofday(&time, nullptr);
-  const std::int64_t now = std::int64_t{time.tv_sec} * 1000000 + time.tv_usec;
-  std::int64_t last = LastDumpTimeUs.load();
-  if (now - last <= 1000000 || !LastDumpTimeUs.compare_exchange_strong(last, now)) return;
-
+  if (!IsDumpDue()) return;
   int hits, misses, evictions, watermark, avgNonZero;
   const unsigned size = GetCacheSize();
   GetCacheStats(&hits, &misses, &evictions, &watermark, &avgNonZero);
