@@ -24,6 +24,8 @@ struct KFTCacheKey;
 /// Glyph masks come from a cache that all contexts of a thread share: 400 KB of masks, least
 /// recently used first to go. Masks from it hold their font files in memory until they go. Hinting
 /// is not part of what a mask is known by: masks made before SetGlobalAttribute switched it stay.
+/// The coverage in a mask is FreeType's, whose versions, and 32-bit and 64-bit builds, may differ
+/// by a level here and there; what is made of it is the same everywhere.
 ///
 /// Fallback fonts take on the size of the primary font whenever they are asked. A font that is the
 /// primary of one context and a fallback of another would change size at every turn and render its
