@@ -23,7 +23,7 @@ class Painter {
 
  private:
   // A drawing that repeats its elements more often than this is meant to exhaust its reader.
-  static constexpr unsigned kMaxElements = 500'000;
+  static constexpr unsigned kMaxElements = 200'000;
 
   // The layers and the clip that surround an element while it is drawn.
   struct Surround {
