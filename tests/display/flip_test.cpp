@@ -1,4 +1,6 @@
 // What one flip does: its system calls, the copies that keep back buffers current, the digits.
+#include <algorithm>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <vector>
@@ -176,6 +178,32 @@ TEST(Flip, OfSharedMemoryStaysOutOfTheSurface) {
     EXPECT_NE(second == rig.Surface().data(), buffers > 1);
     EXPECT_EQ(fb.Flip(true, nullptr), first);
     EXPECT_EQ(rig.Take() + rig.Take(Rig::kWorker), "");
+  }
+}
+
+/// Fails each call of some flips once: the frames that follow are shown all the same.
+TEST(Flip, SurvivesEveryFailedCall) {
+  for (unsigned buffers = 2; buffers <= 3; ++buffers) {
+    for (int n = 0;; ++n) {
+      SCOPED_TRACE(testing::Message() << buffers << " " << n);
+      Rig rig;
+      rig.clockOffsetUs = 60000000;
+      KLinuxFb fb;
+      void* buffer = fb.SetDisplay(KDisplayFramebuffer, 0, KFormat8888PM, buffers);
+      rig.FailCall(n);
+      for (int i = 0; i < 3; ++i) buffer = fb.Flip(true, nullptr);
+      const bool met = rig.Failed();
+      rig.FailCall(-1);
+      ASSERT_NE(buffer, nullptr);
+      std::memset(buffer, 0x55, 960);
+      fb.Flip(true, nullptr);
+      fb.Close();
+      const auto screen = rig.Screen();
+      EXPECT_EQ(std::count(screen.begin(), screen.end(), 0x55), 960);
+      EXPECT_EQ(rig.TakeLog(), "");
+      if (!met) break;
+      ASSERT_LT(n, 100);
+    }
   }
 }
 
