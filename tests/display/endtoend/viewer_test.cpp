@@ -130,7 +130,9 @@ TEST(Viewer, ShowsTheSurfaceLive) {
   Painted surface;
   surface.Paint(1);
   setenv("DISPLAY", name.c_str(), 1);
+  // No graphics driver: those keep threads and memory of their own.
   setenv("SDL_RENDER_DRIVER", "software", 1);
+  setenv("SDL_FRAMEBUFFER_ACCELERATION", "0", 1);
   setenv("ASAN_OPTIONS", "detect_leaks=0", 1);  // the window system's libraries keep memory
   Process viewer([] { execl(VIEWER, VIEWER, "--zoom", "2", nullptr); });
   EXPECT_TRUE(Eventually([&] { return Shows(window, 2, 1); }));
