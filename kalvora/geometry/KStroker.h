@@ -72,7 +72,7 @@ class KALVORA_API KStroker {
   /// starts anew at dashPhase (a signed 16.16 number; negative ones count backward); the dashes of
   /// a closed subpath join at its start. Dash lengths that are all zero, leave no gap, or have a
   /// negative one among them draw a solid line, and so does a subpath that they would cut into more
-  /// than 65536 dashes and gaps (or what comes after the first million in one stroke). `rings` and
+  /// than 65536 dashes and gaps (131072 in one stroke). `rings` and
   /// the rings come from the scratch stack or the C heap, as `onStack` says; release them with
   /// FreeStroke. 0 and null when there is nothing to fill (an empty path, a half width of 0 or
   /// less) or memory runs out; nothing stays allocated then.

@@ -25,7 +25,7 @@ class DashPattern {
   /// Subpaths with more boundaries, and those that would bring a stroke's total above
   /// kMostInStroke, are drawn solid.
   static constexpr std::uint32_t kMostBoundaries = 1 << 16;
-  static constexpr std::uint32_t kMostInStroke = 1 << 20;
+  static constexpr std::uint32_t kMostInStroke = 1 << 17;
 
  private:
   KDash start_;
