@@ -204,10 +204,10 @@ TEST(DrawText, LeavesOutWhatLiesOutside) {
     double x, y;
     bool clipped;
   };
-  // The line is almost 21 pixels high; "text" is taken to be almost 84 wide.
-  const Case cases[] = {{10, 50, false},  {10, -20, false}, {10, -22, true}, {10, 120, false},
-                        {10, 122, true},  {101, 50, true},  {99, 50, false}, {-85, 50, true},
-                        {-83, 50, false}, {30000, 50, true}};
+  // The line is 21 pixels high; "text" is taken to be 84 wide.
+  const Case cases[] = {{10, 50, false},  {10, -21, false}, {10, -22, true},  {10, 121, false},
+                        {10, 122, true},  {101, 50, true},  {100, 50, false}, {-85, 50, true},
+                        {-84, 50, false}, {30000, 50, true}};
   for (const Case& c : cases) {
     OnThread([&] {
       KFTFont font;
@@ -340,12 +340,16 @@ const std::u16string kLine = u"Wide text \u56FD";
 TEST(DrawText, ClipPathsWeighTheMasks) {
   Page page, clipped, inside;
   Paints paints;
-  const KSoftPath circle = Circle(90, 90, 40.5);
+  // A flat rhombus: from row to row its edges move by several pixels.
+  KSoftPath flat;
+  flat.MoveTo(P(-20.3, 92.2));
+  for (const KVertex2D corner : {P(95.7, 61.1), P(230, 90.6), P(105.2, 126.4)}) flat.LineTo(corner);
+  flat.Close();
   const KSoftPath all = Circle(110, 100, 800);
   for (Page* p : {&page, &clipped, &inside}) p->latin.SetFontSize(Px(37));
-  // Where the circle covers a pixel, and by how much.
+  // Where it covers a pixel, and by how much.
   Page coverage;
-  coverage.context.SetClipPath(&circle, KFillNonZero);
+  coverage.context.SetClipPath(&flat, KFillNonZero);
   coverage.context.DrawRectangle(P(0, 0), P(220, 200));
   for (const KSoftMatrix3D& m : {kTransforms[0], kTransforms[5], kTransforms[6]}) {
     for (int paint = 0; paint < Paints::kCount; ++paint) {
@@ -356,7 +360,7 @@ TEST(DrawText, ClipPathsWeighTheMasks) {
         p->context.SetTransform(m);
         paints.Set(p->context, paint, &hit[p == &page ? 0 : p == &clipped ? 1 : 2]);
       }
-      clipped.context.SetClipPath(&circle, KFillNonZero);
+      clipped.context.SetClipPath(&flat, KFillNonZero);
       inside.context.SetClipPath(&all, KFillEvenOdd);
       for (Page* p : {&page, &clipped, &inside}) p->Draw(kLine, P(-15, 100));
       EXPECT_EQ(hit[0], hit[1]);
@@ -377,7 +381,7 @@ TEST(DrawText, ClipPathsWeighTheMasks) {
       for (Page* p : {&page, &clipped}) {
         p->context.ResetClip();
         p->context.Clear(kBlack);
-        p->context.DrawPath(&circle);
+        p->context.DrawPath(&flat);
       }
       EXPECT_EQ(page, clipped);
     }

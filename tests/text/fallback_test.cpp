@@ -1,4 +1,5 @@
 // Fallback tables: what they say, who shares them, and how a font context uses them.
+#include <algorithm>
 #include <cstdlib>
 #include <map>
 #include <thread>
@@ -42,7 +43,12 @@ TEST(Fallback, TablesStayWithAFontAsLongAsTheyCan) {
                             {&empty, nullptr, &f.cjk},
                             {&empty}};
   for (const FontList& list : lists) {
+    const FreeTypeCalls calls;
     KFTFallback* table = KFTFallback::Instance(&list.array, nullptr);
+    const int looked = calls.lookups;
+    const auto loaded = std::count_if(list.fonts.begin(), list.fonts.end(),
+                                      [](const KFTFont* font) { return font && font->face; });
+    EXPECT_LE(looked, loaded * 0xFFFE);  // codes 0 and 65535 are not looked up
     const auto has = [&](unsigned font, unsigned code) {
       const KFTFont* from = list.fonts[font];
       return from && from->Exists(static_cast<unsigned short>(code));

@@ -1,10 +1,11 @@
 // Glyph masks and outlines, against FreeType asked directly; the cache's key and statistics.
-#include <cstring>
-#include <memory>
+#include <fstream>
+#include <iterator>
 
 #include <ft2build.h>
 #include <gtest/gtest.h>
 #include FT_OUTLINE_H
+#include <unistd.h>
 
 #include "kalvora/context/KSoftContext2D.h"
 #include "kalvora/support/KFlags.h"
@@ -171,6 +172,60 @@ TEST(Mask, SharedFacesShowEachContextItsOwnMatrix) {
   EXPECT_EQ(path.current, alone.current);
   turned.LoadChar(&path, 'B');
   EXPECT_NE(path.current, alone.current);
+}
+
+// A collection of two fonts: a header with the places of both, whose tables move along.
+std::string Collection(std::initializer_list<const char*> paths) {
+  const auto word = [](std::uint32_t v) {
+    return std::string{static_cast<char>(v >> 24), static_cast<char>(v >> 16),
+                       static_cast<char>(v >> 8), static_cast<char>(v)};
+  };
+  const auto count = static_cast<std::uint32_t>(paths.size());
+  std::string head = "ttcf" + word(0x10000) + word(count), fonts;
+  for (const char* path : paths) {
+    std::ifstream file(path, std::ios::binary);
+    std::string font{std::istreambuf_iterator<char>(file), {}};
+    const std::uint32_t base = 12 + 4 * count + static_cast<std::uint32_t>(fonts.size());
+    head += word(base);
+    for (int table = 0; table < font[5]; ++table) {
+      std::uint32_t place = 0;
+      const std::size_t at = 12 + 16 * static_cast<std::size_t>(table) + 8;
+      for (std::size_t i = 0; i < 4; ++i)
+        place = place << 8 | static_cast<unsigned char>(font[at + i]);
+      font.replace(at, 4, word(place + base));
+    }
+    font.resize((font.size() + 3) & ~std::size_t{3});
+    fonts += font;
+  }
+  return head + fonts;
+}
+
+TEST(Mask, CollectionsShowTheRightFace) {
+  char path[] = "/tmp/kalvora-collection-XXXXXX";
+  const int fd = mkstemp(path);
+  const std::string bytes = Collection({kLatin, kSerif});
+  ASSERT_EQ(write(fd, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+  OnThread([&] {
+    KFTFont sans, serif;
+    ASSERT_TRUE(sans.LoadFont(path, 0) && serif.LoadFont(path, 1));
+    EXPECT_EQ(sans.file, serif.file);
+    EXPECT_FALSE(KFTFont().LoadFont(path, 2));
+    KFTFontContext context;
+    for (int round = 0; round < 2; ++round) {
+      context.SetFont(&sans);
+      ExpectSame(Loaded(context, 'a'), Rendered(kLatin, 18, kIdentity, 'a'));
+      context.SetFont(&serif);
+      ExpectSame(Loaded(context, 'a'), Rendered(kSerif, 18, kIdentity, 'a'));
+      EXPECT_TRUE(sans.Exists(0x0628));
+      EXPECT_FALSE(serif.Exists(0x0628));
+    }
+    ASSERT_TRUE(sans.LoadFont(path, 1));  // another face, from the same mapping
+    EXPECT_FALSE(sans.Exists(0x0628));
+    context.SetFont(&sans);
+    ExpectSame(Loaded(context, 'a'), Rendered(kSerif, 18, kIdentity, 'a'));
+  });
+  close(fd);
+  unlink(path);
 }
 
 TEST(Mask, CountsHitsMissesAndReferences) {
