@@ -44,9 +44,9 @@ struct KLinuxFb::KFlipData {
 /// The thread holds the flip slot's lock from the moment a message wakes it until the frame is on
 /// screen; so the renderer, which takes that lock to post the next message, waits for the previous
 /// flip by taking it. The acknowledgement says that the flip has begun and that nobody writes to
-/// the finished buffer any more. No system call is made under the ack slot's lock, so whoever wants
-/// it gets it at once: under that lock the two agree, for every message, whether it is flipped by
-/// the thread or given up by the renderer. Giving up is for good.
+/// the finished buffer any more. Nobody calls the driver under the ack slot's lock, so whoever
+/// wants it gets it at once: under that lock the two agree, for every message, whether it is
+/// flipped by the thread or given up by the renderer. Giving up is for good.
 ///
 /// The thread is detached and deletes this object when it ends.
 class KFbThread {
