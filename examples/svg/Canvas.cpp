@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "examples/common/Error.h"
 #include "examples/svg/fixedpath.h"
@@ -17,7 +18,7 @@ namespace {
 // their own opacity: the drawing is meant to exhaust its reader.
 constexpr std::size_t kMaxLayers = 16;
 constexpr std::size_t kMaxStackedPixels = std::size_t{1} << 27;
-constexpr std::size_t kMaxLayerPixels = std::size_t{1} << 33;
+constexpr std::uint64_t kMaxLayerPixels = std::uint64_t{1} << 33;
 
 KColor32 ToColor32(Color c) {
   return {c.red, c.green, c.blue, static_cast<unsigned>(std::lround(c.alpha * 255))};

@@ -51,7 +51,7 @@ class Canvas {
   void DrawOutline(const Outline& outline);
 
   std::vector<std::unique_ptr<Layer>> layers_;
-  std::size_t layerPixels_ = 0;  // of all layers so far
+  std::uint64_t layerPixels_ = 0;  // of all layers so far
 };
 
 }  // namespace svg

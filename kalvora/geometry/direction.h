@@ -54,8 +54,8 @@ constexpr std::uint32_t Root(std::uint64_t v) {
 constexpr std::uint32_t InverseRoot(std::uint32_t m) {
   constexpr auto kFirst = [] {
     std::array<std::uint32_t, 48> table{};
-    for (std::uint64_t i = 0; i < table.size(); ++i) {
-      const std::uint64_t middle = (2 * (i + 16) + 1) << 57;
+    for (std::size_t i = 0; i < table.size(); ++i) {
+      const std::uint64_t middle = (2 * (std::uint64_t{i} + 16) + 1) << 57;
       table[i] = static_cast<std::uint32_t>((std::uint64_t{1} << 62) / Root(middle));
     }
     return table;
