@@ -99,6 +99,25 @@ inline constexpr std::int64_t kMostStepTurn = 22876;
 constexpr std::int64_t Dot(Span a, Span b) { return a.x * b.x + a.y * b.y; }
 constexpr std::int64_t Cross(Span a, Span b) { return a.x * b.y - a.y * b.x; }
 
+/// Mean height of a curve above its chord, to the left of it as seen on the screen: the area
+/// between them, a sum of products of the control points, over the chord's length.
+template <int ORDER>
+std::int64_t MeanHeight(const Bezier<ORDER>& piece) {
+  Span v[ORDER];
+  int shift = 0;
+  for (int i = 0; i < ORDER; ++i) {
+    v[i] = piece.p[i + 1] - piece.p[0];
+    shift = std::max(shift, ReducingShift(v[i]));
+  }
+  for (Span& s : v) s = {s.x >> shift, s.y >> shift};
+  const std::int64_t length = RoughLength(v[ORDER - 1]);
+  if (length == 0) return 0;
+  const std::int64_t area =
+      ORDER == 2 ? Cross(v[0], v[1]) / 3
+                 : (3 * (Cross(v[0], v[1]) + Cross(v[0], v[2])) + 6 * Cross(v[1], v[2])) / 20;
+  return area / length << shift;
+}
+
 /// Whether every control point lies so near to the chord that the curve stays within `flatness`.
 template <int ORDER>
 bool IsFlat(const Bezier<ORDER>& piece, std::int64_t flatness) {
@@ -186,7 +205,7 @@ template <int ORDER>
 int CourseOf(const Bezier<ORDER>& piece, const Pen& pen) {
   std::int64_t size = 0;
   for (int i = 0; i < ORDER; ++i) size += Bound(piece.Leg(i));
-  if (size <= pen.flatness) return 0;
+  if (size <= pen.flatness / 4) return 0;
   const std::int64_t steps = StepsOf(piece, pen);
   if (steps == 0) return IsOneStep(piece, pen) ? 1 : -1;
   return steps <= kMostSteps ? static_cast<int>(steps) : -1;

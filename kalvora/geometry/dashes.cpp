@@ -1,6 +1,8 @@
 // Dashes: the walk along a subpath that cuts it into pieces of the dash pattern.
 #include "kalvora/geometry/dashes.h"
 
+#include <algorithm>
+
 #include "kalvora/geometry/course.h"
 
 using namespace kalvora;
@@ -25,9 +27,9 @@ std::int64_t GetBezierLen(const Bezier<ORDER>& piece) {
 }
 
 /// The parameter, 30 fraction bits, at which a piece that turns little has gone `part` of its way:
-/// measured along the chord, along which it only runs forward.
+/// measured along the chord, along which it only runs forward, to `accuracy`.
 template <int ORDER>
-std::int64_t ParameterAt(const Bezier<ORDER>& piece, std::int64_t part) {
+std::int64_t ParameterAt(const Bezier<ORDER>& piece, std::int64_t part, std::int64_t accuracy) {
   const Span chord = piece.p[ORDER] - piece.p[0];
   const int shift = ReducingShift(chord);
   std::int64_t x[ORDER + 1];
@@ -38,7 +40,7 @@ std::int64_t ParameterAt(const Bezier<ORDER>& piece, std::int64_t part) {
   }
   const std::int64_t wanted = x[ORDER] * part >> Unit::kBits;
   std::int64_t t = 0;
-  for (std::int64_t step = Unit::kOne >> 1; step > Unit::kOne >> 22; step >>= 1) {
+  for (std::int64_t step = Unit::kOne >> 1; step > accuracy; step >>= 1) {
     std::int64_t y[ORDER + 1];
     for (int i = 0; i <= ORDER; ++i) y[i] = x[i];
     for (int n = ORDER; n > 0; --n) {
@@ -188,7 +190,8 @@ class CurveDasher {
     std::int64_t length = GetBezierLen(rest);
     while (!dash_.stopped && dash_.left < length) {
       Bezier<ORDER> head, tail;
-      rest.ReParam(head, tail, ParameterAt(rest, Ratio(dash_.left, length)));
+      const std::int64_t accuracy = Ratio(std::min(k_->pen.flatness >> 6, length), length);
+      rest.ReParam(head, tail, ParameterAt(rest, Ratio(dash_.left, length), accuracy));
       Draw(head);
       length -= dash_.left;
       stroker_.ComputeDash(k_, head.End(), tail.FirstLeg(), k_->matrix);

@@ -23,6 +23,23 @@ bool GoesOn(KVertex2D d, Span leg) {
   return ahead > 0 && Abs(Cross(unit, v)) <= ahead >> 7;
 }
 
+/// Reaches the sides of a point within a curve, so far outside that the polygon through such points
+/// leaves the curve as much on one side as on the other: by the mean height of the curve above its
+/// chord, and by s^2 / 12 of the pen's radius where the pen turns by s.
+void Swell(KIntercept* k, std::int64_t height) {
+  if (!k->pending || k->run.length > 0) {
+    k->Arrive();
+    return;
+  }
+  const KVertex2D d = k->run.direction, o = k->run.offset;
+  const std::int64_t turn = Cross(Wide(d), Wide(k->next.direction)) >> 16;
+  const auto swell = KFixed::FromRaw(static_cast<std::int32_t>((turn * turn >> 16) / 12));
+  const auto shift = KFixed::FromRaw(static_cast<std::int32_t>(height));
+  k->AddBoth(k->point + KVertex2D{d.y * shift, -d.x * shift},
+             o + KVertex2D{o.x * swell, o.y * swell});
+  k->pending = false;
+}
+
 /// Where the pen is wider than the curve's radius, its inner side runs backward: the pen's lines
 /// before and after the step cross at way / swing of the half width, and beyond the crossing they
 /// sweep a triangle the other way around. Walked once more than that, the triangle turns the same
@@ -57,9 +74,9 @@ void kalvora::Turn(KStroker& stroker, KIntercept* k, Span leg, bool smooth) {
 template <int ORDER>
 void kalvora::Glide(KStroker& stroker, KIntercept* k, const Bezier<ORDER>& piece) {
   Turn(stroker, k, piece.FirstLeg(), true);
-  k->Arrive();
   k->next = RunAlong(k->pen, piece.LastLeg(), false);
   const KVertex2D end = piece.End();
+  Swell(k, MeanHeight(piece) >> Bezier<ORDER>::kExtraBits);
   const Span ahead = Wide(k->next.direction);
   const std::int64_t way = Dot(Between(k->point, end), ahead);
   const std::int64_t swing = Dot(Between(k->run.offset, k->next.offset), ahead);

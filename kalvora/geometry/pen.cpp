@@ -75,7 +75,7 @@ Pen::Pen(KFixed halfWidth, const KSoftMatrix3D& m, KFixed quality)
   turn =
       static_cast<std::int32_t>(std::clamp<std::int64_t>(Root(squared), kLeastTurn, 2 * kMostTurn));
 
-  flatness = std::min((tolerance << 32) / (kCurvePart * stretch), kMostFlatness);
+  flatness = std::min(3 * (tolerance << 31) / (kCurvePart * stretch), kMostFlatness);
 }
 
 }  // namespace kalvora
