@@ -24,7 +24,7 @@ struct KALVORA_API KVertex2D {
 inline constexpr KVertex2D KVertex2D::Origin = {KFixed::FromRaw(0), KFixed::FromRaw(0)};
 
 /// A point or a vector in space, for KMatrix4D.
-struct KALVORA_API KVertex3D {
+struct KVertex3D {
   KFixed x;
   KFixed y;
   KFixed z;

@@ -15,7 +15,7 @@ struct Pt {
   Pt operator+(Pt b) const { return {x + b.x, y + b.y}; }
   Pt operator-(Pt b) const { return {x - b.x, y - b.y}; }
   Pt operator*(double s) const { return {x * s, y * s}; }
-  double Norm() const { return std::hypot(x, y); }
+  double Norm() const { return std::sqrt(x * x + y * y); }
   Pt Unit() const { return *this * (1 / Norm()); }
   Pt Right() const { return {-y, x}; }  // clockwise on the screen
 };
@@ -64,12 +64,23 @@ class IdealStroke {
   /// Some figure depends on a comparison that rounding may decide either way.
   bool ambiguous = false;
 
-  /// Whether p belongs to the stroke; with `perhaps`, whether it may.
-  bool Contains(Pt p, bool perhaps = false) const {
+  struct Figure;
+  using Figures = std::vector<const Figure*>;
+
+  /// The figures that a box touches: all that matter to the points in it.
+  Figures Near(Pt low, Pt high) const {
+    Figures near;
     for (const Figure& f : figures_) {
-      if (f.optional && !perhaps) continue;
-      if (p.x >= f.low.x && p.x <= f.high.x && p.y >= f.low.y && p.y <= f.high.y && f.Contains(p))
-        return true;
+      if (low.x <= f.high.x && high.x >= f.low.x && low.y <= f.high.y && high.y >= f.low.y)
+        near.push_back(&f);
+    }
+    return near;
+  }
+
+  /// Whether p belongs to one of the figures; with `perhaps`, whether it may.
+  static bool Contains(const Figures& figures, Pt p, bool perhaps) {
+    for (const Figure* f : figures) {
+      if ((perhaps || !f->optional) && f->Contains(p)) return true;
     }
     return false;
   }
@@ -97,7 +108,6 @@ class IdealStroke {
     }
   }
 
- private:
   /// A convex polygon, or the sector of a circle that lies clockwise of `a` and counter-clockwise
   /// of `b` and spans at most 180 degrees.
   struct Figure {
@@ -109,10 +119,11 @@ class IdealStroke {
 
     /// Points on the edge count, and what rounding puts a little outside.
     bool Contains(Pt p) const {
+      if (p.x < low.x || p.x > high.x || p.y < low.y || p.y > high.y) return false;
       if (polygon.empty()) {
         const Pt v = p - centre;
         const double slack = kSlack * radius;
-        return v.Norm() <= radius + kSlack && Cross(a, v) >= -slack && Cross(v, b) >= -slack;
+        return Cross(a, v) >= -slack && Cross(v, b) >= -slack && v.Norm() <= radius + kSlack;
       }
       bool left = true, right = true;
       for (std::size_t i = 0; i < polygon.size(); ++i) {
@@ -124,6 +135,8 @@ class IdealStroke {
       return left || right;
     }
   };
+
+ private:
   static constexpr double kSlack = 1e-3;
 
   void AddPolygon(std::vector<Pt> polygon) {
