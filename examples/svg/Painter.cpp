@@ -151,6 +151,7 @@ void Painter::Children(pugi::xml_node element, const State& state) {
 void Painter::Shape(pugi::xml_node element, const State& state) {
   const Style& style = state.style;
   if (!style.visible) return;
+  if (style.hasMarkers) notes_.Once("skipping markers");
   const Outline outline = ShapeOutline(element, state.scale);
   const Box bounds = outline.Bounds();
   const Ink fill = MakeInk(style.fill, style.fillOpacity, state, bounds);
@@ -190,6 +191,9 @@ Ink Painter::MakeInk(const Paint& paint, double opacity, const State& state, con
       // A box without area has no gradient.
       if (bounds.IsEmpty() || bounds.Width() <= 0 || bounds.Height() <= 0) ink.gradient.reset();
       ink.gradientToPixels = FromUnitSquare(bounds);
+    }
+    if (!ink.gradient && LocalName(document_.Find(paint.server)) == "pattern") {
+      notes_.Once("skipping patterns");
     }
     kind = paint.fallback;
   }
@@ -255,6 +259,7 @@ void Painter::Viewport(pugi::xml_node element, State state, const Rect& viewport
 // everything with a mask, is drawn on a layer.
 Painter::Surround Painter::Begin(pugi::xml_node element, State& state) {
   const Style& style = state.style;
+  if (style.filtered) notes_.Once("skipping filters");
   Surround surround;
   const pugi::xml_node mask = document_.Find(style.mask);
   surround.masked = mask && LocalName(mask) == "mask" && !IsActive(mask);

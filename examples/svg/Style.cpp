@@ -52,7 +52,7 @@ std::optional<bool> ParseVisible(std::string_view text) { return text == "visibl
 std::optional<bool> ParseOverflow(std::string_view text) {
   return text == "visible" || text == "auto";
 }
-std::optional<bool> ParseDisplay(std::string_view text) { return text != "none"; }
+std::optional<bool> ParseNotNone(std::string_view text) { return text != "none"; }
 
 std::optional<LineCap> ParseCap(std::string_view text) {
   if (text == "butt") return LineCap::Butt;
@@ -146,11 +146,16 @@ constexpr Property kProperties[] = {
     Make<&Style::clipPath, ParseIdOrNone>("clip-path"),
     Make<&Style::clipEvenOdd, ParseEvenOdd>("clip-rule"),
     {"color", SetColor, Inherit<&Style::color>},
-    Make<&Style::displayed, ParseDisplay>("display"),
+    Make<&Style::displayed, ParseNotNone>("display"),
     Make<&Style::fill, ParsePaint>("fill"),
     Make<&Style::fillOpacity, ParseOpacity>("fill-opacity"),
     Make<&Style::fillEvenOdd, ParseEvenOdd>("fill-rule"),
+    Make<&Style::filtered, ParseNotNone>("filter"),
     {"font-size", SetFontSize, Inherit<&Style::fontSize>},
+    Make<&Style::hasMarkers, ParseNotNone>("marker"),
+    Make<&Style::hasMarkers, ParseNotNone>("marker-end"),
+    Make<&Style::hasMarkers, ParseNotNone>("marker-mid"),
+    Make<&Style::hasMarkers, ParseNotNone>("marker-start"),
     Make<&Style::mask, ParseIdOrNone>("mask"),
     Make<&Style::opacity, ParseOpacity>("opacity"),
     Make<&Style::overflowVisible, ParseOverflow>("overflow"),
@@ -177,6 +182,7 @@ Style Style::ForChild() const {
   child.overflowVisible = initial.overflowVisible;
   child.clipPath.clear();
   child.mask.clear();
+  child.filtered = initial.filtered;
   child.stopColor = initial.stopColor;
   child.stopCurrentColor = initial.stopCurrentColor;
   child.stopOpacity = initial.stopOpacity;

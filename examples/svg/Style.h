@@ -41,13 +41,15 @@ struct Style {
   std::vector<Length> dashes;
   Length dashOffset;
   double fontSize = 16;
+  bool hasMarkers = false;  ///< which are not drawn
 
   // Of the element alone.
   double opacity = 1;
   bool displayed = true;
   bool overflowVisible = false;
-  std::string clipPath;  ///< id
-  std::string mask;      ///< id
+  std::string clipPath;   ///< id
+  std::string mask;       ///< id
+  bool filtered = false;  ///< by a filter, which is not applied
   Color stopColor;
   bool stopCurrentColor = false;
   double stopOpacity = 1;

@@ -361,11 +361,16 @@ TEST_F(Program, SizesAndFormats) {
   EXPECT_EQ(Draw("", "--background '#12345680'").At(0, 0).substr(6), "80");
 }
 
-TEST_F(Program, NamesUnknownElementsOnce) {
-  Draw("<blink/><blink/><marquee/><inkscape:grid/><metadata><x/></metadata><title>t</title>");
+TEST_F(Program, NamesWhatItSkipsOnce) {
+  Draw("<blink/><blink/><marquee/><inkscape:grid/><metadata><x/></metadata><title>t</title>"
+       "<pattern id='p'/><rect width='1' height='1' fill='url(#p) red' filter='none'/>"
+       "<path d='M0 0H1' marker-end='url(#m)' style='filter: blur(1px)'/>");
   EXPECT_EQ(said_,
             "kalvora-svg: in.svg: skipping <blink>\n"
-            "kalvora-svg: in.svg: skipping <marquee>\n");
+            "kalvora-svg: in.svg: skipping <marquee>\n"
+            "kalvora-svg: in.svg: skipping patterns\n"
+            "kalvora-svg: in.svg: skipping filters\n"
+            "kalvora-svg: in.svg: skipping markers\n");
 }
 
 TEST_F(Program, BrokenFilesLeaveNothingBehind) {
