@@ -7,12 +7,13 @@
 
 #include "kalvora/display/KLinuxFb.h"
 #include "kalvora/paint/KStrips.h"
+#include "kalvora/raster/KStack.h"
 #include "kalvora/raster/KStyleContext2D.h"
 
 std::uint64_t KSoftContext2D::Id = 0;
 
-KSoftContext2D::KSoftContext2D(KBackend, unsigned)
-    : mStyle(new (std::nothrow) KStyleContext2D), mFb(new (std::nothrow) KLinuxFb) {
+KSoftContext2D::KSoftContext2D(KBackend, unsigned) {
+  NeedParts();
   mTarget.SetQuality(KSamplingBilinear);
   SetClipPath(nullptr, KFillNonZero);
 }
@@ -24,7 +25,16 @@ KSoftContext2D::~KSoftContext2D() {
   delete mFb;
 }
 
+// What there was no memory for is made with the next bind.
+bool KSoftContext2D::NeedParts() {
+  if (!mStyle) mStyle = new (std::nothrow) KStyleContext2D;
+  if (!mFb) mFb = new (std::nothrow) KLinuxFb;
+  if (!stack) stack = new (std::nothrow) KStack;
+  return mStyle && mFb && stack;
+}
+
 bool KSoftContext2D::RenderToTexture(KSoftPixmap* pixmap) {
+  const bool complete = NeedParts();
   if (mFb) mFb->Close();
   if (!pixmap) {
     UnbindTarget();
@@ -41,7 +51,7 @@ bool KSoftContext2D::RenderToTexture(KSoftPixmap* pixmap) {
   if (!BindStrips(mTarget.format)) return false;
   const bool bound = NewLineBuffer(mTarget.width);
   ResetState();
-  return bound;
+  return bound && complete;
 }
 
 // Format 1 and values that are no format at all keep whatever fillers the context had.

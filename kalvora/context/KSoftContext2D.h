@@ -171,6 +171,7 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   static std::uint64_t Id;  ///< zero at load time
 
  private:
+  bool NeedParts();
   bool BindStrips(KFormat format);
   bool NewLineBuffer(unsigned width);
   bool NewDisplayLineBuffer();
@@ -199,8 +200,8 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   KFillRule mFillRule = KFillNonZero;
   KPaint mFill;
   KPaint mStroke;
-  KStyleContext2D* mStyle;
-  KLinuxFb* mFb;
+  KStyleContext2D* mStyle = nullptr;
+  KLinuxFb* mFb = nullptr;
   bool mRectAntiAlias = true;
 };
 

@@ -35,7 +35,11 @@ void KSoftContext2D::SetClipPath(const KSoftPath* path, KFillRule rule) {
   const KSoftMatrix3D identity;
   mClipPolyCount = FlattenPath(mClipPolys, path, &identity, false);
   mClipRule = rule;
-  mClipNodeCount = GetMergePts(mClipNodes, mClipPolys, mClipPolyCount, nullptr);
+  // A clip path that there is no memory for lets nothing through.
+  if (mClipPolyCount == 0) mClipPolyCount = path->subpathCount;
+  if (mClipPolys) {
+    mClipNodeCount = GetMergePts(mClipNodes, mClipPolys, mClipPolyCount, nullptr);
+  }
 }
 
 void KSoftContext2D::ResetClip() {

@@ -6,7 +6,7 @@
 
 bool KSoftContext2D::SetDisplay(KDisplay display, unsigned index, KFormat format,
                                 unsigned buffers) {
-  if (!mFb) return false;
+  if (!NeedParts()) return false;
   const bool onDisplay = mFb->DisplayKind() != KDisplayNone;
   void* const pixels = mFb->SetDisplay(display, index, format, buffers);
   if (!pixels) {

@@ -18,11 +18,7 @@ class NodeList {
   explicit NodeList(KStack* stack) : stack_(stack) { Resize(kFirstCapacity); }
 
   bool Append(const KVertex2D* vertex) {
-    // The capacity quadruples the first time and doubles from then on.
-    if (count_ == capacity_ &&
-        !Resize(capacity_ == kFirstCapacity ? 4 * capacity_ : 2 * capacity_)) {
-      return false;
-    }
+    if (count_ == capacity_ && !Grow()) return false;
     nodes_[count_] = {vertex, count_};
     ++count_;
     return true;
@@ -58,6 +54,13 @@ class NodeList {
   unsigned Count() const { return count_; }
 
  private:
+  // The capacity quadruples the first time and doubles from then on. There is none yet when the
+  // first room was refused.
+  bool Grow() {
+    if (capacity_ == 0) return Resize(kFirstCapacity);
+    return Resize(capacity_ == kFirstCapacity ? 4 * capacity_ : 2 * capacity_);
+  }
+
   bool Resize(unsigned capacity) {
     if (capacity > UINT32_MAX / sizeof(KMergeNode)) return false;
     const auto bytes = static_cast<unsigned>(capacity * sizeof(KMergeNode));

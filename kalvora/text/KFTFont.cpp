@@ -87,7 +87,11 @@ void KFTFont::SetFontSize(KFixed newSize) {
   if (!face || newSize == size) return;
   size = newSize;
   const FT_F26Dot6 charSize = CharSize(size);
-  FT_Set_Char_Size(face, charSize, charSize, 0, 0);
+  // A face that could not be set is of no size: the next call tries again.
+  if (FT_Set_Char_Size(face, charSize, charSize, 0, 0) == FT_Err_Out_Of_Memory) {
+    size = kalvora::kZero;
+    return;
+  }
   height = FromF26Dot6(face->size->metrics.height);
 }
 

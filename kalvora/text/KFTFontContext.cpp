@@ -19,7 +19,14 @@ constexpr FT_Matrix kIdentity = {0x10000, 0, 0, 0x10000};
 
 }  // namespace
 
-KFTFontContext::KFTFontContext() : matrix(new (std::nothrow) FT_Matrix(kIdentity)) {
+// Made by whoever needs it first, when there was no memory for it before.
+bool KFTFontContext::NeedMatrix() {
+  if (!matrix) matrix = new (std::nothrow) FT_Matrix(kIdentity);
+  return matrix;
+}
+
+KFTFontContext::KFTFontContext() {
+  NeedMatrix();
   KFTLib::Thread();
   KFTCache::Thread();
 }
@@ -54,6 +61,7 @@ void KFTFontContext::SetFallbackFonts(const KArray<KFTFont*>* fonts,
   if (chosen != fallback) KFTFallback::Release(fallback);
   fallbackFonts = list;
   fallback = chosen;
+  fallbackLost = !chosen && fonts && fonts->count > 0 && fonts->data;
 }
 
 KFTFont* KFTFontContext::GetFallback(unsigned short ch) const {
@@ -66,7 +74,7 @@ KFTFont* KFTFontContext::GetFallback(unsigned short ch) const {
 // Transform and measures --------------------------------------------------------------------------
 
 void KFTFontContext::SetTransform(const KSoftMatrix3D* m) {
-  if (!IsLoaded(font) || !matrix) return;
+  if (!IsLoaded(font) || !NeedMatrix()) return;
   *matrix = kIdentity;
   if (m) {
     KFixed a, b, c, d, e, f, g, h, i;

@@ -39,7 +39,7 @@ class KALVORA_API KFTFontContext {
   KFTFont* fallbackFont = nullptr;  ///< overrides the list when not null
   KArray<KFTFont*> fallbackFonts;   ///< the list; an array of its own
   KFTFallback* fallback = nullptr;  ///< says who of the list supplies what; one reference held
-  FT_Matrix_* matrix;               ///< the glyph matrix, owned; the identity at first
+  FT_Matrix_* matrix = nullptr;     ///< the glyph matrix, owned; the identity at first
 
   KFTFontContext();
   ~KFTFontContext();
@@ -51,7 +51,8 @@ class KALVORA_API KFTFontContext {
   /// The fonts to look in for what the primary lacks, best first, and code ranges that are always
   /// taken from one of them. Copies both; null or empty `fonts` ends the fallback. The first use of
   /// a combination of files and ranges looks up all 16-bit codes in them, later ones share the
-  /// result.
+  /// result. When memory runs out, characters that the primary lacks are not drawn until the next
+  /// call.
   void SetFallbackFonts(const KArray<KFTFont*>* fonts, const KArray<KFTFontRange>* ranges);
   /// The font to look in for `ch` when the primary lacks it, or null.
   KFTFont* GetFallback(unsigned short ch) const;
@@ -110,9 +111,12 @@ class KALVORA_API KFTFontContext {
                  const KSoftMatrix3D& m) const;
 
  private:
+  bool NeedMatrix();
   KFTCacheKey KeyOf(const KFTFont* from, std::uint32_t ch) const;
   KFTCacheData* FindMissed(KFTCache* cache, std::uint32_t ch);
   KFTCacheData* Render(KFTCache* cache, const KFTFont* from, std::uint32_t index);
+
+  bool fallbackLost = false;  // there was no memory for the fallback fonts
 };
 
 #endif

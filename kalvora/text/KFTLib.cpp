@@ -1,21 +1,52 @@
 // KFTLib: the start and the end of a thread's FreeType library.
 #include "kalvora/text/KFTLib.h"
 
+#include <cstdlib>
 #include <new>
 
 #include "kalvora/text/KFTFont.h"
 #include "kalvora/text/ft.h"
+
+#include FT_MODULE_H
 
 constinit KTlsItem<KFTLib> KFTLib::TlsLib{
     [](void* lib) { TlsLibDestructor(static_cast<KFTLib*>(lib)); }};
 
 static KTlsOwner<KFTLib> owner{KFTLib::TlsLib};
 
+namespace {
+
+void* Checked(FT_Memory memory, void* p) {
+  if (!p) static_cast<KFTLib*>(memory->user)->ranOut = true;
+  return p;
+}
+
+void* Alloc(FT_Memory memory, long size) {
+  return Checked(memory, std::malloc(static_cast<std::size_t>(size)));
+}
+void* ReAlloc(FT_Memory memory, long, long size, void* p) {
+  return Checked(memory, std::realloc(p, static_cast<std::size_t>(size)));
+}
+void Free(FT_Memory, void* p) { std::free(p); }
+
+}  // namespace
+
+KFTLib::KFTLib() : memory{this, Alloc, Free, ReAlloc} {}
+
+// What FT_Init_FreeType does, but for one thing: a library that lacks modules, because there was no
+// memory for them, would refuse fonts for good.
+bool KFTLib::Start() {
+  if (FT_New_Library(&memory, &library) != 0) return false;
+  FT_Add_Default_Modules(library);
+  FT_Set_Default_Properties(library);
+  return !ranOut;
+}
+
 KFTLib* KFTLib::Thread() {
   if (KFTLib* lib = TlsLib.Get()) return lib;
   auto* lib = new (std::nothrow) KFTLib;
   if (!lib) return nullptr;
-  if (FT_Init_FreeType(&lib->library) == 0 && TlsLib.Set(lib)) return lib;
+  if (lib->Start() && TlsLib.Set(lib)) return lib;
   TlsLibDestructor(lib);
   return nullptr;
 }
@@ -24,6 +55,6 @@ void KFTLib::TlsLibDestructor(KFTLib* lib) {
   if (!lib) return;
   // Fonts may outlive their thread: the library takes its faces along, so no font may keep one.
   while (lib->fonts) lib->fonts->Release(nullptr);
-  if (lib->library) FT_Done_FreeType(lib->library);
+  if (lib->library) FT_Done_Library(lib->library);
   delete lib;
 }

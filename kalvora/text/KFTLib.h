@@ -2,6 +2,9 @@
 #ifndef KALVORA_TEXT_KFTLIB_H
 #define KALVORA_TEXT_KFTLIB_H
 
+#include <ft2build.h>
+#include FT_SYSTEM_H
+
 #include "kalvora/text/KTlsItem.h"
 
 class KFTFont;
@@ -11,6 +14,10 @@ struct FT_LibraryRec_;
 struct KFTLib {
   FT_LibraryRec_* library = nullptr;
   KFTFont* fonts = nullptr;  ///< every font that holds a file of this thread
+  FT_MemoryRec_ memory;      ///< the C heap, as FreeType wants it
+  bool ranOut = false;       ///< whether it has ever failed to give memory
+
+  KFTLib();
 
   /// The calling thread's library, made on demand; null when that fails.
   static KFTLib* Thread();
@@ -18,6 +25,9 @@ struct KFTLib {
   static void TlsLibDestructor(KFTLib* lib);
 
   static KTlsItem<KFTLib> TlsLib;
+
+ private:
+  bool Start();
 };
 
 #endif

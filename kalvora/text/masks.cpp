@@ -42,7 +42,7 @@ KFTCacheKey KFTFontContext::KeyOf(const KFTFont* from, std::uint32_t ch) const {
 
 KSoftPixmap* KFTFontContext::LoadMask(KVertex2D* origin, KVertex2D* advance, int ch) {
   KFTCache* cache = KFTCache::Thread();
-  if (!cache || !IsLoaded(font) || !matrix || !origin || !advance) return nullptr;
+  if (!cache || !IsLoaded(font) || !NeedMatrix() || !origin || !advance) return nullptr;
   const auto code = static_cast<std::uint32_t>(ch);
   KFTCacheData* data = cache->Find(KeyOf(font, code));
   if (!data) data = FindMissed(cache, code);
@@ -58,9 +58,12 @@ KFTCacheData* KFTFontContext::FindMissed(KFTCache* cache, std::uint32_t ch) {
   KFTCacheKey key = KeyOf(font, ch);
   std::uint32_t index = 0;
   if (!font->GlyphIndex(ch, index)) return nullptr;
+  // The cache must not learn a box for what a fallback font would have shown.
+  if (index == 0 && fallbackLost && !fallbackFont) return nullptr;
   KFTFont* other = index == 0 ? GetFallback(static_cast<unsigned short>(ch)) : nullptr;
   if (IsLoaded(other)) {
     other->SetFontSize(font->size);
+    if (other->size != font->size) return nullptr;
     key = KeyOf(other, ch);
     if (KFTCacheData* data = cache->Find(key)) return data;
     if (!other->GlyphIndex(ch, index)) return nullptr;

@@ -1,0 +1,32 @@
+// World: a context with fonts and a picture to draw into, and scenes that touch every subsystem.
+#ifndef KALVORA_TESTS_FAULTS_WORLD_H
+#define KALVORA_TESTS_FAULTS_WORLD_H
+
+#include "kalvora/kalvora.h"
+
+/// Everything that a scene draws with. Making one and drawing allocates, and may fail.
+struct World {
+  static constexpr unsigned kWidth = 96, kHeight = 80;
+  static constexpr unsigned kBytes = kWidth * kHeight * 4;
+
+  KSoftContext2D context;
+  KSoftPixmap target;
+  KFTFont latin, serif, symbols;
+
+  /// `pixels` has kBytes.
+  explicit World(void* pixels) { target.Create(kWidth, kHeight, KFormat8888PM, pixels); }
+  /// Binds, clears, draws and ends a frame, whatever fails on the way.
+  void Draw(void (*scene)(World&));
+  void LoadFonts();
+};
+
+struct Scene {
+  const char* name;
+  void (*draw)(World&);
+  bool warmFonts = false;  ///< the fonts are loaded before anything fails
+};
+
+/// Each is a small picture, so that the allocations of one are few.
+extern const Scene kScenes[15];
+
+#endif

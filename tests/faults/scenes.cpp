@@ -1,0 +1,273 @@
+// Scenes: small pictures by every subsystem.
+#include <cstring>
+#include <iterator>
+
+#include "tests/faults/World.h"
+
+namespace {
+
+KFixed F(double v) { return KFixed(static_cast<float>(v)); }
+KVertex2D P(double x, double y) { return {F(x), F(y)}; }
+
+constexpr KColor32 kInk{20, 60, 140, 200};
+
+// A comb of so many teeth that merge nodes and active edges outgrow their first room.
+void AddComb(KSoftPath& path, unsigned teeth) {
+  KVertex2D points[800];
+  for (unsigned i = 0; i < 2 * teeth; ++i) {
+    points[i] = P(48.0 * (i + 1) / teeth, i % 2 == 0 ? 5 + i % 7 : 70 + i % 5);
+  }
+  path.MoveTo(P(0, 79));
+  path.BezierTo(1, points, 2 * teeth);
+  path.Close();
+}
+
+void AddLeaf(KSoftPath& path) {
+  path.MoveTo(P(10, 40));
+  path.CubicTo(P(30, -20), P(70, 100), P(86, 40));
+  path.QuadTo(P(50, 90), P(10, 40));
+  path.Close();
+  path.MoveTo(P(48, 20));
+  path.ArcTo(P(48, 20), P(48, 40), P(20, 20), true);
+  path.Close();
+}
+
+void MakeTile(KSoftPixmap& tile) {
+  tile.Create(9, 7, KFormat8888PM);
+  for (unsigned i = 0; tile.pixels && i < 63; ++i) {
+    tile.Row32(i / 9)[i % 9] = 0xFF000000 | i * 0x3A7F1u;
+  }
+}
+
+void Polygons(World& w) {
+  const KVertex2D star[] = {P(48, 2), P(70, 75), P(5, 30), P(90, 30), P(25, 75)};
+  w.context.SetFillColor(kInk);
+  w.context.DrawPolygon(star, 5, true);
+  w.context.SetFillRule(KFillEvenOdd);
+  w.context.SetFillOpacity(100);
+  w.context.DrawPolygon(star, 5, true);
+}
+
+void Paths(World& w) {
+  KSoftPath* path = w.context.CreatePath();
+  if (!path) return;
+  AddComb(*path, 300);
+  w.context.SetFillRule(KFillEvenOdd);
+  w.context.DrawPath(path);
+  KSoftMatrix3D m;
+  m.Rotate(F(20));
+  KSoftPath copy = *path, turned;
+  copy.Transform(&turned, &m);
+  w.context.SetFillColor({200, 0, 0, 90});
+  w.context.DrawPath(&turned);
+  w.context.DestroyPath(path);
+}
+
+void ClipPaths(World& w) {
+  KSoftPath leaf, comb;
+  AddLeaf(leaf);
+  AddComb(comb, 40);
+  w.context.SetClipPath(&leaf, KFillEvenOdd);
+  w.context.SetFillColor(kInk);
+  w.context.DrawRectangle(P(3, 3), P(90, 70));
+  w.context.SetClipPath(&comb, KFillNonZero);
+  w.context.SetFillColor({250, 90, 0, 255});
+  w.context.DrawPath(&leaf);
+  w.context.ResetClip();
+}
+
+void Strokes(World& w) {
+  KSoftPath leaf;
+  AddLeaf(leaf);
+  const KFixed dashes[] = {F(7), F(3), F(1), F(3)};
+  w.context.SetNoFill();
+  w.context.SetStrokeColor(kInk);
+  w.context.SetLineWidth(F(9));
+  w.context.SetJoin(kRoundJoin);
+  w.context.DrawPath(&leaf);
+  w.context.SetLineWidth(F(2.5));
+  w.context.SetStrokeColor({0, 0, 0, 255});
+  w.context.SetCaps(kRoundCap, kSquareCap);
+  w.context.SetDashes(dashes, 4, F(2));
+  w.context.DrawPath(&leaf);
+  const KVertex2D zigzag[] = {P(5, 5), P(90, 20), P(5, 60), P(90, 75)};
+  w.context.DrawPolygon(zigzag, 4, false);
+  w.context.SetDashes(nullptr, 0, F(0));
+  w.context.DrawLine(P(0, 0), P(96, 80));
+}
+
+void Shapes(World& w) {
+  w.context.SetStrokeColor({0, 0, 0, 255});
+  w.context.SetFillColor(kInk);
+  w.context.DrawRectangle(P(5.5, 5.5), P(40, 30));
+  w.context.DrawRectangle(P(50, 5.5), P(90, 30), P(8, 4));
+  w.context.DrawEllipticalRect(P(25, 55), P(20, 15), P(9, 15));
+  w.context.DrawArc(P(70, 55), P(20, 18), F(20), F(250));
+}
+
+// Weighed by an opacity and stretched: the stops are copied for the draw.
+void Gradients(World& w) {
+  const KColorStop stops[] = {
+      {F(0), {255, 0, 0, 255}}, {F(0.4), {0, 255, 0, 120}}, {F(1), {0, 0, 255, 255}}};
+  KSoftMatrix3D skewed;
+  skewed.Set(F(1.5), F(0.2), F(0.4), F(1), F(3), F(0));
+  KSoftColorRamp linear, radial, turned;
+  linear.SetLinear(P(0, 0), P(60, 40), stops, 3, KSpreadRepeat);
+  radial.SetRadial(P(40, 30), F(25), stops, 3, KSpreadRepeat);
+  turned.SetRadial(P(30, 40), F(20), skewed, stops, 2);
+  const auto band = [&](double y) { w.context.DrawRectangle(P(3, y), P(93, y + 18.5)); };
+  w.context.SetFillLGrad(&linear);
+  w.context.SetFillOpacity(90);
+  band(0);
+  w.context.SetFillOpacity(256);
+  w.context.SetFillRGrad(&radial);
+  band(20);
+  w.context.SetFillOpacity(150);
+  w.context.SetFillRGrad(&turned);
+  band(40);
+  w.context.SetStrokeLGrad(&linear);
+  w.context.SetStrokeOpacity(200);
+  w.context.SetLineWidth(F(6));
+  w.context.DrawLine(P(5, 70), P(90, 65));
+}
+
+void Patterns(World& w) {
+  KSoftPixmap tile;
+  MakeTile(tile);
+  tile.transform.Rotate(F(30));
+  w.context.SetFillPixmap(&tile);
+  for (int rule = 0; rule < 4; ++rule) {
+    tile.repeatRule = static_cast<KRepeatRule>(rule);
+    w.context.DrawRectangle(P(24 * rule + 1, 4), P(24 * rule + 23, 76), P(5, 5));
+  }
+}
+
+void Pixmaps(World& w) {
+  KSoftPixmap tile, part;
+  MakeTile(tile);
+  w.context.DrawPixmap(&tile, P(2, 2), P(40, 38));
+  w.context.Transform().Rotate(F(15));
+  tile.SetQuality(KSamplingBicubic);
+  w.context.DrawPixmap(&tile, P(50, 2), P(88, 30));
+  w.context.DrawSubPixmap(&tile, P(40, 20), P(80, 60), P(1, 2), P(6, 6));
+  w.context.Transform().Identity();
+  std::uint32_t words[63];
+  if (!tile.pixels) return;
+  tile.Get(words);
+  part.Create(9, 7, KFormat8888PM);
+  part.Set(KFormat0888PM, words, 0u, false);
+  w.context.DrawPixmap(&part, P(2, 44), P(40, 78));
+}
+
+void Masks(World& w) {
+  KSoftPixmap mask, colored;
+  KSoftPath leaf;
+  AddLeaf(leaf);
+  mask.Create(50, 40, KFormatMask8);
+  if (mask.pixels) std::memset(mask.pixels, 150, std::size_t{mask.stride} * mask.height);
+  w.context.SetFillColor({0, 120, 60, 255});
+  w.context.DrawAlphaMask(&mask, 3, 3, 53, 43);
+  w.context.SetClipPath(&leaf, KFillEvenOdd);
+  w.context.DrawAlphaMask(&mask, 40, 20, 90, 60);
+  w.context.ResetClip();
+  if (!mask.pixels) return;
+  colored.CreateFromAlphaMask(KFormat8888PM, 50, 40, {90, 0, 90, 255}, mask.pixels, mask.stride);
+  w.context.DrawPixmap(&colored, P(2, 50), P(52, 78));
+}
+
+void Filters(World& w) {
+  KSoftPixmap tile, small;
+  MakeTile(tile);
+  small.Create(4, 3, KFormat8888PM);
+  if (small.pixels) std::memset(small.pixels, 0, 48);
+  KFilters::DownSample(&small, &tile);
+  w.context.DrawPixmap(&small, P(0, 0), P(96, 80));
+}
+
+// A picture that another context draws.
+void Offscreen(World& w) {
+  KSoftPixmap picture;
+  picture.Create(40, 30, KFormat0888PM);
+  KSoftContext2D other;
+  if (!other.RenderToTexture(&picture)) return;
+  other.Clear({250, 240, 200, 255});
+  other.SetFillColor(kInk);
+  other.DrawEllipticalRect(P(20, 15), P(18, 12), P(18, 12));
+  other.Flip();
+  w.context.DrawPixmap(&picture, P(8, 8), P(88, 72));
+}
+
+// The context moves to another target and back, and makes room for frame times.
+void Rebind(World& w) {
+  KSoftPixmap wide;
+  wide.Create(300, 20, KFormat0888PM);
+  w.context.SetAttribute(2, 40);
+  w.context.RenderToTexture(&wide);
+  w.context.Clear({0, 0, 0, 255});
+  w.context.DrawArc(P(150, 10), P(140, 9), F(0), F(360));
+  w.context.RenderToTexture(&w.target);
+  w.context.DrawArc(P(48, 40), P(40, 30), F(10), F(300));
+}
+
+template <std::size_t N>
+void Write(World& w, const char16_t (&text)[N], double x, double y) {
+  w.context.DrawText(reinterpret_cast<const unsigned short*>(text), N - 1, P(x, y));
+}
+
+void Glyphs(World& w) {
+  w.LoadFonts();
+  w.latin.SetFontSize(F(24));
+  w.context.SetFont(&w.latin);
+  Write(w, u"Ag\u00E9", 2, 25);
+  w.context.Transform().Rotate(F(20));
+  Write(w, u"Ag", 20, 50);
+}
+
+void Outlines(World& w) {
+  constexpr char16_t kText[] = u"R\u00E9&";
+  const auto* text = reinterpret_cast<const unsigned short*>(kText);
+  w.LoadFonts();
+  w.serif.SetFontSize(F(40));
+  w.context.SetFont(&w.serif);
+  w.context.DrawTextWithPaths(text, 3, P(2, 40), nullptr);
+  KRect bound{};
+  w.serif.GetBound(bound, text, 3);
+  w.context.DrawRectangle(P(2, 60), P(2 + bound.right, 64));
+}
+
+void Fallbacks(World& w) {
+  w.LoadFonts();
+  w.serif.SetFontSize(F(22));
+  KFTFont* list[] = {&w.latin, &w.symbols};
+  KFTFontRange ranges[] = {{0x2700, 0x27BF, 1, 0}};
+  const KArray<KFTFont*> fonts = {2, list};
+  const KArray<KFTFontRange> forced = {1, ranges};
+  w.context.SetFont(&w.serif);
+  w.context.SetFallbackFonts(&fonts, &forced);
+  Write(w, u"a\u2705\u05D0\uE123", 0, 30);  // symbols, latin, nobody
+  w.context.SetFallbackFonts(nullptr, nullptr);
+}
+
+}  // namespace
+
+const Scene kScenes[15] = {
+    {"polygons", Polygons},   {"paths", Paths},         {"clip paths", ClipPaths},
+    {"strokes", Strokes},     {"shapes", Shapes},       {"gradients", Gradients},
+    {"patterns", Patterns},   {"pixmaps", Pixmaps},     {"masks", Masks},
+    {"filters", Filters},     {"offscreen", Offscreen}, {"rebind", Rebind},
+    {"glyphs", Glyphs, true}, {"outlines", Outlines},   {"fallbacks", Fallbacks, true},
+};
+
+void World::Draw(void (*scene)(World&)) {
+  context.RenderToTexture(&target);
+  context.Clear({230, 235, 240, 255});
+  scene(*this);
+  context.Flip();
+}
+
+// Debian packages fonts-dejavu-core and fonts-symbola.
+void World::LoadFonts() {
+  latin.LoadFont("/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf", 0);
+  serif.LoadFont("/usr/share/fonts/truetype/dejavu/DejaVuSerif.ttf", 0);
+  symbols.LoadFont("/usr/share/fonts/truetype/ancient-scripts/Symbola_hint.ttf", 0);
+}
