@@ -65,6 +65,7 @@ KRect Dashboard::Draw(unsigned n) {
 void Dashboard::DrawInstrument(int which, unsigned n) {
   const Area& area = kPlaces[which].area;
   const double t = n / 60.0;
+  sheet.Use(kits[which]);
   switch (which) {
     case 0:
       return DrawHeader(sheet, area, t);

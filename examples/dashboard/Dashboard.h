@@ -22,6 +22,7 @@ class Dashboard {
   static constexpr int kSamples = 72;
 
   Sheet sheet;
+  gallery::Kit kits[kInstruments];
   KSoftPixmap photo;
 };
 

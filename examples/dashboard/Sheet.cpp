@@ -2,7 +2,6 @@
 #include "examples/dashboard/Sheet.h"
 
 #include <algorithm>
-#include <vector>
 
 namespace dashboard {
 
@@ -58,7 +57,7 @@ void Sheet::FillRound(const Area& area, double radius, KColor32 color) {
 
 void Sheet::StrokeArc(double x, double y, double radius, double start, double sweep, KColor32 color,
                       double width, unsigned caps) {
-  KSoftPath path;
+  KSoftPath& path = kit->Path();
   path.AddArc(At(x, y), At(radius, radius), Fixed(start), Fixed(sweep));
   StrokePath(path, color, width, caps);
 }
@@ -69,7 +68,7 @@ KFTFont* Sheet::FontOf(Lettering size) {
 
 void Sheet::Write(const std::string& text, double x, double y, Lettering size, Align align,
                   KColor32 color) {
-  std::vector<unsigned short> codes;
+  codes.clear();
   for (const char c : text) codes.push_back(static_cast<unsigned char>(c));
   const auto count = static_cast<unsigned>(codes.size());
   KRect bound{};

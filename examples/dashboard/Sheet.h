@@ -3,9 +3,11 @@
 #define EXAMPLES_DASHBOARD_SHEET_H
 
 #include <string>
+#include <vector>
 
 #include "kalvora/kalvora.h"
 
+#include "examples/gallery/Kit.h"
 #include "examples/gallery/sketch.h"
 
 namespace dashboard {
@@ -50,6 +52,13 @@ class Sheet {
   Sheet& operator=(const Sheet&) = delete;
 
   KSoftContext2D& Context() { return context; }
+  /// Paths and ramps for the instrument that is being drawn.
+  gallery::Kit& Things() { return *kit; }
+  /// Goes on to another instrument, which has its own.
+  void Use(gallery::Kit& things) {
+    kit = &things;
+    kit->NextFrame();
+  }
   /// Sheet units to device pixels.
   const KSoftMatrix3D& ToDevice() const { return toDevice; }
   /// The device pixels that an area touches.
@@ -72,6 +81,8 @@ class Sheet {
   KFTFont* FontOf(Lettering size);
 
   KSoftContext2D& context;
+  gallery::Kit* kit = nullptr;
+  std::vector<unsigned short> codes;  // of the text being written
   KSoftMatrix3D toDevice;
   KFTFont fonts[3];  // one for each size, so that none changes its size
 };

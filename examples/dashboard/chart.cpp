@@ -5,7 +5,7 @@ namespace dashboard {
 namespace {
 
 void DrawGrid(Sheet& sheet, const Area& plot) {
-  KSoftPath grid;
+  KSoftPath& grid = sheet.Things().Path();
   for (int i = 0; i <= 3; ++i) {
     const double y = plot.top + plot.Height() * i / 3;
     grid.MoveTo(At(plot.left, y));
@@ -29,17 +29,18 @@ void DrawChart(Sheet& sheet, const Area& area, const double* samples, int count,
   const auto point = [&](int i) {
     return At(plot.left + plot.Width() * i / (count - 1), plot.bottom - plot.Height() * samples[i]);
   };
-  KSoftPath line;
+  KSoftPath& line = sheet.Things().Path();
   line.MoveTo(point(0));
   for (int i = 1; i < count; ++i) line.LineTo(point(i));
 
-  KSoftPath below = line;
+  KSoftPath& below = sheet.Things().Path();
+  below = line;
   below.LineTo(At(plot.right, plot.bottom));
   below.LineTo(At(plot.left, plot.bottom));
   below.Close();
   const KColorStop stops[] = {{Fixed(0), KColor32(kCyan.red, kCyan.green, kCyan.blue, 140)},
                               {Fixed(1), KColor32(kCyan.red, kCyan.green, kCyan.blue, 0)}};
-  KSoftColorRamp fade;
+  KSoftColorRamp& fade = sheet.Things().Ramp();
   fade.SetLinear(At(0, plot.top), At(0, plot.bottom), sheet.ToDevice(), stops, 2);
   sheet.Context().SetFillLGrad(&fade);
   sheet.Context().DrawPath(&below);
@@ -47,7 +48,7 @@ void DrawChart(Sheet& sheet, const Area& area, const double* samples, int count,
 
   sheet.Context().SetJoin(kRoundJoin);
   sheet.StrokePath(line, kCyan, 2, kRoundCap);
-  KSoftPath dot;
+  KSoftPath& dot = sheet.Things().Path();
   const double y = plot.bottom - plot.Height() * samples[count - 1];
   gallery::AddCircle(dot, plot.right, y, 4);
   sheet.FillPath(dot, kBright);

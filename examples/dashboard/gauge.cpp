@@ -15,8 +15,8 @@ constexpr int kTicks = 24;  // every third is a major one, with a number
 
 void DrawDial(Sheet& sheet, double x, double y, double radius, double most) {
   sheet.StrokeArc(x, y, radius, kStart, kSweep, kTrack, 7, kRoundCap);
-  KSoftPath minor;
-  KSoftPath major;
+  KSoftPath& minor = sheet.Things().Path();
+  KSoftPath& major = sheet.Things().Path();
   for (int i = 0; i <= kTicks; ++i) {
     const double angle = kStart + kSweep * i / kTicks;
     KSoftPath& path = i % 3 == 0 ? major : minor;
@@ -36,9 +36,9 @@ void DrawDial(Sheet& sheet, double x, double y, double radius, double most) {
 void DrawValue(Sheet& sheet, double x, double y, double radius, double value, KColor32 color) {
   KSoftContext2D& context = sheet.Context();
   const KColorStop stops[] = {{Fixed(0), color}, {Fixed(0.7), color}, {Fixed(1), kRed}};
-  KSoftColorRamp ramp;
+  KSoftColorRamp& ramp = sheet.Things().Ramp();
   ramp.SetLinear(At(x - radius, y), At(x + radius, y), sheet.ToDevice(), stops, 3);
-  KSoftPath arc;
+  KSoftPath& arc = sheet.Things().Path();
   arc.AddArc(At(x, y), At(radius, radius), Fixed(kStart), Fixed(std::max(kSweep * value, 0.1)));
   context.SetStrokeLGrad(&ramp);
   context.SetLineWidth(Fixed(7));
@@ -48,7 +48,7 @@ void DrawValue(Sheet& sheet, double x, double y, double radius, double value, KC
 }
 
 void DrawPointer(Sheet& sheet, double x, double y, double length, double angle, KColor32 color) {
-  KSoftPath pointer;
+  KSoftPath& pointer = sheet.Things().Path();
   pointer.MoveTo(Polar(x, y, length, angle));
   pointer.LineTo(Polar(x, y, 5, angle + 90));
   pointer.LineTo(Polar(x, y, 14, angle + 180));
@@ -58,9 +58,9 @@ void DrawPointer(Sheet& sheet, double x, double y, double length, double angle, 
 
   const KColorStop stops[] = {{Fixed(0), KColor32(0xA0, 0xAC, 0xC0, 255)},
                               {Fixed(1), KColor32(0x30, 0x3A, 0x4C, 255)}};
-  KSoftColorRamp metal;
+  KSoftColorRamp& metal = sheet.Things().Ramp();
   metal.SetRadial(At(x - 3, y - 3), Fixed(12), sheet.ToDevice(), stops, 2);
-  KSoftPath hub;
+  KSoftPath& hub = sheet.Things().Path();
   gallery::AddCircle(hub, x, y, 9);
   sheet.Context().SetFillRGrad(&metal);
   sheet.Context().DrawPath(&hub);

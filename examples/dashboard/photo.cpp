@@ -78,7 +78,7 @@ void DrawPhoto(Sheet& sheet, const Area& area, KSoftPixmap& photo, double pan) {
   if (photo.pixels == nullptr) return;
   KSoftContext2D& context = sheet.Context();
   // A window with round corners; clip paths are given in device pixels.
-  KSoftPath round;
+  KSoftPath& round = sheet.Things().Path();
   const double r = 8;
   round.MoveTo(At(area.left + r, area.top));
   round.LineTo(At(area.right - r, area.top));
@@ -90,7 +90,7 @@ void DrawPhoto(Sheet& sheet, const Area& area, KSoftPixmap& photo, double pan) {
   round.LineTo(At(area.left, area.top + r));
   round.QuadTo(At(area.left, area.top), At(area.left + r, area.top));
   round.Close();
-  KSoftPath window;
+  KSoftPath& window = sheet.Things().Path();
   round.Transform(&window, &sheet.ToDevice());
   context.SetClipPath(&window, KFillNonZero);
   const double height = kHeight;

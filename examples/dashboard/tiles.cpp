@@ -14,7 +14,7 @@ void DrawHeader(Sheet& sheet, const Area& area, double seconds) {
   const double y = area.CentreY();
   const KColor32 colors[] = {kCyan, kGreen, kOrange, kRed};
   for (int i = 0; i < 4; ++i) {
-    KSoftPath triangle;
+    KSoftPath& triangle = sheet.Things().Path();
     triangle.MoveTo(At(x, y));
     triangle.LineTo(Polar(x, y, 11, 90 * i - 90));
     triangle.LineTo(Polar(x, y, 11, 90 * i));

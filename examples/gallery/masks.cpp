@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "examples/gallery/Kit.h"
 #include "examples/gallery/scenes.h"
 #include "examples/gallery/sketch.h"
 
@@ -26,16 +27,27 @@ void MakeMask(KSoftPixmap& mask) {
   }
 }
 
+void MakeChecks(KSoftPixmap& checks) {
+  checks.Create(16, 16, KFormat8888PM);
+  KSoftContext2D painter;
+  if (!checks.pixels || !painter.RenderToTexture(&checks)) return;
+  painter.Clear(KColor32(250, 200, 60, 255));
+  KSoftPath squares;
+  AddRectangle(squares, 0, 0, 8, 8);
+  AddRectangle(squares, 8, 8, 8, 8);
+  Fill(painter, squares, KColor32(60, 60, 70, 255));
+  checks.repeatRule = KRepeatTile;
+}
+
 void DrawMask(KSoftContext2D& context, KSoftPixmap& mask, int x, int y) {
   context.DrawAlphaMask(&mask, x, y, x + int{kSize}, y + int{kSize});
 }
 
 }  // namespace
 
-void Masks(KSoftContext2D& context) {
-  KSoftPixmap mask;
-  MakeMask(mask);
-  KSoftPath stripes;
+void Masks(KSoftContext2D& context, Kit& kit) {
+  KSoftPixmap& mask = kit.Pixmap(MakeMask);
+  KSoftPath& stripes = kit.Path();
   for (int i = 0; i < 16; ++i) AddRectangle(stripes, 0, i * 30, kWidth, 15);
   Fill(context, stripes, KColor32(232, 232, 236, 255));
 
@@ -47,7 +59,8 @@ void Masks(KSoftContext2D& context) {
 
   KColorStop hues[7];
   for (int i = 0; i < 7; ++i) hues[i] = {Fixed(i / 6.0), Hue(i * 60)};
-  KSoftColorRamp linear, radial;
+  KSoftColorRamp& linear = kit.Ramp();
+  KSoftColorRamp& radial = kit.Ramp();
   linear.SetLinear(At(430, 30), At(620, 220), hues, 7);
   context.SetFillLGrad(&linear);
   DrawMask(context, mask, 430, 30);
@@ -55,23 +68,11 @@ void Masks(KSoftContext2D& context) {
   context.SetFillRGrad(&radial);
   DrawMask(context, mask, 20, 260);
 
-  // A pattern of checks.
-  KSoftPixmap checks;
-  checks.Create(16, 16, KFormat8888PM);
-  KSoftContext2D painter;
-  if (checks.pixels && painter.RenderToTexture(&checks)) {
-    painter.Clear(KColor32(250, 200, 60, 255));
-    KSoftPath squares;
-    AddRectangle(squares, 0, 0, 8, 8);
-    AddRectangle(squares, 8, 8, 8, 8);
-    Fill(painter, squares, KColor32(60, 60, 70, 255));
-    checks.repeatRule = KRepeatTile;
-    context.SetFillPixmap(&checks);
-    DrawMask(context, mask, 225, 260);
-  }
+  context.SetFillPixmap(&kit.Pixmap(MakeChecks));
+  DrawMask(context, mask, 225, 260);
 
   // Through a clip path.
-  KSoftPath star;
+  KSoftPath& star = kit.Path();
   AddStar(star, 525, 355, 95, 5, 2);
   context.SetClipPath(&star, KFillNonZero);
   context.SetFillColor(KColor32(180, 40, 70, 255));

@@ -1,4 +1,5 @@
 // Pixmaps: patterns, scaling with each sampling, opacity.
+#include "examples/gallery/Kit.h"
 #include "examples/gallery/scenes.h"
 #include "examples/gallery/sketch.h"
 
@@ -21,15 +22,15 @@ void MakeTile(KSoftPixmap& tile) {
 
 }  // namespace
 
-void Pixmaps(KSoftContext2D& context) {
-  KSoftPixmap tile;
-  MakeTile(tile);
+void Pixmaps(KSoftContext2D& context, Kit& kit) {
+  KSoftPixmap& tile = kit.Pixmap(MakeTile);
 
   // A pattern that turns: the pixmap's transform leads from the picture to the tile.
   tile.repeatRule = KRepeatTile;
   tile.SetQuality(KSamplingBilinear);
-  KSoftPath plate;
+  KSoftPath& plate = kit.Path();
   AddStar(plate, 160, 150, 140, 12, 5);
+  tile.transform.Identity();
   tile.transform.Rotate(Fixed(30));
   tile.transform.Scale(At(0.6, 0.6));
   context.SetFillPixmap(&tile);

@@ -1,6 +1,7 @@
 // Strokes: caps, joins, dashes, and pens that a matrix has shaped.
 #include <cmath>
 
+#include "examples/gallery/Kit.h"
 #include "examples/gallery/scenes.h"
 #include "examples/gallery/sketch.h"
 
@@ -16,12 +17,12 @@ void Stroke(KSoftContext2D& context, const KSoftPath& path, KColor32 color, doub
 
 }  // namespace
 
-void Strokes(KSoftContext2D& context) {
+void Strokes(KSoftContext2D& context, Kit& kit) {
   context.SetNoFill();
   for (unsigned kind = 0; kind < 3; ++kind) {
     // Caps: butt, square, round, with the line itself on top.
     const double y = 50 + 60.0 * kind;
-    KSoftPath line;
+    KSoftPath& line = kit.Path();
     line.MoveTo(At(50, y));
     line.LineTo(At(190, y));
     context.SetCaps(kind, kind);
@@ -30,7 +31,7 @@ void Strokes(KSoftContext2D& context) {
     Stroke(context, line, KColor32(255, 255, 255, 255), 2);
 
     // Joins: bevel, miter, round.
-    KSoftPath corner;
+    KSoftPath& corner = kit.Path();
     corner.MoveTo(At(250 + 130 * kind, 180));
     corner.LineTo(At(290 + 130 * kind, 45));
     corner.LineTo(At(330 + 130 * kind, 180));
@@ -41,7 +42,7 @@ void Strokes(KSoftContext2D& context) {
   context.SetJoin(1);
 
   // A spiral of dashes that grow.
-  KSoftPath spiral;
+  KSoftPath& spiral = kit.Path();
   for (int i = 0; i < 720; i += 6) {
     const KVertex2D p = Polar(130, 345, 10 + i / 7.0, i * 1.5);
     i == 0 ? spiral.MoveTo(p) : static_cast<void>(spiral.LineTo(p));
@@ -54,7 +55,7 @@ void Strokes(KSoftContext2D& context) {
 
   // A pen that a matrix has flattened.
   context.SetDashes(nullptr, 0, kalvora::kZero);
-  KSoftPath wave;
+  KSoftPath& wave = kit.Path();
   wave.MoveTo(At(-100, 0));
   for (int i = 0; i < 4; ++i) {
     const double x = -100 + 50 * i;
@@ -71,7 +72,7 @@ void Strokes(KSoftContext2D& context) {
   context.SetTransform(KSoftMatrix3D());
   context.SetCaps(0, 0);
   for (int i = 0; i < 24; ++i) {
-    KSoftPath ray;
+    KSoftPath& ray = kit.Path();
     ray.MoveTo(Polar(450, 390, 15, 15 * i));
     ray.LineTo(Polar(450, 390, 80, 15 * i));
     Stroke(context, ray, KColor32(30, 30, 30, 255), 0.25 * (i + 1));

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <string_view>
 
+#include "examples/gallery/Kit.h"
 #include "examples/gallery/scenes.h"
 #include "examples/gallery/sketch.h"
 
@@ -29,9 +30,10 @@ void Write(KSoftContext2D& context, std::u16string_view text, double x, double y
 
 }  // namespace
 
-void Text(KSoftContext2D& context) {
-  KFTFont sans, bold;
-  if (!sans.LoadFont(kSans, 0) || !bold.LoadFont(kBold, 0)) {
+void Text(KSoftContext2D& context, Kit& kit) {
+  KFTFont& sans = kit.Font(kSans);
+  KFTFont& bold = kit.Font(kBold);
+  if (!sans.face || !bold.face) {
     std::fputs("text: no fonts; they are in Debian's package fonts-dejavu-core\n", stderr);
     return;
   }
@@ -40,7 +42,7 @@ void Text(KSoftContext2D& context) {
   // A heading filled with a gradient.
   const KColorStop stops[] = {{kalvora::kZero, KColor32(200, 40, 80, 255)},
                               {kalvora::kOne, KColor32(40, 70, 190, 255)}};
-  KSoftColorRamp ramp;
+  KSoftColorRamp& ramp = kit.Ramp();
   ramp.SetLinear(At(30, 0), At(420, 0), stops, 2);
   context.SetFillLGrad(&ramp);
   bold.SetFontSize(Fixed(84));

@@ -1,9 +1,9 @@
 // Pages of text: fallback fonts, transforms, paints and clips.
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "examples/common/Error.h"
+#include "examples/gallery/Kit.h"
 #include "examples/gallery/scenes.h"
 #include "examples/gallery/sketch.h"
 
@@ -17,13 +17,15 @@ constexpr KColor32 kInk = {34, 40, 60, 255};
 // fonts-dejavu-core, fonts-droid-fallback and fonts-symbola.
 class Typeface {
  public:
-  explicit Typeface(KSoftContext2D& context) : context_(context) {
-    Load(latin_, "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf");
-    Load(cjk_, "/usr/share/fonts/truetype/droid/DroidSansFallbackFull.ttf");
-    Load(symbols_, "/usr/share/fonts/truetype/ancient-scripts/Symbola_hint.ttf");
+  Typeface(KSoftContext2D& context, Kit& kit)
+      : context_(context),
+        latin_(Load(kit, "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf")),
+        cjk_(Load(kit, "/usr/share/fonts/truetype/droid/DroidSansFallbackFull.ttf")),
+        symbols_(Load(kit, "/usr/share/fonts/truetype/ancient-scripts/Symbola_hint.ttf")) {
     KFTFont* fonts[] = {&cjk_, &symbols_};
     const KArray<KFTFont*> fallbacks = {2, fonts};
     context_.SetFont(&latin_);
+    kit.Keep(fallbacks);
     context_.SetFallbackFonts(&fallbacks, nullptr);
   }
   ~Typeface() {
@@ -42,13 +44,10 @@ class Typeface {
     return pen.x.raw / 65536.0;
   }
   void Draw(std::u16string_view text, double x, double y) {
-    const std::vector<unsigned short> codes(text.begin(), text.end());
-    context_.DrawText(codes.data(), static_cast<unsigned>(codes.size()), At(x, y));
+    context_.DrawText(Codes(text), static_cast<unsigned>(text.size()), At(x, y));
   }
   void DrawOutlines(std::u16string_view text, double x, double y) {
-    const std::vector<unsigned short> codes(text.begin(), text.end());
-    context_.DrawTextWithPaths(codes.data(), static_cast<unsigned>(codes.size()), At(x, y),
-                               nullptr);
+    context_.DrawTextWithPaths(Codes(text), static_cast<unsigned>(text.size()), At(x, y), nullptr);
   }
   // Breaks the text at spaces, and between ideographs, into lines of at most `width`. Returns the
   // baseline below the last.
@@ -68,18 +67,35 @@ class Typeface {
   }
 
  private:
-  static void Load(KFTFont& font, const char* path) {
-    if (!font.LoadFont(path, 0)) throw examples::Error(std::string("no font at ") + path);
+  static KFTFont& Load(Kit& kit, const char* path) {
+    KFTFont& font = kit.Font(path);
+    if (!font.face) throw examples::Error(std::string("no font at ") + path);
+    return font;
+  }
+  // The context takes UTF-16 code units.
+  static const unsigned short* Codes(std::u16string_view text) {
+    return reinterpret_cast<const unsigned short*>(text.data());
   }
 
   KSoftContext2D& context_;
-  KFTFont latin_, cjk_, symbols_;
+  KFTFont &latin_, &cjk_, &symbols_;
 };
+
+void MakeTile(KSoftPixmap& tile) {
+  tile.Create(12, 12, KFormat8888PM);
+  for (unsigned i = 0; i < 144 && tile.pixels; ++i) {
+    const unsigned x = i % 12, y = i / 12;
+    tile.Row32(y)[x] = (x + y) % 12 < 4        ? 0xFF2E7D5B
+                       : (x + 12 - y) % 12 < 4 ? 0xFFE8C547
+                                               : 0xFF17324D;
+  }
+  tile.repeatRule = KRepeatTile;
+}
 
 }  // namespace
 
-void Paragraphs(KSoftContext2D& context) {
-  Typeface face(context);
+void Paragraphs(KSoftContext2D& context, Kit& kit) {
+  Typeface face(context, kit);
   context.SetFillColor(kInk);
   constexpr std::u16string_view kText =
       u"Typefaces hold few of the world's characters. Where one lacks a glyph, as for \u6587\u5B57 "
@@ -93,7 +109,7 @@ void Paragraphs(KSoftContext2D& context) {
     y = face.Paragraph(kText, 24, y, 592, size * 1.35) + size;
   }
   // The same glyphs, light on dark.
-  KSoftPath band;
+  KSoftPath& band = kit.Path();
   AddRectangle(band, 0, 408, 640, 72);
   Fill(context, band, kInk);
   context.SetFillColor(KColor32(240, 244, 250, 255));
@@ -101,8 +117,8 @@ void Paragraphs(KSoftContext2D& context) {
   face.Paragraph(kText, 24, 432, 592, 16);
 }
 
-void TurnedText(KSoftContext2D& context) {
-  Typeface face(context);
+void TurnedText(KSoftContext2D& context, Kit& kit) {
+  Typeface face(context, kit);
   face.SetSize(17);
   for (int i = 0; i < 16; ++i) {
     context.Transform().Identity();
@@ -150,12 +166,14 @@ void TurnedText(KSoftContext2D& context) {
   context.Transform().Identity();
 }
 
-void PaintedText(KSoftContext2D& context) {
-  Typeface face(context);
+void PaintedText(KSoftContext2D& context, Kit& kit) {
+  Typeface face(context, kit);
   face.SetSize(96);
   KColorStop hues[7];
   for (int i = 0; i < 7; ++i) hues[i] = {Fixed(i / 6.0), Hue(60 * i)};
-  KSoftColorRamp rainbow, sun, steel;
+  KSoftColorRamp& rainbow = kit.Ramp();
+  KSoftColorRamp& sun = kit.Ramp();
+  KSoftColorRamp& steel = kit.Ramp();
   rainbow.SetLinear(At(20, 0), At(620, 0), hues, 7);
   context.SetFillLGrad(&rainbow);
   face.Draw(u"Gradients", 24, 100);
@@ -167,16 +185,7 @@ void PaintedText(KSoftContext2D& context) {
   context.SetFillRGrad(&sun);
   face.Draw(u"\u592A\u9633 radial", 24, 215);
 
-  KSoftPixmap tile;
-  tile.Create(12, 12, KFormat8888PM);
-  for (unsigned i = 0; i < 144 && tile.pixels; ++i) {
-    const unsigned x = i % 12, y = i / 12;
-    tile.Row32(y)[x] = (x + y) % 12 < 4        ? 0xFF2E7D5B
-                       : (x + 12 - y) % 12 < 4 ? 0xFFE8C547
-                                               : 0xFF17324D;
-  }
-  tile.repeatRule = KRepeatTile;
-  context.SetFillPixmap(&tile);
+  context.SetFillPixmap(&kit.Pixmap(MakeTile));
   face.Draw(u"Pattern \u2618", 24, 330);
 
   // Translucent words over one another, and outlines with a stroke.
@@ -194,13 +203,14 @@ void PaintedText(KSoftContext2D& context) {
   context.SetNoStroke();
 }
 
-void ClippedText(KSoftContext2D& context) {
-  Typeface face(context);
+void ClippedText(KSoftContext2D& context, Kit& kit) {
+  Typeface face(context, kit);
   constexpr std::u16string_view kText =
       u"the quick brown fox \u72D0\u72F8 jumps over the lazy dog \u265E the quick brown fox "
       u"\u72D0\u72F8 jumps over the lazy dog \u265E the quick brown fox";
   // A page of text in pale ink; what the clips let through in full colour.
-  KSoftPath star, disc, ring;
+  KSoftPath& star = kit.Path();
+  KSoftPath& disc = kit.Path();
   AddStar(star, 170, 190, 160, 5, 2);
   AddCircle(disc, 470, 190, 150);
   AddCircle(disc, 470, 190, 75);

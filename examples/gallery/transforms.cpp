@@ -1,12 +1,13 @@
 // Transforms: one shape under many matrices.
+#include "examples/gallery/Kit.h"
 #include "examples/gallery/scenes.h"
 #include "examples/gallery/sketch.h"
 
 namespace gallery {
 
-void Rosette(KSoftContext2D& context) {
+void Rosette(KSoftContext2D& context, Kit& kit) {
   context.Clear(KColor32(18, 20, 38, 255));
-  KSoftPath leaf;
+  KSoftPath& leaf = kit.Path();
   leaf.MoveTo(At(30, 0));
   leaf.CubicTo(At(80, -60), At(170, -50), At(225, 0));
   leaf.CubicTo(At(170, 50), At(80, 60), At(30, 0));
@@ -26,8 +27,8 @@ void Rosette(KSoftContext2D& context) {
   }
 }
 
-void Squares(KSoftContext2D& context) {
-  KSoftPath square;
+void Squares(KSoftContext2D& context, Kit& kit) {
+  KSoftPath& square = kit.Path();
   AddRectangle(square, -1, -1, 2, 2);
   // Each square fits into the one before: turned by 9 degrees, 0.875 times the size.
   double size = 210;

@@ -15,11 +15,9 @@ std::uint64_t KSoftContext2D::Id = 0;
 KSoftContext2D::KSoftContext2D(KBackend, unsigned) {
   NeedParts();
   mTarget.SetQuality(KSamplingBilinear);
-  SetClipPath(nullptr, KFillNonZero);
 }
 
 KSoftContext2D::~KSoftContext2D() {
-  SetClipPath(nullptr, KFillNonZero);
   DropLineBuffer();
   delete mStyle;
   delete mFb;
@@ -40,7 +38,6 @@ bool KSoftContext2D::RenderToTexture(KSoftPixmap* pixmap) {
     UnbindTarget();
     return true;
   }
-  DropLineBuffer();
   mTarget.Create(pixmap->width, pixmap->height, pixmap->format, pixmap->pixels, pixmap->stride);
   mTarget.transform = pixmap->transform;
   mTarget.repeatRule = pixmap->repeatRule;
@@ -48,7 +45,10 @@ bool KSoftContext2D::RenderToTexture(KSoftPixmap* pixmap) {
   mTarget.stride = pixmap->stride;
   mTarget.quality = pixmap->quality;
   mTarget.targetFlag = pixmap->targetFlag;
-  if (!BindStrips(mTarget.format)) return false;
+  if (!BindStrips(mTarget.format)) {
+    DropLineBuffer();
+    return false;
+  }
   const bool bound = NewLineBuffer(mTarget.width);
   ResetState();
   return bound && complete;
@@ -73,11 +73,14 @@ bool KSoftContext2D::BindStrips(KFormat format) {
   }
 }
 
+// A line that is as long already stays: binding in every frame takes nothing from the heap.
 bool KSoftContext2D::NewLineBuffer(unsigned width) {
+  if (mStyle && mStyle->ownsLineBuffer && width != 0 && width == mLineWidth) return true;
   DropLineBuffer();
   if (!mStyle || std::size_t{width} > SIZE_MAX / sizeof(std::int32_t)) return false;
   mStyle->lineBuffer = static_cast<std::int32_t*>(std::malloc(width * sizeof(std::int32_t)));
   mStyle->ownsLineBuffer = mStyle->lineBuffer != nullptr;
+  mLineWidth = width;
   return mStyle->ownsLineBuffer || width == 0;
 }
 

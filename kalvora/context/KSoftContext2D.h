@@ -8,7 +8,7 @@
 #include "kalvora/display/KDisplay.h"
 #include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"
-#include "kalvora/raster/KMergeNode.h"
+#include "kalvora/raster/KClipRings.h"
 #include "kalvora/raster/KPaint.h"
 #include "kalvora/text/KFTFontContext.h"
 
@@ -190,11 +190,8 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   void WritePixel(std::uint32_t value);
 
   KSoftMatrix3D mTransform;
-  KVertex2D** mClipPolys = nullptr;
-  std::uint32_t mClipPolyCount = 0;
+  KClipRings mClipRings;
   KFillRule mClipRule = KFillNonZero;
-  KMergeNode* mClipNodes = nullptr;
-  std::uint32_t mClipNodeCount = 0;
   KStripTable mStripInit{};
   KSoftPixmap mTarget;
   KFillRule mFillRule = KFillNonZero;
@@ -202,6 +199,8 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   KPaint mStroke;
   KStyleContext2D* mStyle = nullptr;
   KLinuxFb* mFb = nullptr;
+  unsigned mLineWidth = 0;  // pixels that the line buffer is long
+  KSoftPath mScratch;       // of one draw
   bool mRectAntiAlias = true;
 };
 

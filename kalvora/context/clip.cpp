@@ -1,6 +1,5 @@
 // The drawing context's clip rectangle and clip path.
 #include <algorithm>
-#include <cstdlib>
 
 #include "kalvora/context/KSoftContext2D.h"
 #include "kalvora/raster/KStyleContext2D.h"
@@ -23,23 +22,15 @@ void KSoftContext2D::SetClipRegion(KRect rect) {
 }
 
 void KSoftContext2D::SetClipPath(const KSoftPath* path, KFillRule rule) {
-  std::free(mClipNodes);
-  FreeRings(mClipPolys, mClipPolyCount, false);
-  mClipNodes = nullptr;
-  mClipNodeCount = 0;
-  mClipPolys = nullptr;
-  mClipPolyCount = 0;
-  if (!path || !path->first) return;
-  // Clip paths are given in device coordinates: the user transform does not apply. They outlive
-  // frames, so their memory does not come from the scratch stack.
-  const KSoftMatrix3D identity;
-  mClipPolyCount = FlattenPath(mClipPolys, path, &identity, false);
+  mClipRings.Clear();
+  if (!path || !path->first || !stack) return;
   mClipRule = rule;
-  // A clip path that there is no memory for lets nothing through.
-  if (mClipPolyCount == 0) mClipPolyCount = path->subpathCount;
-  if (mClipPolys) {
-    mClipNodeCount = GetMergePts(mClipNodes, mClipPolys, mClipPolyCount, nullptr);
-  }
+  // Clip paths are given in device coordinates: the user transform does not apply.
+  const KSoftMatrix3D identity;
+  KVertex2D** rings = nullptr;
+  const unsigned count = FlattenPath(rings, path, &identity, true);
+  mClipRings.Set(rings, count, stack);
+  FreeRings(rings, count, true);
 }
 
 void KSoftContext2D::ResetClip() {

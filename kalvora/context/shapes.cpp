@@ -17,10 +17,10 @@ RasterJob KSoftContext2D::Job(const KPaint& paint, KFillRule rule) {
           .strips = &mStripInit,
           .stack = stack,
           .fillRule = rule,
-          .clipped = mClipPolyCount != 0,
+          .clipped = mClipRings.active,
           .clipRule = mClipRule,
-          .clipNodes = mClipNodes,
-          .clipNodeCount = mClipNodeCount};
+          .clipNodes = mClipRings.nodes,
+          .clipNodeCount = mClipRings.nodeCount};
 }
 
 void KSoftContext2D::DrawPath(const KSoftPath* path) {
@@ -74,13 +74,15 @@ void KSoftContext2D::DrawRectangle(KVertex2D p, KVertex2D q, KVertex2D radii) {
 }
 
 void KSoftContext2D::DrawEllipticalRect(KVertex2D centre, KVertex2D half, KVertex2D radii) {
-  KSoftPath path;
-  if (kalvora::AddEllipticalRect(&path, centre, half, radii, KTables::KCircle)) DrawPath(&path);
+  mScratch.Rewind();
+  if (kalvora::AddEllipticalRect(&mScratch, centre, half, radii, KTables::KCircle)) {
+    DrawPath(&mScratch);
+  }
 }
 
 // A straight line along an axis is a rectangle.
 void KSoftContext2D::RasterPolyline(const KVertex2D* points, unsigned count, bool closed) {
-  if (count == 2 && mTransform.IsOrth() && mClipPolyCount == 0 && startCap < 2 && endCap < 2 &&
+  if (count == 2 && mTransform.IsOrth() && !mClipRings.active && startCap < 2 && endCap < 2 &&
       !dashes) {
     KVertex2D p, q;
     if (kalvora::LineRectangle(points[0], points[1], halfWidth, startCap == 1, endCap == 1, p, q)) {
@@ -94,8 +96,8 @@ void KSoftContext2D::RasterPolyline(const KVertex2D* points, unsigned count, boo
 }
 
 void KSoftContext2D::DrawArc(KVertex2D centre, KVertex2D radii, KFixed start, KFixed sweep) {
-  KSoftPath path;
-  if (path.AddArc(centre, radii, start, sweep)) DrawPath(&path);
+  mScratch.Rewind();
+  if (mScratch.AddArc(centre, radii, start, sweep)) DrawPath(&mScratch);
 }
 
 void KSoftContext2D::FillPolygon(const KVertex2D* points, unsigned count) {

@@ -72,16 +72,15 @@ void KSoftContext2D::DrawTextWithPaths(const unsigned short* text, unsigned coun
                                        const KVertex2D* positions) {
   if (!text || !font) return;
   const KSoftMatrix3D user = mTransform;
-  KSoftPath path;
   KVertex2D pen = origin;
   for (unsigned i = 0; i < count; ++i) {
     if (positions) pen = positions[i];
-    path.Reset();
-    LoadChar(&path, text[i]);
+    mScratch.Rewind();
+    LoadChar(&mScratch, text[i]);
     mTransform.Identity();
     mTransform.Translate(pen);
     mTransform.Combine(&user);
-    DrawPath(&path);
+    DrawPath(&mScratch);
     if (positions) continue;
     const unsigned short next = i + 1 < count ? text[i + 1] : 0;
     KVertex2D advance = KVertex2D::Origin;

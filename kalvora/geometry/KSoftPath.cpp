@@ -1,6 +1,7 @@
 // KSoftPath: the chain of segment records.
 #include "kalvora/geometry/KSoftPath.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -10,10 +11,22 @@ constexpr std::uint32_t kMostPieces = UINT32_MAX >> 4;
 // Coordinates beyond +-8000 would overflow the rasterizer's arithmetic.
 constexpr std::int32_t kFarthest = 8000 * 0x10000;
 
-// A record with room for `points` points, or null.
-KSegment* NewSegment(std::size_t points) {
-  if (points > (SIZE_MAX - sizeof(KSegment)) / sizeof(KVertex2D)) return nullptr;
-  return static_cast<KSegment*>(std::malloc(sizeof(KSegment) + points * sizeof(KVertex2D)));
+// Before each record its block holds the number of points that there is room for.
+constexpr std::size_t kFront = 8;
+
+std::uint32_t& Room(KSegment* segment) {
+  return *static_cast<std::uint32_t*>(
+      static_cast<void*>(reinterpret_cast<char*>(segment) - kFront));
+}
+
+void Free(KSegment* segment) { std::free(reinterpret_cast<char*>(segment) - kFront); }
+
+void FreeAll(KSegment* segment) {
+  while (segment) {
+    KSegment* next = segment->next;
+    Free(segment);
+    segment = next;
+  }
 }
 
 bool InRange(KVertex2D p) {
@@ -22,6 +35,24 @@ bool InRange(KVertex2D p) {
 }
 
 }  // namespace
+
+// A record with room for `points` points, or null. Of the kept ones only the next is looked at, and
+// one that is too small goes: paths that are built again and again end up with records that serve
+// each of them.
+KSegment* KSoftPath::NewSegment(std::size_t points) {
+  constexpr std::size_t kMost = (SIZE_MAX - kFront - sizeof(KSegment)) / sizeof(KVertex2D);
+  if (points > std::min<std::size_t>(kMost, UINT32_MAX)) return nullptr;
+  if (KSegment* kept = spare) {
+    spare = kept->next;
+    if (Room(kept) >= points) return kept;
+    Free(kept);
+  }
+  void* block = std::malloc(kFront + sizeof(KSegment) + points * sizeof(KVertex2D));
+  if (!block) return nullptr;
+  auto* segment = reinterpret_cast<KSegment*>(static_cast<char*>(block) + kFront);
+  Room(segment) = static_cast<std::uint32_t>(points);
+  return segment;
+}
 
 bool KSoftPath::QuadTo(KVertex2D control, KVertex2D end) {
   const KVertex2D points[] = {control, end};
@@ -59,11 +90,17 @@ bool KSoftPath::BezierTo(unsigned order, const KVertex2D* points, unsigned count
 }
 
 void KSoftPath::Reset() {
-  while (first) {
-    KSegment* next = first->next;
-    std::free(first);
-    first = next;
+  Rewind();
+  FreeAll(spare);
+  spare = nullptr;
+}
+
+void KSoftPath::Rewind() {
+  if (last) {
+    last->next = spare;
+    spare = first;
   }
+  first = nullptr;
   subpathCount = 0;
   newSubpath = 1;
   subpathStart = last = nullptr;
@@ -71,7 +108,7 @@ void KSoftPath::Reset() {
 
 KSoftPath& KSoftPath::operator=(const KSoftPath& source) {
   if (this == &source) return *this;
-  Reset();
+  Rewind();
   current = source.current;
   for (const KSegment* from = source.first; from; from = from->next) {
     const std::size_t points = from->PointCount();
@@ -103,7 +140,7 @@ bool KSoftPath::Transform(KSoftPath* out, const KSoftMatrix3D* m) const {
   bool fits = true;
   for (const KSegment* from = first;; from = from->next) {
     const std::size_t points = from->PointCount();
-    KSegment* copy = NewSegment(points);
+    KSegment* copy = out->NewSegment(points);
     if (!copy) return false;
     copy->header = from->header;
     for (std::size_t i = 0; i < points; ++i) {

@@ -2,6 +2,7 @@
 #ifndef KALVORA_GEOMETRY_KSOFTPATH_H
 #define KALVORA_GEOMETRY_KSOFTPATH_H
 
+#include <cstddef>
 #include <cstdint>
 
 #include "kalvora/core/KSoftMatrix3D.h"
@@ -71,6 +72,9 @@ class KALVORA_API KSoftPath {
   bool AddArc(KVertex2D centre, KVertex2D radii, KFixed start, KFixed sweep);
   /// Frees everything and returns to the empty state; `current` stays.
   void Reset();
+  /// The same, but the memory is kept for the segments to come: a path that is built again in the
+  /// same way, frame by frame, takes nothing from the heap.
+  void Rewind();
   /// Appends this path, mapped through m (affine part), to `out`. When a coordinate, before or
   /// after, exceeds +-8000 the whole of `out` is emptied and the result is false; when memory runs
   /// out, `out` keeps what was appended so far. `out`'s current point becomes this path's,
@@ -80,7 +84,10 @@ class KALVORA_API KSoftPath {
   void Finalize() {}
 
  private:
+  KSegment* NewSegment(std::size_t points);
   void Append(KSegment* segment);
+
+  KSegment* spare = nullptr;  // records that Rewind kept, in the order they were made
 };
 
 #endif

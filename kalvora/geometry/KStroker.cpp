@@ -1,6 +1,7 @@
 // KStroker: the stroke settings.
 #include "kalvora/geometry/KStroker.h"
 
+#include <algorithm>
 #include <new>
 
 #include "kalvora/raster/KStack.h"
@@ -19,7 +20,7 @@ void ResetGeoQuality() {
 KStroker::KStroker() : stack(new (std::nothrow) KStack) { ResetGeoQuality(); }
 
 KStroker::~KStroker() {
-  delete[] dashes;
+  delete[] dashMemory;
   delete stack;
 }
 
@@ -41,17 +42,22 @@ void KStroker::SetMiterLimit(KFixed ratio) {
 }
 
 bool KStroker::SetDashes(const KFixed* lengths, unsigned count, KFixed phase) {
-  KFixed* copy = nullptr;
   const bool wanted = lengths && count != 0;
-  if (wanted) {
-    copy = new (std::nothrow) KFixed[count];
-    for (unsigned i = 0; copy && i < count; ++i) copy[i] = lengths[i];
+  // The memory is kept, so that setting dashes in every frame takes none.
+  if (wanted && count > dashRoom) {
+    auto* larger = new (std::nothrow) KFixed[count];
+    if (larger) std::copy_n(lengths, count, larger);
+    delete[] dashMemory;
+    dashMemory = larger;
+    dashRoom = larger ? count : 0;
+  } else if (wanted) {
+    std::copy_n(lengths, count, dashMemory);
   }
-  delete[] dashes;
-  dashes = copy;
-  dashCount = copy ? count : 0;
-  dashPhase = copy ? static_cast<std::uint32_t>(phase.raw) : 0;
-  return copy || !wanted;
+  const bool dashed = wanted && dashMemory;
+  dashes = dashed ? dashMemory : nullptr;
+  dashCount = dashed ? count : 0;
+  dashPhase = dashed ? static_cast<std::uint32_t>(phase.raw) : 0;
+  return dashed || !wanted;
 }
 
 void KStroker::ResetStroke() {

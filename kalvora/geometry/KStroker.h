@@ -30,7 +30,7 @@ class KALVORA_API KStroker {
   KFixed limit = KFixed::FromInt(2);  ///< longest miter as a multiple of the line width
   KFixed limitWidth = kalvora::kOne;  ///< limit x halfWidth
   KFixed halfWidth = kalvora::kHalf;  ///< half the line width, in user units
-  KFixed* dashes = nullptr;           ///< dash lengths, on and off in turn, owned; null is solid
+  const KFixed* dashes = nullptr;     ///< dash lengths, on and off in turn; null is solid
   std::uint32_t dashCount = 0;
   std::uint32_t dashPhase = 0;  ///< where each subpath starts in the pattern, 16.16 path units
 
@@ -133,6 +133,9 @@ class KALVORA_API KStroker {
   void StrokeSubpath(KIntercept* k, const kalvora::Subpath& subpath, const KSoftMatrix3D* m);
   void DashSubpath(KIntercept* k, const kalvora::Subpath& subpath, const KSoftMatrix3D* m);
   void WalkSubpath(KIntercept* k, const kalvora::Subpath& subpath, const KSoftMatrix3D* m);
+
+  KFixed* dashMemory = nullptr;  // room for dashRoom lengths
+  std::uint32_t dashRoom = 0;
 };
 
 #endif

@@ -102,11 +102,21 @@ bool KSoftColorRamp::SetRadial(KVertex2D centre, KFixed radius, const KSoftMatri
   return true;
 }
 
+bool KSoftColorRamp::NeedRoom(unsigned stopCount) {
+  if (stopCount <= ownedRoom) return true;
+  void* memory = std::malloc(stopCount * 2 * sizeof(std::uint32_t));
+  if (!memory) return false;
+  std::free(ownedStops);
+  ownedStops = static_cast<std::uint32_t*>(memory);
+  ownedRoom = stopCount;
+  return true;
+}
+
 bool KSoftColorRamp::SetStops(const KColorStop* stops, unsigned stopCount, KFixed scale,
                               KSpread mode) {
   if (!stops || stopCount == 0 || stopCount > kMostStops) return false;
-  auto* memory = static_cast<std::uint32_t*>(std::malloc(stopCount * 2 * sizeof(std::uint32_t)));
-  if (!memory) return false;
+  if (!NeedRoom(stopCount)) return false;
+  std::uint32_t* memory = ownedStops;
   auto* at = reinterpret_cast<std::int32_t*>(memory + stopCount);
   rampAlpha = 0;
   KFixed highest = KFixed::FromRaw(INT32_MIN);
@@ -116,8 +126,6 @@ bool KSoftColorRamp::SetStops(const KColorStop* stops, unsigned stopCount, KFixe
     memory[i] = stops[i].color.PreMultiply().Word();
     if (stops[i].color.alpha != 255) rampAlpha = 1;
   }
-  std::free(ownedStops);
-  ownedStops = memory;
   colors = memory;
   positions = at;
   count = stopCount;

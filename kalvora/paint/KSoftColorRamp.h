@@ -52,9 +52,9 @@ struct KALVORA_API KSoftColorRamp {
 
   /// A linear gradient from `start` to `end`.
   ///
-  /// All Set functions copy the stops into memory of the ramp, premultiplied, and raise positions
-  /// that descend to the one before. False when there is no stop or memory runs out; the ramp is
-  /// then as it was.
+  /// All Set functions copy the stops into memory of the ramp, which is kept for later stops,
+  /// premultiplied, and raise positions that descend to the one before. False when there is no stop
+  /// or memory runs out; the ramp is then as it was.
   bool SetLinear(KVertex2D start, KVertex2D end, const KColorStop* stops, unsigned count,
                  KSpread mode = KSpreadPad);
   /// The same with the points, and the lines of equal colour across the axis, mapped by the affine
@@ -72,9 +72,11 @@ struct KALVORA_API KSoftColorRamp {
 
  private:
   bool SetStops(const KColorStop* stops, unsigned stopCount, KFixed scale, KSpread mode);
+  bool NeedRoom(unsigned stopCount);
   void ShowLastOnly();
 
   std::uint32_t* ownedStops = nullptr;  ///< colours, then positions
+  std::uint32_t ownedRoom = 0;          ///< stops that there is room for
 };
 
 #endif

@@ -121,9 +121,12 @@ void KStack::Collect() {
   reserve =
       reserve < peak ? peak : static_cast<std::uint32_t>((std::uint64_t{peak} + reserve) >> 1);
   peak = 0;
-  // A spare block that frames have long outshrunk goes back to the C heap.
-  if (spare && spare->capacity / 4 > reserve) {
-    std::free(spare->raw);
-    spare = nullptr;
-  }
+  if (!spare) return;
+  // A spare block that frames have long outshrunk goes back to the C heap, and one that the frame
+  // has outgrown is replaced: the next frame finds room for everything.
+  const bool small = !block && spare->capacity < reserve;
+  if (!small && spare->capacity / 4 <= reserve) return;
+  std::free(spare->raw);
+  spare = nullptr;
+  if (small) spare = TakeBlock(reserve);
 }

@@ -42,7 +42,9 @@ bool KFTFont::LoadFont(const char* path, int index) {
   Release(path);
   if (!thread || !threadCache || !Attach(thread, path)) return false;
   faceIndex = index;
+  thread->lends = false;
   face = OpenFace(thread->library, file->file, index);
+  thread->lends = true;
   if (!face) return false;
   height = FromF26Dot6(face->size->metrics.height);
   size = kalvora::kZero;  // of the face before, which this one was never set to

@@ -34,34 +34,40 @@ KFTFontContext::KFTFontContext() {
 KFTFontContext::~KFTFontContext() {
   delete matrix;
   KFTFallback::Release(fallback);
-  std::free(fallbackFonts.data);
+  std::free(listMemory);
 }
 
 // Fallbacks ---------------------------------------------------------------------------------------
+
+// Copies the list into memory that is kept for the next one. Null when memory runs out.
+KFTFont** KFTFontContext::CopyList(const KArray<KFTFont*>& fonts) {
+  if (fonts.count > listRoom) {
+    void* larger = std::calloc(fonts.count, sizeof(KFTFont*));
+    if (!larger) return nullptr;
+    std::free(listMemory);
+    listMemory = static_cast<KFTFont**>(larger);
+    listRoom = fonts.count;
+  }
+  // The list may be this context's own, or its table's.
+  if (fonts.data != listMemory) std::copy(fonts.begin(), fonts.end(), listMemory);
+  return listMemory;
+}
 
 void KFTFontContext::SetFallbackFonts(const KArray<KFTFont*>* fonts,
                                       const KArray<KFTFontRange>* ranges) {
   KFTFallback* chosen = nullptr;
   KArray<KFTFont*> list;
-  if (fonts && fonts->count > 0 && fonts->data) {
-    list = *fonts;
-    if (fonts != &fallbackFonts) {
-      list.data = static_cast<KFTFont**>(std::calloc(fonts->count, sizeof(KFTFont*)));
-      if (list.data) std::copy(fonts->begin(), fonts->end(), list.data);
-    }
-    if (list.data) {
-      chosen = fallback && fallback->Matches(&list, ranges) ? fallback
-                                                            : KFTFallback::Instance(&list, ranges);
-    } else {
-      list.count = 0;
-    }
+  const bool wanted = fonts && fonts->count > 0 && fonts->data;
+  if (wanted && (list.data = CopyList(*fonts))) {
+    list.count = fonts->count;
+    chosen = fallback && fallback->Matches(&list, ranges) ? fallback
+                                                          : KFTFallback::Instance(&list, ranges);
   }
-  // Everything is read by now: what was given may be this context's own, or its table's.
-  if (list.data != fallbackFonts.data) std::free(fallbackFonts.data);
+  // The ranges may be the old table's: it goes last.
   if (chosen != fallback) KFTFallback::Release(fallback);
   fallbackFonts = list;
   fallback = chosen;
-  fallbackLost = !chosen && fonts && fonts->count > 0 && fonts->data;
+  fallbackLost = wanted && !chosen;
 }
 
 KFTFont* KFTFontContext::GetFallback(unsigned short ch) const {

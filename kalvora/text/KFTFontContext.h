@@ -37,7 +37,7 @@ class KALVORA_API KFTFontContext {
  public:
   KFTFont* font = nullptr;          ///< the primary font
   KFTFont* fallbackFont = nullptr;  ///< overrides the list when not null
-  KArray<KFTFont*> fallbackFonts;   ///< the list; an array of its own
+  KArray<KFTFont*> fallbackFonts;   ///< the list; the array is this context's
   KFTFallback* fallback = nullptr;  ///< says who of the list supplies what; one reference held
   FT_Matrix_* matrix = nullptr;     ///< the glyph matrix, owned; the identity at first
 
@@ -112,10 +112,13 @@ class KALVORA_API KFTFontContext {
 
  private:
   bool NeedMatrix();
+  KFTFont** CopyList(const KArray<KFTFont*>& fonts);
   KFTCacheKey KeyOf(const KFTFont* from, std::uint32_t ch) const;
   KFTCacheData* FindMissed(KFTCache* cache, std::uint32_t ch);
   KFTCacheData* Render(KFTCache* cache, const KFTFont* from, std::uint32_t index);
 
+  KFTFont** listMemory = nullptr;  // room for listRoom fallback fonts
+  unsigned listRoom = 0;
   bool fallbackLost = false;  // there was no memory for the fallback fonts
 };
 

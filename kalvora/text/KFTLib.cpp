@@ -1,7 +1,9 @@
 // KFTLib: the start and the end of a thread's FreeType library.
 #include "kalvora/text/KFTLib.h"
 
+#include <bit>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 #include "kalvora/text/KFTFont.h"
@@ -16,18 +18,47 @@ static KTlsOwner<KFTLib> owner{KFTLib::TlsLib};
 
 namespace {
 
+KFTLib* LibOf(FT_Memory memory) { return static_cast<KFTLib*>(memory->user); }
+
 void* Checked(FT_Memory memory, void* p) {
-  if (!p) static_cast<KFTLib*>(memory->user)->ranOut = true;
+  if (!p) LibOf(memory)->ranOut = true;
   return p;
 }
 
+bool IsNode(const KFTLib* lib, const void* p) {
+  return p >= lib->nodes && p < lib->nodes + KFTLib::kNodes;
+}
+
 void* Alloc(FT_Memory memory, long size) {
+  KFTLib* lib = LibOf(memory);
+  const auto free = static_cast<unsigned>(std::countr_one(lib->taken));
+  if (lib->lends && size <= long{sizeof(KFTLib::Node)} && free < KFTLib::kNodes) {
+    lib->taken |= 1u << free;
+    return &lib->nodes[free];
+  }
   return Checked(memory, std::malloc(static_cast<std::size_t>(size)));
 }
-void* ReAlloc(FT_Memory memory, long, long size, void* p) {
-  return Checked(memory, std::realloc(p, static_cast<std::size_t>(size)));
+
+void Free(FT_Memory memory, void* p) {
+  KFTLib* lib = LibOf(memory);
+  if (IsNode(lib, p)) {
+    lib->taken &= ~(1u << (static_cast<KFTLib::Node*>(p) - lib->nodes));
+  } else {
+    std::free(p);
+  }
 }
-void Free(FT_Memory, void* p) { std::free(p); }
+
+void* ReAlloc(FT_Memory memory, long, long size, void* p) {
+  if (!IsNode(LibOf(memory), p)) {
+    return Checked(memory, std::realloc(p, static_cast<std::size_t>(size)));
+  }
+  if (size <= long{sizeof(KFTLib::Node)}) return p;
+  void* larger = Checked(memory, std::malloc(static_cast<std::size_t>(size)));
+  if (!larger) return nullptr;
+  std::memcpy(larger, p, sizeof(KFTLib::Node));
+  Free(memory, p);
+  return larger;
+}
 
 }  // namespace
 
@@ -39,6 +70,7 @@ bool KFTLib::Start() {
   if (FT_New_Library(&memory, &library) != 0) return false;
   FT_Add_Default_Modules(library);
   FT_Set_Default_Properties(library);
+  lends = true;
   return !ranOut;
 }
 

@@ -2,6 +2,8 @@
 #ifndef KALVORA_TEXT_KFTLIB_H
 #define KALVORA_TEXT_KFTLIB_H
 
+#include <cstdint>
+
 #include <ft2build.h>
 #include FT_SYSTEM_H
 
@@ -16,6 +18,16 @@ struct KFTLib {
   KFTFont* fonts = nullptr;  ///< every font that holds a file of this thread
   FT_MemoryRec_ memory;      ///< the C heap, as FreeType wants it
   bool ranOut = false;       ///< whether it has ever failed to give memory
+
+  /// FreeType takes a list node for every composite glyph that it loads, and gives it back at once.
+  /// Those come from here, so that loading glyphs again takes nothing from the heap.
+  struct Node {
+    void* words[4];
+  };
+  static constexpr unsigned kNodes = 8;
+  Node nodes[kNodes];
+  std::uint32_t taken = 0;  ///< a bit for each node in use
+  bool lends = false;       ///< not while a face is opened: what that takes, it keeps
 
   KFTLib();
 

@@ -41,7 +41,7 @@ const FT_Outline_Funcs KFTFontContext::funcs = {
 
 void KFTFontContext::LoadChar(KSoftPath* path, int ch) {
   if (!path || !kalvora::IsLoaded(font)) return;
-  path->Reset();
+  path->Rewind();
   // Other contexts may share the face: it must show what this one's matrix says.
   FT_Set_Transform(font->face, matrix, nullptr);
   const FT_Int32 flags = Flags.UseFontHinting ? FT_LOAD_DEFAULT : FT_LOAD_NO_HINTING;

@@ -15,9 +15,9 @@ constexpr KColor32 kInk{20, 60, 140, 200};
 void AddComb(KSoftPath& path, unsigned teeth) {
   KVertex2D points[800];
   for (unsigned i = 0; i < 2 * teeth; ++i) {
-    points[i] = P(48.0 * (i + 1) / teeth, i % 2 == 0 ? 5 + i % 7 : 70 + i % 5);
+    points[i] = P(48.0 * (i + 1) / teeth, i % 2 == 0 ? 5 + i % 7 : 18 + i % 5);
   }
-  path.MoveTo(P(0, 79));
+  path.MoveTo(P(0, 24));
   path.BezierTo(1, points, 2 * teeth);
   path.Close();
 }

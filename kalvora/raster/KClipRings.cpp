@@ -1,0 +1,50 @@
+// KClipRings: copying rings and finding their top vertices.
+#include "kalvora/raster/KClipRings.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "kalvora/raster/KStack.h"
+#include "kalvora/raster/ring.h"
+
+using namespace kalvora;
+
+KClipRings::~KClipRings() { std::free(memory); }
+
+void KClipRings::Clear() {
+  active = false;
+  nodes = nullptr;
+  nodeCount = 0;
+}
+
+bool KClipRings::NeedRoom(std::size_t bytes) {
+  if (bytes <= room) return true;
+  std::free(memory);
+  memory = std::malloc(bytes);
+  room = memory ? bytes : 0;
+  return memory;
+}
+
+void KClipRings::Set(KVertex2D* const* rings, unsigned count, KStack* stack) {
+  Clear();
+  active = true;
+  if (count == 0) return;
+  std::size_t vertices = 0;
+  for (unsigned i = 0; i < count; ++i) vertices += ring::Count(rings[i]) + ring::kLinks;
+  // Between two top vertices of a ring there is a lower one.
+  if (!NeedRoom(vertices * sizeof(KVertex2D) + vertices / 2 * sizeof(KMergeNode))) return;
+  auto** copies =
+      static_cast<KVertex2D**>(stack->Alloc(static_cast<unsigned>(count * sizeof(KVertex2D*))));
+  if (!copies) return;
+  auto* to = static_cast<KVertex2D*>(memory);
+  for (unsigned i = 0; i < count; ++i) {
+    copies[i] = to;
+    to = std::copy_n(rings[i], ring::Count(rings[i]) + ring::kLinks, to);
+  }
+  KMergeNode* found = nullptr;
+  nodeCount = GetMergePts(found, copies, count, stack);
+  nodes = reinterpret_cast<KMergeNode*>(to);
+  std::copy_n(found, nodeCount, nodes);
+  stack->DeAlloc(found);
+  stack->DeAlloc(copies);
+}

@@ -1,0 +1,36 @@
+// KClipRings: the rings of a clip path, ready to be merged with those of a shape.
+#ifndef KALVORA_RASTER_KCLIPRINGS_H
+#define KALVORA_RASTER_KCLIPRINGS_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "kalvora/raster/KMergeNode.h"
+
+/// Copies of rings that outlive the draws they clip. The memory is kept for the next ones, so that
+/// a clip path that is set in every frame takes nothing from the heap.
+class KALVORA_API KClipRings {
+ public:
+  bool active = false;  ///< there is a clip path, if only one that lets nothing through
+  KMergeNode* nodes = nullptr;
+  std::uint32_t nodeCount = 0;
+
+  KClipRings() = default;
+  ~KClipRings();
+  KClipRings(const KClipRings&) = delete;
+  KClipRings& operator=(const KClipRings&) = delete;
+
+  /// Ends the clip path.
+  void Clear();
+  /// Clips to `count` rings, which are copied. Without them, or when memory runs out, nothing is
+  /// let through. `stack` is used and left as it was.
+  void Set(KVertex2D* const* rings, unsigned count, KStack* stack);
+
+ private:
+  bool NeedRoom(std::size_t bytes);
+
+  void* memory = nullptr;  // the rings, then the nodes
+  std::size_t room = 0;
+};
+
+#endif
