@@ -11,8 +11,9 @@ using kalvora::IsLoaded;
 
 namespace {
 
-// Larger masks are not rendered: a broken font may ask for a gigabyte of them.
-constexpr std::int64_t kMostPixels = std::int64_t{1} << 26;
+// Larger masks are not rendered: a broken font may ask for a gigabyte, or for many times less than
+// that in every glyph. 16 MB are a glyph of 4096 pixels.
+constexpr std::int64_t kMostPixels = std::int64_t{1} << 24;
 
 bool IsSmallEnough(FT_GlyphSlot glyph) {
   if (glyph->format != FT_GLYPH_FORMAT_OUTLINE) return true;
