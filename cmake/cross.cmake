@@ -15,6 +15,8 @@ elseif(KALVORA_TARGET STREQUAL "armv6")
   set(triple arm-linux-gnueabi)
   set(flags "-march=armv6+fp -marm -mfloat-abi=softfp -mtune=arm1136jf-s -Wno-psabi")
   set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -cpu arm1136 -L ${KALVORA_SYSROOT})
+  # This processor has no 64-bit atomics; tests use some, the library none.
+  set(CMAKE_CXX_STANDARD_LIBRARIES_INIT "-Wl,--push-state,--as-needed -latomic -Wl,--pop-state")
 elseif(KALVORA_TARGET STREQUAL "aarch64")
   set(CMAKE_SYSTEM_PROCESSOR aarch64)
   set(triple aarch64-linux-gnu)
