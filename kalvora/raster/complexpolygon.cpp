@@ -202,6 +202,7 @@ void DrawComplexPolygon(const RasterJob& job, const KMergeNode* begin, const KMe
   KRowWriter rows(job, y);
   if (!rows.Ready()) return;
   ActiveList edges(job.stack);
+  std::int32_t row = -1;
   std::int64_t walked = 0;  // edges that this row's steps have walked along
   while (y < bottom) {
     for (; begin != end && begin->vertex->y.raw <= y; ++begin) {
@@ -221,7 +222,8 @@ void DrawComplexPolygon(const RasterJob& job, const KMergeNode* begin, const KMe
     }
     stop = edges.NextEnd(stop);
     const bool crossed = edges.Project(stop);
-    walked = (y & 0xFFFF) == 0 ? 0 : walked + edges.Count();
+    walked = y >> 16 == row ? walked + edges.Count() : 0;
+    row = y >> 16;
     if (crossed) {
       const std::int64_t least = y + walked / kEdgesPerHeight;
       const std::int64_t crossing = y + edges.FirstCrossing(stop - y);

@@ -79,4 +79,24 @@ TEST(Clip, RulesOfOverlappingContours) {
   }
 }
 
+// Rows where hundreds of edges cross are drawn in coarser steps, whatever was drawn above them.
+TEST(Clip, RowsDoNotDependOnThoseAboveTheClip) {
+  Random random(1);
+  KSoftPath path;
+  for (const double y : {2.3, 6.3}) {
+    for (int i = 0; i < 200; ++i) {
+      path.MoveTo(P(random.Below(60), y));
+      path.LineTo(P(random.Below(60), y + 0.5));
+      path.LineTo(P(random.Below(60), y));
+    }
+  }
+  Target whole(60, 8), below(60, 8);
+  below.context.SetClipRegion({0, 4, 60, 8});
+  for (Target* t : {&whole, &below}) {
+    t->context.SetFillRule(KFillEvenOdd);
+    t->context.DrawPath(&path);
+  }
+  for (unsigned x = 0; x < 60; ++x) EXPECT_EQ(whole.At(x, 6), below.At(x, 6)) << x;
+}
+
 }  // namespace
