@@ -54,14 +54,13 @@ std::int32_t MaskCoverage(std::uint8_t m) {
   return weight == 0 ? 0 : weight * 256 - 128;
 }
 
-/// What a draw of the mask at the device pixel (x0, y0) touches, within the clip rectangle.
-PixelBox MaskBox(const KStyleContext2D* style, const KSoftPixmap& mask, int x0, int y0, int x1,
-                 int y1) {
+/// What a draw of the mask at the device pixel (x0, y0) touches, within a clip rectangle.
+PixelBox MaskBox(const KClip& clip, const KSoftPixmap& mask, int x0, int y0, int x1, int y1) {
   if (!mask.pixels || mask.pixelShift != 0) return {0, 0, 0, 0};
   const std::int64_t columns = std::min(mask.width, mask.stride);
   const PixelBox whole{x0, y0, std::min<std::int64_t>(x1, x0 + columns),
                        std::min<std::int64_t>(y1, std::int64_t{y0} + mask.height)};
-  return whole.Within(style->clip);
+  return whole.Within(clip);
 }
 
 }  // namespace
@@ -107,7 +106,7 @@ void DrawAlphaMask(const PaintJob& job, const KSoftPixmap& mask, int x0, int y0,
   KStyleContext2D* style = job.style;
   const std::int32_t type = style->paint->type;
   if (type < KPaintColor || type >= KPaintNone) return;
-  const PixelBox box = MaskBox(style, mask, x0, y0, x1, y1);
+  const PixelBox box = MaskBox(style->clip, mask, x0, y0, x1, y1);
   if (box.IsEmpty()) return;
 
   KFiller solid = nullptr, coverage = nullptr;
@@ -192,13 +191,16 @@ constexpr KStripTable kMaskedStrips = {
 void DrawClippedAlphaMask(const RasterJob& job, const KSoftPixmap& mask, int x0, int y0, int x1,
                           int y1) {
   KStyleContext2D* style = job.style;
-  const PixelBox box = MaskBox(style, mask, x0, y0, x1, y1);
+  const PixelBox box = MaskBox(style->clip, mask, x0, y0, x1, y1);
   if (box.IsEmpty()) return;
   const KClip clip = style->clip;
   style->clip = {static_cast<std::int16_t>(box.x0), static_cast<std::int16_t>(box.y0),
                  static_cast<std::int16_t>(box.x1), static_cast<std::int16_t>(box.y1)};
-  const KFixed left = KFixed::FromInt(style->clip.x0), top = KFixed::FromInt(style->clip.y0);
-  const KFixed right = KFixed::FromInt(style->clip.x1), bottom = KFixed::FromInt(style->clip.y1);
+  // The whole mask, so that where it meets the clip path does not depend on the clip rectangle.
+  const PixelBox whole = MaskBox({0, 0, INT16_MAX, INT16_MAX}, mask, x0, y0, x1, y1);
+  const auto at = [](std::int64_t v) { return KFixed::FromInt(static_cast<std::int32_t>(v)); };
+  const KFixed left = at(whole.x0), top = at(whole.y0);
+  const KFixed right = at(whole.x1), bottom = at(whole.y1);
   KVertex2D rectangle[4 + ring::kLinks];
   rectangle[1] = {left, top};
   rectangle[2] = {right, top};

@@ -35,6 +35,7 @@ void KRowWriter::GoTo(std::int32_t row) {
   style_->row = target_->Row32(static_cast<unsigned>(row));
   style_->StartRow();
   carried_ = 0;
+  reached_ = INT32_MIN;
   added_ = false;
 }
 
@@ -54,15 +55,14 @@ void KRowWriter::Span(std::int32_t leftTop, std::int32_t leftBottom, KFixed left
                       std::int32_t rightTop, std::int32_t rightBottom, KFixed rightSlope) {
   const KFixed xa = KFixed::FromRaw(leftTop), xb = KFixed::FromRaw(leftBottom);
   const KFixed xc = KFixed::FromRaw(rightTop), xd = KFixed::FromRaw(rightBottom);
+  // A further span of a whole row: paint what lies to its left, unless both share a pixel. Whether
+  // they do must not depend on the clip.
+  added_ = added_ || std::min(leftTop, leftBottom) >> 16 < reached_;
   if (!added_ && style_->x0 < style_->x1) {
-    // A further span of a whole row: paint what lies to its left, unless both share a pixel.
-    if (std::min(leftTop, leftBottom) >> 16 >= style_->x1) {
-      Paint();
-      style_->StartRow();
-    } else {
-      added_ = true;
-    }
+    Paint();
+    style_->StartRow();
   }
+  reached_ = std::max(reached_, (std::max(rightTop, rightBottom) >> 16) + 1);
   if (added_) {
     style_->ComputeAA(xa, xb, leftSlope, xc, xd, rightSlope, KFixed::FromRaw(height_));
   } else {
@@ -99,10 +99,15 @@ void KRowWriter::Paint() {
   std::int32_t solid1 = style_->solidX1;
   if (style_->solidHeight == 0 || solid0 >= solid1) solid0 = solid1 = x1;
   if (added_) {
-    // Rounding may leave a sum a few units outside.
-    std::int32_t* line = style_->lineBuffer;
-    for (std::int32_t x = x0; x < solid0; ++x) line[x] = std::clamp(line[x], 0, kRow);
-    for (std::int32_t x = solid1; x < x1; ++x) line[x] = std::clamp(line[x], 0, kRow);
+    // Rounding may leave a sum a few units outside, or short of full: then it must count as full
+    // also where an opacity multiplies it, as in a solid run, whose extent depends on the clip.
+    const auto settle = [line = style_->lineBuffer](std::int32_t from, std::int32_t to) {
+      for (std::int32_t x = from; x < to; ++x) {
+        line[x] = line[x] >= kAsGoodAsFull ? kRow : std::max(line[x], 0);
+      }
+    };
+    settle(x0, solid0);
+    settle(solid1, x1);
   }
   Fill(coverage_, x0, solid0);
   Fill(solid_, solid0, solid1);

@@ -50,6 +50,7 @@ class KRowWriter {
   KFiller coverage_ = nullptr;
   std::int32_t height_ = 0;   // of the present step, with what was carried over
   std::int32_t carried_ = 0;  // height of the steps of this row that were too low to draw
+  std::int32_t reached_ = 0;  // end of the row's spans so far, also outside the clip
   bool added_ = false;        // the row was built by adding: sums may be off by a few units
 };
 

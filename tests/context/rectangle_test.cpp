@@ -137,29 +137,6 @@ TEST(Rectangle, PolygonsDifferByThreeLevelsAtMost) {
   }
 }
 
-TEST(Rectangle, ClipRectanglesCrop) {
-  Random random(33);
-  for (int i = 0; i < 3000; ++i) {
-    const Rectangle r = AnyRectangle(random);
-    const KColor32 color = AnyColor(random);
-    const auto edge = [&] { return static_cast<std::int16_t>(random.Below(kSize + 1)); };
-    const KRect clip{edge(), edge(), edge(), edge()};
-    Target whole(kSize, kSize), cropped(kSize, kSize);
-    cropped.context.SetClipRegion(clip);
-    for (Target* t : {&whole, &cropped}) {
-      t->context.SetFillColor(color);
-      t->context.DrawRectangle(r.p, r.q);
-    }
-    for (int y = 0; y < kSize; ++y) {
-      for (int x = 0; x < kSize; ++x) {
-        const bool inside = x >= clip.left && x < clip.right && y >= clip.top && y < clip.bottom;
-        const auto ux = static_cast<unsigned>(x), uy = static_cast<unsigned>(y);
-        ASSERT_EQ(cropped.At(ux, uy), inside ? whole.At(ux, uy) : 0x11111111) << i;
-      }
-    }
-  }
-}
-
 TEST(Rectangle, SnapsWithoutAntiAliasing) {
   struct Case {
     double left, right;

@@ -388,41 +388,6 @@ TEST(DrawText, ClipPathsWeighTheMasks) {
   }
 }
 
-TEST(DrawText, ClipRectanglesShowTheFullDrawsPixels) {
-  Page page, clipped;
-  Paints paints;
-  for (Page* p : {&page, &clipped}) p->latin.SetFontSize(Px(37));
-  Random random(3);
-  for (int i = 0; i < 200; ++i) {
-    const auto edge = [&] { return static_cast<std::int16_t>(random.Between(-10, 230)); };
-    const KRect clip = {edge(), edge(), edge(), edge()};
-    const int paint = random.Between(0, 4);
-    const KSoftMatrix3D& m = kTransforms[random.Below(std::size(kTransforms))];
-    for (Page* p : {&page, &clipped}) {
-      p->Use();
-      p->context.SetTransform(m);
-      paints.Set(p->context, paint);
-    }
-    clipped.context.SetClipRegion(clip);
-    for (Page* p : {&page, &clipped}) p->Draw(kLine, P(-15, 60));
-    clipped.context.ResetClip();
-    const int tolerance = paint == 2 || paint == 3 ? 2 : 0;  // gradients start with the span
-    for (int y = 0; y < 200; ++y) {
-      for (int x = 0; x < 220; ++x) {
-        const bool in = x >= clip.left && x < clip.right && y >= clip.top && y < clip.bottom;
-        const std::uint32_t want =
-            in ? page.At(static_cast<unsigned>(x), static_cast<unsigned>(y)) : 0xFF000000;
-        const std::uint32_t got = clipped.At(static_cast<unsigned>(x), static_cast<unsigned>(y));
-        for (int shift = 0; shift < 24; shift += 8) {
-          ASSERT_NEAR(static_cast<int>(got >> shift & 255), static_cast<int>(want >> shift & 255),
-                      tolerance)
-              << "draw " << i << ", " << x << ' ' << y;
-        }
-      }
-    }
-  }
-}
-
 // A frame with text of all kinds.
 void DrawFrame(Page& page, Paints& paints) {
   page.context.Clear(kBlack);
