@@ -49,7 +49,8 @@ KSegment* KSoftPath::NewSegment(std::size_t points) {
   }
   void* block = std::malloc(kFront + sizeof(KSegment) + points * sizeof(KVertex2D));
   if (!block) return nullptr;
-  auto* segment = reinterpret_cast<KSegment*>(static_cast<char*>(block) + kFront);
+  void* behind = static_cast<char*>(block) + kFront;
+  auto* segment = static_cast<KSegment*>(behind);
   Room(segment) = static_cast<std::uint32_t>(points);
   return segment;
 }
