@@ -64,7 +64,6 @@ KFTCacheData* KFTFontContext::FindMissed(KFTCache* cache, std::uint32_t ch) {
   KFTFont* other = index == 0 ? GetFallback(static_cast<unsigned short>(ch)) : nullptr;
   if (IsLoaded(other)) {
     other->SetFontSize(font->size);
-    if (other->size != font->size) return nullptr;
     key = KeyOf(other, ch);
     if (KFTCacheData* data = cache->Find(key)) return data;
     if (!other->GlyphIndex(ch, index)) return nullptr;

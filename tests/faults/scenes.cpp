@@ -136,9 +136,9 @@ void Patterns(World& w) {
   MakeTile(tile);
   tile.transform.Rotate(F(30));
   w.context.SetFillPixmap(&tile);
-  for (int rule = 0; rule < 4; ++rule) {
-    tile.repeatRule = static_cast<KRepeatRule>(rule);
-    w.context.DrawRectangle(P(24 * rule + 1, 4), P(24 * rule + 23, 76), P(5, 5));
+  for (const KRepeatRule rule : {KRepeatClamp, KRepeatTile}) {
+    tile.repeatRule = rule;
+    w.context.DrawRectangle(P(48 * rule + 1, 4), P(48 * rule + 47, 76), P(5, 5));
   }
 }
 

@@ -2,27 +2,16 @@
 #include <algorithm>
 #include <cstdlib>
 #include <map>
-#include <thread>
 
 #include <gtest/gtest.h>
 
 #include "kalvora/text/KFTFallback.h"
 
-#include "tests/common/Allocations.h"
 #include "tests/common/Random.h"
 #include "tests/text/calls.h"
 #include "tests/text/fonts.h"
 
 namespace {
-
-struct Fonts {
-  KFTFont latin, cjk, symbols;
-  Fonts() {
-    EXPECT_TRUE(latin.LoadFont(kLatin, 0));
-    EXPECT_TRUE(cjk.LoadFont(kCjk, 0));
-    EXPECT_TRUE(symbols.LoadFont(kSymbols, 0));
-  }
-};
 
 KArray<KFTFontRange> Array(std::vector<KFTFontRange>& ranges) {
   return {static_cast<std::uint32_t>(ranges.size()), ranges.data()};
@@ -243,44 +232,6 @@ TEST(Fallback, HeightsAreTheTallestAtThePrimarySize) {
   EXPECT_NE(f.latin.height, f.symbols.height);
   context.SetFallbackFont(&f.latin);
   EXPECT_EQ(heights(), std::pair(f.cjk.height, f.latin.height));
-}
-
-TEST(Fallback, LackOfMemoryLeavesNoFallback) {
-  Fonts f;
-  const FontList list{&f.latin, &f.cjk, &f.symbols};
-  std::vector<KFTFontRange> ranges = {{'A', 'Z', 1, 0}};
-  const KArray<KFTFontRange> array = Array(ranges);
-  KFTFontContext context;
-  bool failed = true;
-  for (int n = 1; failed; ++n) {
-    {
-      const Allocations allocations(n);
-      context.SetFallbackFonts(&list.array, &array);
-      failed = allocations.Count() >= n;
-    }
-    EXPECT_EQ(KFTFallback::InstanceList, context.fallback);
-    EXPECT_EQ(context.GetFallback('A'), context.fallback ? &f.cjk : nullptr);
-    context.SetFallbackFonts(nullptr, nullptr);
-  }
-}
-
-TEST(Fallback, ThreadsComeAndGo) {
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([t] {
-      for (int i = 0; i < 3; ++i) {
-        Fonts f;
-        const FontList list{&f.latin, t % 2 ? &f.cjk : &f.symbols};
-        KFTFontContext first, second;
-        first.SetFallbackFonts(&list.array, nullptr);
-        second.SetFallbackFonts(&list.array, nullptr);
-        EXPECT_EQ(first.fallback, second.fallback);
-        EXPECT_TRUE(first.GetFallback('A')->Exists('A'));
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(KFTFallback::InstanceList, nullptr);
 }
 
 }  // namespace

@@ -1,12 +1,9 @@
 // Fonts: loading, sharing, sizes and measures, against FreeType asked directly.
-#include <cmath>
 #include <cstdio>
 #include <fstream>
 
-#include <ft2build.h>
-#include <gtest/gtest.h>
-#include FT_FREETYPE_H
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,29 +13,9 @@
 #include "tests/common/Random.h"
 #include "tests/text/calls.h"
 #include "tests/text/fonts.h"
+#include "tests/text/reference.h"
 
 namespace {
-
-// A face of FreeType's own at a size, and its quantities in pixels.
-struct Reference {
-  FT_Library library = nullptr;
-  FT_Face face = nullptr;
-
-  explicit Reference(const char* path, double pixels, int index = 0) {
-    FT_Init_FreeType(&library);
-    EXPECT_EQ(FT_New_Face(library, path, index, &face), 0);
-    const auto size = static_cast<FT_F26Dot6>(std::lround(pixels * 64));
-    EXPECT_EQ(FT_Set_Char_Size(face, size, size, 0, 0), 0);
-  }
-  ~Reference() { FT_Done_FreeType(library); }
-
-  KFixed Height() const { return Of(face->size->metrics.height); }
-  KFixed Advance(unsigned code) const {
-    EXPECT_EQ(FT_Load_Char(face, code, FT_LOAD_NO_BITMAP | FT_LOAD_NO_HINTING), 0);
-    return Of(face->glyph->advance.x);
-  }
-  static KFixed Of(FT_Pos v) { return KFixed::FromRaw(static_cast<std::int32_t>(v * 1024)); }
-};
 
 int FacesKnown() {
   int count = 0;
@@ -200,8 +177,8 @@ TEST_F(OddFiles, DescriptorZeroIsRefused) {
 }
 
 TEST(Font, PensAdvanceByTheGlyphOfWhoHasIt) {
-  KFTFont latin, cjk, symbols;
-  ASSERT_TRUE(latin.LoadFont(kLatin, 0) && cjk.LoadFont(kCjk, 0) && symbols.LoadFont(kSymbols, 0));
+  Fonts f;
+  auto& [latin, cjk, symbols] = f;
   latin.SetFontSize(Px(30));
   KFTFontContext context;
   context.SetFont(&latin);

@@ -40,6 +40,16 @@ struct FontList {
   }
 };
 
+/// The three, loaded.
+struct Fonts {
+  KFTFont latin, cjk, symbols;
+
+  Fonts() {
+    EXPECT_TRUE(latin.LoadFont(kLatin, 0) && cjk.LoadFont(kCjk, 0) &&
+                symbols.LoadFont(kSymbols, 0));
+  }
+};
+
 /// Runs a piece of a test on a thread of its own, whose caches start empty and end with it.
 template <typename Body>
 void OnThread(Body body) {

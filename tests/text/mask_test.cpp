@@ -16,6 +16,7 @@
 #include "tests/common/Random.h"
 #include "tests/text/calls.h"
 #include "tests/text/fonts.h"
+#include "tests/text/reference.h"
 
 namespace {
 
@@ -32,43 +33,30 @@ KSoftMatrix3D Matrix(const std::int32_t (&m)[4]) {
 }
 
 // FreeType's own rendering of a glyph.
-class Rendered {
- public:
-  Rendered(const char* path, double pixels, const std::int32_t (&m)[4], unsigned code,
-           bool hinted = false) {
-    FT_Init_FreeType(&library_);
-    EXPECT_EQ(FT_New_Face(library_, path, 0, &face_), 0);
-    const auto size = static_cast<FT_F26Dot6>(pixels * 64);
-    EXPECT_EQ(FT_Set_Char_Size(face_, size, size, 0, 0), 0);
-    FT_Matrix matrix = {m[0], m[1], m[2], m[3]};
-    FT_Set_Transform(face_, &matrix, nullptr);
-    const FT_Int32 flags = FT_LOAD_NO_BITMAP | (hinted ? 0 : FT_LOAD_NO_HINTING);
-    EXPECT_EQ(FT_Load_Char(face_, code, flags), 0);
-    advance = {KFixed::FromRaw(static_cast<std::int32_t>(face_->glyph->advance.x * 1024)),
-               KFixed::FromRaw(static_cast<std::int32_t>(face_->glyph->advance.y * -1024))};
-    EXPECT_EQ(FT_Render_Glyph(face_->glyph, FT_RENDER_MODE_NORMAL), 0);
-    const FT_Bitmap& bitmap = face_->glyph->bitmap;
-    if (!bitmap.buffer) return;
-    width = bitmap.width;
-    origin = {KFixed::FromInt(face_->glyph->bitmap_left),
-              KFixed::FromInt(-face_->glyph->bitmap_top)};
-    for (unsigned y = 0; y < bitmap.rows; ++y) {
-      const std::uint8_t* row = bitmap.buffer + static_cast<int>(y) * bitmap.pitch;
-      bytes.insert(bytes.end(), row, row + width);
-    }
-  }
-  ~Rendered() { FT_Done_FreeType(library_); }
-  Rendered(const Rendered&) = delete;
-  Rendered& operator=(const Rendered&) = delete;
-
+struct Rendered : Reference {
   unsigned width = 0;
   std::vector<std::uint8_t> bytes;
   KVertex2D origin = KVertex2D::Origin;
   KVertex2D advance;
 
- private:
-  FT_Library library_ = nullptr;
-  FT_Face face_ = nullptr;
+  Rendered(const char* path, double pixels, const std::int32_t (&m)[4], unsigned code,
+           bool hinted = false)
+      : Reference(path, pixels) {
+    FT_Matrix matrix = {m[0], m[1], m[2], m[3]};
+    FT_Set_Transform(face, &matrix, nullptr);
+    const FT_Int32 flags = FT_LOAD_NO_BITMAP | (hinted ? 0 : FT_LOAD_NO_HINTING);
+    EXPECT_EQ(FT_Load_Char(face, code, flags), 0);
+    advance = {Of(face->glyph->advance.x), Of(-face->glyph->advance.y)};
+    EXPECT_EQ(FT_Render_Glyph(face->glyph, FT_RENDER_MODE_NORMAL), 0);
+    const FT_Bitmap& bitmap = face->glyph->bitmap;
+    if (!bitmap.buffer) return;
+    width = bitmap.width;
+    origin = {KFixed::FromInt(face->glyph->bitmap_left), KFixed::FromInt(-face->glyph->bitmap_top)};
+    for (unsigned y = 0; y < bitmap.rows; ++y) {
+      const std::uint8_t* row = bitmap.buffer + static_cast<int>(y) * bitmap.pitch;
+      bytes.insert(bytes.end(), row, row + width);
+    }
+  }
 };
 
 struct Loaded {
@@ -93,14 +81,26 @@ void ExpectSame(const Loaded& loaded, const Rendered& rendered) {
   EXPECT_EQ(loaded.advance, rendered.advance);
 }
 
+// The Latin font and a context that shows it.
+struct Latin {
+  KFTFont font;
+  KFTFontContext context;
+
+  explicit Latin(double size = 18, const char* path = kLatin) {
+    EXPECT_TRUE(font.LoadFont(path, 0));
+    font.SetFontSize(Px(size));
+    context.SetFont(&font);
+  }
+};
+
 struct Stats {
   int hits, misses, evictions, watermark, average;
   Stats() { KFTFontContext::GetCacheStats(&hits, &misses, &evictions, &watermark, &average); }
 };
 
 TEST(Mask, IsWhatFreeTypeRenders) {
-  KFTFont latin, cjk, symbols;
-  ASSERT_TRUE(latin.LoadFont(kLatin, 0) && cjk.LoadFont(kCjk, 0) && symbols.LoadFont(kSymbols, 0));
+  Fonts f;
+  auto& [latin, cjk, symbols] = f;
   KFTFontContext context;
   context.SetFont(&latin);
   const FontList list{&cjk, &symbols};
@@ -133,25 +133,17 @@ TEST(Mask, IsWhatFreeTypeRenders) {
 }
 
 TEST(Mask, HintingIsNoPartOfTheKey) {
-  KFTFont latin;
-  ASSERT_TRUE(latin.LoadFont(kLatin, 0));
-  KFTFontContext context;
-  context.SetFont(&latin);
-  latin.SetFontSize(Px(13));
+  Latin here(13);
   const Rendered plain(kLatin, 13, kIdentity, 'm'), hinted(kLatin, 13, kIdentity, 'm', true);
   ASSERT_NE(plain.bytes, hinted.bytes);
   OnThread([&] {
-    KFTFont font;
-    ASSERT_TRUE(font.LoadFont(kLatin, 0));
-    font.SetFontSize(Px(13));
-    KFTFontContext other;
-    other.SetFont(&font);
+    Latin there(13);
     KSoftContext2D::SetGlobalAttribute(4, 1);
-    ExpectSame(Loaded(other, 'm'), hinted);
+    ExpectSame(Loaded(there.context, 'm'), hinted);
     KSoftContext2D::SetGlobalAttribute(4, 0);
-    ExpectSame(Loaded(other, 'm'), hinted);  // still the one that is cached
+    ExpectSame(Loaded(there.context, 'm'), hinted);  // still the one that is cached
   });
-  ExpectSame(Loaded(context, 'm'), plain);
+  ExpectSame(Loaded(here.context, 'm'), plain);
 }
 
 TEST(Mask, SharedFacesShowEachContextItsOwnMatrix) {
@@ -270,39 +262,10 @@ TEST(Mask, CountsHitsMissesAndReferences) {
   });
 }
 
-TEST(Mask, FailuresDropWhatTheyTook) {
-  OnThread([] {
-    KFTFont latin, cjk;
-    ASSERT_TRUE(latin.LoadFont(kLatin, 0) && cjk.LoadFont(kCjk, 0));
-    KFTFontContext context;
-    context.SetFont(&latin);
-    context.SetFallbackFont(&cjk);
-    const auto references = [&] { return latin.file->refCount + cjk.file->refCount; };
-    for (const char16_t code : {u'A', kOnlyCjk, kNowhere}) {
-      const int before = references();
-      bool failed = true;
-      for (int n = 1; failed; ++n) {
-        const FreeTypeCalls calls(n);
-        latin.SetFontSize(Px(20 + n));
-        cjk.SetFontSize(Px(18));
-        const Loaded loaded(context, code);
-        failed = calls.fallible >= n;
-        EXPECT_EQ(references(), before + (loaded.mask != nullptr));
-        EXPECT_EQ(loaded.origin.x == Px(-1), loaded.mask == nullptr);
-        while (KFTCache::Existing()->lru) KFTCache::Existing()->Evict();
-      }
-      EXPECT_EQ(references(), before);
-    }
-  });
-}
-
 TEST(Mask, OneLargerThanTheCacheIsReplacedByTheNext) {
   OnThread([] {
-    KFTFont font;
-    ASSERT_TRUE(font.LoadFont(kLatin, 0));
-    KFTFontContext context;
-    context.SetFont(&font);
-    font.SetFontSize(Px(900));
+    Latin latin(900);
+    auto& [font, context] = latin;
     for (int i = 0; i < 2; ++i) {
       const Loaded loaded(context, 'W');
       ASSERT_GT(loaded.mask->width * loaded.mask->height, 409600u);
@@ -341,11 +304,8 @@ TEST(Mask, TellsWhatIsMissing) {
 
 TEST(Mask, DumpsTheCache) {
   OnThread([] {
-    KFTFont font;
-    ASSERT_TRUE(font.LoadFont(kLatin, 0));
-    font.SetFontSize(Px(12.5));
-    KFTFontContext context;
-    context.SetFont(&font);
+    Latin latin(12.5);
+    KFTFontContext& context = latin.context;
     const KSoftMatrix3D matrix = Matrix(kTurned);
     context.SetTransform(&matrix);
     const Loaded loaded(context, 'k');
@@ -364,11 +324,8 @@ TEST(Mask, DumpsTheCache) {
 
 TEST(Mask, DumpsStatisticsOnceASecond) {
   OnThread([] {
-    KFTFont font;
-    ASSERT_TRUE(font.LoadFont(kLatin, 0));
-    KFTFontContext context;
-    context.SetFont(&font);
-    for (const int c : {65, 66, 65, 65 + 128}) Loaded(context, c);
+    Latin latin;
+    for (const int c : {65, 66, 65, 65 + 128}) Loaded(latin.context, c);
     char head[64];
     std::snprintf(head, sizeof head,
                   "Font cache [%p] stats: ", static_cast<void*>(KFTCache::Existing()));

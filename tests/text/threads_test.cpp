@@ -37,8 +37,8 @@ int OpenFiles() {
 // the seed alone.
 std::uint64_t DrawStrings(std::uint64_t seed, int strings) {
   Random random(seed);
-  KFTFont latin, cjk, symbols;
-  EXPECT_TRUE(latin.LoadFont(kLatin, 0) && cjk.LoadFont(kCjk, 0) && symbols.LoadFont(kSymbols, 0));
+  Fonts f;
+  auto& [latin, cjk, symbols] = f;
   const FontList lists[] = {{&cjk, &symbols}, {&symbols}};
   Hash hash;
   std::unique_ptr<Target> target;
