@@ -13,13 +13,16 @@
 namespace {
 
 constexpr char kUsage[] =
-    "kalvora-dashboard [--display fb0|shm] [--buffers N] [--frames N] [--font FILE]\n"
+    "kalvora-dashboard [--display fb0|shm] [--buffers N] [--frames N] [--font FILE] [--save FILE]\n"
     "\n"
     "  --display fb0   the framebuffer device /dev/fb0 (fb1 and so on likewise); the default\n"
     "  --display shm   the shared-memory surface, to be seen with kalvora-viewer\n"
     "  --buffers N     1, 2 or 3 (3); 1 for boards that cannot pan\n"
     "  --frames N      ends after N frames (0: never)\n"
-    "  --font FILE     the font of the lettering (DejaVu Sans)\n";
+    "  --font FILE     the font of the lettering (DejaVu Sans)\n"
+    "  --save FILE     at the end, draws the frames into a pixmap too and writes the last as a "
+    "PPM\n"
+    "                  file: what is on screen must look exactly so\n";
 
 struct Options {
   KDisplay display = KDisplayFramebuffer;
@@ -27,6 +30,7 @@ struct Options {
   unsigned buffers = 3;
   unsigned frames = 0;
   const char* font = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
+  const char* save = nullptr;
 };
 
 bool ParseNumber(const char* text, unsigned most, unsigned& number) {
@@ -45,15 +49,15 @@ bool ParseDisplay(const char* name, Options& options) {
 }
 
 bool Parse(int argc, char** argv, Options& options) {
-  const option names[] = {{"display", required_argument, nullptr, 'd'},
-                          {"buffers", required_argument, nullptr, 'b'},
-                          {"frames", required_argument, nullptr, 'f'},
-                          {"font", required_argument, nullptr, 't'},
-                          {nullptr, 0, nullptr, 0}};
+  const option names[] = {
+      {"display", required_argument, nullptr, 'd'}, {"buffers", required_argument, nullptr, 'b'},
+      {"frames", required_argument, nullptr, 'f'},  {"font", required_argument, nullptr, 't'},
+      {"save", required_argument, nullptr, 's'},    {nullptr, 0, nullptr, 0}};
   bool good = true;
   for (int name; good && (name = getopt_long(argc, argv, "", names, nullptr)) != -1;) {
     if (name == 't') options.font = optarg;
-    good = name == 't' || (name == 'd' && ParseDisplay(optarg, options)) ||
+    if (name == 's') options.save = optarg;
+    good = name == 't' || name == 's' || (name == 'd' && ParseDisplay(optarg, options)) ||
            (name == 'b' && ParseNumber(optarg, 3, options.buffers) && options.buffers > 0) ||
            (name == 'f' && ParseNumber(optarg, 1000000000, options.frames));
   }
@@ -81,6 +85,30 @@ unsigned Run(KSoftContext2D& context, const Options& options) {
   return n;
 }
 
+bool WritePpm(const KSoftPixmap& picture, const char* path) {
+  std::FILE* const file = std::fopen(path, "wb");
+  if (file == nullptr) return false;
+  std::fprintf(file, "P6 %u %u 255\n", picture.width, picture.height);
+  for (unsigned y = 0; y < picture.height; ++y) {
+    for (const std::uint32_t *p = picture.Row32(y), *end = p + picture.width; p < end; ++p) {
+      const KColor32 c = KColor32::FromWord(*p);
+      std::fprintf(file, "%c%c%c", c.red, c.green, c.blue);
+    }
+  }
+  return std::fclose(file) == 0;
+}
+
+/// Draws the frames once more, without any display, and writes the last.
+bool Save(unsigned width, unsigned height, unsigned frames, const Options& options) {
+  KSoftPixmap picture;
+  picture.Create(width, height, KFormat0888PM);
+  KSoftContext2D context;
+  if (picture.pixels == nullptr || !context.RenderToTexture(&picture)) return false;
+  dashboard::Dashboard panel(context, options.font);
+  for (unsigned n = 0; n < frames; ++n) panel.Draw(n);
+  return WritePpm(picture, options.save);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -101,5 +129,10 @@ int main(int argc, char** argv) {
   const unsigned frames = Run(context, options);
   const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
   std::printf("%u frames in %.2f s: %.1f frames a second\n", frames, seconds, frames / seconds);
+  const KSoftPixmap& target = context.GetTarget();
+  if (options.save != nullptr && !Save(target.width, target.height, frames, options)) {
+    std::fprintf(stderr, "kalvora-dashboard: cannot write %s\n", options.save);
+    return 1;
+  }
   return 0;
 }
