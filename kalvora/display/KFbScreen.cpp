@@ -144,13 +144,13 @@ KRect KFbScreen::Clip(const KRect& rect) const {
   return clipped.IsEmpty() ? KRect{0, 0, 0, 0} : clipped;
 }
 
-void KFbScreen::DisplayBuffer(unsigned index, const KRect* dirty, bool force,
+bool KFbScreen::DisplayBuffer(unsigned index, const KRect* dirty, bool force,
                               const std::atomic<bool>& cancelled) {
-  if (!isDevice || index >= available) return;
+  if (!isDevice || index >= available) return true;
   fb_var_screeninfo mode{};
-  if (ioctl(fd, FBIOGET_VSCREENINFO, &mode) < 0) return;
+  if (ioctl(fd, FBIOGET_VSCREENINFO, &mode) < 0) return false;
   const std::uint32_t top = height * index;
-  if (!force && mode.xoffset == 0 && mode.yoffset == top) return;
+  if (!force && mode.xoffset == 0 && mode.yoffset == top) return true;
   mode.xoffset = 0;
   mode.yoffset = top;
   if (dirty != nullptr && !Flags.DisplayFps) {
@@ -165,7 +165,11 @@ void KFbScreen::DisplayBuffer(unsigned index, const KRect* dirty, bool force,
   } else {
     mode.reserved[0] = 0;
   }
-  if (!cancelled) ioctl(fd, FBIOPAN_DISPLAY, &mode);
+  if (cancelled) return true;
+  // Some drivers refuse to pan, some say yes and stay where they were: their answer has the truth.
+  const bool panned = ioctl(fd, FBIOPAN_DISPLAY, &mode) == 0;
+  if (!panned && ioctl(fd, FBIOGET_VSCREENINFO, &mode) < 0) return false;
+  return mode.xoffset == 0 && mode.yoffset == top;
 }
 
 int KFbScreen::WaitForVsync() {
@@ -222,10 +226,15 @@ void KFbScreen::EndFlip(unsigned front, unsigned back, const KRect* dirty,
     DrawFps(front);
     return;
   }
-  DisplayBuffer(back, dirty, false, cancelled);
+  const bool panned = DisplayBuffer(back, dirty, false, cancelled);
   if (cancelled) return;
   if (WaitForVsync() < kLateSyncUs && !cancelled) WaitForVsync();
-  if (!cancelled) frontIndex.store(back, std::memory_order_relaxed);
+  if (cancelled) return;
+  if (panned) {
+    frontIndex.store(back, std::memory_order_relaxed);
+  } else {
+    CopyRect(front, back, Flags.DisplayFps ? nullptr : dirty);
+  }
 }
 
 void KFbScreen::ResetFps(int capacity) {

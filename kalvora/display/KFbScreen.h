@@ -56,8 +56,8 @@ struct KFbScreen {
   KRect Clip(const KRect& rect) const;
 
   /// Pans to a device buffer, unless it is shown already and `force` is false, or `cancelled` says
-  /// so at the last moment.
-  void DisplayBuffer(unsigned index, const KRect* dirty, bool force,
+  /// so at the last moment. False when the driver says that it shows something else all the same.
+  bool DisplayBuffer(unsigned index, const KRect* dirty, bool force,
                      const std::atomic<bool>& cancelled);
   /// Waits for the vertical sync and returns the microseconds that took; 0 when there is none.
   int WaitForVsync();
@@ -68,8 +68,9 @@ struct KFbScreen {
 
   /// The first half of a flip, which still writes to the back buffer.
   void BeginFlip(unsigned back);
-  /// The second half, which only shows it. Before every step that a user could see or feel it looks
-  /// whether the flip was cancelled.
+  /// The second half, which only shows it: by panning, and where that does nothing (or in shared
+  /// memory) by copying to the front buffer. Before every step that a user could see or feel it
+  /// looks whether the flip was cancelled.
   void EndFlip(unsigned front, unsigned back, const KRect* dirty,
                const std::atomic<bool>& cancelled);
 

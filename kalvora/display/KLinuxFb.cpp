@@ -77,7 +77,7 @@ bool KLinuxFb::Bind(KDisplay kind, unsigned fbIndex, KFormat format, unsigned bu
   if (!opened || (screen->isDevice && bufferCount > screen->available)) return false;
 
   screen->bufferCount = bufferCount;
-  DisplayBuffer(0, nullptr, true);
+  if (!screen->DisplayBuffer(0, nullptr, true, kNeverCancelled)) return false;
   backIndex = bufferCount > 1 ? 1 : 0;
   hasPrevDirty = false;
   if (!screen->MakeBuffers(bufferCount)) return false;
@@ -116,12 +116,13 @@ void* KLinuxFb::Flip(bool copyBack, const KRect* dirty) {
     clipped = screen->Clip(*dirty);
     dirty = &clipped;
   }
-  // Buffer 0 of shared memory is the surface itself, nothing is drawn there.
-  const unsigned first = screen->isDevice ? 0 : 1;
-  const unsigned next = backIndex + 1 < count ? backIndex + 1 : first;
-
   if (asyncFlip) asyncFlip = flipWorker->Send(copyBack, backIndex, dirty);
   if (!asyncFlip) ProcessFlip(screen->frontIndex, backIndex, copyBack, dirty);
+
+  // The buffers take turns, but nothing is drawn into the one that stays on screen: the surface
+  // itself of shared memory, or where a driver that does not pan is.
+  unsigned next = (backIndex + 1) % count;
+  if (next == screen->frontIndex) next = (next + 1) % count;
 
   if (screen->isDevice && count == 3) {
     TbufPreserve(static_cast<int>(next), static_cast<int>(backIndex), copyBack, dirty);

@@ -33,7 +33,9 @@ struct KFbScreen;
 ///
 /// Device limits: rows must follow each other without gaps (a driver with a longer line is
 /// refused), and 32-bit copies go through the board's data mover unless the library was built
-/// without it.
+/// without it. A driver that does not pan, whatever it says about that beforehand, is found out by
+/// its answers: finished frames are then copied to the buffer that it shows. A driver that answers
+/// as if it panned, and does not, cannot be found out.
 ///
 /// All calls of one object come from one thread, the renderer. Failures are null or false, and
 /// leave the display closed.

@@ -34,7 +34,8 @@ void DrawTriangle(KSoftContext2D& context, Random random, const KRect& clip) {
   context.SetFillColor(KColor32(random.Next(), random.Next(), random.Next(), random.Next()));
   KVertex2D points[3];
   for (KVertex2D& p : points)
-    p = {KFixed::FromRaw(random.Below(400 << 16)), KFixed::FromRaw(random.Below(400 << 16))};
+    p = {KFixed::FromRaw(random.Between(0, 400 << 16)),
+         KFixed::FromRaw(random.Between(0, 400 << 16))};
   context.DrawPolygon(points, 3, true);
 }
 
@@ -61,10 +62,10 @@ TEST(ContextOnDisplay, ShowsWhatItDraws) {
     context.Clear(ground);
     context.Flip(true, nullptr);
     for (int frame = 0; frame < 6; ++frame) {
-      const auto x = static_cast<std::int16_t>(random.Below(width));
-      const auto y = static_cast<std::int16_t>(random.Below(height));
-      const KRect dirty{x, y, static_cast<std::int16_t>(x + 1 + random.Below(width - x)),
-                        static_cast<std::int16_t>(y + 1 + random.Below(height - y))};
+      const auto x = static_cast<std::int16_t>(random.Between(0, width - 1));
+      const auto y = static_cast<std::int16_t>(random.Between(0, height - 1));
+      const KRect dirty{x, y, static_cast<std::int16_t>(random.Between(x + 1, width)),
+                        static_cast<std::int16_t>(random.Between(y + 1, height))};
       for (int i = 0; i < 3; ++i) {
         const Random shape(random.Next());
         DrawTriangle(paper.context, shape, dirty);

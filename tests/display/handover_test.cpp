@@ -342,7 +342,7 @@ TEST(HandOver, SurvivesClosingAtEveryPoint) {
     const unsigned buffers = random.Below(8) == 0 ? 2 : 3;
     Flags.DisplayFps = cycle % 2 != 0;
     ASSERT_NE(fb.SetDisplay(kind, 0, KFormat8888PM, buffers), nullptr);
-    for (int flips = random.Below(4); flips > 0; --flips)
+    for (unsigned flips = random.Below(4); flips > 0; --flips)
       ASSERT_NE(fb.Flip(true, nullptr), nullptr);
     if (random.Below(2) == 0) fb.Close();
     if (cycle % 100 == 0) {

@@ -1,4 +1,5 @@
 // Binding a display: the system calls, what a driver may answer, and every failure.
+#include <cerrno>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -35,6 +36,20 @@ const Case kCases[] = {
      "pan 0,0\n"},
     {"no panning", [](sim::Settings& s) { s.panning = false; }, Plain, KFormat8888PM, 1, true,
      "open /dev/fb0 2\nget\nfix\nmmap 2880 fb\nget\npan 0,0\n"},
+    {"the driver refuses to pan", Keep, [](Rig& r) { r.onPan = [](auto&) { return EIO; }; },
+     KFormat8888PM, 2, true,
+     "open /dev/fb0 2\nget\nfix\nput 20x12x32 virtual 20x36 at 0,0\nfix\nmmap 2880 fb\nget\n"
+     "pan 0,0\nget\n"},
+    {"the driver stays where it was", Keep,
+     [](Rig& r) {
+       r.onPan = [](fb_var_screeninfo& v) {
+         v.yoffset = 12;
+         return 0;
+       };
+     },
+     KFormat8888PM, 1, false,
+     "open /dev/fb0 2\nget\nfix\nput 20x12x32 virtual 20x36 at 0,0\nfix\nmmap 2880 fb\nget\n"
+     "pan 0,0\n"},
     {"16 bits", Keep, Plain, KFormat16, 2, true,
      "open /dev/fb0 2\nget\nput 20x12x16 virtual 20x12 at 0,0\nfix\n"
      "put 20x12x16 virtual 20x72 at 0,0\nfix\nmmap 2880 fb\nget\npan 0,0\n"},

@@ -36,11 +36,11 @@ void Step() {
   const std::uint32_t seed = rig != nullptr ? rig->delays.load(std::memory_order_relaxed) : 0;
   if (seed == 0) return;
   thread_local Random random(seed + (isRenderer ? 1 : 0));
-  const int dice = random.Below(2048);
+  const std::uint32_t dice = random.Below(2048);
   if (dice < 256) {
     sched_yield();
   } else if (dice < 272) {
-    const timespec t{0, random.Below(200) * 1000L};
+    const timespec t{0, static_cast<long>(random.Below(200)) * 1000};
     nanosleep(&t, nullptr);
   } else if (dice == 272) {
     SleepMs(3);
@@ -214,9 +214,11 @@ int Rig::VideoIoctl(unsigned request, void* argument) {
     clockOffsetUs += syncTakesUs;
     return onVsync ? onVsync(isRenderer ? kRenderer : kWorker) : fb.Ioctl(request, argument);
   }
+  auto* const mode = static_cast<fb_var_screeninfo*>(argument);
+  if (request == FBIOPAN_DISPLAY && onPan) return onPan(*mode);
   const int error = fb.Ioctl(request, argument);
   if (error == 0 && request == FBIOPUT_VSCREENINFO && afterPut) {
-    afterPut(*static_cast<fb_var_screeninfo*>(argument));
+    afterPut(*mode);
   }
   if (error == 0 && request == FBIOGET_FSCREENINFO && afterFix) {
     afterFix(*static_cast<fb_fix_screeninfo*>(argument));

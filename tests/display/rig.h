@@ -12,24 +12,10 @@
 #include <string>
 #include <vector>
 
+#include "tests/common/Random.h"
 #include "tools/sim/device.h"
 
 constexpr bool kMover = KALVORA_MSM_ADM != 0;
-
-/// A small generator with the same numbers everywhere.
-class Random {
- public:
-  explicit Random(std::uint64_t seed) : state(seed * 0x9E3779B97F4A7C15u + 1) {}
-  std::uint32_t Next() {
-    state = state * 6364136223846793005u + 1442695040888963407u;
-    return static_cast<std::uint32_t>(state >> 33);
-  }
-  /// 0 to n - 1.
-  int Below(int n) { return static_cast<int>(Next() % static_cast<std::uint32_t>(n)); }
-
- private:
-  std::uint64_t state;
-};
 
 /// While one exists, the system calls of the display code end up here. The clock that the code asks
 /// is the real one plus what the simulated vertical syncs took, so that no test waits for them.
@@ -67,6 +53,7 @@ class Rig {
   // Behaviour, to be set before a display is bound.
   std::function<void(fb_var_screeninfo&)> afterPut;  ///< what the driver makes of a mode
   std::function<void(fb_fix_screeninfo&)> afterFix;
+  std::function<int(fb_var_screeninfo&)> onPan;  ///< instead of the pan: 0 or an error number
   std::function<void(Who, unsigned)> onRequest;  ///< before a request of a device is answered
   std::function<int(Who)> onVsync;  ///< instead of the simulated sync: 0 or an error number
   std::function<void()> onThreadStart;

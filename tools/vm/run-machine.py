@@ -8,8 +8,8 @@ The script in the machine talks through the console, a request a line:
   @@row TEXT       a row of the summary: appended to OUT/rows
   @@exit STATUS    the script has ended
 
-Everything else that the console prints goes to OUT/NAME.log, and to standard output if it is not the kernel's. Exits
-with the script's status; with 1 when the machine ends without one, or is silent for too long.
+All that the console prints goes to OUT/NAME.log, and to standard output if it is not the kernel's. Exits with the
+script's status; with 1 when the machine ends without one, or is silent for too long.
 """
 import json
 import os
@@ -57,6 +57,8 @@ def read_ppm(path):
 
 def compare(screen, drawn):
     """ "same", or what differs."""
+    if not drawn.exists():
+        return f"{drawn} is missing"
     width, height, shown = read_ppm(screen)
     if (width, height) != read_ppm(drawn)[:2]:
         return f"the screen is {width} x {height}"
@@ -71,12 +73,14 @@ def compare(screen, drawn):
 class Machine:
     def __init__(self, out, name, command):
         self.out, self.status = out, None
-        self.monitor_path = os.path.join(tempfile.mkdtemp(), "monitor")
-        self.log = open(out / f"{name}.log", "wb")
+        self.folder = tempfile.TemporaryDirectory()
+        self.monitor_path = os.path.join(self.folder.name, "monitor")
+        self.log = open(out / f"{name}.log", "wb", buffering=0)
         self.process = subprocess.Popen(
             command + ["-display", "none", "-serial", "stdio", "-monitor", "none", "-no-reboot",
                        "-qmp", f"unix:{self.monitor_path},server=on,wait=off"],
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=self.log,
+            env=os.environ | {"QEMU_AUDIO_DRV": "none"})
         self.monitor = None
 
     def run(self):
@@ -133,7 +137,7 @@ def main():
     start = time.monotonic()
     machine = Machine(pathlib.Path(sys.argv[1]).resolve(), sys.argv[2], sys.argv[3:])
     machine.run()
-    print(f"{sys.argv[2]}: {time.monotonic() - start:.0f} s, status {machine.status}")
+    print(f"{sys.argv[2]}: {time.monotonic() - start:.0f} s, status {machine.status}, see {sys.argv[2]}.log")
     sys.exit(1 if machine.status is None else machine.status)
 
 
