@@ -16,6 +16,7 @@ import os
 import pathlib
 import re
 import selectors
+import signal
 import socket
 import subprocess
 import sys
@@ -85,14 +86,16 @@ class Machine:
 
     def run(self):
         """Serves the machine until it ends."""
-        for line in self.lines():
-            request = re.match(r"@@(\w+) (.*)", line)
-            if request is not None:
-                getattr(self, request.group(1))(request.group(2))
-            elif not re.match(r"\[ *\d+\.\d+\]", line):
-                print(f"  {line}", flush=True)
-        self.process.kill()
-        self.process.wait()
+        try:
+            for line in self.lines():
+                request = re.match(r"@@(picture|row|exit) (.*)", line)
+                if request is not None:
+                    getattr(self, request.group(1))(request.group(2))
+                elif not re.match(r"\[ *\d+\.\d+\]", line):
+                    print(f"  {line}", flush=True)
+        finally:
+            self.process.kill()
+            self.process.wait()
 
     def lines(self):
         """What the console prints, until the machine ends or is silent for too long."""
@@ -134,6 +137,7 @@ class Machine:
 def main():
     if len(sys.argv) < 4:
         sys.exit(__doc__)
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # the machine ends too
     start = time.monotonic()
     machine = Machine(pathlib.Path(sys.argv[1]).resolve(), sys.argv[2], sys.argv[3:])
     machine.run()
