@@ -148,8 +148,6 @@ class Reference {
   std::int32_t u, v, du, dv = 0;
 };
 
-KFixed Fixed(std::int32_t raw) { return KFixed::FromRaw(raw); }
-
 /// A transform as pictures use it, or of any words at all.
 KSoftMatrix3D AnyTransform(Random& random, const KSoftPixmap& p, bool translation) {
   KSoftMatrix3D m;

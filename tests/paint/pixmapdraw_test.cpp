@@ -20,7 +20,6 @@ namespace {
 
 using reference::Word;
 
-KFixed Fixed(std::int32_t raw) { return KFixed::FromRaw(raw); }
 KVertex2D Point(int x, int y) { return {KFixed::FromInt(x), KFixed::FromInt(y)}; }
 
 /// A target with a coverage line and a clip.
@@ -143,15 +142,22 @@ TEST(DrawAlphaMask, ClipsAndWeighs) {
                          static_cast<std::int16_t>(20 + random.Below(41)),
                          static_cast<std::int16_t>(20 + random.Below(21))};
 
-    // A colour, or a gradient of one colour, which must come out alike.
+    // A colour, a gradient of one colour, which must come out alike, or a pattern.
     const Word c = Span::Premultiplied(random.Next() | (random.OneIn(2) ? 0xFF000000 : 0));
     const std::int32_t position = 0;
     KSoftColorRamp ramp;
     ramp.colors = &c;
     ramp.positions = &position;
     ramp.count = 1;
+    KSoftPixmap p;
+    MakePixmap(random, p, 9, 7);
+    p.repeatRule = KRepeatTile;
     bool blend = c >> 24 != 255;
-    if (random.OneIn(2)) {
+    const bool pattern = random.OneIn(3);
+    if (pattern) {
+      canvas.paint = kalvora::PixmapPaint(p, 256);
+      blend = true;
+    } else if (random.OneIn(2)) {
       canvas.paint.type = KPaintColor;
       canvas.paint.color = KColor32::FromWord(c);
       canvas.paint.translucent = blend;
@@ -168,7 +174,8 @@ TEST(DrawAlphaMask, ClipsAndWeighs) {
         if (mx < 0 || my < 0 || x >= x1 || y >= y1) continue;
         if (mx >= std::min(width, stride) || my >= height) continue;
         Word& d = want[static_cast<std::size_t>(y * Canvas::kWidth + x)];
-        d = Masked(d, c, blend, bytes.data()[my * stride + mx]);
+        const Word s = pattern ? p.Row32(static_cast<unsigned>(y % 7))[x % 9] : c;
+        d = Masked(d, s, blend, bytes.data()[my * stride + mx]);
       }
     }
     kalvora::DrawAlphaMask(canvas.job, mask, x0, y0, x1, y1);
@@ -176,29 +183,6 @@ TEST(DrawAlphaMask, ClipsAndWeighs) {
     ASSERT_EQ(canvas.style.maskRow, nullptr);
     ASSERT_TRUE(std::all_of(canvas.line.begin(), canvas.line.end(), [](int v) { return v == 0; }));
   }
-}
-
-TEST(DrawAlphaMask, PatternsStayInPlace) {
-  Random random(2);
-  Canvas canvas(KFormat8888PM);
-  canvas.Fill(random);
-  KSoftPixmap p;
-  MakePixmap(random, p, 9, 7);
-  p.repeatRule = KRepeatTile;
-  canvas.paint = kalvora::PixmapPaint(p, 256);
-  std::uint8_t bytes[30 * 20];
-  std::fill(std::begin(bytes), std::end(bytes), std::uint8_t{255});
-  KSoftPixmap mask;
-  mask.Create(30, 20, KFormatMask8, bytes, 30);
-  std::vector<Word> want = canvas.Pixels();
-  for (int y = 5; y < 25; ++y) {
-    for (int x = 11; x < 41; ++x) {
-      Word& d = want[static_cast<std::size_t>(y * Canvas::kWidth + x)];
-      d = reference::Over(d, p.Row32(static_cast<unsigned>(y % 7))[x % 9]);
-    }
-  }
-  kalvora::DrawAlphaMask(canvas.job, mask, 11, 5, 41, 25);
-  EXPECT_EQ(canvas.Pixels(), want);
 }
 
 TEST(DrawAlphaMask, PicksWhereTheMaskIsNotEmpty) {

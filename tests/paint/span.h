@@ -13,6 +13,8 @@
 #include "tests/common/GuardedBuffer.h"
 #include "tests/common/Random.h"
 
+inline KFixed Fixed(std::int32_t raw) { return KFixed::FromRaw(raw); }
+
 /// A style context over `width` columns of random pixels and coverage. What lies outside the span
 /// is expected to stay as it is.
 class Span {
