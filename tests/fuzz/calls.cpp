@@ -60,7 +60,7 @@ class Session {
         &Session::Pen,     &Session::Path,    &Session::Path,   &Session::Draw,    &Session::Draw,
         &Session::Draw,    &Session::Pixmap,  &Session::Blit,   &Session::Blit,    &Session::Text,
         &Session::Measure, &Session::Matrix3, &Session::Matrix, &Session::Numbers, &Session::Rings};
-    for (int i = 0; i < 200 && !in.AtEnd() && effort < 40; ++i) {
+    for (int i = 0; i < 200 && !in.AtEnd() && effort + Now().Effort() < 40; ++i) {
       (this->*kSteps[in.Below(std::size(kSteps))])();
     }
   }
@@ -77,10 +77,10 @@ class Session {
   void Paint();
   void Pen() { SetPen(in, Context()); }
   void Path();
-  void Draw();
+  void Draw() { DrawShape(in, Now(), AnyPath()); }
   void Pixmap();
   void Import(KSoftPixmap& pixmap);
-  void Blit();
+  void Blit() { DrawImage(in, Now(), AnyPicture().pixmap); }
   void Text();
   void Measure();
   void Fallbacks();
@@ -152,10 +152,8 @@ void Session::State() {
       return Context().SetFillRule(in.Rule());
     case 3:
       return Context().SetAttribute(0, in.Below(2));
-    case 4: {
-      const std::uint32_t value = in.Word();
-      return Now().Draw([&](KSoftContext2D& c) { c.SetAttribute(1, value); });
-    }
+    case 4:  // not a Draw: where rows are padded it writes a pixel that is not the one clipped
+      return Context().SetAttribute(1, in.Word());
     case 5:
       return Context().SetAttribute(3 + in.Below(9), in.Word());
     case 6: {
@@ -184,28 +182,14 @@ void Session::Clip() {
 
 void Session::Paint() {
   KSoftContext2D& c = Context();
-  const bool stroke = in.Flag();
   Ramp& ramp = ramps[in.Below(2)];
-  const KSoftPixmap& pixmap = AnyPicture().pixmap;
   switch (in.Below(8)) {
     case 0:
-      return stroke ? c.SetStrokeColor(in.Color()) : c.SetFillColor(in.Color());
+      return ramp.Set(in);
     case 1:
-      return stroke ? c.SetStrokeLGrad(&ramp.ramp) : c.SetFillLGrad(&ramp.ramp);
-    case 2:
-      return stroke ? c.SetStrokeRGrad(&ramp.ramp) : c.SetFillRGrad(&ramp.ramp);
-    case 3:
-      return stroke ? c.SetStrokePixmap(&pixmap) : c.SetFillPixmap(&pixmap);
-    case 4:
-      return stroke ? c.SetStrokePick(in.Point(), &hit) : c.SetFillPick(in.Point(), &hit);
-    case 5:
-      return stroke ? c.SetNoStroke() : c.SetNoFill();
-    case 6: {
-      const int opacity = in.Short();
-      return stroke ? c.SetStrokeOpacity(opacity) : c.SetFillOpacity(opacity);
-    }
+      return in.Flag() ? c.SetStrokePick(in.Point(), &hit) : c.SetFillPick(in.Point(), &hit);
     default:
-      ramp.Set(in);
+      SetPaint(in, c, ramp, AnyPicture().pixmap);
   }
 }
 
@@ -234,34 +218,6 @@ void Session::Path() {
   }
 }
 
-void Session::Draw() {
-  ++effort;
-  KVertex2D p[8];
-  const KSoftPath& path = AnyPath();
-  const unsigned kind = in.Below(9), count = kind == 0 ? in.Below(9) : 4;
-  for (unsigned i = 0; i < count; ++i) p[i] = in.Point();
-  Now().Draw([&](KSoftContext2D& c) {
-    switch (kind) {
-      case 0:
-        return c.DrawPolygon(p, count, in.Flag());
-      case 1:
-        return c.DrawLine(p[0], p[1]);
-      case 2:
-        return c.DrawRectangle(p[0], p[1]);
-      case 3:
-        return c.DrawRectangle(p[0], p[1], p[2]);
-      case 4:
-        return c.DrawEllipticalRect(p[0], p[1], p[2]);
-      case 5:
-        return c.DrawArc(p[0], p[1], p[2].x, p[2].y);
-      case 6:
-        return c.DrawPath(nullptr);
-      default:
-        return c.DrawPath(&path);
-    }
-  });
-}
-
 void Session::Pixmap() {
   Picture& picture = AnyPicture();
   KSoftPixmap& pixmap = picture.pixmap;
@@ -287,7 +243,7 @@ void Session::Pixmap() {
       // Memory of its own; sizes whose product is too large have none.
       const unsigned width = in.Below(30), height = in.Below(4) ? in.Below(30) : ~0u / (1 + width);
       pixmap.Create(width, height, in.Format());
-      if (!pixmap.pixels) pixmap.Create(0, 0, KFormat8888PM);
+      if (!pixmap.pixels || width == 0) pixmap.Create(0, 0, KFormat8888PM);
       std::fill_n(pixmap.pixels, std::size_t{pixmap.height} * pixmap.stride, in.Byte());
       break;
     }
@@ -333,31 +289,8 @@ void Session::Import(KSoftPixmap& pixmap) {
   std::fill_n(pixmap.pixels, pixmap.pixels ? std::size_t{pixmap.height} * pixmap.stride : 0, 0x55);
 }
 
-void Session::Blit() {
-  ++effort;
-  const unsigned kind = in.Below(6), angle = in.Below(5) * 90;
-  const KVertex2D a = in.Point(), b = in.Point();
-  const KVertex2D s0 = kind == 1 ? in.Point() : a, s1 = kind == 1 ? in.Point() : b;
-  KSoftPixmap* pixmap = &AnyPicture().pixmap;
-  const auto whole = [](KFixed v) { return v.raw >> 16; };
-  Now().Draw([&](KSoftContext2D& c) {
-    switch (kind) {
-      case 0:
-        return c.DrawPixmap(pixmap, a, b);
-      case 1:
-        return c.DrawSubPixmap(pixmap, a, b, s0, s1);
-      case 2:
-        return c.DrawSimplePatternRectRotateNoScale(a, b, angle);
-      case 3:
-        return c.DrawAlphaMask(pixmap, a.x.raw, a.y.raw, b.x.raw, b.y.raw);
-      default:
-        return c.DrawAlphaMask(pixmap, whole(a.x), whole(a.y), whole(b.x), whole(b.y));
-    }
-  });
-}
-
 void Session::Text() {
-  effort += 4;
+  effort += Context().dashes ? 16 : 4;  // the outlines of all glyphs may be dashed
   Fonts& fonts = Fonts::Get();
   KVertex2D positions[kCodeCount];
   const unsigned kind = in.Below(8), count = in.Below(kCodeCount + 1);

@@ -26,32 +26,6 @@ void Pieces(Bytes& in) {
   Require(pieces <= KStroker::kMostArcPieces, "pieces of an arc");
 }
 
-void Shape(Bytes& in, Canvas& canvas, const KSoftPath& path) {
-  KVertex2D p[8];
-  const unsigned kind = in.Below(8);
-  const unsigned count = kind == 0 ? in.Below(9) : 3;
-  for (unsigned i = 0; i < count; ++i) p[i] = in.Point();
-  const bool flag = kind == 0 && in.Flag();
-  canvas.Draw([&](KSoftContext2D& context) {
-    switch (kind) {
-      case 0:
-        return context.DrawPolygon(p, count, flag);
-      case 1:
-        return context.DrawLine(p[0], p[1]);
-      case 2:
-        return context.DrawRectangle(p[0], p[1], p[2]);
-      case 3:
-        return context.DrawRectangle(p[0], p[1]);
-      case 4:
-        return context.DrawEllipticalRect(p[0], p[1], p[2]);
-      case 5:
-        return context.DrawArc(p[0], p[1], p[2].x, p[2].y);
-      default:
-        return context.DrawPath(&path);
-    }
-  });
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -59,10 +33,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Canvas canvas;
   KSoftContext2D& context = canvas.context;
   canvas.Bind(in);
+  canvas.picture.IsPremultiplied(true);
   KSoftPath path, other;
   bool hit = false;
-  int draws = 0;
-  while (!in.AtEnd() && draws < 24) {
+  for (int rings = 0; !in.AtEnd() && canvas.Effort() + rings < 24;) {
     switch (in.Below(16)) {
       case 0:
         canvas.SetClip(in.Rect());
@@ -90,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         SetPen(in, context);
         break;
       case 8:
-        ++draws;
+        rings += context.dashes ? 8 : 1;
         Rings(in, context, path, in.Matrix());
         break;
       case 9:
@@ -105,13 +79,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       }
       case 11:
       case 12:
-        ++draws;
-        Shape(in, canvas, path);
+        DrawShape(in, canvas, path);
         break;
       default:
         Extend(in, path);
     }
   }
   canvas.Draw([&](KSoftContext2D& c) { c.DrawPath(&path); });
+  Require(canvas.picture.IsPremultiplied(false), "colours keep below their alpha");
   return 0;
 }

@@ -34,14 +34,18 @@ class Picture {
     const unsigned width = in.Below(65), height = in.Below(65);
     Shape(in, format, width, height, 4 * in.Below(4), true);
   }
-  /// Pixels whose colours do not exceed their alpha, as premultiplied ones ought to be.
-  void MakePremultiplied() {
-    if (!pixmap.pixels || pixmap.pixelShift != 2 || pixmap.stride % 4 != 0) return;
+  /// Whether no colour exceeds its alpha, as it ought to be in premultiplied pixels; makes it so
+  /// when `mend` says so.
+  bool IsPremultiplied(bool mend) {
+    if (pixmap.format != KFormat8888PM || !pixmap.pixels) return true;
     for (unsigned y = 0; y < pixmap.height; ++y) {
       for (unsigned x = 0; x < pixmap.width; ++x) {
-        pixmap.Row32(y)[x] = KColor32::FromWord(pixmap.Row32(y)[x]).PreMultiply().Word();
+        const KColor32 c = KColor32::FromWord(pixmap.Row32(y)[x]);
+        if (mend) pixmap.Row32(y)[x] = c.PreMultiply().Word();
+        if (!mend && std::max({c.red, c.green, c.blue}) > c.alpha) return false;
       }
     }
+    return true;
   }
   std::size_t Size() const { return memory_ ? memory_->size() : 0; }
 
@@ -95,9 +99,14 @@ class Canvas {
     SetClip({0, 0, INT16_MAX, INT16_MAX});
   }
 
+  /// What the draws so far have cost, in simple ones. Dashes by the ten thousand are allowed, and
+  /// slow.
+  int Effort() const { return effort_; }
+
   /// A draw changes nothing outside the clip rectangle and gives its scratch memory back.
   template <typename Call>
   void Draw(Call call) {
+    effort_ += context.dashes ? 8 : 1;
     const KSoftPixmap& target = picture.pixmap;
     const std::size_t size = picture.Size();
     before_.resize(size);
@@ -117,6 +126,7 @@ class Canvas {
 
  private:
   KRect clip_{};
+  int effort_ = 0;
   std::vector<std::uint8_t> before_;
 };
 
@@ -243,6 +253,75 @@ inline void SetPen(Bytes& in, KStroker& pen) {
       pen.SetDashes(dashes, count, in.Fixed());
     }
   }
+}
+
+inline void SetPaint(Bytes& in, KSoftContext2D& c, const Ramp& ramp, const KSoftPixmap& pixmap) {
+  const bool stroke = in.Below(4) == 0;
+  switch (in.Below(6)) {
+    case 0:
+      return stroke ? c.SetStrokeLGrad(&ramp.ramp) : c.SetFillLGrad(&ramp.ramp);
+    case 1:
+      return stroke ? c.SetStrokeRGrad(&ramp.ramp) : c.SetFillRGrad(&ramp.ramp);
+    case 2:
+      return stroke ? c.SetStrokePixmap(&pixmap) : c.SetFillPixmap(&pixmap);
+    case 3: {
+      const int opacity = in.Flag() ? static_cast<int>(in.Word()) : in.Byte();
+      return stroke ? c.SetStrokeOpacity(opacity) : c.SetFillOpacity(opacity);
+    }
+    case 4:
+      return stroke ? c.SetNoStroke() : c.SetNoFill();
+    default:
+      return stroke ? c.SetStrokeColor(in.Color()) : c.SetFillColor(in.Color());
+  }
+}
+
+/// Any shape, or more often the path.
+inline void DrawShape(Bytes& in, Canvas& canvas, const KSoftPath& path) {
+  KVertex2D p[8];
+  const unsigned kind = in.Below(8);
+  const unsigned count = kind == 0 ? in.Below(9) : 3;
+  for (unsigned i = 0; i < count; ++i) p[i] = in.Point();
+  const bool flag = kind == 0 && in.Flag();
+  canvas.Draw([&](KSoftContext2D& context) {
+    switch (kind) {
+      case 0:
+        return context.DrawPolygon(p, count, flag);
+      case 1:
+        return context.DrawLine(p[0], p[1]);
+      case 2:
+        return context.DrawRectangle(p[0], p[1], p[2]);
+      case 3:
+        return context.DrawRectangle(p[0], p[1]);
+      case 4:
+        return context.DrawEllipticalRect(p[0], p[1], p[2]);
+      case 5:
+        return context.DrawArc(p[0], p[1], p[2].x, p[2].y);
+      default:
+        return context.DrawPath(&path);
+    }
+  });
+}
+
+/// The pixmap, or the fill through it.
+inline void DrawImage(Bytes& in, Canvas& canvas, KSoftPixmap& pixmap) {
+  const unsigned kind = in.Below(6);
+  const KVertex2D a = in.Point(), b = in.Point();
+  const KVertex2D s0 = kind == 1 ? in.Point() : a, s1 = kind == 1 ? in.Point() : b;
+  const unsigned angle = kind == 2 ? in.Below(5) * 90 : 0;
+  const int shift = kind == 3 ? 0 : 16;
+  canvas.Draw([&](KSoftContext2D& c) {
+    switch (kind) {
+      case 0:
+        return c.DrawPixmap(&pixmap, a, b);
+      case 1:
+        return c.DrawSubPixmap(&pixmap, a, b, s0, s1);
+      case 2:
+        return c.DrawSimplePatternRectRotateNoScale(a, b, angle);
+      default:
+        return c.DrawAlphaMask(&pixmap, a.x.raw >> shift, a.y.raw >> shift, b.x.raw >> shift,
+                               b.y.raw >> shift);
+    }
+  });
 }
 
 #endif
