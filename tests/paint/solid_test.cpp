@@ -36,17 +36,6 @@ TEST(Channels, StatedValues) {
   for (const auto& row : rows) EXPECT_EQ(row.got, row.want) << row.what;
 }
 
-TEST(Channels, AgreeWithOneChannelAtATime) {
-  Random random(1);
-  for (int i = 0; i < 100000; ++i) {
-    const Word d = Span::Pixel(random), c = Span::Pixel(random), w = random.Below(257);
-    ASSERT_EQ(kalvora::Scale(d, w), reference::Scale(d, w));
-    ASSERT_EQ(kalvora::Lerp(d, c, w), reference::Lerp(d, c, w))
-        << std::hex << d << ' ' << c << ' ' << w;
-    ASSERT_EQ(kalvora::Over(d, c), reference::Over(d, c)) << std::hex << d << ' ' << c;
-  }
-}
-
 /// What a solid filler makes of a pixel d, by the weight of its coverage.
 Word Expected(bool aa, bool blend, Word d, Word c, Word w) {
   if (!blend) return aa ? reference::Lerp(d, c, w) : c;

@@ -7,7 +7,6 @@
 #include "kalvora/support/KFlags.h"
 #include "kalvora/text/KFTCache.h"
 
-#include "tests/common/Allocations.h"
 #include "tests/common/Hash.h"
 #include "tests/common/Random.h"
 #include "tests/context/Target.h"
@@ -397,32 +396,6 @@ void DrawFrame(Page& page, Paints& paints) {
     page.Draw(kMixed, P(0, 0), spread);
   }
   page.context.Flip();
-}
-
-TEST(DrawText, SteadyStateTakesNothingFromFreeTypeOrTheHeap) {
-  OnThread([] {
-    Page page, clipped;
-    Paints paints;
-    const KSoftPath circle = Circle(90, 90, 60);
-    clipped.context.SetClipPath(&circle, KFillNonZero);
-    std::uint64_t first = 0;
-    for (int frame = 0; frame < 4; ++frame) {
-      const FreeTypeCalls calls;
-      const Allocations allocations;
-      DrawFrame(page, paints);
-      DrawFrame(clipped, paints);
-      const int taken = allocations.Count();
-      if (frame == 0) {
-        EXPECT_GT(taken, 10);
-        EXPECT_GT(calls.loads, 10);
-        first = clipped.Picture();
-      }
-      EXPECT_EQ(clipped.Picture(), first);
-      if (frame < 2) continue;  // the scratch stack settles
-      EXPECT_EQ(taken, 0);
-      EXPECT_EQ(calls.loads + calls.renders + calls.lookups + calls.sizes + calls.opened, 0);
-    }
-  });
 }
 
 TEST(DrawText, SurvivesEveryFailureOfFreeType) {
