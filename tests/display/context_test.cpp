@@ -7,6 +7,7 @@
 
 #include "kalvora/context/KSoftContext2D.h"
 
+#include "tests/common/Allocations.h"
 #include "tests/display/rig.h"
 
 namespace {
@@ -152,8 +153,10 @@ TEST(ContextOnDisplay, DumpsItsFrameRates) {
   }
   context.SetAttribute(2, 1);
   EXPECT_EQ(rig.TakeLog(), "[80 ms] Fps 500\n[90 ms] Fps 500\n[100 ms] Fps 500\n");
-  rig.FailAllocation(0);
-  context.SetAttribute(2, 5);           // no memory: the old ring stays
+  {
+    const Allocations none(1);
+    context.SetAttribute(2, 5);  // no memory: the old ring stays
+  }
   context.SetAttribute(2, 0xFFFFFFFF);  // no number of samples
   context.SetAttribute(2, 0);
   rig.clockOffsetUs += 40000;

@@ -9,24 +9,10 @@
 
 #include "kalvora/display/KMailSlot.h"
 #include "kalvora/display/KMsmAdm.h"
-#include "kalvora/display/KShmem.h"
 
 #include "tests/display/rig.h"
 
 namespace {
-
-TEST(Shmem, AsksForTheAgreedSegment) {
-  Rig rig;
-  void* const p = KShmem::Get();
-  ASSERT_NE(p, nullptr);
-  KShmem::Release(p);
-  EXPECT_EQ(rig.Take(), "shmget 4556 615680 932\nshmat 7\nshmdt\n");
-  for (int call = 0; call < 2; ++call) {
-    rig.FailCall(call);
-    EXPECT_EQ(KShmem::Get(), nullptr) << call;
-    EXPECT_TRUE(rig.Failed());
-  }
-}
 
 TEST(MsmAdm, OpensOnceAndCopiesOnlyWhenOpen) {
   Rig rig;

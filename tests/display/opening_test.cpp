@@ -1,11 +1,13 @@
 // Binding a display: the system calls, what a driver may answer, and every failure.
 #include <cerrno>
+#include <memory>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "kalvora/display/KLinuxFb.h"
 
+#include "tests/common/Allocations.h"
 #include "tests/display/rig.h"
 
 namespace {
@@ -13,6 +15,9 @@ namespace {
 const std::string kOpenMover = kMover ? "open /dev/msm_adm 2\n" : "";
 const std::string kCloseMover = kMover ? "close mover\n" : "";
 const std::string kClose = kCloseMover + "munmap\nclose fb\n";
+
+const std::string kMapped =
+    "open /dev/fb0 2\nget\nfix\nput 20x12x32 virtual 20x36 at 0,0\nfix\nmmap 2880 fb\n";
 
 struct Case {
   const char* name;
@@ -28,18 +33,12 @@ void Keep(sim::Settings&) {}
 void Plain(Rig&) {}
 
 const Case kCases[] = {
-    {"three buffers", Keep, Plain, KFormat8888PM, 3, true,
-     "open /dev/fb0 2\nget\nfix\nput 20x12x32 virtual 20x36 at 0,0\nfix\nmmap 2880 fb\nget\n"
-     "pan 0,0\nthread\n"},
-    {"one buffer", Keep, Plain, KFormat0888PM, 1, true,
-     "open /dev/fb0 2\nget\nfix\nput 20x12x32 virtual 20x36 at 0,0\nfix\nmmap 2880 fb\nget\n"
-     "pan 0,0\n"},
+    {"three buffers", Keep, Plain, KFormat8888PM, 3, true, kMapped + "get\npan 0,0\nthread\n"},
+    {"one buffer", Keep, Plain, KFormat0888PM, 1, true, kMapped + "get\npan 0,0\n"},
     {"no panning", [](sim::Settings& s) { s.panning = false; }, Plain, KFormat8888PM, 1, true,
      "open /dev/fb0 2\nget\nfix\nmmap 2880 fb\nget\npan 0,0\n"},
     {"the driver refuses to pan", Keep, [](Rig& r) { r.onPan = [](auto&) { return EIO; }; },
-     KFormat8888PM, 2, true,
-     "open /dev/fb0 2\nget\nfix\nput 20x12x32 virtual 20x36 at 0,0\nfix\nmmap 2880 fb\nget\n"
-     "pan 0,0\nget\n"},
+     KFormat8888PM, 2, true, kMapped + "get\npan 0,0\nget\n"},
     {"the driver stays where it was", Keep,
      [](Rig& r) {
        r.onPan = [](fb_var_screeninfo& v) {
@@ -47,9 +46,7 @@ const Case kCases[] = {
          return 0;
        };
      },
-     KFormat8888PM, 1, false,
-     "open /dev/fb0 2\nget\nfix\nput 20x12x32 virtual 20x36 at 0,0\nfix\nmmap 2880 fb\nget\n"
-     "pan 0,0\n"},
+     KFormat8888PM, 1, false, kMapped + "get\npan 0,0\n"},
     {"16 bits", Keep, Plain, KFormat16, 2, true,
      "open /dev/fb0 2\nget\nput 20x12x16 virtual 20x12 at 0,0\nfix\n"
      "put 20x12x16 virtual 20x72 at 0,0\nfix\nmmap 2880 fb\nget\npan 0,0\n"},
@@ -60,11 +57,11 @@ const Case kCases[] = {
      "open /dev/fb0 2\nget\nput 20x12x8 virtual 20x12 at 0,0\nfix\n"
      "put 20x12x8 virtual 20x144 at 0,0\nfix\nmmap 2880 fb\nget\npan 0,0\n"},
     {"the device's own depth", [](sim::Settings& s) { s.bpp = 16; }, Plain, KFormat16Alpha, 2, true,
-     "open /dev/fb0 2\nget\nfix\nput 20x12x16 virtual 20x72 at 0,0\nfix\nmmap 2880 fb\nget\n"
-     "pan 0,0\n"},
+     "open /dev/fb0 2\nget\nfix\nput 20x12x16 virtual 20x72 at 0,0\nfix\nmmap 2880 fb\nget\npan "
+     "0,0\n"},
     {"two fit, two asked", [](sim::Settings& s) { s.buffers = 2; }, Plain, KFormat8888PM, 2, true,
-     "open /dev/fb0 2\nget\nfix\nput 20x12x32 virtual 20x24 at 0,0\nfix\nmmap 1920 fb\nget\n"
-     "pan 0,0\n"},
+     "open /dev/fb0 2\nget\nfix\nput 20x12x32 virtual 20x24 at 0,0\nfix\nmmap 1920 fb\nget\npan "
+     "0,0\n"},
     {"two fit, three asked", [](sim::Settings& s) { s.buffers = 2; }, Plain, KFormat8888PM, 3,
      false, "open /dev/fb0 2\nget\nfix\nput 20x12x32 virtual 20x24 at 0,0\nfix\nmmap 1920 fb\n"},
     {"one fits, two asked", [](sim::Settings& s) { s.buffers = 1; }, Plain, KFormat8888PM, 2, false,
@@ -77,7 +74,7 @@ const Case kCases[] = {
      false, "open /dev/fb0 2\nget\nput 20x12x16 virtual 20x12 at 0,0\n"},
     {"the driver grants fewer rows", Keep,
      [](Rig& r) { r.afterPut = [](fb_var_screeninfo& v) { v.yres_virtual = 24; }; }, KFormat8888PM,
-     3, false, "open /dev/fb0 2\nget\nfix\nput 20x12x32 virtual 20x36 at 0,0\nfix\nmmap 2880 fb\n"},
+     3, false, kMapped},
     {"zero width", Keep, [](Rig& r) { r.afterPut = [](fb_var_screeninfo& v) { v.xres = 0; }; },
      KFormat16, 1, false, "open /dev/fb0 2\nget\nput 20x12x16 virtual 20x12 at 0,0\n"},
     {"zero height", Keep, [](Rig& r) { r.afterPut = [](fb_var_screeninfo& v) { v.yres = 0; }; },
@@ -166,25 +163,29 @@ TEST(Opening, TheDeviceAloneCanBeOpened) {
 
 /// Fails each call once, for every call. The display is then closed, and opens again.
 TEST(Opening, SurvivesEveryFailedCallAndAllocation) {
-  enum Fault { kCall, kAllocation };
-  for (const Fault fault : {kCall, kAllocation}) {
+  for (const bool memory : {false, true}) {
     for (const KDisplay kind : {KDisplayFramebuffer, KDisplayShared}) {
       for (unsigned buffers = 1; buffers <= 3; ++buffers) {
-        for (int n = 0;; ++n) {
-          SCOPED_TRACE(testing::Message() << fault << " " << kind << " " << buffers << " " << n);
+        bool met = true;
+        for (int n = 0; met; ++n) {
+          SCOPED_TRACE(testing::Message() << memory << " " << kind << " " << buffers << " " << n);
           Rig rig;
           KLinuxFb fb;
           const auto bind = [&] { return fb.SetDisplay(kind, 0, KFormat16, buffers); };
-          fault == kCall ? rig.FailCall(n) : rig.FailAllocation(n);
-          void* const first = bind();
-          if (!rig.Failed()) {
+          void* first = nullptr;
+          if (memory) {
+            const Allocations failing(n + 1);
+            first = bind();
+            met = failing.Count() > n;
+          } else {
+            rig.FailCall(n);
+            first = bind();
+            met = rig.Failed();
             rig.FailCall(-1);
-            rig.FailAllocation(-1);
-            EXPECT_NE(first, nullptr);
-            ASSERT_TRUE(n > 0 || fault == kAllocation);
-            break;
           }
+          ASSERT_TRUE(met || memory || n > 0);
           if (first == nullptr) {
+            EXPECT_TRUE(met);
             EXPECT_EQ(rig.Descriptors(), 0);
             EXPECT_EQ(fb.DisplayKind(), KDisplayNone);
             EXPECT_EQ(fb.Flip(true, nullptr), nullptr);
@@ -192,8 +193,7 @@ TEST(Opening, SurvivesEveryFailedCallAndAllocation) {
           } else {
             // Only panning and the flip thread may fail without failing all.
             const std::string calls = rig.Take();
-            EXPECT_TRUE(fault == kAllocation || calls.find("pan 0,0 fails") != std::string::npos ||
-                        calls.find("get fails") != std::string::npos ||
+            EXPECT_TRUE(memory || !met || calls.find("pan 0,0 fails") != std::string::npos ||
                         calls.find("thread fails") != std::string::npos)
                 << calls;
             EXPECT_NE(fb.Flip(true, nullptr), nullptr);
@@ -208,8 +208,9 @@ TEST(Opening, SurvivesEveryFailedCallAndAllocation) {
 
 TEST(Opening, WithoutMemoryForTheObjectItself) {
   Rig rig;
-  rig.FailAllocation(0);
+  auto none = std::make_unique<Allocations>(1);
   KLinuxFb fb;
+  none.reset();
   EXPECT_EQ(fb.Flip(true, nullptr), nullptr);
   EXPECT_EQ(fb.Width() + fb.Height() + fb.Stride(), 0u);
   fb.DumpFps();

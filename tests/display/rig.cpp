@@ -7,8 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <new>
-#include <sstream>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -28,6 +26,14 @@ thread_local bool isRenderer = false;
 void SleepMs(int ms) {
   const timespec t{ms / 1000, ms % 1000 * 1000000L};
   nanosleep(&t, nullptr);
+}
+
+/// A line of a record.
+template <typename... Values>
+std::string Text(const char* format, Values... values) {
+  char text[200];
+  std::snprintf(text, sizeof text, format, values...);
+  return text;
 }
 
 /// A step of the code under test: now and then somebody else goes first.
@@ -118,10 +124,8 @@ bool Rig::Record(const std::string& call, bool canFail) {
   return !fails;
 }
 
-bool Rig::Allocate() { return failAllocation < 0 || failAllocation-- != 0; }
-
 int Rig::Open(const char* path, int flags) {
-  if (!Record(std::string("open ") + path + " " + std::to_string(flags))) return -1;
+  if (!Record(Text("open %s %d", path, flags))) return -1;
   const bool mover = std::strcmp(path, "/dev/msm_adm") == 0;
   if (!mover && (!hasFb || std::strcmp(path, "/dev/fb0") != 0)) {
     errno = ENOENT;
@@ -147,51 +151,34 @@ void Rig::Closing(int fd) {
 }
 
 std::string Rig::Describe(unsigned request, const void* argument) const {
-  std::ostringstream out;
   const auto* const var = static_cast<const fb_var_screeninfo*>(argument);
   const auto* const word = static_cast<const std::uint32_t*>(argument);
-  const auto pair = [](std::uint32_t v) {
-    return std::to_string(v & 0xFFFF) + "," + std::to_string(v >> 16);
-  };
   switch (request) {
-    case 0x4600:
-      out << "get";
-      break;
-    case 0x4601:
-      out << "put " << var->xres << "x" << var->yres << "x" << var->bits_per_pixel << " virtual "
-          << var->xres_virtual << "x" << var->yres_virtual << " at " << var->xoffset << ","
-          << var->yoffset;
-      break;
-    case 0x4602:
-      out << "fix";
-      break;
-    case 0x4606:
-      out << "pan " << var->xoffset << "," << var->yoffset;
-      if (std::memcmp(&var->reserved[0], "UPDT", 4) == 0) {
-        out << " UPDT " << pair(var->reserved[1]) << " " << pair(var->reserved[2]);
-      } else if (var->reserved[0] != 0) {
-        out << " ?";
-      }
-      break;
-    case 0x40044620:
-      out << "sync " << *word;
-      break;
-    case 0x40044B01:
-      out << "copy";
-      for (int i = 0; i < 10; ++i) {
-        const bool isFd = i % 5 == 4;
-        out << (i == 5 ? " to " : " ");
-        if (isFd) {
-          out << (fb.Owns(static_cast<int>(word[i])) ? "fb" : "?");
-        } else {
-          out << word[i];
-        }
-      }
-      break;
+    case FBIOGET_VSCREENINFO:
+      return "get";
+    case FBIOPUT_VSCREENINFO:
+      return Text("put %ux%ux%u virtual %ux%u at %u,%u", var->xres, var->yres, var->bits_per_pixel,
+                  var->xres_virtual, var->yres_virtual, var->xoffset, var->yoffset);
+    case FBIOGET_FSCREENINFO:
+      return "fix";
+    case FBIOPAN_DISPLAY: {
+      const std::string pan = Text("pan %u,%u", var->xoffset, var->yoffset);
+      const std::uint32_t* const r = var->reserved;
+      if (std::memcmp(r, "UPDT", 4) != 0) return pan + (r[0] == 0 ? "" : " ?");
+      return pan + Text(" UPDT %u,%u %u,%u", r[1] & 0xFFFF, r[1] >> 16, r[2] & 0xFFFF, r[2] >> 16);
+    }
+    case FBIO_WAITFORVSYNC:
+      return Text("sync %u", *word);
+    case 0x40044B01: {
+      const auto side = [&](const std::uint32_t* w) {
+        return Text(" %u %u %u %u ", w[0], w[1], w[2], w[3]) +
+               (fb.Owns(static_cast<int>(w[4])) ? "fb" : "?");
+      };
+      return "copy" + side(word) + " to" + side(word + 5);
+    }
     default:
-      out << "ioctl " << request;
+      return Text("ioctl %u", request);
   }
-  return out.str();
 }
 
 int Rig::Ioctl(int fd, unsigned long request, void* argument) {
@@ -227,7 +214,7 @@ int Rig::VideoIoctl(unsigned request, void* argument) {
 }
 
 bool Rig::Mapping(std::size_t bytes, int fd) {
-  return Record("mmap " + std::to_string(bytes) + (fb.Owns(fd) ? " fb" : " ?"));
+  return Record(Text("mmap %zu %s", bytes, fb.Owns(fd) ? "fb" : "?"));
 }
 
 void Rig::Mapped(void* p, std::size_t bytes) {
@@ -248,13 +235,11 @@ bool Rig::Unmapping(void* p, std::size_t bytes) {
 }
 
 int Rig::Shmget(int key, std::size_t bytes, int flags) {
-  const std::string call =
-      "shmget " + std::to_string(key) + " " + std::to_string(bytes) + " " + std::to_string(flags);
-  return Record(call) ? 7 : -1;
+  return Record(Text("shmget %d %zu %d", key, bytes, flags)) ? 7 : -1;
 }
 
 void* Rig::Shmat(int id) {
-  if (!Record("shmat " + std::to_string(id))) return reinterpret_cast<void*>(-1);
+  if (!Record(Text("shmat %d", id))) return reinterpret_cast<void*>(-1);
   ++attached;
   return surface.data();
 }
@@ -276,26 +261,11 @@ bool Rig::Thread(int change) {
 
 // --- the wrapped calls. Outside of a rig they are the real ones.
 
-extern "C" {
-int __real_open(const char* path, int flags, ...);
-int __real_close(int fd);
-int __real_ioctl(int fd, unsigned long request, ...);
-void* __real_mmap(void* p, std::size_t bytes, int prot, int flags, int fd, off_t offset);
-int __real_munmap(void* p, std::size_t bytes);
-int __real_shmget(key_t key, std::size_t bytes, int flags);
-void* __real_shmat(int id, const void* p, int flags);
-int __real_shmdt(const void* p);
-int __real_gettimeofday(timeval* now, void* zone);
-std::FILE* __real_fopen(const char* path, const char* mode);
-void* __real_calloc(std::size_t n, std::size_t bytes);
-int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
-                          void* argument);
-int __real_pthread_mutex_lock(pthread_mutex_t* mutex);
-int __real_pthread_mutex_timedlock(pthread_mutex_t* mutex, const timespec* deadline);
-int __real_pthread_mutex_unlock(pthread_mutex_t* mutex);
-int __real_pthread_cond_signal(pthread_cond_t* condition);
+#define WRAP(result, name, ...)                 \
+  extern "C" result __real_##name(__VA_ARGS__); \
+  extern "C" result __wrap_##name(__VA_ARGS__)
 
-int __wrap_open(const char* path, int flags, ...) {
+WRAP(int, open, const char* path, int flags, ...) {
   Step();
   Rig* const rig = active;
   if (rig != nullptr && std::strncmp(path, "/dev/", 5) == 0) return rig->Open(path, flags);
@@ -306,15 +276,15 @@ int __wrap_open(const char* path, int flags, ...) {
   return __real_open(path, flags, mode);
 }
 
-int __wrap_open64(const char* path, int flags, ...) { return __wrap_open(path, flags); }
+WRAP(int, open64, const char* path, int flags, ...) { return __wrap_open(path, flags); }
 
-int __wrap_close(int fd) {
+WRAP(int, close, int fd) {
   Step();
   if (Rig* const rig = active) rig->Closing(fd);
   return __real_close(fd);
 }
 
-int __wrap_ioctl(int fd, unsigned long request, ...) {
+WRAP(int, ioctl, int fd, unsigned long request, ...) {
   Step();
   std::va_list arguments;
   va_start(arguments, request);
@@ -324,7 +294,7 @@ int __wrap_ioctl(int fd, unsigned long request, ...) {
   return rig != nullptr ? rig->Ioctl(fd, request, argument) : __real_ioctl(fd, request, argument);
 }
 
-void* __wrap_mmap(void* p, std::size_t bytes, int prot, int flags, int fd, off_t offset) {
+WRAP(void*, mmap, void* p, std::size_t bytes, int prot, int flags, int fd, off_t offset) {
   Rig* const rig = active;
   if (rig == nullptr || fd < 0) return __real_mmap(p, bytes, prot, flags, fd, offset);
   EXPECT_EQ(p, nullptr);
@@ -337,11 +307,11 @@ void* __wrap_mmap(void* p, std::size_t bytes, int prot, int flags, int fd, off_t
   return mapped;
 }
 
-void* __wrap_mmap64(void* p, std::size_t bytes, int prot, int flags, int fd, std::int64_t offset) {
+WRAP(void*, mmap64, void* p, std::size_t bytes, int prot, int flags, int fd, std::int64_t offset) {
   return __wrap_mmap(p, bytes, prot, flags, fd, static_cast<off_t>(offset));
 }
 
-int __wrap_munmap(void* p, std::size_t bytes) {
+WRAP(int, munmap, void* p, std::size_t bytes) {
   if (Rig* const rig = active) {
     EXPECT_NE(p, MAP_FAILED);
     rig->Unmapping(p, bytes);
@@ -349,24 +319,24 @@ int __wrap_munmap(void* p, std::size_t bytes) {
   return __real_munmap(p, bytes);
 }
 
-int __wrap_shmget(key_t key, std::size_t bytes, int flags) {
+WRAP(int, shmget, key_t key, std::size_t bytes, int flags) {
   Rig* const rig = active;
   return rig != nullptr ? rig->Shmget(key, bytes, flags) : __real_shmget(key, bytes, flags);
 }
 
-void* __wrap_shmat(int id, const void* p, int flags) {
+WRAP(void*, shmat, int id, const void* p, int flags) {
   Rig* const rig = active;
   return rig != nullptr ? rig->Shmat(id) : __real_shmat(id, p, flags);
 }
 
-int __wrap_shmdt(const void* p) {
+WRAP(int, shmdt, const void* p) {
   Rig* const rig = active;
   if (rig == nullptr) return __real_shmdt(p);
   rig->Shmdt(p);
   return 0;
 }
 
-int __wrap_gettimeofday(timeval* now, void* zone) {
+WRAP(int, gettimeofday, timeval* now, void* zone) {
   const int result = __real_gettimeofday(now, zone);
   if (Rig* const rig = active) {
     const std::int64_t real = std::int64_t{now->tv_sec} * 1000000 + now->tv_usec;
@@ -377,15 +347,10 @@ int __wrap_gettimeofday(timeval* now, void* zone) {
   return result;
 }
 
-std::FILE* __wrap_fopen(const char* path, const char* mode) {
+WRAP(std::FILE*, fopen, const char* path, const char* mode) {
   Rig* const rig = active;
   const bool log = rig != nullptr && std::strncmp(path, "/var/log/kalvora-", 17) == 0;
   return __real_fopen(log ? rig->LogPath().c_str() : path, mode);
-}
-
-void* __wrap_calloc(std::size_t n, std::size_t bytes) {
-  Rig* const rig = active;
-  return rig != nullptr && !rig->Allocate() ? nullptr : __real_calloc(n, bytes);
 }
 
 struct ThreadStart {
@@ -404,8 +369,8 @@ static void* RunThread(void* start) {
   return nullptr;
 }
 
-int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
-                          void* argument) {
+WRAP(int, pthread_create, pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
+     void* argument) {
   Rig* const rig = active;
   int detached = PTHREAD_CREATE_JOINABLE;
   if (attributes != nullptr) pthread_attr_getdetachstate(attributes, &detached);
@@ -420,36 +385,25 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
   return __real_pthread_create(thread, attributes, RunThread, new ThreadStart{rig, body, argument});
 }
 
-int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
+WRAP(int, pthread_mutex_lock, pthread_mutex_t* mutex) {
   Step();
   if (Rig* const rig = active) rig->Locking();
   return __real_pthread_mutex_lock(mutex);
 }
 
-int __wrap_pthread_mutex_timedlock(pthread_mutex_t* mutex, const timespec* deadline) {
+WRAP(int, pthread_mutex_timedlock, pthread_mutex_t* mutex, const timespec* deadline) {
   Step();
   EXPECT_TRUE(deadline->tv_nsec >= 0 && deadline->tv_nsec < 1000000000);
   return __real_pthread_mutex_timedlock(mutex, deadline);
 }
 
-int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
+WRAP(int, pthread_mutex_unlock, pthread_mutex_t* mutex) {
   const int result = __real_pthread_mutex_unlock(mutex);
   Step();
   return result;
 }
 
-int __wrap_pthread_cond_signal(pthread_cond_t* condition) {
+WRAP(int, pthread_cond_signal, pthread_cond_t* condition) {
   Step();
   return __real_pthread_cond_signal(condition);
-}
-}
-
-void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
-  Rig* const rig = active;
-  if (rig != nullptr && !rig->Allocate()) return nullptr;
-  try {
-    return ::operator new(bytes);
-  } catch (...) {
-    return nullptr;
-  }
 }

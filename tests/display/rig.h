@@ -36,10 +36,8 @@ class Rig {
 
   /// Lets the n-th call from now (from 0) that can fail fail, once; -1: none.
   void FailCall(int n) { failCall = n; }
-  /// The same for memory allocations.
-  void FailAllocation(int n) { failAllocation = n; }
   /// True when the fault was met.
-  bool Failed() const { return failCall < 0 && failAllocation < 0; }
+  bool Failed() const { return failCall < 0; }
 
   /// Waits until no thread of the display is left. Returns false after a long time.
   bool ThreadsEnd();
@@ -77,7 +75,6 @@ class Rig {
   void* Shmat(int id);
   bool Shmdt(const void* p);
   bool Thread(int change);
-  bool Allocate();
   std::string LogPath() const;
   void Locking();
 
@@ -95,7 +92,6 @@ class Rig {
   int moverFd = -1;
   int logFd = -1;
   std::atomic<int> failCall{-1};
-  std::atomic<int> failAllocation{-1};
   std::atomic<int> threads{0};
 };
 
