@@ -16,6 +16,10 @@ namespace {
 // row; without that a drawing of n edges that all cross would take n^3.
 constexpr std::int64_t kEdgesPerHeight = 64;
 
+// With so many edges in a row, and more, the steps grow faster still: a stroke that runs wild has
+// tens of thousands of them in every row, and to sort them once is work enough.
+constexpr std::int32_t kManyEdges = 8192;
+
 // Ascending x; at equal x the edge that leans further left comes first.
 bool Before(const ActiveEdge* a, const ActiveEdge* b) {
   return a->xTop != b->xTop ? a->xTop < b->xTop : a->line.Ratio() < b->line.Ratio();
@@ -225,7 +229,7 @@ void DrawComplexPolygon(const RasterJob& job, const KMergeNode* begin, const KMe
     walked = y >> 16 == row ? walked + edges.Count() : 0;
     row = y >> 16;
     if (crossed) {
-      const std::int64_t least = y + walked / kEdgesPerHeight;
+      const std::int64_t least = y + walked / kEdgesPerHeight * (1 + edges.Count() / kManyEdges);
       const std::int64_t crossing = y + edges.FirstCrossing(stop - y);
       stop = static_cast<std::int32_t>(std::min<std::int64_t>(stop, std::max(crossing, least)));
       edges.Project(stop);

@@ -290,10 +290,10 @@ void Session::Import(KSoftPixmap& pixmap) {
 }
 
 void Session::Text() {
-  effort += Context().dashes ? 16 : 4;  // the outlines of all glyphs may be dashed
+  effort += 8;  // as slow as a path for each glyph
   Fonts& fonts = Fonts::Get();
   KVertex2D positions[kCodeCount];
-  const unsigned kind = in.Below(8), count = in.Below(kCodeCount + 1);
+  const unsigned kind = in.Below(8), count = in.Below(Context().dashes ? 2 : kCodeCount + 1);
   const KVertex2D origin = in.Point();
   const bool placed = in.Below(4) == 0;
   if (placed) {

@@ -9,7 +9,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Ramp ramps[2];
   Picture pictures[2];
   KSoftPath path;
-  while (!in.AtEnd() && canvas.Effort() < 64) {
+  while (!in.AtEnd() && canvas.Effort() < 24) {
     Picture& picture = pictures[in.Below(2)];
     Ramp& ramp = ramps[in.Below(2)];
     switch (in.Below(13)) {
