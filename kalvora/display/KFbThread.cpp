@@ -88,11 +88,11 @@ KFbThread::Outcome KFbThread::Serve() {
   return abandoned ? Outcome::kQuitWithScreen : Outcome::kNext;
 }
 
-bool KFbThread::Send(bool copyBack, unsigned back, const KRect* dirty) {
+bool KFbThread::Send(bool copyBack, unsigned back, const KRect* dirty, unsigned& shown) {
   bool sent = false;
   if (flipSlot.TimedLock(kPatienceMs)) {
-    const unsigned front = screen->frontIndex.load(std::memory_order_relaxed);
-    sent = flipSlot.Post({back, front, copyBack, dirty});
+    shown = screen->frontIndex.load(std::memory_order_relaxed);
+    sent = flipSlot.Post({back, shown, copyBack, dirty});
     flipSlot.Unlock();
     if (sent && AwaitAcknowledgement()) return true;
   }

@@ -56,9 +56,10 @@ class KFbThread {
   /// Starts the thread of a display; returns once the thread is independent of `fb`. Null when it
   /// could not be started.
   static KFbThread* Start(KLinuxFb& fb);
-  /// Hands a flip over, after waiting for the previous one. False, with a line in the log, when the
-  /// thread does not answer: it will then never flip again, and the caller has to.
-  bool Send(bool copyBack, unsigned back, const KRect* dirty);
+  /// Hands a flip over, after waiting for the previous one, and says which buffer that one has left
+  /// on screen. False, with a line in the log, when the thread does not answer: it will then never
+  /// flip again, and the caller has to.
+  bool Send(bool copyBack, unsigned back, const KRect* dirty, unsigned& shown);
   /// Ends the thread; the object must not be touched again. False when the thread is stuck in a
   /// flip: the screen is then the thread's, which deletes it when it comes back.
   bool Stop();

@@ -116,13 +116,16 @@ void* KLinuxFb::Flip(bool copyBack, const KRect* dirty) {
     clipped = screen->Clip(*dirty);
     dirty = &clipped;
   }
-  if (asyncFlip) asyncFlip = flipWorker->Send(copyBack, backIndex, dirty);
-  if (!asyncFlip) ProcessFlip(screen->frontIndex, backIndex, copyBack, dirty);
-
-  // The buffers take turns, but nothing is drawn into the one that stays on screen: the surface
-  // itself of shared memory, or where a driver that does not pan is.
+  unsigned shown = 0;
+  if (asyncFlip) asyncFlip = flipWorker->Send(copyBack, backIndex, dirty, shown);
+  if (!asyncFlip) {
+    ProcessFlip(screen->frontIndex, backIndex, copyBack, dirty);
+    shown = screen->frontIndex;
+  }
+  // The buffers take turns, but nothing is drawn into one that is or may stay on screen: the
+  // surface itself of shared memory, or where a driver that does not pan is.
   unsigned next = (backIndex + 1) % count;
-  if (next == screen->frontIndex) next = (next + 1) % count;
+  if (next == shown) next = (next + 1) % count;
 
   if (screen->isDevice && count == 3) {
     TbufPreserve(static_cast<int>(next), static_cast<int>(backIndex), copyBack, dirty);

@@ -1,9 +1,11 @@
 // Whatever is drawn, flipped and copied back: the screen shows the frame that was drawn.
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <deque>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -71,9 +73,21 @@ class Sequence {
 
   void Run() {
     rig.clockOffsetUs = 60000000;  // however slow this machine is, no flip times out
+    // Where drivers do not pan, now the flip thread is the slower one and now the renderer; and
+    // some threads could not be started.
+    const bool alone = buffers == 3 && pans != kAlways && random.Below(4) == 0;
+    if (alone) rig.FailCall(8);
+    if (pans != kAlways) {
+      rig.onLock = [this](Rig::Who who) {
+        if (who == Rig::kRenderer && pauses.OneIn(4)) {
+          std::this_thread::sleep_for(std::chrono::microseconds(200));
+        }
+      };
+    }
     KLinuxFb fb;
     void* buffer = fb.SetDisplay(kind, 0, format, buffers);
     ASSERT_NE(buffer, nullptr);
+    rig.FailCall(-1);
     const auto* const memory =
         static_cast<std::uint8_t*>(buffer) - (buffers > 1 ? canvas.bytes.size() : 0);
     if (pans == kAlways) {
@@ -98,7 +112,7 @@ class Sequence {
       ASSERT_NE(buffer, nullptr);
       if (buffers == 1) current = true;
       // With three buffers its thread shows the frame a little later.
-      if (buffers == 1 || (buffers == 2 && kind == KDisplayFramebuffer)) {
+      if (buffers == 1 || (!fb.IsAsync() && kind == KDisplayFramebuffer)) {
         ASSERT_EQ(Shown(), canvas.bytes);
       }
       if (buffers > 1 && kind == KDisplayFramebuffer) {
@@ -106,7 +120,7 @@ class Sequence {
                   rig.fb.Shown().pixels - rig.fb.Memory());
       }
     }
-    EXPECT_EQ(fb.IsAsync(), buffers == 3);
+    EXPECT_EQ(fb.IsAsync(), buffers == 3 && !alone);
     fb.Close();  // waits for the last flip
     EXPECT_EQ(rig.TakeLog(), "");
     if (kind == KDisplayShared) {
@@ -163,7 +177,8 @@ class Sequence {
   }
 
   Random random;
-  Random whims{1};  ///< of the driver
+  Random whims{1};   ///< of the driver
+  Random pauses{1};  ///< of the renderer
   Pans pans;
   sim::Settings settings;
   KDisplay kind;
@@ -186,7 +201,7 @@ TEST(Buffers, StayCurrentOnADevice) {
 }
 
 TEST(Buffers, StayCurrentWhereTheDriverDoesNotPan) {
-  for (std::uint32_t seed = 0; seed < 1800 && !HasFailure(); ++seed) {
+  for (std::uint32_t seed = 0; seed < 900 && !HasFailure(); ++seed) {
     SCOPED_TRACE(seed);
     Sequence(seed, KDisplayFramebuffer, 2 + seed % 2, KFormat8888PM, 4,
              static_cast<Pans>(kRefuses + seed / 2 % 3))
