@@ -16,9 +16,10 @@ namespace {
 // row; without that a drawing of n edges that all cross would take n^3.
 constexpr std::int64_t kEdgesPerHeight = 64;
 
-// With so many edges in a row, and more, the steps grow faster still: a stroke that runs wild has
-// tens of thousands of them in every row, and to sort them once is work enough.
-constexpr std::int32_t kManyEdges = 8192;
+// A row with so many edges, several for each of its pixels, is drawn as it is at its top, whatever
+// begins, ends or crosses in it: a stroke that runs wild has tens of thousands of edges in every
+// row.
+constexpr std::int32_t kCrowd = 8192;
 
 // Ascending x; at equal x the edge that leans further left comes first.
 bool Before(const ActiveEdge* a, const ActiveEdge* b) {
@@ -89,6 +90,10 @@ class ActiveList {
   /// Keeps edges that are out of order at the step's bottom, by a rounding or a hair, from
   /// crossing.
   void HoldOrder();
+  /// Lets every edge go straight down from where it is.
+  void StandUpright() {
+    for (ActiveEdge* edge = head_; edge; edge = edge->next) edge->xBottom = edge->xTop;
+  }
   /// The next y at which an edge ends.
   std::int32_t NextEnd(std::int32_t limit) const;
 
@@ -213,6 +218,7 @@ void DrawComplexPolygon(const RasterJob& job, const KMergeNode* begin, const KMe
       if (!edges.Enter(*begin, y)) return;
     }
     edges.Settle();
+    const bool crowded = edges.Count() >= kCrowd;
     std::int32_t stop = std::min((y & ~0xFFFF) + 0x10000, bottom);
     if (begin != end) {
       if (edges.Empty()) {
@@ -220,16 +226,18 @@ void DrawComplexPolygon(const RasterJob& job, const KMergeNode* begin, const KMe
         if (y < bottom) rows.SkipTo(y);
         continue;
       }
-      stop = std::min(stop, begin->vertex->y.raw);
+      if (!crowded) stop = std::min(stop, begin->vertex->y.raw);
     } else if (edges.Empty()) {
       break;
     }
-    stop = edges.NextEnd(stop);
-    const bool crossed = edges.Project(stop);
+    if (!crowded) stop = edges.NextEnd(stop);
+    const bool crossed = crowded || edges.Project(stop);
     walked = y >> 16 == row ? walked + edges.Count() : 0;
     row = y >> 16;
-    if (crossed) {
-      const std::int64_t least = y + walked / kEdgesPerHeight * (1 + edges.Count() / kManyEdges);
+    if (crowded) {
+      edges.StandUpright();
+    } else if (crossed) {
+      const std::int64_t least = y + walked / kEdgesPerHeight;
       const std::int64_t crossing = y + edges.FirstCrossing(stop - y);
       stop = static_cast<std::int32_t>(std::min<std::int64_t>(stop, std::max(crossing, least)));
       edges.Project(stop);

@@ -191,7 +191,7 @@ TEST(Polygon, CombsOfHundredsOfTeeth) {
 TEST(Polygon, CrossingsByTheThousand) {
   constexpr int kHeight = 6;
   Random random(17);
-  for (const int edges : {200, 600, 6000}) {
+  for (const int edges : {200, 600, 6000, 20000}) {
     Ring ring;
     for (int i = 0; i < edges; ++i) {
       ring.push_back(At(Uniform(random, 0, kSize), i % 2 ? 0.25 : kHeight - 0.25));
