@@ -362,9 +362,10 @@ TEST_F(Program, SizesAndFormats) {
 }
 
 TEST_F(Program, NamesWhatItSkipsOnce) {
-  Draw("<blink/><blink/><marquee/><inkscape:grid/><metadata><x/></metadata><title>t</title>"
-       "<pattern id='p'/><rect width='1' height='1' fill='url(#p) red' filter='none'/>"
-       "<path d='M0 0H1' marker-end='url(#m)' style='filter: blur(1px)'/>");
+  Draw(
+      "<blink/><blink/><marquee/><inkscape:grid/><metadata><x/></metadata><title>t</title>"
+      "<pattern id='p'/><rect width='1' height='1' fill='url(#p) red' filter='none'/>"
+      "<path d='M0 0H1' marker-end='url(#m)' style='filter: blur(1px)'/>");
   EXPECT_EQ(said_,
             "kalvora-svg: in.svg: skipping <blink>\n"
             "kalvora-svg: in.svg: skipping <marquee>\n"
