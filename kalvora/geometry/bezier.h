@@ -52,6 +52,9 @@ struct Bezier {
     }
     return p[ORDER] - p[0];
   }
+  bool IsInPlane(const KSoftMatrix3D& m) const {
+    return std::all_of(p, p + ORDER + 1, [&](Span s) { return kalvora::IsInPlane(m, Narrow(s)); });
+  }
   bool IsPoint() const {
     for (int i = 1; i <= ORDER; ++i) {
       if (!IsNothing(p[i] - p[0])) return false;
@@ -213,10 +216,13 @@ int CourseOf(const Bezier<ORDER>& piece, const Pen& pen) {
 
 /// Cuts a curve into steps that the pen can glide along, and gives each to `glide`; pieces that are
 /// too small for that, or turn too sharply, go to `follow`. At most 2^kDepth pieces: what is not
-/// simple by then is as small as a cusp's tip.
+/// simple by then is as small as a cusp's tip. A curve that leaves the plane wraps and stays in one
+/// piece: one glyph gave 300,000 edges else, all of them active in every row.
 template <int ORDER, typename Glide, typename Follow>
-void Subdivide(const Bezier<ORDER>& curve, const Pen& pen, Glide glide, Follow follow) {
+void Subdivide(const Bezier<ORDER>& curve, const Pen& pen, const KSoftMatrix3D& m, Glide glide,
+               Follow follow) {
   constexpr int kDepth = 10;
+  const int deepest = curve.IsInPlane(m) ? kDepth : 0;
   Bezier<ORDER> pending[kDepth];
   int depths[kDepth];
   int count = 0;
@@ -224,7 +230,7 @@ void Subdivide(const Bezier<ORDER>& curve, const Pen& pen, Glide glide, Follow f
   int depth = 0;
   for (;;) {
     int course = CourseOf(piece, pen);
-    if (course < 0 && depth < kDepth) {
+    if (course < 0 && depth < deepest) {
       part = piece;
       part.Halve(piece, pending[count]);
       depths[count++] = ++depth;

@@ -178,7 +178,7 @@ class CurveDasher {
       if (curve.IsPoint()) continue;
       if (dash_.Draws()) Turn(stroker_, k_, curve.FirstLeg(), false);
       Subdivide(
-          curve, k_->pen, [this](const Bezier<ORDER>& piece) { Piece(piece); },
+          curve, k_->pen, *k_->matrix, [this](const Bezier<ORDER>& piece) { Piece(piece); },
           [this](const Bezier<ORDER>& piece) {
             for (int i = 0; i < ORDER; ++i) Leg(piece.p[i], piece.Leg(i));
           });

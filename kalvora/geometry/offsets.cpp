@@ -124,7 +124,7 @@ void Offset(KStroker& stroker, KIntercept* k, const KVertex2D* points, unsigned 
     if (curve.IsPoint()) continue;
     Turn(stroker, k, curve.FirstLeg(), false);
     Subdivide(
-        curve, k->pen, [&](const Bezier<ORDER>& piece) { Glide(stroker, k, piece); },
+        curve, k->pen, *k->matrix, [&](const Bezier<ORDER>& piece) { Glide(stroker, k, piece); },
         [&](const Bezier<ORDER>& piece) {
           for (int i = 0; i < ORDER; ++i) {
             FollowLeg(stroker, k, piece.Leg(i), Bezier<ORDER>::Narrow(piece.p[i + 1]));

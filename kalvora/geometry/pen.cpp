@@ -25,6 +25,11 @@ constexpr std::int64_t kMostSagitta = 81733000;  // 1 - cos(22.5 degrees)
 constexpr std::int64_t kMostTurn = 11556;
 constexpr std::int64_t kLeastTurn = 64;
 
+// Drawing is exact within +-8000 device pixels, 16.16. A pen there whose radius is more than the
+// square's diagonal shows no rim, and turns in the largest steps.
+constexpr std::int64_t kDiagonal = std::int64_t{22628} << 16;
+constexpr std::int64_t kUnseen = std::int64_t{256} << 16;
+
 // Products with vectors of 28 bits fit.
 constexpr std::int64_t kMostFlatness = std::int64_t{1} << 34;
 
@@ -51,12 +56,22 @@ std::int64_t Stretch(const KSoftMatrix3D& m) {
   return std::max<std::int64_t>(shift > 8 ? stretch << (shift - 8) : stretch >> (8 - shift), 1);
 }
 
+bool IsInPlane(const KSoftMatrix3D& m, KVertex2D p) {
+  const auto fits = [p](KFixed a, KFixed b, KFixed c) {
+    const std::int64_t v =
+        (std::int64_t{p.x.raw} * a.raw >> 16) + (std::int64_t{p.y.raw} * b.raw >> 16) + c.raw;
+    return v == static_cast<std::int32_t>(v);
+  };
+  return fits(m.m0, m.m3, m.m6) && fits(m.m1, m.m4, m.m7);
+}
+
 Pen::Pen(KFixed halfWidth, const KSoftMatrix3D& m, KFixed quality)
     : radius(std::min(halfWidth, kWidest)) {
-  const std::int64_t tolerance = std::clamp(quality, kFinest, kCoarsest).raw;
   const std::int64_t stretch = Stretch(m);
   // The radius in device pixels.
-  const std::int64_t reach = std::max<std::int64_t>(std::int64_t{radius.raw} * stretch >> 16, 1);
+  std::int64_t reach = std::max<std::int64_t>(std::int64_t{radius.raw} * stretch >> 16, 1);
+  std::int64_t tolerance = std::clamp(quality, kFinest, kCoarsest).raw;
+  if (reach > kDiagonal) reach = tolerance = kUnseen;
 
   // A chord over a step s of a circle of radius r leaves it by e r, e = 1 - cos(s / 2).
   //   cos s = 2 (1 - e)^2 - 1        sin s = 2 (1 - e) sqrt(e (2 - e))
@@ -75,7 +90,9 @@ Pen::Pen(KFixed halfWidth, const KSoftMatrix3D& m, KFixed quality)
   turn =
       static_cast<std::int32_t>(std::clamp<std::int64_t>(Root(squared), kLeastTurn, 2 * kMostTurn));
 
-  flatness = std::min(3 * (tolerance << 31) / (kCurvePart * stretch), kMostFlatness);
+  flatness = tolerance == kUnseen
+                 ? kMostFlatness
+                 : std::min(3 * (tolerance << 31) / (kCurvePart * stretch), kMostFlatness);
 }
 
 }  // namespace kalvora

@@ -12,6 +12,9 @@ namespace kalvora {
 /// The largest factor by which the matrix's linear part stretches a length, 16.16; at least 1 unit.
 std::int64_t Stretch(const KSoftMatrix3D& m);
 
+/// Whether the matrix keeps the point within the range of 16.16; beyond it, coordinates wrap.
+bool IsInPlane(const KSoftMatrix3D& m, KVertex2D p);
+
 /// The round pen of a stroke, and how finely curves must be cut for an outline that stays well
 /// within half the flatness tolerance: a quarter of a device pixel by default.
 struct Pen {
