@@ -94,6 +94,13 @@ void Strokes(World& w) {
   w.context.DrawPolygon(zigzag, 4, false);
   w.context.SetDashes(nullptr, 0, F(0));
   w.context.DrawLine(P(0, 0), P(96, 80));
+  for (const bool flat : {false, true}) {  // outlines on the heap
+    const KSoftMatrix3D& m = w.context.Transform();
+    KVertex2D** rings = nullptr;
+    const unsigned count = flat ? w.context.FlattenPath(rings, &leaf, &m, false)
+                                : w.context.StrokePath(&leaf, rings, &m, false);
+    w.context.FreeStroke(rings, count, false);
+  }
 }
 
 void Shapes(World& w) {
