@@ -4,20 +4,13 @@
 
 #include <gtest/gtest.h>
 
-#include "kalvora/core/KFixed.h"
-#include "kalvora/core/KVertex2D.h"
-
 #include "tests/common/Hash.h"
-#include "tests/common/Random.h"
+#include "tests/core/matrices.h"
 
 namespace {
 
 constexpr int kCases = 100000;
 const double kDegree = std::acos(-1.0) / 180;
-
-constexpr KFixed Raw(std::int32_t raw) { return KFixed::FromRaw(raw); }
-KFixed AnyFixed(Random& random) { return Raw(static_cast<std::int32_t>(random.Word())); }
-double Real(KFixed v) { return v.raw / 65536.0; }
 
 // The low 32 bits of a whole number, as a signed one.
 std::int32_t Wrap(double whole) {
@@ -47,54 +40,14 @@ TEST(Functions, FloatConversionsTruncate) {
   }
 }
 
-TEST(Functions, TablesFollowTheirRule) {
-  // A line through the chord's ends, raised by half its largest error.
-  const auto line = [](auto f, double a, double b) {
-    const double slope = (f(b) - f(a)) / (b - a);
-    double low = a, high = b;
-    const auto above = [&](double x) { return f(x) - f(a) - slope * (x - a); };
-    for (int i = 0; i < 100; ++i) {  // the error has one peak
-      const double third = (high - low) / 3;
-      if (above(low + third) < above(high - third)) {
-        low += third;
-      } else {
-        high -= third;
-      }
-    }
-    return std::pair(std::trunc(slope * 8388608),
-                     std::trunc((f(a) - slope * a + above(low) / 2) * 8388608));
-  };
-  for (int i = 0; i <= 36; ++i) {
-    const double a = 2.5 * i;
-    const auto sine = line([](double x) { return std::sin(x * kDegree); }, a, a + 2.5);
-    EXPECT_EQ(KFixed::KSinCos[i][0], sine.first) << i;
-    EXPECT_EQ(KFixed::KSinCos[i][1], sine.second) << i;
-    if (i == 36) break;  // the guard row's cosine is a copy
-    const auto cosine = line([](double x) { return std::cos(x * kDegree); }, a, a + 2.5);
-    EXPECT_EQ(KFixed::KSinCos[i][2], cosine.first) << i;
-    EXPECT_EQ(KFixed::KSinCos[i][3], cosine.second) << i;
-  }
-  for (int i = 0; i < 23; ++i) {
-    const double angle = std::atan(std::ldexp(1.0, -i)) / kDegree;
-    EXPECT_EQ(KFixed::KATan[i], std::lround(angle * 65536)) << i;
-  }
-}
-
+// In [0, 360] degrees and beyond, where angles are turned back.
 TEST(Functions, SineAndCosineStayWithinTheirLines) {
-  for (std::int32_t raw = 0; raw <= 360 * 65536; raw += 97) {
-    const double angle = raw / 65536.0 * kDegree;
-    ASSERT_NEAR(Real(KFixed::Sin(Raw(raw))), std::sin(angle), 10 / 65536.0) << raw;
-    ASSERT_NEAR(Real(KFixed::Cos(Raw(raw))), std::cos(angle), 10 / 65536.0) << raw;
-  }
-}
-
-TEST(Functions, AnglesOutOfRangeAreTurnedBack) {
   Random random(2);
   for (int i = 0; i < kCases; ++i) {
-    const KFixed any = AnyFixed(random);
-    const double angle = Real(any) * kDegree;
-    ASSERT_NEAR(Real(KFixed::Sin(any)), std::sin(angle), 10 / 65536.0) << any.raw;
-    ASSERT_NEAR(Real(KFixed::Cos(any)), std::cos(angle), 10 / 65536.0) << any.raw;
+    const KFixed degrees = i % 2 ? AnyAngle(random) : AnyFixed(random);
+    const double angle = Real(degrees) * kDegree;
+    ASSERT_NEAR(Real(KFixed::Sin(degrees)), std::sin(angle), 10 / 65536.0) << degrees.raw;
+    ASSERT_NEAR(Real(KFixed::Cos(degrees)), std::cos(angle), 10 / 65536.0) << degrees.raw;
   }
 }
 
@@ -110,8 +63,6 @@ TEST(Functions, DirectionAndLength) {
     const double error = std::remainder(
         Real(KFixed::ArcTan(v.x, v.y)) - std::atan2(Real(v.y), Real(v.x)) / kDegree, 360);
     ASSERT_NEAR(error, 0, 0.003 + 0.03 / length) << v.x.raw << ' ' << v.y.raw;
-  }
-  for (int i = 0; i < kCases; ++i) {
     const KFixed angle = KFixed::ArcTan(AnyFixed(random), AnyFixed(random));
     ASSERT_GE(angle.raw, 0);
     ASSERT_LT(angle.raw, 360 * 65536);
