@@ -5,10 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "kalvora/paint/KLinearStrip.h"
-#include "kalvora/paint/KRadialStrip.h"
 #include "kalvora/paint/KSoftColorRamp.h"
-#include "kalvora/paint/KStrips.h"
 #include "kalvora/paint/distances.h"
 
 #include "tests/paint/reference.h"
@@ -128,12 +125,6 @@ Stops Prepared(const Stops& stops, int opacity, std::int32_t scale, bool repeat)
   return result;
 }
 
-template <typename F, template <typename, bool, bool> class Strip>
-void ExpectFillers(bool blend, KFiller solid, KFiller coverage) {
-  EXPECT_EQ(solid, blend ? (Strip<F, false, true>::Draw) : (Strip<F, false, false>::Draw));
-  EXPECT_EQ(coverage, blend ? (Strip<F, true, true>::Draw) : (Strip<F, true, false>::Draw));
-}
-
 KSoftMatrix3D AnyAxis(Random& random, bool radial) {
   KSoftMatrix3D m;
   const auto place = [&] {
@@ -159,134 +150,107 @@ KSoftMatrix3D AnyAxis(Random& random, bool radial) {
   return m;
 }
 
-template <typename F>
-class Gradients : public ::testing::Test {};
-using Layouts = ::testing::Types<KColor_0888_PM, KColor_8888_PM>;
-TYPED_TEST_SUITE(Gradients, Layouts);
+/// The axis of a linear gradient, and where pixels lie along it.
+struct Axis {
+  explicit Axis(const KSoftMatrix3D& m) : start{m.m6, m.m7} {
+    const KVertex2D end = m.identity         ? KVertex2D{Fixed(0x10000), Fixed(0)}
+                          : m.linearIdentity ? KVertex2D{m.m6 + Fixed(0x10000), m.m7}
+                                             : KVertex2D{m.m0 + m.m6, m.m1 + m.m7};
+    const KVertex2D d = end - start;
+    length = d.Norm();
+    const KFixed inverse = length.raw > 0 ? KFixed::Inverse(length) : Fixed(0);
+    ux = (d.x * inverse).raw, uy = (d.y * inverse).raw;
+  }
+  std::int32_t At(std::int32_t x, std::int32_t y) const {
+    return Add(Mul(Sub(y << 16, start.y.raw), uy), Mul(Sub(x << 16, start.x.raw), ux));
+  }
 
-TYPED_TEST(Gradients, LinearByTheRules) {
+  KVertex2D start;
+  KFixed length;
+  std::int32_t ux, uy;
+};
+
+TEST(Gradients, FollowTheRules) {
   Random random(1);
-  for (int round = 0; round < 1500; ++round) {
+  for (int round = 0; round < 6000; ++round) {
+    const bool radial = round % 2, pixels = random.OneIn(4);
     Span span(random, random.Between(1, round % 10 ? 60 : 700));
-    const bool pixels = random.OneIn(4);
     const Stops stops = AnyStops(random, pixels);
     KSoftColorRamp ramp;
     Use(ramp, stops, random.Below(3));
     const bool repeat = ramp.spread == KSpreadRepeat;
     if (random.OneIn(4)) ramp.rampAlpha = !ramp.rampAlpha;
-    ramp.axis = AnyAxis(random, false);
-    if (pixels) {
+    ramp.axis = AnyAxis(random, radial && random.OneIn(2));
+    if (pixels && !radial) {
       ramp.axis.Identity();
       if (random.OneIn(2)) ramp.axis.PreScale({Fixed(-0x10000), Fixed(0x10000)});
       ramp.axis.Translate({KFixed::FromInt(random.Between(-50, 150)), Fixed(0)});
     }
     KPaint paint;
-    paint.linearRamp = &ramp;
+    paint.linearRamp = paint.radialRamp = &ramp;
     paint.opacity = random.OneIn(2) ? 256 : random.Between(0, 256);
     paint.translucent = random.OneIn(2);
     span.style.paint = &paint;
 
     const KSoftMatrix3D& m = ramp.axis;
-    const KVertex2D start{m.m6, m.m7};
-    const KVertex2D end = m.identity         ? KVertex2D{Fixed(0x10000), Fixed(0)}
-                          : m.linearIdentity ? KVertex2D{m.m6 + Fixed(0x10000), m.m7}
-                                             : KVertex2D{m.m0 + m.m6, m.m1 + m.m7};
-    const KVertex2D d = end - start;
-    const KFixed length = d.Norm();
-    const KFixed inverse = length.raw > 0 ? KFixed::Inverse(length) : Fixed(0);
-    const std::int32_t ux = (d.x * inverse).raw, uy = (d.y * inverse).raw;
-    const Stops prepared = Prepared(stops, paint.opacity, length.raw, repeat);
+    const Axis axis(m);
+    const Stops prepared =
+        Prepared(stops, paint.opacity, radial ? 0x10000 : axis.length.raw, repeat);
     // Stretched too far, positions wrap and descend; what such ramps show is left open.
     if (!std::is_sorted(prepared.positions.begin(), prepared.positions.end())) continue;
-    const bool blend = paint.opacity != 256 || ramp.rampAlpha;
-
-    KFiller fillers[2] = {nullptr, nullptr};
-    KStrips<TypeParam>::VTable.init[KPaintLinearGradient](&span.style, fillers[0], fillers[1]);
-    ExpectFillers<TypeParam, KLinearStrip>(blend, fillers[0], fillers[1]);
-    for (int i = 0; i < 6; ++i) {
-      span.Renew(random);
-      const bool aa = i % 2;
-      RampReference reference(prepared, repeat);
-      std::int32_t t = Add(Mul(Sub(span.style.y << 16, start.y.raw), uy),
-                           Mul(Sub(span.style.x0 << 16, start.x.raw), ux));
-      ASSERT_TRUE(span.Check(fillers[aa],
-                             [&](int x, Word was) {
-                               const Shade s = reference.At(t, ux);
-                               t = Add(t, ux);
-                               return Expected(aa, blend, s, was, span.style.lineBuffer[x]);
-                             }))
-          << "round " << round << " ux " << ux << " stops " << stops.colors.size();
-    }
-  }
-}
-
-TYPED_TEST(Gradients, RadialByTheRules) {
-  Random random(2);
-  for (int round = 0; round < 1500; ++round) {
-    Span span(random, random.Between(1, round % 10 ? 60 : 700));
-    Stops stops = AnyStops(random, false);
-    if (random.OneIn(2)) {
-      for (std::int32_t& p : stops.positions) p = Mul(p, 150 << 16);
-    }
-    KSoftColorRamp ramp;
-    Use(ramp, stops, random.Below(3));
-    const bool repeat = ramp.spread == KSpreadRepeat;
-    ramp.axis = AnyAxis(random, random.OneIn(2));
-    KPaint paint;
-    paint.radialRamp = &ramp;
-    paint.opacity = random.OneIn(2) ? 256 : random.Between(0, 256);
-    paint.translucent = random.OneIn(2);
-    span.style.paint = &paint;
-    const Stops prepared = Prepared(stops, paint.opacity, 0x10000, repeat);
-    const bool blend = paint.opacity != 256 || paint.translucent;
-
-    KFiller fillers[2] = {nullptr, nullptr};
-    KStrips<TypeParam>::VTable.init[KPaintRadialGradient](&span.style, fillers[0], fillers[1]);
-    ExpectFillers<TypeParam, KRadialStrip>(blend, fillers[0], fillers[1]);
-    const KSoftMatrix3D& m = ramp.axis;
-    for (int i = 0; i < 6; ++i) {
+    const bool blend = paint.opacity != 256 || (radial ? paint.translucent : ramp.rampAlpha != 0);
+    const Fillers fillers =
+        Init(span.style, radial ? KPaintRadialGradient : KPaintLinearGradient, random.OneIn(2));
+    for (const bool aa : {false, true, false, true}) {
       span.Renew(random);
       if (random.OneIn(2)) span.style.y = random.Between(0, 400);
-      const bool aa = i % 2;
+      const int x0 = span.style.x0, y = span.style.y;
       RampReference reference(prepared, repeat);
-      const KFixed dx = KFixed::FromInt(span.style.x0) - m.m6;
-      const KFixed dy = KFixed::FromInt(span.style.y) - m.m7;
+      std::int32_t along = axis.At(x0, y);
+      const KFixed dx = KFixed::FromInt(x0) - m.m6, dy = KFixed::FromInt(y) - m.m7;
       KVertex2D g{m.m0 * dx + m.m3 * dy, m.m1 * dx + m.m4 * dy};
-      ASSERT_TRUE(span.Check(fillers[aa],
-                             [&](int x, Word was) {
-                               std::int32_t t = g.Norm().raw;
-                               g = g + KVertex2D{m.m0, m.m1};
-                               return Expected(aa, blend, reference.At(t, std::nullopt), was,
-                                               span.style.lineBuffer[x]);
-                             }))
-          << "round " << round << " stops " << stops.colors.size();
+      const auto expected = [&](int x, Word was) {
+        std::int32_t distance = g.Norm().raw;
+        const Shade s =
+            radial ? reference.At(distance, std::nullopt) : reference.At(along, axis.ux);
+        along = Add(along, axis.ux);
+        g = g + KVertex2D{m.m0, m.m1};
+        return Expected(aa, blend, s, was, span.style.lineBuffer[x]);
+      };
+      ASSERT_TRUE(span.Check(aa ? fillers.coverage : fillers.solid, expected))
+          << "round " << round << " ux " << axis.ux << " stops " << stops.colors.size();
     }
   }
 }
 
-/// Ramps of any words, in any order: no crash, no hang, nothing outside the span.
-TYPED_TEST(Gradients, SurviveBrokenRamps) {
+/// Ramps of any words, in any order and on any axis: no crash, no hang, nothing outside the span.
+TEST(Gradients, SurviveBrokenRamps) {
   Random random(3);
-  for (int round = 0; round < 2000; ++round) {
+  const auto word = [&] { return Fixed(static_cast<std::int32_t>(random.Word())); };
+  for (int round = 0; round < 4000; ++round) {
     Span span(random, random.Between(1, 100));
     Stops stops;
     for (int i = random.Between(0, 6); i > 0; --i) {
       stops.colors.push_back(random.Next());
-      stops.positions.push_back(static_cast<std::int32_t>(random.Word()));
+      stops.positions.push_back(word().raw);
     }
     KSoftColorRamp ramp;
     Use(ramp, stops, random.Below(3));
     ramp.axis = AnyAxis(random, false);
+    const KColorStop owned[2] = {{word(), {1, 2, 3, 4}}, {word(), {5, 6, 7, 255}}};
+    const KVertex2D p{word(), word()}, q{word(), word()};
+    const KSoftMatrix3D m = AnyAxis(random, false);
+    ASSERT_TRUE(round % 3 != 1 || ramp.SetLinear(p, q, m, owned, 2));
+    ASSERT_TRUE(round % 3 != 2 || ramp.SetRadial(p, q.x, m, owned, 2));
     KPaint paint;
     paint.linearRamp = paint.radialRamp = random.OneIn(50) ? nullptr : &ramp;
-    paint.opacity = static_cast<std::int32_t>(random.Word());
+    paint.opacity = word().raw;
     span.style.paint = &paint;
+    const bool empty = ramp.count == 0 || !paint.linearRamp;
     for (int type : {KPaintLinearGradient, KPaintRadialGradient}) {
-      KFiller fillers[2] = {nullptr, nullptr};
-      KStrips<TypeParam>::VTable.init[type](&span.style, fillers[0], fillers[1]);
-      for (KFiller filler : fillers) {
+      const Fillers fillers = Init(span.style, type, round % 2);
+      for (KFiller filler : {fillers.solid, fillers.coverage}) {
         span.Renew(random);
-        const bool empty = stops.colors.empty() || !paint.linearRamp;
         ASSERT_TRUE(
             span.Check(filler, [&](int x, Word was) { return empty ? was : span.style.row[x]; }));
       }
@@ -294,25 +258,24 @@ TYPED_TEST(Gradients, SurviveBrokenRamps) {
   }
 }
 
-TEST(Gradient, StatedValues) {
+TEST(Gradients, StatedValues) {
   const Word colors[2] = {0xFF000000, 0xFFFFFFFF};
   const std::int32_t positions[2] = {0, 0x10000};
   const struct {
     KPaintType type;
-    std::int32_t length;  // of the axis, in pixels, from x = 10 on
+    int length;  // of the axis, from x = 10 on
     std::uint32_t spread;
-    int opacity, x;
+    int x;
     Word want;
   } rows[] = {
-      {KPaintLinearGradient, 100, KSpreadPad, 256, 0, 0xFF000000},
-      {KPaintLinearGradient, 100, KSpreadPad, 256, 10, 0xFF000000},
-      {KPaintLinearGradient, 100, KSpreadPad, 256, 60, 0xFF7F7F7F},
-      {KPaintLinearGradient, 100, KSpreadPad, 256, 200, 0xFFFFFFFF},
-      {KPaintLinearGradient, 100, KSpreadRepeat, 256, 160, 0xFF7F7F7F},
-      {KPaintLinearGradient, 0, KSpreadPad, 256, 7, 0xFFFFFFFF},  // no length: the last colour
-      {KPaintRadialGradient, 1, KSpreadPad, 256, 10, 0xFF000000},
-      {KPaintRadialGradient, 1, KSpreadPad, 256, 11, 0xFFFFFFFF},
-      {KPaintLinearGradient, 1, KSpreadPad, 128, 11, 0},
+      {KPaintLinearGradient, 100, KSpreadPad, 0, 0xFF000000},
+      {KPaintLinearGradient, 100, KSpreadPad, 10, 0xFF000000},
+      {KPaintLinearGradient, 100, KSpreadPad, 60, 0xFF7F7F7F},
+      {KPaintLinearGradient, 100, KSpreadPad, 200, 0xFFFFFFFF},
+      {KPaintLinearGradient, 100, KSpreadRepeat, 160, 0xFF7F7F7F},
+      {KPaintLinearGradient, 0, KSpreadPad, 7, 0xFFFFFFFF},  // no length: the last colour
+      {KPaintRadialGradient, 1, KSpreadPad, 10, 0xFF000000},
+      {KPaintRadialGradient, 1, KSpreadPad, 11, 0xFFFFFFFF},
   };
   KSoftColorRamp ramp;
   ramp.colors = colors;
@@ -323,106 +286,47 @@ TEST(Gradient, StatedValues) {
   Random random(4);
   Span span(random, 300);
   span.style.paint = &paint;
+  span.SetSpan(0, 300, 0);
   for (const auto& row : rows) {
     ramp.spread = row.spread;
-    paint.opacity = row.opacity;
-    ramp.axis.Set(KFixed::FromInt(row.length), Fixed(0), Fixed(0), KFixed::FromInt(row.length),
-                  KFixed::FromInt(10), Fixed(0));
+    const KFixed length = KFixed::FromInt(row.length);
+    ramp.axis.Set(length, Fixed(0), Fixed(0), length, KFixed::FromInt(10), Fixed(0));
     ramp.axis.identity = ramp.axis.linearIdentity = 0;
-    KFiller solid, coverage;
-    KStrips<KColor_8888_PM>::VTable.init[row.type](&span.style, solid, coverage);
-    span.style.x0 = span.style.y = 0;
-    span.style.x1 = 300;
-    solid(&span.style);
-    if (row.want) {
-      EXPECT_EQ(span.style.row[row.x], row.want) << row.x;
-    }
-    if (row.length == 0) continue;
     // Copies only of what an opacity or an axis of another length changes.
-    EXPECT_EQ(span.style.table0 == colors, row.opacity == 256);
-    EXPECT_EQ(span.style.table1 == positions, row.length == 1 || row.type == KPaintRadialGradient);
-  }
-  EXPECT_EQ(static_cast<const Word*>(span.style.table0)[1], 0x7F7F7F7Fu);
-  EXPECT_EQ(colors[1], 0xFFFFFFFFu);
-}
-
-/// Rounding errors add up along a run, at its end beyond the range of a channel, where a wrap would
-/// turn black into white.
-TEST(Gradient, LongRunsStayInRange) {
-  const KColorStop grey[2] = {{Fixed(0), {0, 0, 0, 255}}, {Fixed(0x10000), {255, 255, 255, 255}}};
-  const KColorStop yerg[2] = {{Fixed(0), {255, 255, 255, 255}}, {Fixed(0x10000), {0, 0, 0, 255}}};
-  Random random(8);
-  Span span(random, 2000);
-  for (int length = 300; length < 2000; length += 7) {
-    for (const bool falling : {false, true}) {
-      for (const bool leftward : {false, true}) {
-        KSoftColorRamp ramp;
-        const KVertex2D left{Fixed(0), Fixed(0)}, right{KFixed::FromInt(length), Fixed(0x1234)};
-        ASSERT_TRUE(ramp.SetLinear(leftward ? right : left, leftward ? left : right,
-                                   falling ? yerg : grey, 2));
-        KPaint paint;
-        paint.linearRamp = &ramp;
-        span.style.paint = &paint;
-        KFiller solid = nullptr, coverage = nullptr;
-        KStrips<KColor_8888_PM>::VTable.init[KPaintLinearGradient](&span.style, solid, coverage);
-        span.style.x0 = span.style.y = 0;
-        span.style.x1 = length;
-        solid(&span.style);
-        for (int x = 0; x < length; ++x) {
-          const int rising = 255 * x / length;
-          ASSERT_NEAR(static_cast<int>(span.style.row[x] & 255),
-                      falling != leftward ? 255 - rising : rising, 24)
-              << x << " of " << length;
-        }
-      }
-    }
+    paint.opacity = 128;
+    Init(span.style, row.type);
+    EXPECT_EQ(static_cast<const Word*>(span.style.table0)[row.length ? 1 : 0], 0x7F7F7F7Fu);
+    paint.opacity = 256;
+    Init(span.style, row.type).solid(&span.style);
+    EXPECT_EQ(span.style.row[row.x], row.want) << row.x;
+    if (row.length == 0) continue;
+    EXPECT_EQ(span.style.table0, colors);
+    EXPECT_EQ(span.style.table1 == positions, row.length == 1);
   }
 }
 
-TEST(Distances, AreNorms) {
-  Random random(5);
-  for (int round = 0; round < 20000; ++round) {
-    const auto word = [&] {
-      return random.OneIn(2) ? Fixed(static_cast<std::int32_t>(random.Word()))
-                             : Fixed(random.Between(-0x2000000, 0x2000000));
-    };
-    const KVertex2D g{word(), word()}, step{word(), random.OneIn(3) ? Fixed(0) : word()};
-    std::int32_t got[kalvora::kDistances];
-    kalvora::Distances(g, step, got);
-    KVertex2D at = g;
-    for (std::int32_t d : got) {
-      ASSERT_EQ(d, at.Norm().raw) << at.x.raw << ", " << at.y.raw;
-      at = at + step;
-    }
-  }
-}
-
+/// Of 400 pixels in steps of one, as few as possible are left to be looked at.
 TEST(Distances, BeyondACircleIsKnownAtOnce) {
-  Random random(6);
-  int skipped = 0, beyond = 0;
-  for (int round = 0; round < 20000; ++round) {
-    const int range = random.OneIn(2) ? 0x7FFFFFFF : 0x1000000;
-    const auto word = [&](int r) { return Fixed(random.Between(-r, r)); };
-    KVertex2D g{word(range), word(range)};
-    const KVertex2D step{word(0x20000), word(0x20000)};
-    const int n = random.Between(1, 400);
-    // Often a circle that the vectors nearly touch.
-    const KVertex2D touching =
-        g + KVertex2D{step.x * KFixed::FromInt(n / 2), step.y * KFixed::FromInt(n / 2)};
-    const std::int32_t radius = random.OneIn(2) ? random.Between(0, range)
-                                                : Add(touching.Norm().raw, random.Between(-9, 150));
-    const int run = kalvora::PixelsBeyond(g, step, radius, n);
-    ASSERT_TRUE(run >= 0 && run <= n);
-    for (int i = 0; i < n; ++i, g = g + step) {
-      const bool outside = g.Norm().raw >= radius;
-      ASSERT_TRUE(outside || i >= run) << i << " of " << run;
-      if (range < 0x7FFFFFFF && i == run) beyond += outside;
-    }
-    skipped += run > 0;
+  const struct {
+    int x, y, dx, radius;  // in pixels
+    int low, high;         // how many are beyond the circle
+  } rows[] = {
+      {100, 0, -1, 50, 49, 50},     // goes in and through
+      {-100, 30, 1, 50, 59, 60},    // where it is 40 wide
+      {100, 0, 1, 50, 400, 400},    // goes away
+      {-100, 51, 1, 50, 400, 400},  // passes
+      {10, 0, 1, 50, 0, 0},         // starts inside
+      {100, 0, 0, 50, 400, 400},    // stays where it is
+      {100, 0, 100, 50, 0, 0},      // goes where coordinates wrap
+      {100, 0, -1, -50, 0, 0},      // no circle
+      {100, 0, -1, 0x4000, 0, 0},   // one too large to be sure
+  };
+  for (const auto& row : rows) {
+    const auto at = [](int v) { return KFixed::FromInt(v); };
+    const int run =
+        kalvora::PixelsBeyond({at(row.x), at(row.y)}, {at(row.dx), at(0)}, at(row.radius).raw, 400);
+    EXPECT_TRUE(run >= row.low && run <= row.high) << run << " of row " << &row - rows;
   }
-  EXPECT_GT(skipped, 4000);
-  // Runs rarely end before they must.
-  EXPECT_LT(beyond, 400);
 }
 
 }  // namespace

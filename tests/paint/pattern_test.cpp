@@ -1,13 +1,11 @@
 // Pattern fillers: all 128 against one plain per-pixel reference, and how they are chosen.
 #include <algorithm>
-#include <set>
 #include <utility>
 
 #include <gtest/gtest.h>
 
 #include "kalvora/core/KSoftPixmap.h"
 #include "kalvora/paint/KPatternStrip.h"
-#include "kalvora/paint/KStrips.h"
 #include "kalvora/paint/KTables.h"
 #include "kalvora/support/KFlags.h"
 
@@ -210,100 +208,65 @@ class PixmapMaker {
   GuardedBuffer memory;
 };
 
-void Compare(const Kind& kind, KFiller filler, std::uint64_t seed, int rounds) {
-  Random random(seed);
+/// All fillers of a sampling, as they are chosen for pixmaps and paints.
+void FollowTheRules(KSampling sampling) {
+  Random random(sampling);
   PixmapMaker maker(random);
-  for (int round = 0; round < rounds / 10; ++round) {
+  for (int round = 0; round < 6400; ++round) {
     Span span(random, random.Between(1, round % 20 ? 30 : 300));
     KSoftPixmap p;
     maker.Make(random, p);
-    span.style.source = &p;
+    p.hasAlpha = random.OneIn(2);
+    p.repeatRule = random.OneIn(2) ? KRepeatTile : KRepeatClamp;
+    // A translation copies, whatever the quality.
+    p.quality = sampling == KSamplingCopy ? static_cast<KSampling>(random.Below(3)) : sampling;
+    KPaint paint;
+    paint.pixmap = &p;
+    paint.opacity = random.OneIn(2) ? random.Between(256, 300) : random.Between(-10, 255);
+    span.style.paint = &paint;
+    const bool plain = random.OneIn(8), opaqueLayout = random.OneIn(2);
     for (int i = 0; i < 10; ++i) {
       span.Renew(random);
       if (random.OneIn(2)) span.style.y = random.Between(0, 30);
-      span.style.opacity = random.OneIn(8) ? 256 * random.Between(0, 1) : random.Between(0, 256);
-      p.transform = AnyTransform(random, p, kind.sampling == KSamplingCopy);
+      p.transform = AnyTransform(random, p, sampling == KSamplingCopy);
+      Flags.IgnoreAlpha = plain;
+      const Fillers fillers = Init(span.style, KPaintPixmap, opaqueLayout);
+      Flags.IgnoreAlpha = false;
+      const bool aa = i % 2;
+      const Kind kind{opaqueLayout,         aa,       !plain && paint.opacity < 256,
+                      !plain && p.hasAlpha, sampling, p.repeatRule};
       const Reference reference(kind, span.style);
-      ASSERT_TRUE(span.Check(filler, [&](int x, Word d) { return reference.Pixel(x, d); }))
-          << "sampling " << kind.sampling << " rule " << kind.rule << " aa " << kind.aa
-          << " opacity " << kind.opacity << " alpha " << kind.alpha << " of " << p.width << " x "
-          << p.height << " stride " << p.stride << " matrix " << p.transform.m0.raw << ' '
-          << p.transform.m1.raw;
+      ASSERT_TRUE(span.Check(aa ? fillers.coverage : fillers.solid,
+                             [&](int x, Word d) { return reference.Pixel(x, d); }))
+          << "rule " << kind.rule << " aa " << aa << " opacity " << paint.opacity << " alpha "
+          << kind.alpha << " of " << p.width << " x " << p.height << " stride " << p.stride
+          << " matrix " << p.transform.m0.raw << ' ' << p.transform.m1.raw;
     }
   }
 }
 
-template <typename F, bool AA, bool Opacity, bool Alpha, KSampling S, KRepeatRule R>
-KFiller Filler() {
-  using Strip = KPatternStrip<F, AA, Opacity, Alpha, S, R>;
-  if constexpr (S == KSamplingCopy) {
-    return Strip::DrawCopy;
-  } else {
-    return Strip::Draw;
-  }
-}
+TEST(PatternFillers, Nearest) { FollowTheRules(KSamplingNearest); }
+TEST(PatternFillers, Bilinear) { FollowTheRules(KSamplingBilinear); }
+TEST(PatternFillers, Bicubic) { FollowTheRules(KSamplingBicubic); }
+TEST(PatternFillers, Copy) { FollowTheRules(KSamplingCopy); }
 
-template <KSampling S, std::size_t I>
-void CompareOne() {
-  constexpr bool kOpaque = I & 1, kAa = I & 2, kOpacity = I & 4, kAlpha = I & 8;
-  constexpr KRepeatRule kRule = I & 16 ? KRepeatTile : KRepeatClamp;
-  using F = std::conditional_t<kOpaque, KColor_0888_PM, KColor_8888_PM>;
-  const Kind kind{kOpaque, kAa, kOpacity, kAlpha, S, kRule};
-  Compare(kind, Filler<F, kAa, kOpacity, kAlpha, S, kRule>(), I, 2000);
-}
-
-template <KSampling S, std::size_t... I>
-void CompareAll(std::index_sequence<I...>) {
-  (CompareOne<S, I>(), ...);
-}
-
-TEST(PatternFillers, Nearest) { CompareAll<KSamplingNearest>(std::make_index_sequence<32>()); }
-TEST(PatternFillers, Bilinear) { CompareAll<KSamplingBilinear>(std::make_index_sequence<32>()); }
-TEST(PatternFillers, Bicubic) { CompareAll<KSamplingBicubic>(std::make_index_sequence<32>()); }
-TEST(PatternFillers, Copy) { CompareAll<KSamplingCopy>(std::make_index_sequence<32>()); }
-
-/// What InitPattern selects.
-std::pair<KFiller, KFiller> Select(const KSoftPixmap* p, int opacity) {
+/// What is selected for a pixmap.
+Fillers Select(const KSoftPixmap* p) {
   KPaint paint;
-  paint.type = KPaintPixmap;
   paint.pixmap = p;
-  paint.opacity = opacity;
   KStyleContext2D style;
   style.paint = &paint;
-  std::pair<KFiller, KFiller> fillers{nullptr, nullptr};
-  KStrips<KColor_8888_PM>::VTable.init[KPaintPixmap](&style, fillers.first, fillers.second);
-  EXPECT_EQ(style.source, p);
-  return fillers;
+  return Init(style, KPaintPixmap);
 }
 
-template <bool Opacity, bool Alpha, KSampling S, KRepeatRule R>
-std::pair<KFiller, KFiller> PairOf() {
-  return {Filler<KColor_8888_PM, false, Opacity, Alpha, S, R>(),
-          Filler<KColor_8888_PM, true, Opacity, Alpha, S, R>()};
-}
-
-TEST(PatternSelection, FollowsPixmapAndPaint) {
+TEST(PatternSelection, QualitiesThatAreNoneLeaveTheFillers) {
   KSoftPixmap p;
   p.Create(4, 4, KFormat8888PM);
   p.transform.Rotate(Fixed(30 * 0x10000));
-  EXPECT_EQ(Select(&p, 256), (PairOf<false, true, KSamplingBilinear, KRepeatClamp>()));
-  p.repeatRule = KRepeatTile;
-  EXPECT_EQ(Select(&p, 255), (PairOf<true, true, KSamplingBilinear, KRepeatTile>()));
-  p.quality = KSamplingBicubic;
-  EXPECT_EQ(Select(&p, 128), (PairOf<true, true, KSamplingBicubic, KRepeatTile>()));
-  Flags.IgnoreAlpha = true;
-  EXPECT_EQ(Select(&p, 128), (PairOf<false, false, KSamplingBicubic, KRepeatTile>()));
-  Flags.IgnoreAlpha = false;
-  p.hasAlpha = false;
-  EXPECT_EQ(Select(&p, 300), (PairOf<false, false, KSamplingBicubic, KRepeatTile>()));
   for (int quality : {3, 4, 5, 77}) {
     p.quality = static_cast<KSampling>(quality);
-    EXPECT_EQ(Select(&p, 256), (std::pair<KFiller, KFiller>(nullptr, nullptr)));
+    EXPECT_EQ(Select(&p), Fillers());
   }
-  // A translation copies, whatever the quality.
-  p.transform.Identity();
-  p.transform.Translate({Fixed(77), Fixed(1)});
-  EXPECT_EQ(Select(&p, 256), (PairOf<false, false, KSamplingCopy, KRepeatTile>()));
 }
 
 TEST(PatternSelection, NothingToReadDrawsNothing) {
@@ -311,69 +274,68 @@ TEST(PatternSelection, NothingToReadDrawsNothing) {
   const struct {
     unsigned width, height, stride;
     KFormat format;
-    void* memory;
+    bool memory;
   } rows[] = {
-      {0, 4, 16, KFormat8888PM, pixels}, {4, 0, 16, KFormat8888PM, pixels},
-      {4, 4, 3, KFormat8888PM, pixels},  {4, 4, 16, KFormatMask8, pixels},
-      {4, 4, 16, KFormat16, pixels},     {4, 4, 16, KFormat8888PM, nullptr},
+      {0, 4, 16, KFormat8888PM, true}, {4, 0, 16, KFormat8888PM, true},
+      {4, 4, 3, KFormat8888PM, true},  {4, 4, 16, KFormatMask8, true},
+      {4, 4, 16, KFormat16, true},     {4, 4, 16, KFormat8888PM, false},
   };
   Random random(3);
   Span span(random, 20);
-  const auto unchanged = [](int, Word d) { return d; };
+  const auto draws = [&](KFiller filler) {
+    return !filler || !span.Check(filler, [](int, Word d) { return d; });
+  };
   for (const auto& row : rows) {
     KSoftPixmap p;
     p.Create(row.width, row.height, row.format, pixels, row.stride);
-    p.pixels = static_cast<std::uint8_t*>(row.memory);
-    const auto fillers = Select(&p, 256);
-    ASSERT_TRUE(fillers.first && fillers.second);
-    span.style.source = &p;
-    EXPECT_TRUE(span.Check(fillers.first, unchanged));
-    EXPECT_TRUE(span.Check(fillers.second, unchanged));
+    if (!row.memory) p.pixels = nullptr;
+    const Fillers fillers = Select(&p);
+    EXPECT_FALSE(draws(fillers.solid) || draws(fillers.coverage)) << &row - rows;
   }
-  EXPECT_TRUE(span.Check(Select(nullptr, 256).first, unchanged));
+  EXPECT_FALSE(draws(Select(nullptr).solid));
 }
 
 /// Pixmaps larger than 16.16 coordinates reach are read up to there.
 TEST(PatternFillers, WidePixmaps) {
   KSoftPixmap p;
-  p.Create(40000, 2, KFormat8888PM);
+  p.Create(40000, 2, KFormat0888PM);
+  p.repeatRule = KRepeatTile;
+  p.quality = KSamplingNearest;
   for (unsigned x = 0; x < 40000; ++x) p.Row32(0)[x] = p.Row32(1)[x] = x;
   Random random(4);
   Span span(random, 100);
   span.style.source = &p;
-  span.style.x0 = 0;
-  span.style.x1 = 100;
-  span.style.y = 0;
   for (int start : {-50, 0, 32700, 32767}) {
-    p.transform.Identity();
-    p.transform.Translate({Fixed(start * 0x10000), Fixed(0)});
-    EXPECT_TRUE(
-        span.Check(Filler<KColor_8888_PM, false, false, false, KSamplingNearest, KRepeatTile>(),
-                   [&](int x, Word) { return static_cast<Word>(start + x + 32768) % 32768; }));
+    p.transform.Set(Fixed(0x10000), Fixed(0), Fixed(0), Fixed(0x10000), Fixed(start * 0x10000),
+                    Fixed(0));
+    for (const bool copies : {false, true}) {
+      p.transform.linearIdentity = copies;
+      span.SetSpan(0, 100, 0);
+      EXPECT_TRUE(span.Check(Select(&p).solid, [&](int x, Word) {
+        return static_cast<Word>(start + x + 32768) % 32768;
+      }));
+    }
   }
 }
 
-TEST(BicubicSample, StatedBehaviour) {
+TEST(BicubicSample, ShowsThePixelAtItsCentre) {
   KSoftPixmap p;
   p.Create(5, 5, KFormat8888PM);
   Random random(9);
-  for (unsigned y = 0; y < 5; ++y) {
-    for (unsigned x = 0; x < 5; ++x) p.Row32(y)[x] = Span::Premultiplied(random.Next());
-  }
+  for (unsigned i = 0; i < 25; ++i) p.Row32(i / 5)[i % 5] = Span::Premultiplied(random.Next());
   using Clamp = KPatternSampling<KColor_8888_PM, false, false, true, KRepeatClamp>;
   using Tile = KPatternSampling<KColor_8888_PM, false, false, true, KRepeatTile>;
-  for (int y = -9; y < 14; ++y) {
-    for (int x = -9; x < 14; ++x) {
-      KVertex2D at{KFixed::FromInt(x), KFixed::FromInt(y)};
-      const auto cx = static_cast<unsigned>(std::clamp(x, 0, 4)),
-                 cy = static_cast<unsigned>(std::clamp(y, 0, 4));
-      const auto tx = static_cast<unsigned>((x + 10) % 5), ty = static_cast<unsigned>((y + 10) % 5);
+  for (int x = -9; x < 14; ++x) {
+    KVertex2D at{KFixed::FromInt(x), KFixed::FromInt(-x)};
+    const auto near = [](int i) { return static_cast<unsigned>(std::clamp(i, 0, 4)); };
+    const auto wrapped = [](int i) { return static_cast<unsigned>((i + 15) % 5); };
+    // The weights are 1 and 0 there, but for the fit of the lines.
+    const std::pair<Word, Word> pairs[] = {
+        {Clamp::BicubicSample(&p, at), p.Row32(near(-x))[near(x)]},
+        {Tile::BicubicSample(&p, at), p.Row32(wrapped(-x))[wrapped(x)]}};
+    for (const auto& [got, want] : pairs) {
       for (int i = 0; i < 4; ++i) {
-        // At the centre of a pixel the weights are 1 and 0, but for the fit of the lines.
-        EXPECT_NEAR(static_cast<int>(reference::Channel(Clamp::BicubicSample(&p, at), i)),
-                    static_cast<int>(reference::Channel(p.Row32(cy)[cx], i)), 1);
-        EXPECT_NEAR(static_cast<int>(reference::Channel(Tile::BicubicSample(&p, at), i)),
-                    static_cast<int>(reference::Channel(p.Row32(ty)[tx], i)), 1);
+        EXPECT_NEAR(reference::Channel(got, i), reference::Channel(want, i), 1) << x;
       }
     }
   }

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include "kalvora/paint/KSoftColorRamp.h"
-#include "kalvora/paint/KStrips.h"
 
 #include "tests/paint/reference.h"
 #include "tests/paint/span.h"
@@ -29,12 +28,8 @@ int Grey(const KSoftColorRamp& ramp, KPaintType type, int x, int y) {
   Random random(1);
   Span span(random, x + 1);
   span.style.paint = &paint;
-  span.style.x0 = x;
-  span.style.x1 = x + 1;
-  span.style.y = y;
-  KFiller solid = nullptr, coverage = nullptr;
-  KStrips<KColor_8888_PM>::VTable.init[type](&span.style, solid, coverage);
-  solid(&span.style);
+  span.SetSpan(x, x + 1, y);
+  Init(span.style, type).solid(&span.style);
   EXPECT_EQ(span.style.row[x] >> 24, 255u);
   return static_cast<int>(span.style.row[x] & 255);
 }
@@ -62,8 +57,13 @@ TEST(KSoftColorRamp, FollowsAMatrix) {
     const double det = a * d - b * c, unit = std::sqrt(std::fabs(det));
     const double sx = 20 / unit, sy = 10 / unit, ex = 90 / unit, ey = 70 / unit, radius = 80 / unit;
     KSoftColorRamp linear, radial;
-    ASSERT_TRUE(linear.SetLinear(Point(sx, sy), Point(ex, ey), m, kGrey, 2));
-    ASSERT_TRUE(radial.SetRadial(Point(sx, sy), Fixed(radius), m, kGrey, 2));
+    if (&row == rows) {  // without a matrix all coordinates are the device's
+      ASSERT_TRUE(linear.SetLinear(Point(sx, sy), Point(ex, ey), kGrey, 2));
+      ASSERT_TRUE(radial.SetRadial(Point(sx, sy), Fixed(radius), kGrey, 2));
+    } else {
+      ASSERT_TRUE(linear.SetLinear(Point(sx, sy), Point(ex, ey), m, kGrey, 2));
+      ASSERT_TRUE(radial.SetRadial(Point(sx, sy), Fixed(radius), m, kGrey, 2));
+    }
     for (int y = 0; y < 200; y += 23) {
       for (int x = 0; x < 200; x += 23) {
         const double u = (d * (x - e) - c * (y - f)) / det, v = (a * (y - f) - b * (x - e)) / det;
@@ -77,20 +77,6 @@ TEST(KSoftColorRamp, FollowsAMatrix) {
             << a << ' ' << b << " at " << x << ", " << y;
       }
     }
-  }
-}
-
-TEST(KSoftColorRamp, WithoutAMatrixMeansDevicePixels) {
-  KSoftColorRamp linear, radial;
-  ASSERT_TRUE(linear.SetLinear(Point(10, 0), Point(110, 0), kGrey, 2));
-  ASSERT_TRUE(radial.SetRadial(Point(10, 50), Fixed(100), kGrey, 2));
-  const struct {
-    int x, y, linear, radial;
-  } rows[] = {
-      {10, 50, 0, 0}, {60, 50, 127, 127}, {5, 50, 0, 13}, {110, 50, 255, 255}, {10, 100, 0, 127}};
-  for (const auto& row : rows) {
-    EXPECT_NEAR(Grey(linear, KPaintLinearGradient, row.x, row.y), row.linear, 1);
-    EXPECT_NEAR(Grey(radial, KPaintRadialGradient, row.x, row.y), row.radial, 1);
   }
 }
 
@@ -132,21 +118,6 @@ TEST(KSoftColorRamp, DegenerateOnesShowTheLastColour) {
     EXPECT_EQ(Grey(ramp, KPaintRadialGradient, 5, 5), 255);
     ASSERT_TRUE(ramp.SetRadial(Point(5, 5), Fixed(10), flat, kGrey, 2, spread));
     EXPECT_EQ(Grey(ramp, KPaintRadialGradient, 5, 5), 255);
-  }
-}
-
-/// Any words at all: no crash, no undefined behaviour.
-TEST(KSoftColorRamp, SurvivesAnyGeometry) {
-  Random random(7);
-  for (int i = 0; i < 20000; ++i) {
-    const auto word = [&] { return KFixed::FromRaw(static_cast<std::int32_t>(random.Word())); };
-    KSoftMatrix3D m;
-    m.Set(word(), word(), word(), word(), word(), word());
-    m.identity = m.linearIdentity = random.OneIn(10);
-    const KColorStop stops[2] = {{word(), {1, 2, 3, 4}}, {word(), {5, 6, 7, 255}}};
-    KSoftColorRamp ramp;
-    EXPECT_TRUE(ramp.SetLinear({word(), word()}, {word(), word()}, m, stops, 2));
-    EXPECT_TRUE(ramp.SetRadial({word(), word()}, word(), m, stops, 2));
   }
 }
 

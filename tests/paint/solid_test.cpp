@@ -1,10 +1,9 @@
 // Solid colours and picking: every filler against the plain pixel rules.
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
-#include "kalvora/paint/KColorStrip.h"
-#include "kalvora/paint/KStrips.h"
 #include "kalvora/paint/channels.h"
-#include "kalvora/paint/picking.h"
 
 #include "tests/paint/reference.h"
 #include "tests/paint/span.h"
@@ -50,80 +49,37 @@ Word ExpectedMask(bool aa, bool blend, Word d, Word c, Word w) {
   return Expected(aa, blend, d, c, w);
 }
 
-template <typename F, bool AA, bool Blend>
-void CompareWithRules(std::uint64_t seed) {
-  Random random(seed);
-  for (int round = 0; round < 300; ++round) {
+TEST(SolidFillers, FollowTheRules) {
+  Random random(1);
+  for (int round = 0; round < 6000; ++round) {
     const auto edge = round % 2 ? GuardedBuffer::kAtEnd : GuardedBuffer::kAtStart;
     Span span(random, random.Between(1, round % 10 ? 40 : 700), edge);
-    for (int i = 0; i < 10; ++i) {
-      span.Renew(random);
-      const Word c = Span::Pixel(random);
-      span.style.color = KColor32::FromWord(c);
-      ASSERT_TRUE(span.Check(KColorStrip<F, AA, Blend>::Draw,
-                             [&](int x, Word d) {
-                               return Expected(AA, Blend, d, c,
-                                               reference::CoverageWeight(span.style.lineBuffer[x]));
-                             }))
-          << std::hex << c;
-      span.Renew(random);
-      ASSERT_TRUE(span.Check(KColorStrip<F, AA, Blend>::DrawWithAaChecks,
-                             [&](int x, Word d) {
-                               return ExpectedMask(AA, Blend, d, c,
-                                                   reference::MaskWeight(span.style.maskRow[x]));
-                             }))
-          << std::hex << c;
-    }
-  }
-}
-
-template <typename F>
-class SolidFillers : public ::testing::Test {};
-using Layouts = ::testing::Types<KColor_0888_PM, KColor_8888_PM>;
-TYPED_TEST_SUITE(SolidFillers, Layouts);
-
-TYPED_TEST(SolidFillers, PaintByTheRules) {
-  CompareWithRules<TypeParam, false, false>(1);
-  CompareWithRules<TypeParam, true, false>(2);
-  CompareWithRules<TypeParam, false, true>(3);
-  CompareWithRules<TypeParam, true, true>(4);
-}
-
-TYPED_TEST(SolidFillers, AreChosenByOpacityAndTranslucency) {
-  using Strips = KStrips<TypeParam>;
-  const struct {
-    bool translucent;
-    int opacity;
-    bool blend;
-    Word color;
-  } rows[] = {
-      {false, 256, false, 0xFF804020},
-      {true, 256, true, 0xFF804020},
-      {false, 255, true, 0xFE7F3F1F},
-      {false, 1000, false, 0xFF804020},
-      {false, -5, true, 0},
-  };
-  for (const auto& row : rows) {
     KPaint paint;
-    paint.type = KPaintColor;
-    paint.translucent = row.translucent;
-    paint.opacity = row.opacity;
-    paint.color = KColor32::FromWord(0xFF804020);
-    KStyleContext2D style;
-    style.paint = &paint;
-    KFiller solid = nullptr, coverage = nullptr;
-    Strips::VTable.init[KPaintColor](&style, solid, coverage);
-    EXPECT_EQ(style.blend != 0, row.blend);
-    EXPECT_EQ(style.color.Word(), row.color);
-    EXPECT_EQ(solid, row.blend ? (KColorStrip<TypeParam, false, true>::Draw)
-                               : (KColorStrip<TypeParam, false, false>::Draw));
-    EXPECT_EQ(coverage, row.blend ? (KColorStrip<TypeParam, true, true>::Draw)
-                                  : (KColorStrip<TypeParam, true, false>::Draw));
-    Strips::InitColorWithAaChecks(&style, solid, coverage);
-    EXPECT_EQ(solid, row.blend ? (KColorStrip<TypeParam, false, true>::DrawWithAaChecks)
-                               : (KColorStrip<TypeParam, false, false>::DrawWithAaChecks));
-    EXPECT_EQ(coverage, row.blend ? (KColorStrip<TypeParam, true, true>::DrawWithAaChecks)
-                                  : (KColorStrip<TypeParam, true, false>::DrawWithAaChecks));
+    paint.color = KColor32::FromWord(Span::Pixel(random));
+    paint.translucent = random.OneIn(2);
+    paint.opacity = random.OneIn(2) ? 256 : random.Between(-50, 300);
+    span.style.paint = &paint;
+    const int opacity = std::clamp(paint.opacity, 0, 256);
+    const Word c = reference::Scale(paint.color.Word(), static_cast<Word>(opacity));
+    const bool blend = opacity != 256 || paint.translucent, opaque = random.OneIn(2);
+
+    const Fillers plain = Init(span.style, KPaintColor, opaque);
+    Fillers masked;
+    (opaque ? KStrips<KColor_0888_PM>::InitColorWithAaChecks
+            : KStrips<KColor_8888_PM>::InitColorWithAaChecks)(&span.style, masked.solid,
+                                                              masked.coverage);
+    for (const bool aa : {false, true, false, true}) {
+      span.Renew(random);
+      const auto covered = [&](int x, Word d) {
+        return Expected(aa, blend, d, c, reference::CoverageWeight(span.style.lineBuffer[x]));
+      };
+      ASSERT_TRUE(span.Check(aa ? plain.coverage : plain.solid, covered)) << std::hex << c;
+      span.Renew(random);
+      const auto behindMask = [&](int x, Word d) {
+        return ExpectedMask(aa, blend, d, c, reference::MaskWeight(span.style.maskRow[x]));
+      };
+      ASSERT_TRUE(span.Check(aa ? masked.coverage : masked.solid, behindMask)) << std::hex << c;
+    }
   }
 }
 
@@ -151,13 +107,10 @@ TEST(Picking, HitsWhereThePixelIsCovered) {
     paint.pickPoint = {KFixed::FromRaw(row.x), KFixed::FromRaw(row.y)};
     paint.pickHit = &hit;
     span.style.paint = &paint;
-    span.style.y = 3;
-    span.style.x0 = 10;
-    span.style.x1 = 13;
+    span.SetSpan(10, 13, 3);
     span.style.lineBuffer[10] = span.style.lineBuffer[12] = 1;
     span.style.lineBuffer[11] = 0;
-    KFiller solid = nullptr, coverage = nullptr;
-    KStrips<KColor_8888_PM>::VTable.init[KPaintPick](&span.style, solid, coverage);
+    const auto [solid, coverage] = Init(span.style, KPaintPick);
     const auto unchanged = [](int, Word d) { return d; };
     EXPECT_TRUE(span.Check(solid, unchanged));
     EXPECT_EQ(hit, row.solid) << row.x << ", " << row.y;

@@ -1,4 +1,4 @@
-// A row of pixels with its coverage, both ending at guard pages, for tests of span fillers.
+// A row of pixels with its coverage, both ending at guard pages, and the fillers of paints for it.
 #ifndef KALVORA_TESTS_PAINT_SPAN_H
 #define KALVORA_TESTS_PAINT_SPAN_H
 
@@ -8,12 +8,31 @@
 
 #include <gtest/gtest.h>
 
+#include "kalvora/paint/KStrips.h"
 #include "kalvora/raster/KStyleContext2D.h"
 
 #include "tests/common/GuardedBuffer.h"
 #include "tests/common/Random.h"
 
 inline KFixed Fixed(std::int32_t raw) { return KFixed::FromRaw(raw); }
+
+struct Fillers {
+  KFiller solid = nullptr;
+  KFiller coverage = nullptr;
+  bool operator==(const Fillers&) const = default;
+};
+
+/// The strip initialisers of format 4 (opaque) or 5.
+inline const KStripTable& Strips(bool opaque) {
+  return opaque ? KStrips<KColor_0888_PM>::VTable : KStrips<KColor_8888_PM>::VTable;
+}
+
+/// What the initialiser of a paint type chooses for the style context.
+inline Fillers Init(KStyleContext2D& style, int type, bool opaque = false) {
+  Fillers fillers;
+  Strips(opaque).init[type](&style, fillers.solid, fillers.coverage);
+  return fillers;
+}
 
 /// A style context over `width` columns of random pixels and coverage. What lies outside the span
 /// is expected to stay as it is.
@@ -40,6 +59,12 @@ class Span {
     style.x0 = random.Between(0, width);
     style.x1 = random.OneIn(8) ? style.x0 : random.Between(style.x0, width);
     style.y = random.Between(0, 2000);
+  }
+
+  void SetSpan(int from, int to, int y) {
+    style.x0 = from;
+    style.x1 = to;
+    style.y = y;
   }
 
   /// Draws, and compares every pixel of the row with expected(x, what it was before).
