@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <type_traits>
 
 #include "kalvora/core/KMatrix2D.h"
@@ -93,17 +92,6 @@ std::array<KFixed, count> Multiply(Side side, const std::array<KFixed, count>& m
     }
   }
   return product;
-}
-
-/// The greatest difference between the raw values of a matrix and those of the identity.
-template <typename Matrix>
-std::int64_t DistanceFromIdentity(const Matrix& m) {
-  const auto a = Entries(m), b = Entries(Matrix());
-  std::int64_t most = 0;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    most = std::max(most, std::abs(std::int64_t{a[i].raw} - b[i].raw));
-  }
-  return most;
 }
 
 #endif

@@ -159,7 +159,7 @@ KSoftMatrix3D AnyTransform(Random& random, const KSoftPixmap& p, bool translatio
     m.Translate(random.OneIn(8) ? KVertex2D{word(), word()} : to);
     return m;
   }
-  switch (random.Below(6)) {
+  switch (random.Below(5)) {
     case 0:  // along the rows
       m.Set(Fixed(random.Between(-0x30000, 0x30000)), Fixed(0), Fixed(0), Fixed(0x10000), to.x,
             to.y);
@@ -169,9 +169,6 @@ KSoftMatrix3D AnyTransform(Random& random, const KSoftPixmap& p, bool translatio
       break;
     case 2:  // a quarter turn, nearly
       m.Set(Fixed(random.Between(-2, 2)), Fixed(-0x10000), Fixed(0x10000), Fixed(0), to.x, to.y);
-      break;
-    case 3:
-      m.Set(word(), Fixed(0), Fixed(0), word(), to.x, to.y);
       break;
     default:
       m.Set(Fixed(random.Between(-0x18000, 0x18000)), Fixed(random.Between(-0x18000, 0x18000)),
