@@ -128,10 +128,12 @@ Stops Prepared(const Stops& stops, int opacity, std::int32_t scale, bool repeat)
 KSoftMatrix3D AnyAxis(Random& random, bool radial) {
   KSoftMatrix3D m;
   const auto place = [&] {
-    return Fixed(random.Between(-50, 350) * 0x10000 + random.Between(0, 0xFFFF));
+    const std::int32_t whole = random.Between(-50, random.OneIn(3) ? 2500 : 350) * 0x10000;
+    return Fixed(random.OneIn(2) ? whole : whole + random.Between(0, 0xFFFF));
   };
   const auto word = [&] { return Fixed(static_cast<std::int32_t>(random.Word())); };
-  const std::int32_t size = radial ? 0x4000 : 300 << 16;
+  // Along slopes of thousands of pixels rounding errors add up.
+  const std::int32_t size = radial ? 0x4000 : (random.OneIn(2) ? 300 : 5000) << 16;
   const auto part = [&] { return Fixed(random.OneIn(4) ? 0 : random.Between(-size, size)); };
   switch (random.Below(8)) {
     case 0:
@@ -174,7 +176,7 @@ TEST(Gradients, FollowTheRules) {
   Random random(1);
   for (int round = 0; round < 6000; ++round) {
     const bool radial = round % 2, pixels = random.OneIn(4);
-    Span span(random, random.Between(1, round % 10 ? 60 : 700));
+    Span span(random, random.Between(1, round % 10 ? 60 : 2500));
     const Stops stops = AnyStops(random, pixels);
     KSoftColorRamp ramp;
     Use(ramp, stops, random.Below(3));
@@ -302,6 +304,24 @@ TEST(Gradients, StatedValues) {
     if (row.length == 0) continue;
     EXPECT_EQ(span.style.table0, colors);
     EXPECT_EQ(span.style.table1 == positions, row.length == 1);
+  }
+}
+
+TEST(Distances, AreNorms) {
+  Random random(5);
+  for (int round = 0; round < 20000; ++round) {
+    const auto word = [&] {
+      return random.OneIn(2) ? Fixed(static_cast<std::int32_t>(random.Word()))
+                             : Fixed(random.Between(-0x2000000, 0x2000000));
+    };
+    KVertex2D at{word(), word()};
+    const KVertex2D step{word(), random.OneIn(3) ? Fixed(0) : word()};
+    std::int32_t got[kalvora::kDistances];
+    kalvora::Distances(at, step, got);
+    for (std::int32_t d : got) {
+      ASSERT_EQ(d, at.Norm().raw) << at.x.raw << ", " << at.y.raw;
+      at = at + step;
+    }
   }
 }
 

@@ -179,40 +179,22 @@ KSoftMatrix3D AnyTransform(Random& random, const KSoftPixmap& p, bool translatio
   return m;
 }
 
-/// Pixmaps whose memory, height x stride, ends at a guard page.
-class PixmapMaker {
- public:
-  explicit PixmapMaker(Random& random) : memory(kBytes) {
-    for (unsigned char& byte : memory) byte = static_cast<unsigned char>(random.Next());
-  }
-  void Make(Random& random, KSoftPixmap& p) {
-    const unsigned w = random.OneIn(6) ? 1 + random.Below(2) : 1 + random.Below(30);
-    const unsigned h = random.OneIn(6) ? 1 + random.Below(2) : 1 + random.Below(30);
-    unsigned stride = 4 * w;
-    if (random.OneIn(3)) stride += 4 * random.Below(4);
-    if (random.OneIn(12)) stride = 4 + random.Below(4 * w);  // overlapping rows, odd addresses
-    const std::size_t size = std::size_t{stride} * h;
-    p.Create(w, h, KFormat8888PM, memory.end() - size, stride);
-    if (random.OneIn(2)) return;
-    for (std::size_t i = 0; i + 4 <= size; i += 4) {
-      const Word pixel = Span::Pixel(random);
-      std::memcpy(p.pixels + i, &pixel, 4);
-    }
-  }
-
- private:
-  static constexpr std::size_t kBytes = 32 * 4 * 40;
-  GuardedBuffer memory;
-};
-
 /// All fillers of a sampling, as they are chosen for pixmaps and paints.
 void FollowTheRules(KSampling sampling) {
   Random random(sampling);
-  PixmapMaker maker(random);
   for (int round = 0; round < 6400; ++round) {
     Span span(random, random.Between(1, round % 20 ? 30 : 300));
+    const auto side = [&] { return 1 + random.Below(random.OneIn(6) ? 2 : 30); };
+    const unsigned width = side(), height = side();
+    unsigned stride = 4 * (width + (random.OneIn(3) ? random.Below(4) : 0));
+    if (random.OneIn(12)) stride = 4 + random.Below(4 * width);  // overlapping rows, odd addresses
+    const GuardedBuffer memory(std::size_t{stride} * height);
+    for (std::size_t i = 0; i + 4 <= memory.size(); i += 4) {
+      const Word pixel = Span::Pixel(random);
+      std::memcpy(memory.data() + i, &pixel, sizeof pixel);
+    }
     KSoftPixmap p;
-    maker.Make(random, p);
+    p.Create(width, height, KFormat8888PM, memory.data(), stride);
     p.hasAlpha = random.OneIn(2);
     p.repeatRule = random.OneIn(2) ? KRepeatTile : KRepeatClamp;
     // A translation copies, whatever the quality.
