@@ -2,9 +2,8 @@
 // none; and whenever the display closes, nothing is left.
 #include <algorithm>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
-#include <optional>
+#include <latch>
+#include <regex>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -17,8 +16,6 @@
 
 namespace {
 
-using std::chrono::milliseconds;
-
 constexpr std::uint32_t kSeeds = kMover ? 40 : 4;  // the thread does not care for the data mover
 
 const std::string kSilent =
@@ -27,178 +24,136 @@ const std::string kStuck =
     "Flip thread unresponsive, going synchronous.  FlipSent 0 AckReceived 0\n";
 
 /// The log's lines without their time.
-std::string Messages(std::string log) {
-  for (std::size_t at = 0; at < log.size(); at = log.find('\n', at) + 1) {
-    EXPECT_EQ(log[at], '[');
-    log.erase(at, log.find("] ", at) + 2 - at);
-  }
-  return log;
+std::string Messages(const std::string& log) {
+  return std::regex_replace(log, std::regex("\\[[^\\]]*\\] "), "");
 }
 
-/// Something that threads run into and stay at until it opens.
+/// Once it is armed, the first thread that runs into it stays until it opens.
 class Barrier {
  public:
+  void Arm() { armed = true; }
   void Stay() {
-    std::unique_lock<std::mutex> guard(lock);
-    ++inside;
-    changed.notify_all();
-    changed.wait(guard, [&] { return open; });
-    --inside;
+    if (!armed.exchange(false)) return;
+    visited.count_down();
+    open.wait();
   }
-  void AwaitVisitor() {
-    std::unique_lock<std::mutex> guard(lock);
-    changed.wait(guard, [&] { return inside > 0; });
-  }
-  void Open() {
-    const std::lock_guard<std::mutex> guard(lock);
-    open = true;
-    changed.notify_all();
-  }
+  void AwaitVisitor() { visited.wait(); }
+  void Open() { open.count_down(); }
 
  private:
-  std::mutex lock;
-  std::condition_variable changed;
-  bool open = false;
-  int inside = 0;
+  std::atomic<bool> armed{false};
+  std::latch visited{1};
+  std::latch open{1};
 };
 
-void Stamp(void* buffer, std::uint32_t frame) {
-  std::fill_n(static_cast<std::uint32_t*>(buffer), 20 * 12, frame);
+constexpr unsigned kLock = 0;
+
+/// Calls `stall` whenever the flip thread is about to make a request or, for kLock, to take a lock.
+void StallAt(Rig& rig, unsigned request, const std::function<void()>& stall) {
+  rig.onLock = [=](Rig::Who who) {
+    if (who == Rig::kWorker && request == kLock) stall();
+  };
+  rig.onRequest = [=](Rig::Who who, unsigned r) {
+    if (who == Rig::kWorker && r == request) stall();
+  };
 }
 
-bool IsStamped(const std::uint8_t* pixels, std::uint32_t frame) {
-  const auto* const p = reinterpret_cast<const std::uint32_t*>(pixels);
-  return std::all_of(p, p + 20 * 12, [&](std::uint32_t v) { return v == frame; });
-}
-
-/// Watches what comes on screen: whole frames, in order, and none is drawn over while it is shown.
-class Watcher {
- public:
-  /// `before` frames were drawn already.
-  explicit Watcher(Rig& rig, std::uint32_t before = 0) : count(before), first(before) {
-    rig.fb.Ioctl(FBIO_WAITFORVSYNC, nullptr);  // what was panned to before is none of its business
-    rig.fb.OnFrame([this](const sim::Frame& frame) {
-      EXPECT_TRUE(shown == nullptr || IsStamped(shown, count)) << "drawn over: " << count;
-      ++count;
-      EXPECT_TRUE(IsStamped(frame.pixels, count)) << "not frame " << count;
-      shown = frame.pixels;
-    });
-  }
-  std::uint32_t Count() const { return count - first; }
-
- private:
-  const std::uint8_t* shown = nullptr;
-  std::uint32_t count;
-  std::uint32_t first;
-};
-
-/// A display of three device buffers.
+/// A display of three device buffers, whose frames are filled with their numbers.
 struct Display {
   KLinuxFb fb;
   void* buffer;
   std::uint32_t frame = 0;
 
   Display() : buffer(fb.SetDisplay(KDisplayFramebuffer, 0, KFormat8888PM, 3)) {}
+  void Draw() { std::fill_n(static_cast<std::uint32_t*>(buffer), 20 * 12, ++frame); }
   void DrawAndFlip(bool copyBack = true, const KRect* dirty = nullptr) {
-    Stamp(buffer, ++frame);
+    Draw();
     buffer = fb.Flip(copyBack, dirty);
   }
 };
+
+/// Watches what comes on screen, and that nothing is drawn over while it is shown.
+class Watcher {
+ public:
+  std::vector<std::uint32_t> frames;  ///< numbers of the frames, 0 for one that is not whole
+
+  explicit Watcher(Rig& rig) {
+    rig.fb.Ioctl(FBIO_WAITFORVSYNC, nullptr);  // what was panned to before is none of its business
+    rig.fb.OnFrame([this](const sim::Frame& frame) {
+      if (shown != nullptr) {
+        EXPECT_EQ(Number(shown), frames.back()) << "drawn over";
+      }
+      shown = frame.pixels;
+      frames.push_back(Number(shown));
+    });
+  }
+
+ private:
+  static std::uint32_t Number(const std::uint8_t* pixels) {
+    const auto* const p = reinterpret_cast<const std::uint32_t*>(pixels);
+    return std::count(p, p + 20 * 12, *p) == 20 * 12 ? *p : 0;
+  }
+
+  const std::uint8_t* shown = nullptr;
+};
+
+using Frames = std::vector<std::uint32_t>;
 
 TEST(HandOver, LeavesTheRendererFreeDuringTheSync) {
   Rig rig;
   rig.clockOffsetUs = 60000000;
   Barrier sync;
-  rig.onVsync = [&](Rig::Who) {
-    sync.Stay();
-    return 0;
-  };
+  StallAt(rig, FBIO_WAITFORVSYNC, [&] { sync.Stay(); });
   Display display;
   Watcher watcher(rig);
+  sync.Arm();
   display.DrawAndFlip();
   sync.AwaitVisitor();  // the thread waits for the sync, and Flip has returned
-  Stamp(display.buffer, 2);
-  EXPECT_EQ(watcher.Count(), 1u);
+  display.Draw();
+  EXPECT_EQ(watcher.frames, Frames{1});
   sync.Open();
-  display.DrawAndFlip();
+  display.buffer = display.fb.Flip(true, nullptr);
   display.fb.Close();
-  EXPECT_EQ(watcher.Count(), 2u);
+  EXPECT_EQ(watcher.frames, (Frames{1, 2}));
   EXPECT_EQ(rig.TakeLog(), "");
-}
-
-TEST(HandOver, WaitsForALateThread) {
-  Rig rig;
-  bool started = false;
-  rig.onThreadStart = [&] {
-    std::this_thread::sleep_for(milliseconds(300));
-    started = true;
-  };
-  Display display;
-  EXPECT_TRUE(started);
-  EXPECT_TRUE(display.fb.IsAsync());
-}
-
-TEST(HandOver, WithoutAThreadIsSynchronous) {
-  Rig rig;
-  rig.FailCall(8);
-  Display display;
-  ASSERT_NE(rig.Take().find("thread fails"), std::string::npos);
-  EXPECT_FALSE(display.fb.IsAsync());
-  Watcher watcher(rig);
-  display.DrawAndFlip();
-  EXPECT_EQ(watcher.Count(), 1u);
-  EXPECT_EQ(rig.Take().rfind("get\npan 0,12\nsync 0\n", 0), 0u);
-  EXPECT_EQ(rig.Take(Rig::kWorker), "");
 }
 
 /// The thread hangs in its first flip: within 200 ms it is given up, no frame is lost that it had
 /// not accepted, and none that was given up comes on screen when it is back.
 TEST(HandOver, GivesUpAThreadThatHangs) {
-  enum Where { kBeforeAcknowledging, kBeforePanning, kInTheSync };
   struct Case {
-    Where where;
+    unsigned before;
     std::string message;
     std::string calls;  ///< of the thread; its sync is an early one, but it does not wait again
+    Frames frames;      ///< the frame that it hangs before panning to is lost
   };
-  const Case cases[] = {{kBeforeAcknowledging, kSilent, ""},
-                        {kBeforePanning, kStuck, "get\n"},
-                        {kInTheSync, kStuck, "get\npan 0,12\nsync 0\n"}};
+  const Case cases[] = {{kLock, kSilent, "", {1, 2, 3}},
+                        {FBIOGET_VSCREENINFO, kStuck, "get\n", {2, 3}},
+                        {FBIO_WAITFORVSYNC, kStuck, "get\npan 0,12\nsync 0\n", {1, 2, 3}}};
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.where);
+    SCOPED_TRACE(c.before);
     Rig rig;
     rig.syncTakesUs = 0;
     Barrier barrier;
-    std::atomic<bool> armed{false};
-    const auto at = [&](Where where, Rig::Who who) {
-      if (where == c.where && who == Rig::kWorker && armed.exchange(false)) barrier.Stay();
-    };
-    rig.onLock = [&](Rig::Who who) { at(kBeforeAcknowledging, who); };
-    rig.onRequest = [&](Rig::Who who, unsigned) { at(kBeforePanning, who); };
-    rig.onVsync = [&](Rig::Who who) {
-      at(kInTheSync, who);
-      return 0;
-    };
+    StallAt(rig, c.before, [&] { barrier.Stay(); });
     Display display;
-    armed = true;
-    // The frame that it hangs before panning to is lost; all others are watched.
-    std::optional<Watcher> watcher;
-    if (c.where != kBeforePanning) watcher.emplace(rig);
+    Watcher watcher(rig);
+    barrier.Arm();
     display.DrawAndFlip();
     barrier.AwaitVisitor();
-    if (!watcher) watcher.emplace(rig, 1);
     display.DrawAndFlip();
     EXPECT_EQ(Messages(rig.TakeLog()), c.message);
     EXPECT_FALSE(display.fb.IsAsync());
     // Closing waits for a thread that is about to touch the mailbox, but not in the driver.
     std::thread late([&] {
-      if (c.where == kBeforeAcknowledging) std::this_thread::sleep_for(milliseconds(300));
+      if (c.before == kLock) std::this_thread::sleep_for(std::chrono::milliseconds(300));
       barrier.Open();
     });
     display.DrawAndFlip();
-    if (c.where != kBeforeAcknowledging) late.join();
+    if (c.before != kLock) late.join();
     display.fb.Close();
     if (late.joinable()) late.join();
-    EXPECT_EQ(watcher->Count(), c.where == kBeforePanning ? 2u : 3u);
+    EXPECT_EQ(watcher.frames, c.frames);
     EXPECT_TRUE(rig.ThreadsEnd());
     EXPECT_EQ(rig.Take(Rig::kWorker), c.calls);
     EXPECT_EQ(rig.TakeLog(), "");
@@ -212,11 +167,8 @@ TEST(HandOver, LeavesTheDeviceToAStuckThread) {
     Rig rig;
     rig.syncTakesUs = 0;
     Barrier sync;
-    std::atomic<int> syncs{0};
-    rig.onVsync = [&](Rig::Who) {
-      if (syncs++ == 0) sync.Stay();
-      return 0;
-    };
+    StallAt(rig, FBIO_WAITFORVSYNC, [&] { sync.Stay(); });
+    sync.Arm();
     {
       Display display;
       display.DrawAndFlip();
@@ -232,8 +184,8 @@ TEST(HandOver, LeavesTheDeviceToAStuckThread) {
       EXPECT_EQ(rig.Take(),
                 std::string(kMover ? "close mover\n" : "") + (reopen ? "munmap\nclose fb\n" : ""));
     }
-    EXPECT_EQ(rig.Threads(), 1);
-    EXPECT_EQ(rig.Descriptors(), 1);
+    EXPECT_EQ(rig.threads, 1);
+    EXPECT_EQ(rig.descriptors, 1);
     sync.Open();
     EXPECT_TRUE(rig.ThreadsEnd());
     EXPECT_EQ(rig.Take(Rig::kWorker), "get\npan 0,12\nsync 0\nmunmap\nclose fb\n");
@@ -250,17 +202,9 @@ TEST(HandOver, DecidesAboutLateThreads) {
     Rig rig;
     rig.syncTakesUs = 0;
     std::atomic<bool> armed{false};
-    const auto stall = [&](Rig::Who who) {
-      if (who == Rig::kWorker && armed.exchange(false)) std::this_thread::sleep_for(delay);
-    };
-    if (run % 2 == 0) {
-      rig.onLock = stall;
-    } else {
-      rig.onVsync = [&](Rig::Who who) {
-        stall(who);
-        return 0;
-      };
-    }
+    StallAt(rig, run % 2 == 0 ? kLock : FBIO_WAITFORVSYNC, [&] {
+      if (armed.exchange(false)) std::this_thread::sleep_for(delay);
+    });
     Display display;
     Watcher watcher(rig);
     armed = true;
@@ -268,7 +212,7 @@ TEST(HandOver, DecidesAboutLateThreads) {
     const std::string log = Messages(rig.TakeLog());
     EXPECT_EQ(log, display.fb.IsAsync() ? "" : run % 2 == 0 ? kSilent : kStuck);
     display.fb.Close();
-    EXPECT_EQ(watcher.Count(), 3u);
+    EXPECT_EQ(watcher.frames, (Frames{1, 2, 3}));
   }
 }
 
@@ -286,14 +230,15 @@ TEST(HandOver, ShowsEveryFrameOnceInOrder) {
     Random random(seed);
     Display display;
     Watcher watcher(rig);
-    const std::uint32_t frames = seed == 0 ? 2000 : 500;
-    for (std::uint32_t i = 0; i < frames; ++i) {
+    Frames all(seed == 0 ? 2000 : 500);
+    for (std::uint32_t& frame : all) {
       const KRect whole{0, 0, 20, 12};
       display.DrawAndFlip(random.Below(4) != 0, random.Below(2) != 0 ? &whole : nullptr);
+      frame = display.frame;
     }
     EXPECT_TRUE(display.fb.IsAsync());
     display.fb.Close();
-    EXPECT_EQ(watcher.Count(), frames);
+    EXPECT_EQ(watcher.frames, all);
     EXPECT_EQ(rig.TakeLog(), "");
   }
 }
@@ -310,13 +255,14 @@ TEST(HandOver, SurvivesClosingAtEveryPoint) {
     const unsigned buffers = random.Below(8) == 0 ? 2 : 3;
     Flags.DisplayFps = cycle % 2 != 0;
     ASSERT_NE(fb.SetDisplay(kind, 0, KFormat8888PM, buffers), nullptr);
-    for (unsigned flips = random.Below(4); flips > 0; --flips)
+    for (unsigned flips = random.Below(4); flips > 0; --flips) {
       ASSERT_NE(fb.Flip(true, nullptr), nullptr);
+    }
     if (random.Below(2) == 0) fb.Close();
     if (cycle % 100 == 0) {
       fb.Close();
       ASSERT_TRUE(rig.ThreadsEnd());
-      ASSERT_EQ(rig.Descriptors(), 0);
+      ASSERT_EQ(rig.descriptors, 0);
       rig.Take();
       rig.Take(Rig::kWorker);
     }

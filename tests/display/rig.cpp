@@ -4,9 +4,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <ctime>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -20,13 +18,12 @@
 
 namespace {
 
+constexpr unsigned kCopyRequest = 0x40044B01;  // of the data mover
+
 std::atomic<Rig*> active{nullptr};
 thread_local bool isRenderer = false;
 
-void SleepMs(int ms) {
-  const timespec t{ms / 1000, ms % 1000 * 1000000L};
-  nanosleep(&t, nullptr);
-}
+Rig::Who Caller() { return isRenderer ? Rig::kRenderer : Rig::kWorker; }
 
 /// A line of a record.
 template <typename... Values>
@@ -46,10 +43,9 @@ void Step() {
   if (dice < 256) {
     sched_yield();
   } else if (dice < 272) {
-    const timespec t{0, static_cast<long>(random.Below(200)) * 1000};
-    nanosleep(&t, nullptr);
+    usleep(random.Below(200));
   } else if (dice == 272) {
-    SleepMs(3);
+    usleep(3000);
   }
 }
 
@@ -72,12 +68,9 @@ Rig::Rig(const sim::Settings& settings) : fb(settings), surface(320 * 481 * 4) {
 
 Rig::~Rig() {
   EXPECT_TRUE(ThreadsEnd());
-  {
-    const std::lock_guard<std::mutex> guard(lock);
-    for (const auto& [fd, name] : descriptors) ADD_FAILURE() << "left open: " << fd << " " << name;
-    EXPECT_TRUE(mappings.empty());
-    EXPECT_EQ(attached, 0);
-  }
+  EXPECT_EQ(descriptors, 0);
+  EXPECT_EQ(mappedBytes, 0u);
+  EXPECT_EQ(attached, 0);
   active = nullptr;
   close(logFd);
 }
@@ -90,8 +83,6 @@ std::string Rig::Take(Who who) {
   return all;
 }
 
-std::string Rig::LogPath() const { return "/proc/self/fd/" + std::to_string(logFd); }
-
 std::string Rig::TakeLog() {
   const off_t size = lseek(logFd, 0, SEEK_END);
   std::string text(static_cast<std::size_t>(size), 0);
@@ -101,13 +92,8 @@ std::string Rig::TakeLog() {
 }
 
 bool Rig::ThreadsEnd() {
-  for (int ms = 0; threads != 0 && ms < 20000; ++ms) SleepMs(1);
+  for (int ms = 0; threads != 0 && ms < 20000; ++ms) usleep(1000);
   return threads == 0;
-}
-
-int Rig::Descriptors() {
-  const std::lock_guard<std::mutex> guard(lock);
-  return static_cast<int>(descriptors.size());
 }
 
 std::vector<std::uint8_t> Rig::Screen() {
@@ -115,11 +101,10 @@ std::vector<std::uint8_t> Rig::Screen() {
   return {f.pixels, f.pixels + std::size_t{f.stride} * f.height};
 }
 
-/// Notes a call. False when it shall fail.
 bool Rig::Record(const std::string& call, bool canFail) {
   const bool fails = canFail && failCall >= 0 && failCall-- == 0;
   const std::lock_guard<std::mutex> guard(lock);
-  calls[isRenderer ? kRenderer : kWorker].push_back(fails ? call + " fails" : call);
+  calls[Caller()].push_back(fails ? call + " fails" : call);
   if (fails) errno = EIO;
   return !fails;
 }
@@ -131,23 +116,16 @@ int Rig::Open(const char* path, int flags) {
     errno = ENOENT;
     return -1;
   }
-  const int fd = mover ? memfd_create("mover", 0) : fb.Open();
-  if (mover) moverFd = fd;
-  const std::lock_guard<std::mutex> guard(lock);
-  descriptors[fd] = mover ? "mover" : "fb";
-  return fd;
+  ++descriptors;
+  return mover ? moverFd = memfd_create("mover", 0) : fb.Open();
 }
 
 void Rig::Closing(int fd) {
-  std::string name;
-  {
-    const std::lock_guard<std::mutex> guard(lock);
-    const auto it = descriptors.find(fd);
-    if (it == descriptors.end()) return;
-    name = it->second;
-    descriptors.erase(it);
-  }
-  Record("close " + name, false);
+  const bool isFb = fb.Owns(fd);
+  if (!isFb && fd != moverFd) return;
+  if (!isFb) moverFd = -1;
+  --descriptors;
+  Record(isFb ? "close fb" : "close mover", false);
 }
 
 std::string Rig::Describe(unsigned request, const void* argument) const {
@@ -169,7 +147,7 @@ std::string Rig::Describe(unsigned request, const void* argument) const {
     }
     case FBIO_WAITFORVSYNC:
       return Text("sync %u", *word);
-    case 0x40044B01: {
+    case kCopyRequest: {
       const auto side = [&](const std::uint32_t* w) {
         return Text(" %u %u %u %u ", w[0], w[1], w[2], w[3]) +
                (fb.Owns(static_cast<int>(w[4])) ? "fb" : "?");
@@ -181,14 +159,13 @@ std::string Rig::Describe(unsigned request, const void* argument) const {
   }
 }
 
-int Rig::Ioctl(int fd, unsigned long request, void* argument) {
-  const auto code = static_cast<unsigned>(request);
-  if (!Record(Describe(code, argument))) return -1;
-  if (onRequest) onRequest(isRenderer ? kRenderer : kWorker, code);
+int Rig::Ioctl(int fd, unsigned request, void* argument) {
+  if (!Record(Describe(request, argument))) return -1;
+  if (onRequest) onRequest(Caller(), request);
   int error = ENOTTY;
   if (fb.Owns(fd)) {
-    error = VideoIoctl(code, argument);
-  } else if (fd == moverFd && code == 0x40044B01) {
+    error = VideoIoctl(request, argument);
+  } else if (fd == moverFd && request == kCopyRequest) {
     error = fb.CopyRect(static_cast<const std::uint32_t*>(argument));
     EXPECT_EQ(error, 0) << "the data mover refused a copy";
   }
@@ -197,66 +174,16 @@ int Rig::Ioctl(int fd, unsigned long request, void* argument) {
 }
 
 int Rig::VideoIoctl(unsigned request, void* argument) {
-  if (request == FBIO_WAITFORVSYNC) {
-    clockOffsetUs += syncTakesUs;
-    return onVsync ? onVsync(isRenderer ? kRenderer : kWorker) : fb.Ioctl(request, argument);
-  }
   auto* const mode = static_cast<fb_var_screeninfo*>(argument);
+  if (request == FBIO_WAITFORVSYNC) clockOffsetUs += syncTakesUs;
   if (request == FBIOPAN_DISPLAY && onPan) return onPan(*mode);
   const int error = fb.Ioctl(request, argument);
-  if (error == 0 && request == FBIOPUT_VSCREENINFO && afterPut) {
-    afterPut(*mode);
-  }
-  if (error == 0 && request == FBIOGET_FSCREENINFO && afterFix) {
+  if (error != 0) return error;
+  if (request == FBIOPUT_VSCREENINFO && afterPut) afterPut(*mode);
+  if (request == FBIOGET_FSCREENINFO && afterFix) {
     afterFix(*static_cast<fb_fix_screeninfo*>(argument));
   }
-  return error;
-}
-
-bool Rig::Mapping(std::size_t bytes, int fd) {
-  return Record(Text("mmap %zu %s", bytes, fb.Owns(fd) ? "fb" : "?"));
-}
-
-void Rig::Mapped(void* p, std::size_t bytes) {
-  const std::lock_guard<std::mutex> guard(lock);
-  mappings[p] = bytes;
-}
-
-bool Rig::Unmapping(void* p, std::size_t bytes) {
-  {
-    const std::lock_guard<std::mutex> guard(lock);
-    const auto it = mappings.find(p);
-    if (it == mappings.end()) return false;
-    EXPECT_EQ(it->second, bytes);
-    mappings.erase(it);
-  }
-  Record("munmap", false);
-  return true;
-}
-
-int Rig::Shmget(int key, std::size_t bytes, int flags) {
-  return Record(Text("shmget %d %zu %d", key, bytes, flags)) ? 7 : -1;
-}
-
-void* Rig::Shmat(int id) {
-  if (!Record(Text("shmat %d", id))) return reinterpret_cast<void*>(-1);
-  ++attached;
-  return surface.data();
-}
-
-bool Rig::Shmdt(const void* p) {
-  EXPECT_EQ(p, surface.data());
-  --attached;
-  return Record("shmdt", false);
-}
-
-void Rig::Locking() {
-  if (onLock) onLock(isRenderer ? kRenderer : kWorker);
-}
-
-bool Rig::Thread(int change) {
-  threads += change;
-  return change < 0 || Record("thread");
+  return 0;
 }
 
 // --- the wrapped calls. Outside of a rig they are the real ones.
@@ -276,8 +203,6 @@ WRAP(int, open, const char* path, int flags, ...) {
   return __real_open(path, flags, mode);
 }
 
-WRAP(int, open64, const char* path, int flags, ...) { return __wrap_open(path, flags); }
-
 WRAP(int, close, int fd) {
   Step();
   if (Rig* const rig = active) rig->Closing(fd);
@@ -291,48 +216,48 @@ WRAP(int, ioctl, int fd, unsigned long request, ...) {
   void* const argument = va_arg(arguments, void*);
   va_end(arguments);
   Rig* const rig = active;
-  return rig != nullptr ? rig->Ioctl(fd, request, argument) : __real_ioctl(fd, request, argument);
+  return rig != nullptr ? rig->Ioctl(fd, static_cast<unsigned>(request), argument)
+                        : __real_ioctl(fd, request, argument);
 }
 
 WRAP(void*, mmap, void* p, std::size_t bytes, int prot, int flags, int fd, off_t offset) {
   Rig* const rig = active;
-  if (rig == nullptr || fd < 0) return __real_mmap(p, bytes, prot, flags, fd, offset);
-  EXPECT_EQ(p, nullptr);
-  EXPECT_EQ(prot, PROT_READ | PROT_WRITE);
-  EXPECT_EQ(flags, MAP_SHARED);
-  EXPECT_EQ(offset, 0);
-  if (!rig->Mapping(bytes, fd)) return MAP_FAILED;
-  void* const mapped = __real_mmap(p, bytes, prot, flags, fd, offset);
-  rig->Mapped(mapped, bytes);
-  return mapped;
-}
-
-WRAP(void*, mmap64, void* p, std::size_t bytes, int prot, int flags, int fd, std::int64_t offset) {
-  return __wrap_mmap(p, bytes, prot, flags, fd, static_cast<off_t>(offset));
+  if (rig != nullptr && fd >= 0) {
+    EXPECT_TRUE(p == nullptr && prot == (PROT_READ | PROT_WRITE) && flags == MAP_SHARED &&
+                offset == 0);
+    if (!rig->Record(Text("mmap %zu %s", bytes, rig->fb.Owns(fd) ? "fb" : "?"))) return MAP_FAILED;
+    rig->mappedBytes += bytes;
+  }
+  return __real_mmap(p, bytes, prot, flags, fd, offset);
 }
 
 WRAP(int, munmap, void* p, std::size_t bytes) {
   if (Rig* const rig = active) {
     EXPECT_NE(p, MAP_FAILED);
-    rig->Unmapping(p, bytes);
+    rig->mappedBytes -= bytes;
+    rig->Record("munmap", false);
   }
   return __real_munmap(p, bytes);
 }
 
-WRAP(int, shmget, key_t key, std::size_t bytes, int flags) {
-  Rig* const rig = active;
-  return rig != nullptr ? rig->Shmget(key, bytes, flags) : __real_shmget(key, bytes, flags);
+// Shared memory has no real calls: everything that attaches it has a rig.
+
+extern "C" int __wrap_shmget(key_t key, std::size_t bytes, int flags) {
+  return active.load()->Record(Text("shmget %d %zu %d", key, bytes, flags)) ? 7 : -1;
 }
 
-WRAP(void*, shmat, int id, const void* p, int flags) {
+extern "C" void* __wrap_shmat(int id, const void*, int) {
   Rig* const rig = active;
-  return rig != nullptr ? rig->Shmat(id) : __real_shmat(id, p, flags);
+  if (!rig->Record(Text("shmat %d", id))) return reinterpret_cast<void*>(-1);
+  ++rig->attached;
+  return rig->surface.data();
 }
 
-WRAP(int, shmdt, const void* p) {
+extern "C" int __wrap_shmdt(const void* p) {
   Rig* const rig = active;
-  if (rig == nullptr) return __real_shmdt(p);
-  rig->Shmdt(p);
+  EXPECT_EQ(p, rig->surface.data());
+  --rig->attached;
+  rig->Record("shmdt", false);
   return 0;
 }
 
@@ -362,10 +287,9 @@ struct ThreadStart {
 static void* RunThread(void* start) {
   const ThreadStart s = *static_cast<ThreadStart*>(start);
   delete static_cast<ThreadStart*>(start);
-  if (s.rig->onThreadStart) s.rig->onThreadStart();
   Step();
   s.body(s.argument);
-  s.rig->Thread(-1);
+  --s.rig->threads;
   return nullptr;
 }
 
@@ -378,16 +302,14 @@ WRAP(int, pthread_create, pthread_t* thread, const pthread_attr_t* attributes, v
   if (rig == nullptr || detached == PTHREAD_CREATE_JOINABLE) {
     return __real_pthread_create(thread, attributes, body, argument);
   }
-  if (!rig->Thread(+1)) {
-    rig->Thread(-1);
-    return EAGAIN;
-  }
+  if (!rig->Record("thread")) return EAGAIN;
+  ++rig->threads;
   return __real_pthread_create(thread, attributes, RunThread, new ThreadStart{rig, body, argument});
 }
 
 WRAP(int, pthread_mutex_lock, pthread_mutex_t* mutex) {
   Step();
-  if (Rig* const rig = active) rig->Locking();
+  if (Rig* const rig = active; rig != nullptr && rig->onLock) rig->onLock(Caller());
   return __real_pthread_mutex_lock(mutex);
 }
 

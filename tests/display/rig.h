@@ -6,8 +6,6 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
-#include <map>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -41,58 +39,49 @@ class Rig {
 
   /// Waits until no thread of the display is left. Returns false after a long time.
   bool ThreadsEnd();
-  int Threads() const { return threads; }
-  int Descriptors();
 
-  /// What is on screen: the device's frame, and the shared surface.
+  /// What a device shows, row after row.
   std::vector<std::uint8_t> Screen();
-  const std::vector<std::uint8_t>& Surface() const { return surface; }
 
   // Behaviour, to be set before a display is bound.
   std::function<void(fb_var_screeninfo&)> afterPut;  ///< what the driver makes of a mode
   std::function<void(fb_fix_screeninfo&)> afterFix;
   std::function<int(fb_var_screeninfo&)> onPan;  ///< instead of the pan: 0 or an error number
   std::function<void(Who, unsigned)> onRequest;  ///< before a request of a device is answered
-  std::function<int(Who)> onVsync;  ///< instead of the simulated sync: 0 or an error number
-  std::function<void()> onThreadStart;
-  std::function<void(Who)> onLock;             ///< before every lock of a mutex
-  std::atomic<int> syncTakesUs{1000};          ///< what the clock says a sync took
-  std::atomic<std::int64_t> clockOffsetUs{0};  ///< added to the wall clock
-  std::atomic<bool> frozen{false};             ///< the wall clock moves by the offset alone
-  std::atomic<std::uint32_t> delays{0};        ///< not 0: random delays at every step, by this seed
+  std::function<void(Who)> onLock;               ///< before every lock of a mutex
+  std::atomic<int> syncTakesUs{1000};            ///< what the clock says a sync took
+  std::atomic<std::int64_t> clockOffsetUs{0};    ///< added to the wall clock
+  std::atomic<bool> frozen{false};               ///< the wall clock moves by the offset alone
+  std::atomic<std::uint32_t> delays{0};  ///< not 0: random delays at every step, by this seed
   bool hasFb = true;
 
   sim::Framebuffer fb;
 
-  // The system's side.
+  // The system's side, for the wrapped calls.
+
+  /// Notes a call. False when it shall fail.
+  bool Record(const std::string& call, bool canFail = true);
   int Open(const char* path, int flags);
   void Closing(int fd);
-  int Ioctl(int fd, unsigned long request, void* argument);
-  bool Mapping(std::size_t bytes, int fd);
-  bool Unmapping(void* p, std::size_t bytes);
-  void Mapped(void* p, std::size_t bytes);
-  int Shmget(int key, std::size_t bytes, int flags);
-  void* Shmat(int id);
-  bool Shmdt(const void* p);
-  bool Thread(int change);
-  std::string LogPath() const;
-  void Locking();
+  int Ioctl(int fd, unsigned request, void* argument);
+  std::string LogPath() const { return "/proc/self/fd/" + std::to_string(logFd); }
+
+  // What the display holds. The surface is that of shared memory.
+  std::atomic<int> descriptors{0};
+  std::atomic<int> attached{0};
+  std::atomic<int> threads{0};
+  std::atomic<std::size_t> mappedBytes{0};
+  std::vector<std::uint8_t> surface;
 
  private:
-  bool Record(const std::string& call, bool canFail = true);
   int VideoIoctl(unsigned request, void* argument);
   std::string Describe(unsigned request, const void* argument) const;
 
   std::mutex lock;
   std::vector<std::string> calls[2];
-  std::map<int, std::string> descriptors;
-  std::map<const void*, std::size_t> mappings;
-  std::vector<std::uint8_t> surface;
-  int attached = 0;
   int moverFd = -1;
   int logFd = -1;
   std::atomic<int> failCall{-1};
-  std::atomic<int> threads{0};
 };
 
 #endif

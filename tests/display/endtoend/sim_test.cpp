@@ -1,4 +1,8 @@
 // Programs on the simulated board.
+#include <set>
+#include <string>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "tests/display/endtoend/shell.h"
@@ -12,8 +16,7 @@ TEST(RunSim, GivesAFramebufferToAnyProgram) {
   const Result result = Shell("cd " + folder.Path("") + " && " + kRunSim +
                               " --size 64x48 --depth 16 --buffers 2 --png . " PROBE " x");
   EXPECT_EQ(result.status, 0) << result.output;
-  const std::vector<std::string> files = folder.Files();
-  EXPECT_EQ(files, std::vector<std::string>{"frame-0000.png"});
+  EXPECT_EQ(folder.Files(), std::set<std::string>{"frame-0000.png"});
   EXPECT_EQ(folder.Read("frame-0000.png").substr(1, 3), "PNG");
 }
 
@@ -49,12 +52,13 @@ TEST(Bounce, MovesOneBall) {
   EXPECT_EQ(Shell(kRunSim + " --size 48x48 " BOUNCE).status, 1);
 }
 
-/// The frames that the dashboard shows.
+/// The frames that the dashboard shows when it draws 40.
 std::vector<std::string> Frames(const std::string& board, const std::string& options) {
   Folder folder;
   const Result result = Shell(kRunSim + " --hz 0 --png " + folder.Path("") + " " + board + " " +
-                              DASHBOARD " " + options);
+                              DASHBOARD " --frames 40 " + options);
   EXPECT_EQ(result.status, 0) << board << options << result.output;
+  EXPECT_EQ(result.output.rfind("40 frames in ", 0), 0u) << result.output;
   std::vector<std::string> frames;
   for (const std::string& name : folder.Files()) frames.push_back(folder.Read(name));
   return frames;
@@ -62,20 +66,14 @@ std::vector<std::string> Frames(const std::string& board, const std::string& opt
 
 TEST(Dashboard, ShowsTheSameFramesWithAnyNumberOfBuffers) {
   for (const std::string board : {"", "--size 250x200"}) {
-    const auto two = Frames(board, "--buffers 2 --frames 40");
-    const auto three = Frames(board + " --no-vsync", "--buffers 3 --frames 40");
+    const auto two = Frames(board, "--buffers 2");
+    const auto three = Frames(board + " --no-vsync", "--buffers 3");
     EXPECT_EQ(two.size(), 41u);  // the first is what was there before
     EXPECT_EQ(two, three);
-    const auto one = Frames(board + " --no-panning --buffers 1", "--buffers 1 --frames 40");
+    const auto one = Frames(board + " --no-panning --buffers 1", "--buffers 1");
     ASSERT_FALSE(one.empty());
     EXPECT_EQ(one.back(), two.back());
   }
-}
-
-TEST(Dashboard, KeepsTheRateOfTheBoard) {
-  const Result result = Shell(kRunSim + " " DASHBOARD " --frames 30");
-  EXPECT_EQ(result.status, 0) << result.output;
-  EXPECT_EQ(result.output.rfind("30 frames in ", 0), 0u) << result.output;
 }
 
 TEST(Dashboard, SaysWhatIsWrong) {
@@ -83,12 +81,11 @@ TEST(Dashboard, SaysWhatIsWrong) {
                                     "--display fb", "--frames -1", "more"}) {
     EXPECT_EQ(Shell(std::string(DASHBOARD " ") + options).status, 2) << options;
   }
-  const std::string display = "cannot be opened";
-  for (const char* const board : {"--buffers 2", "--depth 32 --no-mover"}) {
+  for (const std::string board : {"--buffers 2", "--depth 32 --no-mover"}) {
     const Result result = Shell(kRunSim + " --hz 0 " + board + " " DASHBOARD " --frames 2");
-    const bool fails = KALVORA_MSM_ADM || std::string(board) == "--buffers 2";
+    const bool fails = KALVORA_MSM_ADM || board == "--buffers 2";
     EXPECT_EQ(result.status, fails ? 1 : 0) << board << result.output;
-    EXPECT_EQ(result.output.find(display) != std::string::npos, fails) << result.output;
+    EXPECT_EQ(result.output.find("cannot be opened") != std::string::npos, fails) << result.output;
   }
 }
 

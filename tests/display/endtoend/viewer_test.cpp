@@ -1,14 +1,12 @@
 // The viewer: snapshots, and its window in a virtual X server.
-#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <functional>
 #include <string>
-#include <thread>
 
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,9 +16,6 @@
 #include "tests/display/endtoend/xwindow.h"
 
 namespace {
-
-constexpr unsigned kWidth = KShmem::kWidth;
-constexpr unsigned kHeight = KShmem::kHeight;
 
 /// A process that ends with the object.
 class Process {
@@ -49,54 +44,45 @@ class Process {
 /// The surface, painted with something that differs in every pixel.
 struct Painted {
   std::uint32_t* pixels = static_cast<std::uint32_t*>(KShmem::Get());
+  std::uint32_t seed = 0;
 
   ~Painted() { KShmem::Release(pixels); }
-  static std::uint32_t At(unsigned x, unsigned y, std::uint32_t seed) {
-    return ((x + y * kWidth + 1) * 2654435761u ^ seed) & 0xFFFFFF;
-  }
-  void Paint(std::uint32_t seed) {
-    for (unsigned i = 0; i < kWidth * kHeight; ++i) pixels[i] = At(i % kWidth, i / kWidth, seed);
+  std::uint32_t At(unsigned i) const { return ((i + 1) * 2654435761u ^ seed) & 0xFFFFFF; }
+  void PaintNext() {
+    ++seed;
+    for (unsigned i = 0; i < KShmem::kWidth * KShmem::kHeight; ++i) pixels[i] = At(i);
   }
 };
 
 bool Eventually(const std::function<bool()>& condition) {
   for (int i = 0; i < 1000; ++i) {
     if (condition()) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    usleep(20000);
   }
   return false;
 }
 
-/// True when the window shows the painted surface at this zoom, pixel by pixel.
-bool Shows(XWindow& window, unsigned zoom, std::uint32_t seed) {
-  const auto picture = window.Look();
-  if (!picture || picture->width != kWidth * zoom || picture->height != kHeight * zoom)
-    return false;
-  for (unsigned i = 0; i < picture->pixels.size(); ++i) {
-    const unsigned x = i % picture->width / zoom;
-    const unsigned y = i / picture->width / zoom;
-    if (picture->pixels[i] != Painted::At(x, y, seed)) return false;
+/// Tests in this process share no System V memory with others on the machine.
+class Viewer : public testing::Test {
+ protected:
+  void SetUp() override {
+    static const bool isolated =
+        unshare(CLONE_NEWIPC) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWIPC) == 0;
+    if (!isolated) GTEST_SKIP() << "no shared memory of our own";
   }
-  return true;
-}
+};
 
-TEST(Viewer, SaysWhenThereIsNoSurface) {
-  if (!IsolateSharedMemory()) GTEST_SKIP() << "no shared memory of our own";
+TEST_F(Viewer, SaysWhatIsWrong) {
+  for (const char* const options : {"--zoom 0", "--zoom 9", "--what", "more"}) {
+    EXPECT_EQ(Shell(std::string(VIEWER " ") + options).status, 2) << options;
+  }
+  EXPECT_EQ(Shell(VIEWER " --help").status, 0);
   const Result result = Shell(VIEWER " --png /dev/null");
   EXPECT_EQ(result.status, 1);
   EXPECT_NE(result.output.find("there is no surface"), std::string::npos) << result.output;
 }
 
-TEST(Viewer, RefusesBadOptions) {
-  EXPECT_EQ(Shell(VIEWER " --zoom 0").status, 2);
-  EXPECT_EQ(Shell(VIEWER " --zoom 9").status, 2);
-  EXPECT_EQ(Shell(VIEWER " --what").status, 2);
-  EXPECT_EQ(Shell(VIEWER " more").status, 2);
-  EXPECT_EQ(Shell(VIEWER " --help").status, 0);
-}
-
-TEST(Viewer, TakesASnapshotOfTheDashboard) {
-  if (!IsolateSharedMemory()) GTEST_SKIP() << "no shared memory of our own";
+TEST_F(Viewer, TakesASnapshotOfTheDashboard) {
   Folder folder;
   // The frames in shared memory are those of the framebuffer.
   const std::string board = RUN_SIM " --hz 0 --png " + folder.Path("") + " " DASHBOARD " ";
@@ -109,8 +95,7 @@ TEST(Viewer, TakesASnapshotOfTheDashboard) {
   EXPECT_EQ(Shell(VIEWER " --png /proc/nowhere").status, 1);
 }
 
-TEST(Viewer, ShowsTheSurfaceLive) {
-  if (!IsolateSharedMemory()) GTEST_SKIP() << "no shared memory of our own";
+TEST_F(Viewer, ShowsTheSurfaceLive) {
   if (Shell("command -v Xvfb").status != 0) GTEST_SKIP() << "no virtual X server";
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
@@ -124,30 +109,36 @@ TEST(Viewer, ShowsTheSurfaceLive) {
   close(ends[0]);
   close(ends[1]);
   const std::string name = ":" + std::to_string(std::atoi(number));
-  XWindow window("kalvora-viewer");
+  XWindow window;
   ASSERT_TRUE(Eventually([&] { return window.Connect(name); }));
 
   Painted surface;
-  surface.Paint(1);
+  surface.PaintNext();
   setenv("DISPLAY", name.c_str(), 1);
   // No graphics driver: those keep threads and memory of their own.
   setenv("SDL_RENDER_DRIVER", "software", 1);
   setenv("SDL_FRAMEBUFFER_ACCELERATION", "0", 1);
   setenv("ASAN_OPTIONS", "detect_leaks=0", 1);  // the window system's libraries keep memory
   Process viewer([] { execl(VIEWER, VIEWER, "--zoom", "2", nullptr); });
-  EXPECT_TRUE(Eventually([&] { return Shows(window, 2, 1); }));
-  surface.Paint(2);
-  EXPECT_TRUE(Eventually([&] { return Shows(window, 2, 2); }));
+  const auto shows = [&](unsigned zoom) {
+    return Eventually([&] {
+      return window.Shows(
+          KShmem::kWidth * zoom, KShmem::kHeight * zoom,
+          [&](unsigned x, unsigned y) { return surface.At(y / zoom * KShmem::kWidth + x / zoom); });
+    });
+  };
+  EXPECT_TRUE(shows(2));
+  surface.PaintNext();
+  EXPECT_TRUE(shows(2));
   window.PressPlus();
-  EXPECT_TRUE(Eventually([&] { return Shows(window, 3, 2); }));
+  EXPECT_TRUE(shows(3));
   // A picture that keeps changing has a rate, and one that does not has none.
   const auto hasRate = [&] {
     const std::string title = window.Title();
     return title.find(" x3, ") != std::string::npos && title.find(" 0 fps") == std::string::npos;
   };
-  std::uint32_t seed = 2;
   EXPECT_TRUE(Eventually([&] {
-    surface.Paint(++seed);
+    surface.PaintNext();
     return hasRate();
   }));
   EXPECT_TRUE(Eventually([&] { return !hasRate(); }));
