@@ -3,7 +3,6 @@
 
 #include <cerrno>
 #include <cstdarg>
-#include <cstdio>
 #include <cstring>
 
 #include <fcntl.h>
@@ -24,14 +23,6 @@ std::atomic<Rig*> active{nullptr};
 thread_local bool isRenderer = false;
 
 Rig::Who Caller() { return isRenderer ? Rig::kRenderer : Rig::kWorker; }
-
-/// A line of a record.
-template <typename... Values>
-std::string Text(const char* format, Values... values) {
-  char text[200];
-  std::snprintf(text, sizeof text, format, values...);
-  return text;
-}
 
 /// A step of the code under test: now and then somebody else goes first.
 void Step() {
@@ -112,7 +103,7 @@ bool Rig::Record(const std::string& call, bool canFail) {
 int Rig::Open(const char* path, int flags) {
   if (!Record(Text("open %s %d", path, flags))) return -1;
   const bool mover = std::strcmp(path, "/dev/msm_adm") == 0;
-  if (!mover && (!hasFb || std::strcmp(path, "/dev/fb0") != 0)) {
+  if (!mover && std::strcmp(path, "/dev/fb0") != 0) {
     errno = ENOENT;
     return -1;
   }
@@ -178,12 +169,8 @@ int Rig::VideoIoctl(unsigned request, void* argument) {
   if (request == FBIO_WAITFORVSYNC) clockOffsetUs += syncTakesUs;
   if (request == FBIOPAN_DISPLAY && onPan) return onPan(*mode);
   const int error = fb.Ioctl(request, argument);
-  if (error != 0) return error;
-  if (request == FBIOPUT_VSCREENINFO && afterPut) afterPut(*mode);
-  if (request == FBIOGET_FSCREENINFO && afterFix) {
-    afterFix(*static_cast<fb_fix_screeninfo*>(argument));
-  }
-  return 0;
+  if (error == 0 && request == FBIOPUT_VSCREENINFO && afterPut) afterPut(*mode);
+  return error;
 }
 
 // --- the wrapped calls. Outside of a rig they are the real ones.

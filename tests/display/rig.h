@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <cstdio>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -14,6 +15,14 @@
 #include "tools/sim/device.h"
 
 constexpr bool kMover = KALVORA_MSM_ADM != 0;
+
+/// A piece of a record.
+template <typename... Values>
+std::string Text(const char* format, Values... values) {
+  char text[200];
+  std::snprintf(text, sizeof text, format, values...);
+  return text;
+}
 
 /// While one exists, the system calls of the display code end up here. The clock that the code asks
 /// is the real one plus what the simulated vertical syncs took, so that no test waits for them.
@@ -45,15 +54,13 @@ class Rig {
 
   // Behaviour, to be set before a display is bound.
   std::function<void(fb_var_screeninfo&)> afterPut;  ///< what the driver makes of a mode
-  std::function<void(fb_fix_screeninfo&)> afterFix;
-  std::function<int(fb_var_screeninfo&)> onPan;  ///< instead of the pan: 0 or an error number
-  std::function<void(Who, unsigned)> onRequest;  ///< before a request of a device is answered
-  std::function<void(Who)> onLock;               ///< before every lock of a mutex
-  std::atomic<int> syncTakesUs{1000};            ///< what the clock says a sync took
-  std::atomic<std::int64_t> clockOffsetUs{0};    ///< added to the wall clock
-  std::atomic<bool> frozen{false};               ///< the wall clock moves by the offset alone
+  std::function<int(fb_var_screeninfo&)> onPan;      ///< instead of the pan: 0 or an error number
+  std::function<void(Who, unsigned)> onRequest;      ///< before a request of a device is answered
+  std::function<void(Who)> onLock;                   ///< before every lock of a mutex
+  std::atomic<int> syncTakesUs{1000};                ///< what the clock says a sync took
+  std::atomic<std::int64_t> clockOffsetUs{0};        ///< added to the wall clock
+  std::atomic<bool> frozen{false};                   ///< the wall clock moves by the offset alone
   std::atomic<std::uint32_t> delays{0};  ///< not 0: random delays at every step, by this seed
-  bool hasFb = true;
 
   sim::Framebuffer fb;
 

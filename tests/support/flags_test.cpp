@@ -36,9 +36,8 @@ TEST_F(FlagsTest, OnlyTheNumberOneSwitchesOn) {
   const struct {
     const char* value;
     bool on;
-  } values[] = {{"1", true},   {"0", false},          {"2", false},  {"-1", false},
-                {"", false},   {"yes", false},        {"+1", true},  {"01", true},
-                {" 1x", true}, {"4294967297", false}, {"0x1", false}};
+  } values[] = {{"1", true},    {"0", false},    {"-1", false},         {"", false},
+                {"yes", false}, {" +01x", true}, {"4294967297", false}, {"0x1", false}};
   for (const auto& value : values) {
     for (const auto& s : kSwitches) {
       setenv(s.variable, value.value, 1);

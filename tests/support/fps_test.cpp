@@ -51,6 +51,9 @@ TEST(FpsHistory, SamplesAtMostOncePerInterval) {
 }
 
 TEST(FpsHistory, DumpsTheLatestOldestFirst) {
+  KFpsHistory history;
+  EXPECT_EQ(history.FlipAt(1000000), 0);  // no ring yet
+  EXPECT_EQ(Dumped(history), "");
   const struct {
     int capacity, samples;
     const char* expected;
@@ -61,44 +64,34 @@ TEST(FpsHistory, DumpsTheLatestOldestFirst) {
       {1, 3, "[3000 ms] Fps 1\n"},
   };
   for (const auto& row : table) {
-    KFpsHistory history;
     Start(history, row.capacity, 500);
     for (int i = 1; i <= row.samples; ++i) history.FlipAt(i * 1000000);
     EXPECT_EQ(Dumped(history), row.expected);
-    history.Reset(0);
-    EXPECT_EQ(Dumped(history), "");
   }
 }
 
 TEST(FpsHistory, ResetKeepsOrReplacesTheRing) {
   KFpsHistory history;
-  EXPECT_EQ(history.FlipAt(1000000), 0);  // no ring yet
-  EXPECT_EQ(Dumped(history), "");
-  Start(history, 3, 0);
-  history.FlipAt(1000);
-  history.FlipAt(2000);
-  EXPECT_EQ(history.FlipAt(3000), 1000);  // in slot 0
-  const auto* ring = history.samples;
-  for (int capacity : {0, -5, 3}) {
-    history.Reset(capacity);
-    EXPECT_EQ(history.capacity, 3);
-    EXPECT_EQ(history.samples, ring);
-    EXPECT_EQ(history.frames + history.count + history.index, 0);
-    EXPECT_EQ(history.samples[0].fps, 0);
+  history.Reset(2);
+  const struct {
+    int asked, capacity;
+    int failing;  ///< allocation
+  } resets[] = {{0, 2, 0}, {-5, 2, 0}, {2, 2, 0}, {8, 2, 1}, {8, 8, 0}};
+  for (const auto& reset : resets) {
+    SCOPED_TRACE(reset.asked);
+    history.intervalMs = 0;
+    for (int flips = 0; flips < 2; ++flips) EXPECT_GT(history.Flip(), 0);  // ends in slot 0
+    {
+      const Allocations failing(reset.failing);
+      history.Reset(reset.asked);
+    }
+    EXPECT_EQ(history.capacity, reset.capacity);
+    EXPECT_EQ(Dumped(history), "");
+    // Before a sample there is no rate to return, although time passes.
+    history.intervalMs = 1000000;
+    EXPECT_EQ(history.Flip(), 0);
+    EXPECT_EQ(history.frames, 1);
   }
-  {
-    const Allocations failing(1);
-    history.Reset(8);
-  }
-  EXPECT_EQ(history.capacity, 3);
-  EXPECT_EQ(history.samples, ring);
-  history.Reset(8);
-  EXPECT_EQ(history.capacity, 8);
-  // Before a sample there is no rate to return, although time passes.
-  history.intervalMs = 1000000;
-  EXPECT_EQ(history.Flip(), 0);
-  history.intervalMs = 0;
-  EXPECT_GT(history.Flip(), 0);
 }
 
 TEST(FpsHistory, ExtremesDoNotOverflow) {

@@ -1,5 +1,7 @@
 // KMem: every alignment and every small count against a plain loop, between guard pages.
+#include <algorithm>
 #include <cstring>
+#include <numeric>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -12,86 +14,57 @@ namespace {
 
 constexpr unsigned kMost = 150;  // several bursts and a rest
 constexpr char kUntouched = 0x5A;
+constexpr std::uint32_t kWord = 0x81C2E3F4;
 
 std::uint32_t* Words(char* p) { return static_cast<std::uint32_t*>(static_cast<void*>(p)); }
 
-// Memory with a guard page at one edge, from which ranges keep an offset of 0 to 7 bytes.
-class Place {
- public:
-  explicit Place(GuardedBuffer::Edge edge)
-      : buffer(kMost + 10, edge), atEnd(edge == GuardedBuffer::kAtEnd) {}
-
-  void SetOffset(unsigned bytes) { offset = bytes; }
-  unsigned Offset() const { return offset; }
-  char* Range(unsigned bytes) const {
-    return buffer.As<char>() + (atEnd ? buffer.size() - offset - bytes : offset);
-  }
-  void Fill(char (*value)(unsigned)) {
-    for (unsigned i = 0; i < buffer.size(); ++i) buffer.As<char>()[i] = value(i);
-  }
-  // Whether the range holds these bytes, and all around it is untouched.
-  bool Holds(const std::vector<char>& bytes) const {
-    std::vector<char> all(buffer.size(), kUntouched);
-    const auto first = Range(static_cast<unsigned>(bytes.size())) - buffer.As<char>();
-    std::copy(bytes.begin(), bytes.end(), all.begin() + first);
-    return std::memcmp(all.data(), buffer.data(), all.size()) == 0;
-  }
-
- private:
-  GuardedBuffer buffer;
-  bool atEnd;
-  unsigned offset = 0;
+struct Routine {
+  const char* name;
+  unsigned step;  ///< of addresses and counts
+  void (*run)(char* to, char* from, unsigned bytes);
+  char (*expected)(const char* from, unsigned i);
 };
 
-// Calls `test(source, destination, bytes)` for offsets and counts that are multiples of `step`.
-template <typename Test>
-void ForAllRanges(unsigned step, Test test) {
-  for (const auto edge : {GuardedBuffer::kAtEnd, GuardedBuffer::kAtStart}) {
-    Place source(edge), destination(edge);
-    source.Fill([](unsigned i) { return static_cast<char>(i * 37 + 11); });
-    for (unsigned from = 0; from < 8; from += step) {
-      for (unsigned to = 0; to < 8; to += step) {
-        for (unsigned bytes = 0; bytes <= kMost; bytes += step) {
-          source.SetOffset(from);
-          destination.SetOffset(to);
-          destination.Fill([](unsigned) { return kUntouched; });
-          test(source.Range(bytes), destination, bytes);
-          if (testing::Test::HasFatalFailure()) return;
-        }
+const Routine kRoutines[] = {
+    {"Memcpy", 1, [](char* to, char* from, unsigned n) { KMem::Memcpy(to, from, n); },
+     [](const char* from, unsigned i) { return from[i]; }},
+    {"Memcpy32", 4,
+     [](char* to, char* from, unsigned n) { KMem::Memcpy32(Words(to), Words(from), n / 4); },
+     [](const char* from, unsigned i) { return from[i]; }},
+    {"Memset", 1, [](char* to, char*, unsigned n) { KMem::Memset(to, '\xE7', n); },
+     [](const char*, unsigned) { return '\xE7'; }},
+    {"Memset32", 4, [](char* to, char*, unsigned n) { KMem::Memset32(Words(to), kWord, n / 4); },
+     [](const char*, unsigned i) { return reinterpret_cast<const char*>(&kWord)[i % 4]; }},
+};
+
+/// All counts, for two ranges that keep these distances to the guarded edge.
+void Check(const Routine& routine, GuardedBuffer::Edge edge, unsigned fromEdge, unsigned toEdge) {
+  GuardedBuffer source(kMost + 10, edge), destination(kMost + 10, edge);
+  std::iota(source.begin(), source.end(), std::uint8_t{11});
+  for (unsigned bytes = 0; bytes <= kMost; bytes += routine.step) {
+    const auto first = [&](unsigned distance) {
+      return edge == GuardedBuffer::kAtEnd ? source.size() - distance - bytes : distance;
+    };
+    char* const from = source.As<char>() + first(fromEdge);
+    const std::size_t to = first(toEdge);
+    std::fill(destination.begin(), destination.end(), kUntouched);
+    std::vector<char> expected(destination.size(), kUntouched);
+    for (unsigned i = 0; i < bytes; ++i) expected[to + i] = routine.expected(from, i);
+    routine.run(destination.As<char>() + to, from, bytes);
+    ASSERT_EQ(0, std::memcmp(expected.data(), destination.data(), expected.size()))
+        << routine.name << " of " << bytes << " bytes, " << fromEdge << " to " << toEdge;
+  }
+}
+
+TEST(Mem, CopiesAndFillsLikeAPlainLoop) {
+  for (const Routine& routine : kRoutines) {
+    for (unsigned from = 0; from < 8; from += routine.step) {
+      for (unsigned to = 0; to < 8; to += routine.step) {
+        Check(routine, GuardedBuffer::kAtEnd, from, to);
+        Check(routine, GuardedBuffer::kAtStart, from, to);
       }
     }
   }
-}
-
-TEST(Mem, CopiesBytes) {
-  ForAllRanges(1, [](const char* source, const Place& to, unsigned bytes) {
-    KMem::Memcpy(to.Range(bytes), source, bytes);
-    ASSERT_TRUE(to.Holds({source, source + bytes})) << bytes << " bytes, offset " << to.Offset();
-  });
-}
-
-TEST(Mem, CopiesWords) {
-  ForAllRanges(4, [](char* source, const Place& to, unsigned bytes) {
-    KMem::Memcpy32(Words(to.Range(bytes)), Words(source), bytes / 4);
-    ASSERT_TRUE(to.Holds({source, source + bytes})) << bytes << " bytes, offset " << to.Offset();
-  });
-}
-
-TEST(Mem, FillsBytes) {
-  ForAllRanges(1, [](const char*, const Place& to, unsigned bytes) {
-    KMem::Memset(to.Range(bytes), '\xE7', bytes);
-    ASSERT_TRUE(to.Holds(std::vector<char>(bytes, '\xE7'))) << bytes << ' ' << to.Offset();
-  });
-}
-
-TEST(Mem, FillsWords) {
-  ForAllRanges(4, [](const char*, const Place& to, unsigned bytes) {
-    constexpr std::uint32_t kValue = 0x81C2E3F4;
-    KMem::Memset32(Words(to.Range(bytes)), kValue, bytes / 4);
-    std::vector<char> expected(bytes);
-    for (unsigned i = 0; i < bytes; i += 4) std::memcpy(expected.data() + i, &kValue, 4);
-    ASSERT_TRUE(to.Holds(expected)) << bytes << " bytes, offset " << to.Offset();
-  });
 }
 
 }  // namespace

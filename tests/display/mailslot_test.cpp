@@ -1,4 +1,5 @@
-// The small devices and the mailbox on their own.
+// The mailbox on its own.
+#include <atomic>
 #include <chrono>
 #include <thread>
 
@@ -6,46 +7,10 @@
 #include <pthread.h>
 
 #include "kalvora/display/KMailSlot.h"
-#include "kalvora/display/KMsmAdm.h"
 
 #include "tests/display/rig.h"
 
 namespace {
-
-TEST(MsmAdm, IsClosedUntilItOpens) {
-  Rig rig;
-  KMsmAdm adm;
-  rig.FailCall(0);
-  EXPECT_FALSE(adm.Open());
-  rig.Take();
-  adm.Rectcpy32(0, 0, {0, 12, 5, 15}, {1, 2, 6, 5}, 80, 80);
-  EXPECT_EQ(rig.Take(), "");
-  EXPECT_TRUE(adm.Open());
-  EXPECT_TRUE(adm.Open());
-  adm.Close();
-  adm.Close();
-  EXPECT_EQ(rig.Take(), "open /dev/msm_adm 2\nclose mover\n");
-}
-
-TEST(Deadline, CarriesWholeSeconds) {
-  struct Case {
-    std::int64_t us;
-    int timeoutMs;
-    std::int64_t seconds, ns;
-  };
-  for (const Case& c : {Case{0, 200, 0, 200000000},
-                        {799999, 200, 0, 999999000},
-                        {800000, 200, 1, 0},
-                        {800001, 200, 1, 1000},
-                        {999999, 2147483647, 2147484, 646999000}}) {
-    timeval now{};
-    now.tv_sec = 100;
-    now.tv_usec = static_cast<suseconds_t>(c.us);
-    const timespec deadline = kalvora::DeadlineAfter(now, c.timeoutMs);
-    EXPECT_EQ(deadline.tv_sec, 100 + c.seconds) << c.us;
-    EXPECT_EQ(deadline.tv_nsec, c.ns) << c.us;
-  }
-}
 
 TEST(MailSlot, HoldsOneMessage) {
   KMailSlot<int> slot;
