@@ -182,12 +182,7 @@ int Rig::VideoIoctl(unsigned request, void* argument) {
 WRAP(int, open, const char* path, int flags, ...) {
   Step();
   Rig* const rig = active;
-  if (rig != nullptr && std::strncmp(path, "/dev/", 5) == 0) return rig->Open(path, flags);
-  std::va_list arguments;
-  va_start(arguments, flags);
-  const int mode = va_arg(arguments, int);
-  va_end(arguments);
-  return __real_open(path, flags, mode);
+  return rig != nullptr ? rig->Open(path, flags) : __real_open(path, flags);
 }
 
 WRAP(int, close, int fd) {
@@ -196,15 +191,34 @@ WRAP(int, close, int fd) {
   return __real_close(fd);
 }
 
-WRAP(int, ioctl, int fd, unsigned long request, ...) {
+// Devices and shared memory have no real calls: whatever uses them has a rig.
+
+extern "C" int __wrap_ioctl(int fd, unsigned long request, ...) {
   Step();
   std::va_list arguments;
   va_start(arguments, request);
   void* const argument = va_arg(arguments, void*);
   va_end(arguments);
+  return active.load()->Ioctl(fd, static_cast<unsigned>(request), argument);
+}
+
+extern "C" int __wrap_shmget(key_t key, std::size_t bytes, int flags) {
+  return active.load()->Record(Text("shmget %d %zu %d", key, bytes, flags)) ? 7 : -1;
+}
+
+extern "C" void* __wrap_shmat(int id, const void*, int) {
   Rig* const rig = active;
-  return rig != nullptr ? rig->Ioctl(fd, static_cast<unsigned>(request), argument)
-                        : __real_ioctl(fd, request, argument);
+  if (!rig->Record(Text("shmat %d", id))) return reinterpret_cast<void*>(-1);
+  ++rig->attached;
+  return rig->surface.data();
+}
+
+extern "C" int __wrap_shmdt(const void* p) {
+  Rig* const rig = active;
+  EXPECT_EQ(p, rig->surface.data());
+  --rig->attached;
+  rig->Record("shmdt", false);
+  return 0;
 }
 
 WRAP(void*, mmap, void* p, std::size_t bytes, int prot, int flags, int fd, off_t offset) {
@@ -225,27 +239,6 @@ WRAP(int, munmap, void* p, std::size_t bytes) {
     rig->Record("munmap", false);
   }
   return __real_munmap(p, bytes);
-}
-
-// Shared memory has no real calls: everything that attaches it has a rig.
-
-extern "C" int __wrap_shmget(key_t key, std::size_t bytes, int flags) {
-  return active.load()->Record(Text("shmget %d %zu %d", key, bytes, flags)) ? 7 : -1;
-}
-
-extern "C" void* __wrap_shmat(int id, const void*, int) {
-  Rig* const rig = active;
-  if (!rig->Record(Text("shmat %d", id))) return reinterpret_cast<void*>(-1);
-  ++rig->attached;
-  return rig->surface.data();
-}
-
-extern "C" int __wrap_shmdt(const void* p) {
-  Rig* const rig = active;
-  EXPECT_EQ(p, rig->surface.data());
-  --rig->attached;
-  rig->Record("shmdt", false);
-  return 0;
 }
 
 WRAP(int, gettimeofday, timeval* now, void* zone) {
