@@ -69,6 +69,7 @@ TEST(ContextOnDisplay, ShowsWhatItDraws) {
       context.Flip(true, &dirty);
     }
     EXPECT_TRUE(context.RenderToTexture(nullptr));  // closes the display
+    EXPECT_EQ(rig.descriptors + rig.attached, 0);
     const auto screen = shared ? rig.surface : rig.Screen();
     EXPECT_EQ(0, std::memcmp(screen.data(), paper.pixmap.pixels,
                              std::size_t{paper.pixmap.stride} * paper.pixmap.height));

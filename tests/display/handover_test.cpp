@@ -143,7 +143,7 @@ TEST(HandOver, GivesUpAThreadThatHangs) {
 }
 
 /// Closing while the thread is in the driver leaves it the device, and the display can open
-/// another.
+/// another. The settings of the frame-rate history stay.
 TEST(HandOver, LeavesTheDeviceToAStuckThread) {
   for (const bool reopen : {false, true}) {
     Rig rig;
@@ -153,14 +153,19 @@ TEST(HandOver, LeavesTheDeviceToAStuckThread) {
     sync.Arm();
     {
       Display display;
+      display.fb.SetFpsInterval(0);
+      display.fb.ResetFps(2);
       display.DrawAndFlip();
       sync.AwaitVisitor();
       rig.Take();
       if (reopen) {
         display.buffer = display.fb.SetDisplay(KDisplayFramebuffer, 0, KFormat8888PM, 2);
         ASSERT_NE(display.buffer, nullptr);
-        display.DrawAndFlip();
+        for (int i = 0; i < 3; ++i) display.DrawAndFlip();
         rig.Take();
+        display.fb.DumpFps();
+        const std::string samples = rig.TakeLog();
+        EXPECT_EQ(std::count(samples.begin(), samples.end(), '\n'), 2) << samples;
       }
       display.fb.Close();
       EXPECT_EQ(rig.Take(),
