@@ -148,12 +148,6 @@ TEST(Gradient, InheritsByReference) {
   EXPECT_FALSE(read("loop"));
   EXPECT_FALSE(read("rect"));
   EXPECT_FALSE(read("missing"));
-
-  Gradient ramp;
-  ramp.stops = {{0, {255, 0, 0, 1}}, {1, {0, 0, 255, 1}}};
-  EXPECT_TRUE((ramp.Average() == Color{128, 0, 128, 1}));
-  ramp.stops = {{0, {255, 0, 0, 0}}};
-  EXPECT_EQ(ramp.Average().alpha, 0);
 }
 
 }  // namespace

@@ -11,14 +11,7 @@ namespace {
 
 thread_local FreeTypeCalls* counter = nullptr;
 
-bool Counted(int FreeTypeCalls::*kind) {
-  if (counter) ++(counter->*kind);
-  return counter != nullptr;
-}
-
-bool MustFail(int FreeTypeCalls::*kind) {
-  return Counted(kind) && ++counter->fallible == counter->failing;
-}
+bool MustFail() { return counter && ++counter->fallible == counter->failing; }
 
 template <typename Function>
 Function* Real(Function*, const char* name) {
@@ -38,45 +31,18 @@ extern "C" {
 
 FT_UInt FT_Get_Char_Index(FT_Face face, FT_ULong code) {
   REAL(FT_Get_Char_Index);
-  Counted(&FreeTypeCalls::lookups);
+  if (counter) ++counter->lookups;
   return real(face, code);
 }
 
 FT_Error FT_Load_Glyph(FT_Face face, FT_UInt index, FT_Int32 flags) {
   REAL(FT_Load_Glyph);
-  return MustFail(&FreeTypeCalls::loads) ? FT_Err_Out_Of_Memory : real(face, index, flags);
-}
-
-FT_Error FT_Load_Char(FT_Face face, FT_ULong code, FT_Int32 flags) {
-  REAL(FT_Load_Char);
-  return MustFail(&FreeTypeCalls::loads) ? FT_Err_Out_Of_Memory : real(face, code, flags);
-}
-
-FT_Error FT_Render_Glyph(FT_GlyphSlot slot, FT_Render_Mode mode) {
-  REAL(FT_Render_Glyph);
-  return MustFail(&FreeTypeCalls::renders) ? FT_Err_Out_Of_Memory : real(slot, mode);
+  return MustFail() ? FT_Err_Out_Of_Memory : real(face, index, flags);
 }
 
 FT_Error FT_Set_Char_Size(FT_Face face, FT_F26Dot6 w, FT_F26Dot6 h, FT_UInt x, FT_UInt y) {
   REAL(FT_Set_Char_Size);
-  return MustFail(&FreeTypeCalls::sizes) ? FT_Err_Out_Of_Memory : real(face, w, h, x, y);
-}
-
-FT_Error FT_Open_Face(FT_Library library, const FT_Open_Args* args, FT_Long index, FT_Face* face) {
-  REAL(FT_Open_Face);
-  return MustFail(&FreeTypeCalls::opened) ? FT_Err_Out_Of_Memory : real(library, args, index, face);
-}
-
-FT_Error FT_Done_Face(FT_Face face) {
-  REAL(FT_Done_Face);
-  Counted(&FreeTypeCalls::closed);
-  return real(face);
-}
-
-void FT_Set_Transform(FT_Face face, FT_Matrix* matrix, FT_Vector* delta) {
-  REAL(FT_Set_Transform);
-  Counted(&FreeTypeCalls::transforms);
-  real(face, matrix, delta);
+  return MustFail() ? FT_Err_Out_Of_Memory : real(face, w, h, x, y);
 }
 
 }  // extern "C"

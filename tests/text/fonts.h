@@ -2,12 +2,16 @@
 #ifndef KALVORA_TESTS_TEXT_FONTS_H
 #define KALVORA_TESTS_TEXT_FONTS_H
 
+#include <fstream>
 #include <initializer_list>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include "kalvora/text/KFTFont.h"
 #include "kalvora/text/KFTFontContext.h"
@@ -40,14 +44,48 @@ struct FontList {
   }
 };
 
-/// The three, loaded.
+/// The three, loaded, and a context that shows the first.
 struct Fonts {
   KFTFont latin, cjk, symbols;
+  FontList fallbacks{&cjk, &symbols};
+  KFTFontContext setting;
 
   Fonts() {
     EXPECT_TRUE(latin.LoadFont(kLatin, 0) && cjk.LoadFont(kCjk, 0) &&
                 symbols.LoadFont(kSymbols, 0));
+    setting.SetFont(&latin);
   }
+};
+
+inline std::string ReadFile(const char* path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// The big-endian word at a place of a font file, 0 where that ends.
+inline std::uint32_t WordAt(const std::string& font, std::size_t at) {
+  std::uint32_t value = 0;
+  for (std::size_t i = at; i < at + 4; ++i) {
+    value = value << 8 | (i < font.size() ? static_cast<unsigned char>(font[i]) : 0);
+  }
+  return value;
+}
+
+/// How many tables a font has: 16 bytes each from byte 12, whose third word is the place.
+inline unsigned TableCount(const std::string& font) { return WordAt(font, 4) >> 16; }
+
+/// A file without a name.
+class MemoryFile {
+ public:
+  const int fd = memfd_create("font", MFD_CLOEXEC);
+  const std::string path = "/proc/self/fd/" + std::to_string(fd);
+
+  explicit MemoryFile(const std::string& bytes) {
+    EXPECT_EQ(write(fd, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+  }
+  ~MemoryFile() { close(fd); }
+  MemoryFile(const MemoryFile&) = delete;
+  MemoryFile& operator=(const MemoryFile&) = delete;
 };
 
 /// Runs a piece of a test on a thread of its own, whose caches start empty and end with it.

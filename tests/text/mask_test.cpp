@@ -1,11 +1,10 @@
 // Glyph masks and outlines, against FreeType asked directly; the cache's key and statistics.
-#include <fstream>
 #include <iterator>
+#include <tuple>
 
 #include <ft2build.h>
 #include <gtest/gtest.h>
 #include FT_OUTLINE_H
-#include <unistd.h>
 
 #include "kalvora/context/KSoftContext2D.h"
 #include "kalvora/support/KFlags.h"
@@ -20,16 +19,19 @@
 
 namespace {
 
-constexpr std::int32_t kIdentity[] = {0x10000, 0, 0, 0x10000};
-constexpr std::int32_t kTurned[] = {0xC000, -0x9000, 0x9000, 0xC000};
-constexpr std::int32_t kSkewed[] = {0x10000, 0x5000, 0, 0x18000};
-constexpr std::int32_t kFlat[] = {0x10000, 0, 0, 0};
+using LinearPart = std::int32_t[4];
+constexpr LinearPart kMatrices[] = {{0x10000, 0, 0, 0x10000},
+                                    {0xC000, -0x9000, 0x9000, 0xC000},  // turned
+                                    {0x10000, 0x5000, 0, 0x18000},      // skewed
+                                    {0x10000, 0, 0, 0}};                // flat
+constexpr const LinearPart& kIdentity = kMatrices[0];
+constexpr const LinearPart& kTurned = kMatrices[1];
 
-KSoftMatrix3D Matrix(const std::int32_t (&m)[4]) {
-  KSoftMatrix3D result;
-  result.Set(KFixed::FromRaw(m[0]), KFixed::FromRaw(m[1]), KFixed::FromRaw(m[2]),
+void SetTransform(KFTFontContext& context, const LinearPart& m) {
+  KSoftMatrix3D matrix;
+  matrix.Set(KFixed::FromRaw(m[0]), KFixed::FromRaw(m[1]), KFixed::FromRaw(m[2]),
              KFixed::FromRaw(m[3]), Px(100), Px(200));
-  return result;
+  context.SetTransform(&matrix);
 }
 
 // FreeType's own rendering of a glyph.
@@ -39,11 +41,9 @@ struct Rendered : Reference {
   KVertex2D origin = KVertex2D::Origin;
   KVertex2D advance;
 
-  Rendered(const char* path, double pixels, const std::int32_t (&m)[4], unsigned code,
-           bool hinted = false)
+  Rendered(const char* path, double pixels, const LinearPart& m, unsigned code, bool hinted = false)
       : Reference(path, pixels) {
-    FT_Matrix matrix = {m[0], m[1], m[2], m[3]};
-    FT_Set_Transform(face, &matrix, nullptr);
+    Transform(m);
     const FT_Int32 flags = FT_LOAD_NO_BITMAP | (hinted ? 0 : FT_LOAD_NO_HINTING);
     EXPECT_EQ(FT_Load_Char(face, code, flags), 0);
     advance = {Of(face->glyph->advance.x), Of(-face->glyph->advance.y)};
@@ -81,122 +81,79 @@ void ExpectSame(const Loaded& loaded, const Rendered& rendered) {
   EXPECT_EQ(loaded.advance, rendered.advance);
 }
 
-// The Latin font and a context that shows it.
-struct Latin {
-  KFTFont font;
-  KFTFontContext context;
-
-  explicit Latin(double size = 18, const char* path = kLatin) {
-    EXPECT_TRUE(font.LoadFont(path, 0));
-    font.SetFontSize(Px(size));
-    context.SetFont(&font);
-  }
-};
-
 struct Stats {
   int hits, misses, evictions, watermark, average;
   Stats() { KFTFontContext::GetCacheStats(&hits, &misses, &evictions, &watermark, &average); }
 };
 
+// Rendered, and then from the cache. Four contexts share the faces, which have the matrix of
+// another one each time.
 TEST(Mask, IsWhatFreeTypeRenders) {
   Fonts f;
-  auto& [latin, cjk, symbols] = f;
-  KFTFontContext context;
-  context.SetFont(&latin);
-  const FontList list{&cjk, &symbols};
-  context.SetFallbackFonts(&list.array, nullptr);
-  struct Glyph {
-    char16_t code;
-    const char* from;
-  };
-  const Glyph glyphs[] = {{'A', kLatin},       {'g', kLatin},    {' ', kLatin},
-                          {u'\u0416', kLatin}, {kOnlyCjk, kCjk}, {kOnlySymbols, kSymbols},
-                          {kNowhere, kLatin}};
-  for (int round = 0; round < 2; ++round) {  // rendered, then from the cache
-    const FreeTypeCalls calls;
-    for (const auto& m : {kIdentity, kTurned, kSkewed, kFlat}) {
-      const std::int32_t matrix[4] = {m[0], m[1], m[2], m[3]};
-      const KSoftMatrix3D transform = Matrix(matrix);
-      for (const double size : {8.0, 18.0, 31.5, 100.0}) {
-        latin.SetFontSize(Px(size));
-        context.SetTransform(&transform);
-        for (const Glyph& glyph : glyphs) {
-          SCOPED_TRACE(testing::Message() << int{glyph.code} << " at " << size << ' ' << m[1]);
-          const Loaded loaded(context, glyph.code);
-          if (round == 0) ExpectSame(loaded, Rendered(glyph.from, size, matrix, glyph.code));
-          ASSERT_NE(loaded.mask, nullptr);
-        }
+  KFTFontContext contexts[std::size(kMatrices)];
+  for (std::size_t i = 0; i < std::size(contexts); ++i) {
+    contexts[i].SetFont(&f.latin);
+    contexts[i].SetFallbackFonts(&f.fallbacks.array, nullptr);
+    SetTransform(contexts[i], kMatrices[i]);
+  }
+  const std::pair<char16_t, const char*> glyphs[] = {{'A', kLatin},     {'g', kLatin},
+                                                     {' ', kLatin},     {u'\u0416', kLatin},
+                                                     {kOnlyCjk, kCjk},  {kOnlySymbols, kSymbols},
+                                                     {kNowhere, kLatin}};
+  for (const double size : {8.0, 18.0, 31.5, 100.0}) {
+    f.latin.SetFontSize(Px(size));
+    for (const auto& [code, path] : glyphs) {
+      for (std::size_t i = 0; i < std::size(contexts); ++i) {
+        SCOPED_TRACE(testing::Message() << int{code} << " at " << size << ", matrix " << i);
+        ExpectSame(Loaded(contexts[i], code), Rendered(path, size, kMatrices[i], code));
       }
     }
-    EXPECT_EQ(calls.loads + calls.renders + calls.lookups > 0, round == 0);
+    const FreeTypeCalls calls;
+    for (const auto& [code, path] : glyphs) {
+      for (KFTFontContext& context : contexts) EXPECT_NE(Loaded(context, code).mask, nullptr);
+    }
+    EXPECT_EQ(calls.fallible + calls.lookups, 0);
   }
 }
 
 TEST(Mask, HintingIsNoPartOfTheKey) {
-  Latin here(13);
   const Rendered plain(kLatin, 13, kIdentity, 'm'), hinted(kLatin, 13, kIdentity, 'm', true);
   ASSERT_NE(plain.bytes, hinted.bytes);
-  OnThread([&] {
-    Latin there(13);
-    KSoftContext2D::SetGlobalAttribute(4, 1);
-    ExpectSame(Loaded(there.context, 'm'), hinted);
-    KSoftContext2D::SetGlobalAttribute(4, 0);
-    ExpectSame(Loaded(there.context, 'm'), hinted);  // still the one that is cached
-  });
-  ExpectSame(Loaded(here.context, 'm'), plain);
-}
-
-TEST(Mask, SharedFacesShowEachContextItsOwnMatrix) {
-  KFTFont font;
-  ASSERT_TRUE(font.LoadFont(kSerif, 0));
-  KFTFontContext plain, turned;
-  plain.SetFont(&font);
-  turned.SetFont(&font);
-  const KSoftMatrix3D matrix = Matrix(kTurned);
-  turned.SetTransform(&matrix);
-  KSoftPath path, alone;
-  plain.LoadChar(&alone, 'B');
-  for (char c = 'B'; c < 'F'; ++c) {  // the face has the other's matrix each time
-    ExpectSame(Loaded(plain, c), Rendered(kSerif, 18, kIdentity, static_cast<unsigned>(c)));
-    ExpectSame(Loaded(turned, c), Rendered(kSerif, 18, kTurned, static_cast<unsigned>(c)));
+  for (const bool first : {true, false}) {
+    OnThread([&] {
+      Fonts f;
+      f.latin.SetFontSize(Px(13));
+      for (const bool hinting : {first, !first}) {
+        KSoftContext2D::SetGlobalAttribute(4, hinting);
+        ExpectSame(Loaded(f.setting, 'm'), first ? hinted : plain);  // the cached one
+      }
+    });
   }
-  plain.LoadChar(&path, 'B');
-  EXPECT_EQ(path.current, alone.current);
-  turned.LoadChar(&path, 'B');
-  EXPECT_NE(path.current, alone.current);
+  KSoftContext2D::SetGlobalAttribute(4, 0);
 }
 
-// A collection of two fonts: a header with the places of both, whose tables move along.
+// A collection of fonts: a header with the places of all, whose tables move along.
 std::string Collection(std::initializer_list<const char*> paths) {
-  const auto word = [](std::uint32_t v) {
+  const auto word = [](std::size_t v) {
     return std::string{static_cast<char>(v >> 24), static_cast<char>(v >> 16),
                        static_cast<char>(v >> 8), static_cast<char>(v)};
   };
-  const auto count = static_cast<std::uint32_t>(paths.size());
-  std::string head = "ttcf" + word(0x10000) + word(count), fonts;
+  std::string head = "ttcf" + word(0x10000) + word(paths.size()), fonts;
   for (const char* path : paths) {
-    std::ifstream file(path, std::ios::binary);
-    std::string font{std::istreambuf_iterator<char>(file), {}};
-    const std::uint32_t base = 12 + 4 * count + static_cast<std::uint32_t>(fonts.size());
+    std::string font = ReadFile(path);
+    const std::size_t base = 12 + 4 * paths.size() + fonts.size();
     head += word(base);
-    for (int table = 0; table < font[5]; ++table) {
-      std::uint32_t place = 0;
-      const std::size_t at = 12 + 16 * static_cast<std::size_t>(table) + 8;
-      for (std::size_t i = 0; i < 4; ++i)
-        place = place << 8 | static_cast<unsigned char>(font[at + i]);
-      font.replace(at, 4, word(place + base));
+    for (std::size_t at = 20; at < 20 + 16 * TableCount(font); at += 16) {
+      font.replace(at, 4, word(WordAt(font, at) + base));
     }
-    font.resize((font.size() + 3) & ~std::size_t{3});
     fonts += font;
   }
   return head + fonts;
 }
 
 TEST(Mask, CollectionsShowTheRightFace) {
-  char path[] = "/tmp/kalvora-collection-XXXXXX";
-  const int fd = mkstemp(path);
-  const std::string bytes = Collection({kLatin, kSerif});
-  ASSERT_EQ(write(fd, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+  const MemoryFile file(Collection({kLatin, kSerif}));
+  const char* const path = file.path.c_str();
   OnThread([&] {
     KFTFont sans, serif;
     ASSERT_TRUE(sans.LoadFont(path, 0) && serif.LoadFont(path, 1));
@@ -216,56 +173,52 @@ TEST(Mask, CollectionsShowTheRightFace) {
     context.SetFont(&sans);
     ExpectSame(Loaded(context, 'a'), Rendered(kSerif, 18, kIdentity, 'a'));
   });
-  close(fd);
-  unlink(path);
 }
 
-TEST(Mask, CountsHitsMissesAndReferences) {
+TEST(Mask, CountsHitsMissesAndReferencesAndTellsWhatIsMissing) {
   OnThread([] {
-    KFTFont latin, cjk;
-    ASSERT_TRUE(latin.LoadFont(kLatin, 0) && cjk.LoadFont(kCjk, 0));
-    KFTFontContext context;
-    EXPECT_EQ(Loaded(context, 'A').mask, nullptr);  // no font
-    context.SetFont(&latin);
-    context.SetFallbackFont(&cjk);
-    KFTSharedFile* const files[] = {latin.file, cjk.file};
+    Fonts f;
+    KFTFontContext& context = f.setting;
+    context.SetFallbackFont(&f.cjk);
+    KFTSharedFile* const files[] = {f.latin.file, f.cjk.file};
     struct Case {
       char16_t code;
       int hits, misses, latinRefs, cjkRefs;
     };
-    const Case cases[] = {{'A', 0, 1, 3, 2},      {'A', 1, 1, 3, 2},
-                          {kOnlyCjk, 1, 3, 3, 3},  // missed in both fonts
-                          {kOnlyCjk, 2, 4, 3, 3},  // missed in one
-                          {kNowhere, 2, 6, 3, 4},  // the primary's box under the fallback's key
-                          {kNowhere, 3, 7, 3, 4}, {' ', 3, 8, 4, 4}};
-    for (const Case& c : cases) {
-      EXPECT_NE(Loaded(context, c.code).mask, nullptr);
-      const Stats stats;
-      EXPECT_EQ(stats.hits, c.hits) << int{c.code};
-      EXPECT_EQ(stats.misses, c.misses) << int{c.code};
-      EXPECT_EQ(files[0]->refCount, c.latinRefs) << int{c.code};
-      EXPECT_EQ(files[1]->refCount, c.cjkRefs) << int{c.code};
-    }
-    EXPECT_EQ(KFTCache::Existing()->items, 4u);
-    unsigned size = 0;
-    for (const KFTCache::Node* node = KFTCache::Existing()->lru; node; node = node->newer) {
-      size += node->data->mask.width * node->data->mask.height;
-      EXPECT_EQ(node->data->ByteSize() == 0, node->key.ch == ' ');
-    }
-    EXPECT_EQ(KFTFontContext::GetCacheSize(), size);
+    const Case cases[] = {
+        {'A', 0, 1, 3, 2},      {'A', 1, 1, 3, 2}, {kOnlyCjk, 1, 3, 3, 3},  // missed in both fonts
+        {kOnlyCjk, 2, 4, 3, 3},                                             // missed in one
+        {kNowhere, 2, 6, 3, 4},  // the primary's box under the fallback's key
+        {kNowhere, 3, 7, 3, 4}, {' ', 3, 8, 4, 4},
+    };
+    Flags.ShowMissingGlyphs = true;
+    const std::string printed = Printed([&] {
+      for (const Case& c : cases) {
+        EXPECT_NE(Loaded(context, c.code).mask, nullptr);
+        const Stats stats;
+        EXPECT_EQ(std::tuple(stats.hits, stats.misses, files[0]->refCount, files[1]->refCount),
+                  std::tuple(c.hits, c.misses, c.latinRefs, c.cjkRefs))
+            << int{c.code};
+      }
+    });
+    Flags.ShowMissingGlyphs = false;
+    EXPECT_EQ(printed, std::string("Char 0xe123 not present in font ") + kLatin + " or fallback " +
+                           kCjk + "\n");
     // Cached masks hold their file when the last font is gone.
-    cjk.Release(nullptr);
+    f.cjk.Release(nullptr);
     EXPECT_EQ(files[1]->refCount, 3);
     EXPECT_EQ(Loaded(context, kOnlyCjk).Bytes(), Loaded(context, kNowhere).Bytes());  // boxes
     EXPECT_EQ(context.LoadMask(nullptr, nullptr, 'A'), nullptr);
-    EXPECT_EQ(context.LoadPixmap(nullptr, nullptr, nullptr, 'A', KColor32(0, 0, 0, 0)), nullptr);
+    context.SetFont(nullptr);
+    EXPECT_EQ(Loaded(context, 'A').mask, nullptr);
   });
 }
 
 TEST(Mask, OneLargerThanTheCacheIsReplacedByTheNext) {
   OnThread([] {
-    Latin latin(900);
-    auto& [font, context] = latin;
+    Fonts f;
+    KFTFontContext& context = f.setting;
+    f.latin.SetFontSize(Px(900));
     for (int i = 0; i < 2; ++i) {
       const Loaded loaded(context, 'W');
       ASSERT_GT(loaded.mask->width * loaded.mask->height, 409600u);
@@ -279,66 +232,58 @@ TEST(Mask, OneLargerThanTheCacheIsReplacedByTheNext) {
     EXPECT_EQ(KFTCache::Existing()->spare, nullptr);
     EXPECT_EQ(KFTCache::Existing()->items, 1u);
     for (const double size : {6000, 30000}) {  // so large that nobody could want it
-      font.SetFontSize(Px(size));
+      f.latin.SetFontSize(Px(size));
       EXPECT_EQ(Loaded(context, 'W').mask, nullptr);
     }
   });
 }
 
-TEST(Mask, TellsWhatIsMissing) {
-  OnThread([] {
-    KFTFont latin, cjk;
-    ASSERT_TRUE(latin.LoadFont(kLatin, 0) && cjk.LoadFont(kCjk, 0));
-    KFTFontContext context;
-    context.SetFont(&latin);
-    context.SetFallbackFont(&cjk);
-    Flags.ShowMissingGlyphs = true;
-    const std::string printed = Printed([&] {
-      for (const char16_t code : {u'A', kOnlyCjk, kNowhere, kNowhere}) Loaded(context, code);
-    });
-    Flags.ShowMissingGlyphs = false;
-    EXPECT_EQ(printed, std::string("Char 0xe123 not present in font ") + kLatin + " or fallback " +
-                           kCjk + "\n");
-  });
-}
-
+// Two masks in a bucket, which shows the newer one first.
 TEST(Mask, DumpsTheCache) {
   OnThread([] {
-    Latin latin(12.5);
-    KFTFontContext& context = latin.context;
-    const KSoftMatrix3D matrix = Matrix(kTurned);
-    context.SetTransform(&matrix);
-    const Loaded loaded(context, 'k');
-    const std::string printed = Printed([] { KFTFontContext::DumpFontCache(); });
-    const std::string size = std::to_string(loaded.mask->width * loaded.mask->height);
-    const std::string entry = "Size[" + size +
-                              "]\tChar [107,'k'] PointSize [12.500000] Transform "
-                              "[49152,-36864,36864,49152] File[" +
-                              kLatin + "] Hash[0x6b]\n";
-    EXPECT_EQ(printed.find("CacheSize: " + size + " bytes (MaxCacheSize 409600 bytes)"), 0u);
-    EXPECT_NE(printed.find("EntryHash[107]\n" + entry + "EntryHash[108]\n"), std::string::npos);
-    const std::string end = "LRU->MRU\n" + entry + "FaceCache:\n'" + kLatin + "' (count=3)\n";
-    EXPECT_EQ(printed.substr(printed.size() - end.size()), end);
+    Fonts f;
+    std::string entries[2];
+    unsigned total = 0;
+    SetTransform(f.setting, kTurned);
+    for (const int i : {0, 1}) {
+      f.latin.SetFontSize(Px(12.5 + i));
+      const KSoftPixmap* mask = Loaded(f.setting, 'k').mask;
+      const unsigned size = mask->width * mask->height;
+      total += size;
+      entries[i] = "Size[" + std::to_string(size) + "]\tChar [107,'k'] PointSize [1" +
+                   std::to_string(2 + i) + ".500000] Transform [49152,-36864,36864,49152] File[" +
+                   kLatin + "] Hash[0x6b]\n";
+    }
+    const std::string head = "CacheSize: " + std::to_string(total) +
+                             " bytes (MaxCacheSize 409600 bytes) Cached Items 2\n";
+    std::string buckets;
+    for (int b = 0; b < 128; ++b) {
+      buckets += "EntryHash[" + std::to_string(b) + "]\n";
+      if (b == 107) buckets += entries[1] + entries[0];
+    }
+    const std::string ages = "LRU->MRU\n" + entries[0] + entries[1];
+    const KFTCache& cache = *KFTCache::Existing();
+    EXPECT_EQ(Printed([&] { cache.Dump(true, false); }), head + buckets);
+    EXPECT_EQ(Printed([&] { cache.Dump(false, true); }), head + ages);
+    EXPECT_EQ(Printed([] { KFTFontContext::DumpFontCache(); }),
+              head + buckets + ages + "FaceCache:\n'" + kSymbols + "' (count=2)\n'" + kCjk +
+                  "' (count=2)\n'" + kLatin + "' (count=4)\n");
   });
 }
 
 TEST(Mask, DumpsStatisticsOnceASecond) {
   OnThread([] {
-    Latin latin;
-    for (const int c : {65, 66, 65, 65 + 128}) Loaded(latin.context, c);
-    char head[64];
-    std::snprintf(head, sizeof head,
-                  "Font cache [%p] stats: ", static_cast<void*>(KFTCache::Existing()));
-    EXPECT_EQ(Printed([] {
-                KFTFontContext::DebugDumpStats();
-                KFTFontContext::DebugDumpStats();
-              }),
-              head + std::string("Size [0 kb] Hits [1] Misses[3] Evictions[0] HashWatermark[2] "
-                                 "AvgNonZeroHashCount[1]\n"));
-    const Stats stats;
-    EXPECT_EQ(stats.hits + stats.misses, 0);
-    EXPECT_EQ(stats.watermark, 0);  // of bucket 0, until another one grows
-    EXPECT_EQ(stats.average, 1);
+    Fonts f;
+    for (const int c : {65, 66, 65, 65 + 128}) Loaded(f.setting, c);
+    const std::string printed = Printed([] {
+      KFTFontContext::DebugDumpStats();
+      KFTFontContext::DebugDumpStats();
+    });
+    EXPECT_EQ(printed.find("Font cache [0x"), 0u);
+    EXPECT_EQ(printed.substr(printed.find("] stats")),
+              "] stats: Size [0 kb] Hits [1] Misses[3] Evictions[0] HashWatermark[2] "
+              "AvgNonZeroHashCount[1]\n");
+    EXPECT_EQ(Stats().hits + Stats().misses, 0);  // reset
     KFTFontContext::GetCacheStats(nullptr, nullptr, nullptr, nullptr, nullptr);
   });
 }
@@ -394,60 +339,75 @@ TEST(GlyphMask, EveryPixelModeBecomesCoverage) {
 TEST(GlyphMask, OtherKindsAreBlank) {
   std::uint8_t bytes[64] = {255};
   KSoftPixmap mask;
+  FT_Bitmap bitmap = {};
+  bitmap.width = bitmap.rows = 4;
+  bitmap.pitch = 12;
+  bitmap.buffer = bytes;
   for (const int mode : {+FT_PIXEL_MODE_NONE, +FT_PIXEL_MODE_LCD, +FT_PIXEL_MODE_LCD_V, 99}) {
-    FT_Bitmap bitmap = {};
-    bitmap.width = bitmap.rows = 4;
-    bitmap.pitch = 12;
-    bitmap.buffer = bytes;
     bitmap.pixel_mode = static_cast<unsigned char>(mode);
     mask.Create(3, 3, KFormatMask8);
     EXPECT_TRUE(kalvora::CopyGlyph(bitmap, mask));
     EXPECT_EQ(mask.width + mask.height, 0u);
   }
-  FT_Bitmap huge = {};
-  huge.width = huge.rows = 0xFFFF;
-  huge.buffer = bytes;
-  huge.pixel_mode = FT_PIXEL_MODE_GRAY;
-  EXPECT_FALSE(kalvora::CopyGlyph(huge, mask));
+  bitmap.width = bitmap.rows = 0xFFFF;
+  bitmap.pixel_mode = FT_PIXEL_MODE_GRAY;
+  EXPECT_FALSE(kalvora::CopyGlyph(bitmap, mask));
 }
 
 // Outlines ----------------------------------------------------------------------------------------
 
-TEST(Outline, HasFreeTypesPointsUpsideDown) {
+std::vector<std::pair<std::uint32_t, std::vector<KVertex2D>>> Segments(const KSoftPath& path) {
+  std::vector<std::pair<std::uint32_t, std::vector<KVertex2D>>> segments;
+  for (const KSegment* s = path.first; s; s = s->next) {
+    segments.emplace_back(s->header, std::vector(s->Start(), s->Start() + s->PointCount()));
+  }
+  return segments;
+}
+
+TEST(Outline, PiecesAreSetUpsideDown) {
+  FT_Vector points[] = {{64, 128},  {192, -128},           // a line
+                        {256, 192}, {257, 320},            // a parabola
+                        {200, 300}, {100, 330},  {0, 1}};  // a cubic
+  char tags[] = {1, 1, 0, 1, 2, 2, 1};
+  short ends[] = {6};
+  FT_Outline outline = {1, 7, points, tags, ends, 0};
+  KSoftPath path, expected;
+  ASSERT_EQ(FT_Outline_Decompose(&outline, &KFTFontContext::funcs, &path), 0);
+  const auto at = [](double x, double y) { return KVertex2D{Px(x / 64), Px(-y / 64)}; };
+  expected.MoveTo(at(64, 128));
+  expected.LineTo(at(192, -128));
+  expected.QuadTo(at(256, 192), at(257, 320));
+  expected.CubicTo(at(200, 300), at(100, 330), at(0, 1));
+  expected.LineTo(at(64, 128));
+  EXPECT_EQ(Segments(path), Segments(expected));
+}
+
+TEST(Outline, IsFreeTypesUnderTheMatrix) {
+  KSoftPath path, expected;
+  KFTFontContext contexts[2];
+  contexts[0].LoadChar(&path, 'A');
+  EXPECT_EQ(path.first, nullptr);  // no font
   KFTFont font;
   ASSERT_TRUE(font.LoadFont(kLatin, 0));
-  KFTFontContext context;
-  KSoftPath path;
-  context.LoadChar(&path, 'A');
-  EXPECT_EQ(path.first, nullptr);  // no font
-  context.SetFont(&font);
-  font.SetFontSize(Px(21));
-  for (const char16_t code : {u'A', u'&', u'\u00E5', u'\u0416', kNowhere}) {
-    // All points but those that TrueType implies lie on the outline as FreeType stores it.
-    context.LoadChar(&path, code | 0x7FFF0000);
-    ASSERT_EQ(FT_Load_Char(font.face, code, FT_LOAD_NO_HINTING), 0);
-    const FT_Outline& outline = font.face->glyph->outline;
-    EXPECT_EQ(path.subpathCount, static_cast<unsigned>(outline.n_contours));
-    std::vector<std::pair<std::int32_t, std::int32_t>> points;
-    unsigned orders = 0;
-    for (const KSegment* segment = path.first; segment; segment = segment->next) {
-      EXPECT_FALSE(segment->Closed());
-      orders |= 1u << segment->Order();
-      for (unsigned i = 0; i < segment->PointCount(); ++i) {
-        points.emplace_back(segment->Start()[i].x.raw, segment->Start()[i].y.raw);
-      }
-    }
-    for (int i = 0; i < outline.n_points; ++i) {
-      const std::pair<std::int32_t, std::int32_t> point(outline.points[i].x * 1024,
-                                                        outline.points[i].y * -1024);
-      EXPECT_NE(std::find(points.begin(), points.end(), point), points.end()) << int{code};
-    }
-    EXPECT_EQ(orders & 8, 0u);  // TrueType has no cubics
-    EXPECT_EQ(orders & 2, 2u);
+  for (const int i : {0, 1}) {
+    contexts[i].SetFont(&font);
+    SetTransform(contexts[i], kMatrices[i]);
   }
-  context.LoadChar(&path, ' ');
-  EXPECT_EQ(path.first, nullptr);
-  context.LoadChar(nullptr, 'A');
+  font.SetFontSize(Px(21));
+  Reference reference(kLatin, 21);
+  for (const char16_t code : {u'A', u'&', u'\u00E5', kNowhere, u' '}) {
+    for (const int i : {0, 1}) {
+      reference.Transform(kMatrices[i]);
+      ASSERT_EQ(FT_Load_Char(reference.face, code, FT_LOAD_NO_HINTING), 0);
+      FT_Outline* outline = &reference.face->glyph->outline;
+      expected.Rewind();
+      ASSERT_EQ(FT_Outline_Decompose(outline, &KFTFontContext::funcs, &expected), 0);
+      contexts[i].LoadChar(&path, code | 0x7FFF0000);
+      EXPECT_EQ(Segments(path), Segments(expected)) << int{code};
+      EXPECT_EQ(path.first == nullptr, code == ' ');
+    }
+  }
+  contexts[0].LoadChar(nullptr, 'A');
 }
 
 }  // namespace

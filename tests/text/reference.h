@@ -25,6 +25,10 @@ struct Reference {
   Reference& operator=(const Reference&) = delete;
   ~Reference() { FT_Done_FreeType(library); }
 
+  void Transform(const std::int32_t (&m)[4]) {
+    FT_Matrix matrix = {m[0], m[1], m[2], m[3]};
+    FT_Set_Transform(face, &matrix, nullptr);
+  }
   KFixed Height() const { return Of(face->size->metrics.height); }
   KFixed Advance(unsigned code) const {
     EXPECT_EQ(FT_Load_Char(face, code, FT_LOAD_NO_BITMAP | FT_LOAD_NO_HINTING), 0);
