@@ -179,10 +179,8 @@ TEST_F(Program, Strokes) {
       {"<path d='M2 1.5H6' stroke-width='1'/>", ".R."},
       {"<path d='M2 1.5H6' stroke-width='1' stroke-linecap='square'/>", "rR."},
       {"<path d='M2 1.5H7' stroke-width='3' stroke-linecap='square'/>", "RR."},
-      {"<path d='M2 1.5H6' stroke-width='3' stroke-linecap='butt'/>", ".R."},
       {"<line x1='0' y1='1.5' x2='8' y2='1.5' stroke-dasharray='3 3'/>", "R.."},
       {"<line x1='0' y1='1.5' x2='8' y2='1.5' stroke-dasharray='3'/>", "R.."},
-      {"<line x1='0' y1='1.5' x2='8' y2='1.5' stroke-dasharray='3' stroke-dashoffset='3'/>", ".R."},
       {"<line x1='0' y1='1.5' x2='8' y2='1.5' stroke-dasharray='3' stroke-dashoffset='-3'/>",
        ".R."},
       {"<line x1='0' y1='1.5' x2='8' y2='1.5' stroke-dasharray='0 0'/>", "RR."},
@@ -289,6 +287,7 @@ TEST_F(Program, Gradients) {
       {"linear", "x2='.5' spreadMethod='repeat'", 223, 32},
       {"linear", "x2='0' y2='1' gradientTransform='rotate(-90)'", 240, 16},
       {"linear", "x2='0'", 0, 0},
+      {"radial", "r='20000' gradientUnits='userSpaceOnUse'", 128, 128},  // beyond reach
       {"radial", "cx='0' r='2' gradientUnits='userSpaceOnUse' cy='2.5'", 191, 0},
   };
   const auto draw = [&](const std::string& name, const std::string& inside) {
@@ -302,6 +301,8 @@ TEST_F(Program, Gradients) {
     EXPECT_TRUE(Near(picture.At(7, 2), {c.right, 0, 255 - c.right, 255}, 2)) << c.attributes;
   }
   EXPECT_EQ(draw("linear", "><stop stop-color='red'/>").Letter(7, 2), 'R');
+  const char* const kClear = "r='20000' gradientUnits='userSpaceOnUse'><stop stop-opacity='0'/>";
+  EXPECT_EQ(draw("radial", kClear).Letter(7, 2), '.');
   const Picture fading = draw("linear", "><stop stop-opacity='0'/><stop offset='1'/>");
   EXPECT_TRUE(Near(fading.At(0, 2), {0, 0, 0, 16}, 2));
   EXPECT_TRUE(Near(fading.At(7, 2), {0, 0, 0, 240}, 2));
@@ -416,11 +417,9 @@ TEST_F(Program, SurvivesHostileFiles) {
       "<g id='a'><use href='#b'/></g><g id='b'><use href='#a'/><use href='#a'/></g>",
       "<symbol id='s'><use href='#s'/></symbol><use href='#s'/>",
       "<rect width='1e30' height='1e30' transform='scale(1e30) scale(1e30) scale(1e-30)'/>",
-      "<path d='M1e30-1e30L1e29 1e30-1e30 1e9C1e30 0 0 1e30 5 5z'/>",
-      "<g transform='matrix(1e30 1e30 1e30 1e30 0 0)'><circle r='1e30'/></g>",
-      "<path d='M0 0A1e30 1e-30 77 1 1 1e30 1e30A1e-30 1e30 0 0 1 3 3'/>",
+      "<path d='M1e30-1e30L1e29 1e30-1e30 1e9A1e30 1e-30 77 1 1 1e30 1e30" +
+          std::string(200'000, 'z') + "'/>",
       "<rect width='nan' height='inf'/><circle r='-1'/><ellipse rx='0' ry='9'/>",
-      "<path d='M0 0" + std::string(200'000, 'z') + "'/>",
       "<style>" + std::string(50'000, '{') + "</style><style>a{}b}c{;;}@x</style>",
       "<linearGradient id='g' href='#g'/><rect fill='url(#g)' width='8' height='4'/>",
       "<rect fill='url(' stroke='url(#' style='fill:url(#;x:' width='8' height='4'/>",

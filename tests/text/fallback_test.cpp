@@ -13,16 +13,6 @@
 
 namespace {
 
-// Ranges as the library takes them.
-struct RangeList {
-  std::vector<KFTFontRange> ranges;
-  KArray<KFTFontRange> array;
-
-  RangeList(std::initializer_list<KFTFontRange> list) : ranges(list) {
-    array = {static_cast<std::uint32_t>(ranges.size()), ranges.data()};
-  }
-};
-
 int Instances() {
   int count = 0;
   for (const KFTFallback* f = KFTFallback::InstanceList; f; f = f->next) ++count;
@@ -40,9 +30,9 @@ TEST(Fallback, TablesStayWithAFontAsLongAsTheyCan) {
   for (const FontList& list : lists) {
     const FreeTypeCalls calls;
     KFTFallback* table = KFTFallback::Instance(&list.array, nullptr);
-    EXPECT_LE(calls.lookups, static_cast<int>(list.fonts.size()) * 0xFFFE);  // not 0 and 65535
+    EXPECT_LE(calls.lookups, static_cast<int>(list.items.size()) * 0xFFFE);  // not 0 and 65535
     const auto has = [&](unsigned font, unsigned code) {
-      const KFTFont* from = list.fonts[font];
+      const KFTFont* from = list.items[font];
       return from && from->Exists(static_cast<unsigned short>(code));
     };
     unsigned expected = 0;
@@ -51,8 +41,8 @@ TEST(Fallback, TablesStayWithAFontAsLongAsTheyCan) {
     for (unsigned code = 1; code < 0xFFFF; ++code) {
       if (!has(expected, code)) {
         unsigned other = 0;
-        while (other < list.fonts.size() && !has(other, code)) ++other;
-        if (other < list.fonts.size()) expected = other, ++runs;
+        while (other < list.items.size() && !has(other, code)) ++other;
+        if (other < list.items.size()) expected = other, ++runs;
       }
       ASSERT_EQ(table->GetFont(static_cast<unsigned short>(code)), expected) << code;
     }
@@ -143,24 +133,19 @@ TEST(Fallback, EqualConfigurationsShareATable) {
 }
 
 TEST(Fallback, TablesOutliveTheirFontsAndNeverTakeOthersForThem) {
-  KFTFallback* table = nullptr;
-  OnThread([&] {
-    Fonts f;
-    const FontList list{&f.latin, &f.cjk};
-    table = KFTFallback::Instance(&list.array, nullptr);
-  });
-  EXPECT_EQ(table->GetFont(kOnlyCjk), 1);
-  OnThread([&] {
-    Fonts f;  // the same files, mapped anew
-    const FontList list{&f.latin, &f.cjk};
-    EXPECT_FALSE(table->Matches(&list.array, nullptr));
-    KFTFallback* other = KFTFallback::Instance(&list.array, nullptr);
-    EXPECT_NE(other, table);
-    EXPECT_TRUE(f.latin.LoadFont(kSerif, 0));
-    EXPECT_FALSE(other->Matches(&list.array, nullptr));
-    KFTFallback::Release(other);
-  });
-  KFTFallback::Release(table);
+  KFTFallback* tables[2];  // of the same files, mapped anew
+  for (KFTFallback*& table : tables) {
+    OnThread([&] {
+      Fonts f;
+      const FontList list{&f.latin, &f.cjk};
+      table = KFTFallback::Instance(&list.array, nullptr);
+      EXPECT_TRUE(f.latin.LoadFont(kSerif, 0));
+      EXPECT_FALSE(table->Matches(&list.array, nullptr));
+    });
+  }
+  EXPECT_NE(tables[0], tables[1]);
+  EXPECT_EQ(tables[0]->GetFont(kOnlyCjk), 1);
+  for (KFTFallback* table : tables) KFTFallback::Release(table);
   EXPECT_EQ(KFTFallback::InstanceList, nullptr);
 }
 

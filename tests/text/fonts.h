@@ -34,15 +34,18 @@ inline const unsigned short* Codes(const char16_t* text) {
   return reinterpret_cast<const unsigned short*>(text);
 }
 
-/// A list of fonts as the library takes it.
-struct FontList {
-  std::vector<KFTFont*> fonts;
-  KArray<KFTFont*> array;
+/// An array as the library takes it.
+template <typename T>
+struct List {
+  std::vector<T> items;
+  KArray<T> array;
 
-  FontList(std::initializer_list<KFTFont*> list) : fonts(list) {
-    array = {static_cast<std::uint32_t>(fonts.size()), fonts.data()};
+  List(std::initializer_list<T> list) : items(list) {
+    array = {static_cast<std::uint32_t>(items.size()), items.data()};
   }
 };
+using FontList = List<KFTFont*>;
+using RangeList = List<KFTFontRange>;
 
 /// The three, loaded, and a context that shows the first.
 struct Fonts {
