@@ -258,7 +258,6 @@ TEST_F(Program, FillsGroupsClipsAndImages) {
       {"<g opacity='0'>" + inside, "..."},
       // A picture of two pixels, opaque red and half transparent blue.
       {"<image width='8' height='4' href='" + png, "RRb"},
-      {"<image width='8' height='4' xlink:href='" + png, "RRb"},
       {"<image width='8' height='2' preserveAspectRatio='none' href='" + png, "R.b"},
       {"<image width='8' height='4' opacity='.5' href='" + png, "rrc"},
       {"<image transform='scale(4)' href='" + png, "RRb"},
@@ -276,6 +275,16 @@ TEST_F(Program, FillsGroupsClipsAndImages) {
 }
 
 TEST_F(Program, Gradients) {
+  const std::string stops = "<stop stop-color='red'/><stop offset='1' stop-color='blue'/>";
+  const std::string base =
+      "<linearGradient id='base' x1='2' x2='6' gradientUnits='userSpaceOnUse' "
+      "spreadMethod='reflect'>" +
+      stops + "</linearGradient>";
+  const auto draw = [&](const std::string& name, const std::string& attributes,
+                        const std::string& inside) {
+    return Draw(base + "<" + name + "Gradient id='g' " + attributes + ">" + inside + "</" + name +
+                "Gradient><rect width='8' height='4' fill='url(#g) lime'/>");
+  };
   const struct {
     const char *name, *attributes;
     int left, right;  // how red it is at (0, 2) and (7, 2); the rest is blue
@@ -287,25 +296,39 @@ TEST_F(Program, Gradients) {
       {"linear", "x2='.5' spreadMethod='repeat'", 223, 32},
       {"linear", "x2='0' y2='1' gradientTransform='rotate(-90)'", 240, 16},
       {"linear", "x2='0'", 0, 0},
-      {"radial", "r='20000' gradientUnits='userSpaceOnUse'", 128, 128},  // beyond reach
       {"radial", "cx='0' r='2' gradientUnits='userSpaceOnUse' cy='2.5'", 191, 0},
+      {"radial", "r='20000' gradientUnits='userSpaceOnUse'", 128, 128},  // beyond reach
+      {"linear", "href='#base'", 159, 96},
+      {"linear", "href='#base' x2='4' spreadMethod='pad'", 255, 0},
+      {"linear", "href='#base' x1='0' x2='1' gradientUnits='objectBoundingBox'", 240, 16},
+      {"radial", "href='#base' cx='0' cy='2.5' r='2'", 191, 191},
   };
-  const auto draw = [&](const std::string& name, const std::string& inside) {
-    return Draw("<" + name + "Gradient id='g' " + inside + "</" + name +
-                "Gradient><rect width='8' height='4' fill='url(#g)'/>");
-  };
-  const std::string stops = "><stop stop-color='red'/><stop offset='1' stop-color='blue'/>";
   for (const auto& c : kCases) {
-    const Picture picture = draw(c.name, c.attributes + stops);
+    const bool inherits = std::string_view(c.attributes).starts_with("href");
+    const Picture picture = draw(c.name, c.attributes, inherits ? "" : stops);
     EXPECT_TRUE(Near(picture.At(0, 2), {c.left, 0, 255 - c.left, 255}, 2)) << c.attributes;
     EXPECT_TRUE(Near(picture.At(7, 2), {c.right, 0, 255 - c.right, 255}, 2)) << c.attributes;
   }
-  EXPECT_EQ(draw("linear", "><stop stop-color='red'/>").Letter(7, 2), 'R');
-  const char* const kClear = "r='20000' gradientUnits='userSpaceOnUse'><stop stop-opacity='0'/>";
-  EXPECT_EQ(draw("radial", kClear).Letter(7, 2), '.');
-  const Picture fading = draw("linear", "><stop stop-opacity='0'/><stop offset='1'/>");
-  EXPECT_TRUE(Near(fading.At(0, 2), {0, 0, 0, 16}, 2));
-  EXPECT_TRUE(Near(fading.At(7, 2), {0, 0, 0, 240}, 2));
+  const struct {
+    const char *attributes, *stops;
+    Rgba left, right;  // pixels (3, 2) and (4, 2)
+  } kStops[] = {
+      {"", "<stop stop-color='red'/>", {255, 0, 0, 255}, {255, 0, 0, 255}},
+      {"", "<stop stop-opacity='0'/><stop offset='1'/>", {0, 0, 0, 112}, {0, 0, 0, 143}},
+      // Offsets never fall, and end at 1.
+      {"",
+       "<stop offset='.5' stop-color='red'/><stop offset='20%' style='stop-color:blue'/>"
+       "<stop offset='3' stop-color='blue'/>",
+       {255, 0, 0, 255},
+       {0, 0, 255, 255}},
+      {"href='#g'", "", {0, 255, 0, 255}, {0, 255, 0, 255}},  // nothing but the fallback
+      {"r='20000' gradientUnits='userSpaceOnUse'", "<stop stop-opacity='0'/>", {}, {}},
+  };
+  for (const auto& c : kStops) {
+    const Picture picture = draw(*c.attributes == 'r' ? "radial" : "linear", c.attributes, c.stops);
+    EXPECT_TRUE(Near(picture.At(3, 2), c.left, 2)) << c.attributes << c.stops;
+    EXPECT_TRUE(Near(picture.At(4, 2), c.right, 2)) << c.attributes << c.stops;
+  }
 }
 
 TEST_F(Program, SizesAndFormats) {

@@ -1,4 +1,4 @@
-// Styles of the SVG example: the cascade, inheritance, style sheets, gradients.
+// Styles of the SVG example: the cascade, inheritance, style sheets.
 #include <cstdio>
 #include <fstream>
 #include <string>
@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include "examples/svg/Document.h"
-#include "examples/svg/Gradient.h"
 
 namespace svg {
 namespace {
@@ -18,7 +17,6 @@ class TextDocument {
   explicit TextDocument(const std::string& body) : path_(WriteFile(body)), document_(path_) {
     std::remove(path_.c_str());
   }
-  const Document& operator*() const { return document_; }
 
   // The style of the element with this id, all its ancestors considered.
   Style StyleOf(const char* id) const { return StyleOf(document_.Find(id)); }
@@ -111,38 +109,6 @@ TEST(Style, Values) {
   EXPECT_TRUE((other.strokeWidth == Length{2, Length::Unit::Em}));
   EXPECT_EQ(other.join, LineJoin::Bevel);
   EXPECT_TRUE(other.dashes.empty());
-}
-
-TEST(Gradient, InheritsByReference) {
-  const TextDocument document(R"svg(
-    <linearGradient id="stops" x1="5" gradientUnits="userSpaceOnUse" spreadMethod="reflect">
-      <stop offset="0.5" stop-color="red"/><stop offset="20%" style="stop-color:blue"/>
-      <stop offset="3" stop-color="#fff" stop-opacity="0.5"/></linearGradient>
-    <linearGradient id="user" href="#stops" x2="7" gradientTransform="translate(1 2)"/>
-    <linearGradient id="loop" href="#pool"/><linearGradient id="pool" href="#loop"/>
-    <radialGradient id="box" href="#stops" gradientUnits="objectBoundingBox" cy="25%"/>
-    <rect id="rect"/>)svg");
-  const auto read = [&](const char* id) {
-    return ReadGradient(*document, id, {200, 100, 16}, Style());
-  };
-  const auto user = read("user");
-  ASSERT_TRUE(user);
-  EXPECT_TRUE(user->userSpace);
-  EXPECT_EQ(user->spread, Gradient::Spread::Reflect);
-  EXPECT_TRUE((user->from == Point{5, 0} && user->to == Point{7, 0}));
-  EXPECT_EQ(user->transform.f, 2);
-  ASSERT_EQ(user->stops.size(), 3u);
-  EXPECT_EQ(user->stops[1].offset, 0.5);  // never below the stop before
-  EXPECT_EQ(user->stops[1].color.blue, 255);
-  EXPECT_EQ(user->stops[2].offset, 1);
-  EXPECT_EQ(user->stops[2].color.alpha, 0.5);
-  const auto box = read("box");
-  ASSERT_TRUE(box);
-  EXPECT_TRUE(box->radial && !box->userSpace);
-  EXPECT_TRUE((box->centre == Point{0.5, 0.25} && box->focus == box->centre));
-  EXPECT_FALSE(read("loop"));
-  EXPECT_FALSE(read("rect"));
-  EXPECT_FALSE(read("missing"));
 }
 
 }  // namespace
