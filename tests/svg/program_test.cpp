@@ -170,6 +170,45 @@ TEST_F(Program, DrawsEachElement) {
   }
 }
 
+TEST_F(Program, StyleSheets) {
+  const struct {
+    const char* element;
+    int grey;
+  } kCases[] = {
+      {"<rect", 0x11},
+      {"<rect class='a' fill='red'", 0x22},
+      {"<rect class='a' id='byId'", 0x33},
+      {"<rect class='b a'", 0x44},
+      {"<rect class='late'", 0x66},
+      {"<rect class='a' style='fill:#ababab'", 0xAB},
+      {"<rect class='loud' style='fill:#ababab'", 0x77},
+      {"<rect class='child'", 0x88},
+      {"<rect class='other'", 0xBB},
+      {"<rect class='deep'", 0xCC},
+      {"<rect fill='#ddd' style='fill:nonsense;;:;x'", 0xDD},
+      {"<rect fill='red' style='fill:inherit'", 0x11},
+      {"</g><rect", 0},
+      {"<rect class='child'", 0},
+  };
+  std::string body = R"svg(<style><![CDATA[
+      /* <g> */ g { fill: #111111 } .a { fill: #222222 } #byId { fill: #333333 }
+      rect.a.b { fill: #444444 } .late { fill: #555555; } .late { fill: #666666 }
+      .loud { fill: #777777 !important } g > .child { fill: #888888 }
+      @media print { rect { fill: #999999 } } rect:first-child, [x] { fill: #aaaaaa }
+      .list, .other { fill: #bbbbbb } svg g .deep { fill: #cccccc } text .deep { fill: red }
+      .broken { fill } ]]></style><g>)svg";
+  for (const auto& c : kCases) {
+    body += c.element;
+    body += " width='1' height='1' x='" + std::to_string(&c - kCases) + "'/>";
+  }
+  const Picture picture = Draw(body, "", "width='20' height='1'");
+  for (const auto& c : kCases) {
+    EXPECT_EQ(picture.At(static_cast<unsigned>(&c - kCases), 0),
+              (Rgba{c.grey, c.grey, c.grey, 255}))
+        << c.element;
+  }
+}
+
 // Strokes whose edges lie between pixels: what shows at (1, 1), (4, 1), (7, 3).
 TEST_F(Program, Strokes) {
   const struct {
@@ -199,6 +238,18 @@ TEST_F(Program, Strokes) {
       {"<path d='M-1e6 -1e6L-1e6 1.5H1e6V-1e6z'/>", "RR."},
       {"<circle cx='4.5' cy='1e6' r='999998.5'/>", "RR."},
       {"<path d='M1 1H8' transform='scale(0)'/>", "..."},
+      // Joins, of which one fills the corner (7, 3).
+      {"<path d='M0 3H7V0' stroke-width='2'/>", "..R"},
+      {"<path d='M0 3H7V0' stroke-width='2' stroke-linejoin='bevel'/>", "..r"},
+      {"<path d='M0 3H7V0' stroke-width='2' stroke-miterlimit='1'/>", "..r"},
+      // Inherited values stay where there is none, or a wrong one.
+      {"<g stroke-miterlimit='1'><path d='M0 3H7V0' stroke-width='2' stroke-miterlimit='0'/></g>",
+       "..r"},
+      {"<g font-size='4'><path d='M2 1.5H6' font-size='50%' stroke-width='.5em'/></g>", ".R."},
+      {"<g stroke-width='3'><path d='M2 2H6' stroke-width='-1'/></g>", ".R."},
+      {"<g stroke-linecap='square'><path d='M2 1.5H7' stroke-linecap='bent'/></g>", "rR."},
+      {"<g stroke-dasharray='3'><path d='M0 1.5H8' stroke-dasharray='1 -2'/></g>", "R.."},
+      {"<g stroke-dasharray='3'><path d='M0 1.5H8' stroke-dasharray='none'/></g>", "RR."},
       {"<path d='M0 1.5H8' stroke-width='0'/>", "..."},
   };
   for (const auto& c : kCases) {
@@ -233,7 +284,8 @@ TEST_F(Program, FillsGroupsClipsAndImages) {
       {"<path d='M0 0h4v4h-4z M0 0h4v2h-4z' fill='red'/>", "RR."},
       {"<path d='M0 0h4v4h-4z M0 0h4v2h-4z' fill='red' fill-rule='evenodd'/>", ".R."},
       {"<rect width='8' height='4' fill='red' opacity='.5'/>", "rrr"},
-      {"<rect width='8' height='4' fill='red' fill-opacity='.5'/>", "rrr"},
+      {"<rect width='8' height='4' fill='red' opacity='7'/>", "RRR"},
+      {"<g fill-opacity='50%'><rect width='8' height='4' fill='red'/></g>", "rrr"},
       {"<rect width='8' height='4' fill='rgba(255,0,0,50%)'/>", "rrr"},
       // Fill and stroke of one translucent shape do not show through one another.
       {"<rect x='1' y='1' width='6' height='2' fill='blue' stroke='red' stroke-width='2' "
@@ -283,7 +335,7 @@ TEST_F(Program, Gradients) {
   const auto draw = [&](const std::string& name, const std::string& attributes,
                         const std::string& inside) {
     return Draw(base + "<" + name + "Gradient id='g' " + attributes + ">" + inside + "</" + name +
-                "Gradient><rect width='8' height='4' fill='url(#g) lime'/>");
+                "Gradient><rect width='8' height='4' fill='url( \"#g\" ) lime'/>");
   };
   const struct {
     const char *name, *attributes;
