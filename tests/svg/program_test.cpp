@@ -183,7 +183,8 @@ TEST_F(Program, StyleSheets) {
       {"<rect class='a' style='fill:#ababab'", 0xAB},
       {"<rect class='loud' style='fill:#ababab'", 0x77},
       {"<rect class='child'", 0x88},
-      {"<rect class='other'", 0xBB},
+      {"<a><rect class='child'", 0x11},
+      {"</a><rect class='other'", 0xBB},
       {"<rect class='deep'", 0xCC},
       {"<rect fill='#ddd' style='fill:nonsense;;:;x'", 0xDD},
       {"<rect fill='red' style='fill:inherit'", 0x11},
@@ -241,10 +242,9 @@ TEST_F(Program, Strokes) {
       // Joins, of which one fills the corner (7, 3).
       {"<path d='M0 3H7V0' stroke-width='2'/>", "..R"},
       {"<path d='M0 3H7V0' stroke-width='2' stroke-linejoin='bevel'/>", "..r"},
-      {"<path d='M0 3H7V0' stroke-width='2' stroke-miterlimit='1'/>", "..r"},
+      {"<g stroke-miterlimit='1'><path d='M0 3H7V0' stroke-width='2'/></g>", "..r"},
       // Inherited values stay where there is none, or a wrong one.
-      {"<g stroke-miterlimit='1'><path d='M0 3H7V0' stroke-width='2' stroke-miterlimit='0'/></g>",
-       "..r"},
+      {"<path d='M0 3H7V0' stroke-width='2' stroke-miterlimit='0'/>", "..R"},
       {"<g font-size='4'><path d='M2 1.5H6' font-size='50%' stroke-width='.5em'/></g>", ".R."},
       {"<g stroke-width='3'><path d='M2 2H6' stroke-width='-1'/></g>", ".R."},
       {"<g stroke-linecap='square'><path d='M2 1.5H7' stroke-linecap='bent'/></g>", "rR."},
@@ -311,6 +311,7 @@ TEST_F(Program, FillsGroupsClipsAndImages) {
       // A picture of two pixels, opaque red and half transparent blue.
       {"<image width='8' height='4' href='" + png, "RRb"},
       {"<image width='8' height='2' preserveAspectRatio='none' href='" + png, "R.b"},
+      {"<image width='8' height='2' preserveAspectRatio='xMinYMin slice' href='" + png, "R.b"},
       {"<image width='8' height='4' opacity='.5' href='" + png, "rrc"},
       {"<image transform='scale(4)' href='" + png, "RRb"},
       {"<image width='8' height='4' href='data:;base64,@@@@'/>", "..."},
@@ -367,12 +368,12 @@ TEST_F(Program, Gradients) {
   } kStops[] = {
       {"", "<stop stop-color='red'/>", {255, 0, 0, 255}, {255, 0, 0, 255}},
       {"", "<stop stop-opacity='0'/><stop offset='1'/>", {0, 0, 0, 112}, {0, 0, 0, 143}},
-      // Offsets never fall, and end at 1.
-      {"",
-       "<stop offset='.5' stop-color='red'/><stop offset='20%' style='stop-color:blue'/>"
-       "<stop offset='3' stop-color='blue'/>",
-       {255, 0, 0, 255},
-       {0, 0, 255, 255}},
+      // Offsets never fall, and end at 1. What is beyond reach shows the average.
+      {"r='20000' gradientUnits='userSpaceOnUse'",
+       "<stop offset='.5' stop-color='blue'/><stop offset='20%' style='stop-color:blue'/>"
+       "<stop offset='3' stop-color='red'/>",
+       {64, 0, 191, 255},
+       {64, 0, 191, 255}},
       {"href='#g'", "", {0, 255, 0, 255}, {0, 255, 0, 255}},  // nothing but the fallback
       {"r='20000' gradientUnits='userSpaceOnUse'", "<stop stop-opacity='0'/>", {}, {}},
   };
