@@ -74,8 +74,8 @@ class RampReference {
 /// Colours, blended, plain, or covered.
 Word Expected(bool aa, bool blend, Shade s, Word d, std::int32_t coverage) {
   if (s.end && s.color == 0) return d;
-  if (aa) return reference::Over(d, reference::Scale(s.color, reference::CoverageWeight(coverage)));
-  return blend ? reference::Over(d, s.color) : s.color;
+  const Word w = aa ? reference::CoverageWeight(coverage) : 256;
+  return reference::Composite(d, s.color, aa || blend, w);
 }
 
 Word AnyColor(Random& random, bool opaque) {

@@ -1,6 +1,5 @@
 // Pattern fillers: all 128 against one plain per-pixel reference, and how they are chosen.
 #include <algorithm>
-#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -58,15 +57,11 @@ class Reference {
       w = kind.opacity ? static_cast<Word>(std::int64_t{coverage} * style.opacity >> 16)
                        : reference::CoverageWeight(coverage);
     }
-    if (!kind.alpha) {
-      return kind.aa || kind.opacity ? reference::Lerp(d, s, w) : s;
-    }
-    if (s == 0) return d;
-    if (kind.sampling == KSamplingCopy && kind.aa && kind.opacity) {
+    if (kind.sampling == KSamplingCopy && kind.aa && kind.opacity && kind.alpha) {
       const Word weak = reference::Scale(s, opacity);
-      return reference::Over(d, reference::Scale(weak, reference::CoverageWeight(coverage)));
+      return reference::Composite(d, weak, true, reference::CoverageWeight(coverage));
     }
-    return reference::Over(d, reference::Scale(s, w));
+    return reference::Composite(d, s, kind.alpha, w);
   }
 
  private:
@@ -297,26 +292,27 @@ TEST(PatternFillers, WidePixmaps) {
   }
 }
 
-TEST(BicubicSample, ShowsThePixelAtItsCentre) {
+TEST(BicubicSample, IsWhatTheFillersShow) {
   KSoftPixmap p;
   p.Create(5, 5, KFormat8888PM);
+  p.quality = KSamplingBicubic;
   Random random(9);
+  Span span(random, 30);
+  span.style.source = &p;
   for (unsigned i = 0; i < 25; ++i) p.Row32(i / 5)[i % 5] = Span::Premultiplied(random.Next());
-  using Clamp = KPatternSampling<KColor_8888_PM, false, false, true, KRepeatClamp>;
-  using Tile = KPatternSampling<KColor_8888_PM, false, false, true, KRepeatTile>;
-  for (int x = -9; x < 14; ++x) {
-    KVertex2D at{KFixed::FromInt(x), KFixed::FromInt(-x)};
-    const auto near = [](int i) { return static_cast<unsigned>(std::clamp(i, 0, 4)); };
-    const auto wrapped = [](int i) { return static_cast<unsigned>((i + 15) % 5); };
-    // The weights are 1 and 0 there, but for the fit of the lines.
-    const std::pair<Word, Word> pairs[] = {
-        {Clamp::BicubicSample(&p, at), p.Row32(near(-x))[near(x)]},
-        {Tile::BicubicSample(&p, at), p.Row32(wrapped(-x))[wrapped(x)]}};
-    for (const auto& [got, want] : pairs) {
-      for (int i = 0; i < 4; ++i) {
-        EXPECT_NEAR(reference::Channel(got, i), reference::Channel(want, i), 1) << x;
-      }
-    }
+  const KFixed left = Fixed(-0x9ABCDE), top = Fixed(0x12345);
+  p.hasAlpha = false;
+  p.transform.Set(Fixed(0x10000), Fixed(0), Fixed(0), Fixed(0x10000), left, top);
+  p.transform.linearIdentity = 0;
+  for (const auto rule : {KRepeatClamp, KRepeatTile}) {
+    p.repeatRule = rule;
+    span.SetSpan(0, 30, 0);
+    EXPECT_TRUE(span.Check(Select(&p).solid, [&](int x, Word) {
+      using Clamp = KPatternSampling<KColor_8888_PM, false, false, false, KRepeatClamp>;
+      using Tile = KPatternSampling<KColor_8888_PM, false, false, false, KRepeatTile>;
+      KVertex2D at{KFixed::FromInt(x) + left - Fixed(0x8000), top - Fixed(0x8000)};
+      return rule == KRepeatTile ? Tile::BicubicSample(&p, at) : Clamp::BicubicSample(&p, at);
+    }));
   }
 }
 

@@ -90,13 +90,6 @@ TEST(PlacePixmap, MapsTheRectangleOntoThePixmap) {
   EXPECT_FALSE(kalvora::PlacePixmap(&p, Point(0, 0), Point(1, 1), moved));
 }
 
-/// The mask's pixel rule for a colour c that `blend` says must be blended.
-Word Masked(Word d, Word c, bool blend, Word m) {
-  const Word w = reference::MaskWeight(m);
-  if (w == 0) return d;
-  return blend ? reference::Over(d, reference::Scale(c, w)) : reference::Lerp(d, c, w);
-}
-
 TEST(DrawAlphaMask, ClipsAndWeighs) {
   Random random(1);
   for (std::uint64_t seed = 0; seed < 2000; ++seed) {
@@ -141,7 +134,8 @@ TEST(DrawAlphaMask, ClipsAndWeighs) {
         if (mx < 0 || my < 0 || mx >= std::min(width, stride) || my >= height) continue;
         Word& d = want[static_cast<std::size_t>(y * Canvas::kWidth + x)];
         const Word s = pattern ? p.Row32(static_cast<unsigned>(y % 7))[x % 9] : c;
-        d = Masked(d, s, blend, bytes.data()[my * stride + mx]);
+        const Word weight = reference::MaskWeight(bytes.data()[my * stride + mx]);
+        d = reference::Composite(d, s, blend, weight);
       }
     }
     kalvora::DrawAlphaMask(canvas.job, mask, x0, y0, x1, y1);
@@ -225,24 +219,25 @@ TEST(DownSample, AveragesBoxes) {
     to.Create(row.toWidth, row.toHeight, KFormat8888PM, result.data());
     for (auto& byte : source) byte = static_cast<unsigned char>(random.Next());
     KFilters::DownSample(&to, &from);
-    const double sx = double{1} * row.fromWidth / row.toWidth,
-                 sy = double{1} * row.fromHeight / row.toHeight;
-    for (unsigned y = 0; y < row.toHeight; ++y) {
-      for (unsigned x = 0; x < row.toWidth; ++x) {
-        for (int c = 0; c < 4; ++c) {
-          double sum = 0;
-          for (unsigned j = 0; j < row.fromHeight; ++j) {
-            const double v = std::min((y + 1) * sy, j + 1.0) - std::max(y * sy, double{1} * j);
-            for (unsigned i = 0; v > 0 && i < row.fromWidth; ++i) {
-              const double h = std::min((x + 1) * sx, i + 1.0) - std::max(x * sx, double{1} * i);
-              if (h > 0) sum += v * h * reference::Channel(from.Row32(j)[i], c);
-            }
-          }
-          const int want = static_cast<int>(sum / (sx * sy) + 0x7F00 / 65536.0);
-          ASSERT_NEAR(static_cast<int>(reference::Channel(to.Row32(y)[x], c)), want, row.tolerance)
-              << row.fromWidth << " to " << row.toWidth;
+    const double sx = 1.0 * row.fromWidth / row.toWidth, sy = 1.0 * row.fromHeight / row.toHeight;
+    // The part of source pixel i that belongs to pixel k of the result.
+    const auto part = [](unsigned i, unsigned k, double scale) {
+      return std::max(0.0, std::min((k + 1) * scale, i + 1.0) - std::max(k * scale, 1.0 * i));
+    };
+    for (unsigned k = 0; k < row.toWidth * row.toHeight * 4; ++k) {
+      const int channel = static_cast<int>(k % 4);
+      const unsigned x = k / 4 % row.toWidth, y = k / 4 / row.toWidth;
+      double sum = 0;
+      for (unsigned j = 0; j < row.fromHeight; ++j) {
+        for (unsigned i = 0; part(j, y, sy) > 0 && i < row.fromWidth; ++i) {
+          const Word c = reference::Channel(from.Row32(j)[i], channel);
+          sum += part(j, y, sy) * part(i, x, sx) * c;
         }
       }
+      const int want = static_cast<int>(sum / (sx * sy) + 0x7F00 / 65536.0);
+      ASSERT_NEAR(static_cast<int>(reference::Channel(to.Row32(y)[x], channel)), want,
+                  row.tolerance)
+          << row.fromWidth << " to " << row.toWidth;
     }
   }
 }

@@ -35,6 +35,11 @@ inline Word Lerp(Word d, Word c, Word w) {
   return result;
 }
 
+/// The colour s of weight w (256: all of it) on d.
+inline Word Composite(Word d, Word s, bool blend, Word w) {
+  return blend ? Over(d, Scale(s, w)) : Lerp(d, s, w);
+}
+
 /// A wrapping 16.16 product.
 inline std::int32_t Mul(std::int64_t a, std::int64_t b) {
   return static_cast<std::int32_t>(static_cast<Word>((a * b) >> 16));
