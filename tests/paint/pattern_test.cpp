@@ -244,7 +244,8 @@ TEST(PatternSelection, QualitiesThatAreNoneLeaveTheFillers) {
 }
 
 TEST(PatternSelection, NothingToReadDrawsNothing) {
-  Word pixels[16] = {};
+  Word pixels[16];
+  std::fill_n(pixels, 16, 0xFFFFFFFF);
   const struct {
     unsigned width, height, stride;
     KFormat format;
@@ -256,6 +257,7 @@ TEST(PatternSelection, NothingToReadDrawsNothing) {
   };
   Random random(3);
   Span span(random, 20);
+  span.SetSpan(0, 20, 0);
   const auto draws = [&](KFiller filler) {
     return !filler || !span.Check(filler, [](int, Word d) { return d; });
   };
@@ -263,6 +265,7 @@ TEST(PatternSelection, NothingToReadDrawsNothing) {
     KSoftPixmap p;
     p.Create(row.width, row.height, row.format, pixels, row.stride);
     if (!row.memory) p.pixels = nullptr;
+    span.style.source = &p;
     const Fillers fillers = Select(&p);
     EXPECT_FALSE(draws(fillers.solid) || draws(fillers.coverage)) << &row - rows;
   }
