@@ -27,9 +27,8 @@ void CheckOrdinaryFiles(int flags) {
   fb_var_screeninfo mode{};
   CHECK(ioctl(fd, FBIOGET_VSCREENINFO, &mode) != 0);
   int waiting = 0;
-  int ends[2];
-  CHECK(pipe(ends) == 0 && write(ends[1], "abc", 3) == 3);
-  CHECK(ioctl(ends[0], FIONREAD, &waiting) == 0 && waiting == 3);
+  CHECK(write(fd, "abc", 3) == 3 && lseek(fd, 1, SEEK_SET) == 1);
+  CHECK(ioctl(fd, FIONREAD, &waiting) == 0 && waiting == 2);
   close(fd);
   unlink(path);
   CHECK(open("/dev/fb7", flags) < 0);
@@ -44,9 +43,6 @@ void Use(int fd, int copy) {
   CHECK(mode.xres == 64 && mode.yres == 48 && mode.bits_per_pixel == 16);
   mode.yres_virtual = mode.yres * 2;
   CHECK(ioctl(fd, FBIOPUT_VSCREENINFO, &mode) == 0);
-  mode.xres = 65;
-  CHECK(ioctl(fd, FBIOPUT_VSCREENINFO, &mode) != 0);
-  mode.xres = 64;
   auto* const pixels = static_cast<unsigned short*>(
       mmap(nullptr, memory.smem_len, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0));
   CHECK(pixels != MAP_FAILED);
@@ -76,13 +72,11 @@ int main(int argc, char** argv) {
   const int fds[] = {open("/dev/fb0", flags), open64("/dev/fb0", flags),
                      openat(AT_FDCWD, "/dev/fb0", flags), openat64(AT_FDCWD, "/dev/fb0", flags),
                      open("/dev/fb0", O_RDWR | O_CLOEXEC)};
-  for (const int fd : fds) {
-    CHECK(fd >= 0);
-    fb_var_screeninfo mode{};
-    CHECK(ioctl(fd, FBIOGET_VSCREENINFO, &mode) == 0);
-  }
   Use(fds[0], dup(fds[1]));
-  for (const int fd : fds) CHECK(close(fd) == 0);
+  for (const int fd : fds) {
+    fb_var_screeninfo mode{};
+    CHECK(ioctl(fd, FBIOGET_VSCREENINFO, &mode) == 0 && close(fd) == 0);
+  }
   (void)argv;
   return 0;
 }
