@@ -51,10 +51,12 @@ struct Setting {
     picture.Create(600, 40, KFormat0888PM);
     EXPECT_TRUE(context.RenderToTexture(&picture));
     fonts.Use();
-    context.Clear({255, 255, 255, 255});
   }
-  // The columns that are not white.
-  std::pair<unsigned, unsigned> Ink() const {
+  // The first and the last column that a line draws in.
+  std::pair<unsigned, unsigned> Ink(std::u32string_view line) {
+    const KVertex2D start = {KFixed::FromInt(10), KFixed::FromInt(30)};
+    context.Clear({255, 255, 255, 255});
+    EXPECT_EQ(setter.DrawLine(line, start, KFixed::FromInt(580)), 0);
     unsigned first = picture.width, last = 0;
     for (unsigned i = 0; i < picture.width * picture.height; ++i) {
       if (picture.Row32(0)[i] == 0xFFFFFFFF) continue;
@@ -114,16 +116,10 @@ TEST(Typesetter, LinesFitAndLoseNothingButSpaces) {
 
 TEST(Typesetter, ShapesWhatMustBeShaped) {
   Setting s;
-  EXPECT_EQ(
-      s.setter.DrawLine(U"Latin", {KFixed::FromInt(10), KFixed::FromInt(30)}, KFixed::FromInt(580)),
-      0);
-  EXPECT_LT(s.Ink().second, 100u);
-  s.context.Clear({255, 255, 255, 255});
-  EXPECT_EQ(s.setter.DrawLine(U"\u0633\u0644\u0627\u0645",
-                              {KFixed::FromInt(10), KFixed::FromInt(30)}, KFixed::FromInt(580)),
-            0);
-  EXPECT_GT(s.Ink().first, 500u);  // set from the right
-  EXPECT_LE(s.Ink().second, 590u);
+  EXPECT_LT(s.Ink(U"Latin").second, 100u);
+  const auto [first, last] = s.Ink(U"\u0633\u0644\u0627\u0645");
+  EXPECT_GT(first, 500u);  // set from the right
+  EXPECT_LE(last, 590u);
 
   typeset::Shaper& shaper = s.fonts.Primary().shaper;
   const typeset::ShapedRun word = shaper.Shape(U"\u0628\u0628\u0628");
