@@ -27,7 +27,6 @@ struct Length {
 
   /// In user units.
   double Resolve(const LengthScale& scale, Axis axis) const;
-  bool operator==(const Length&) const = default;
 };
 
 /// Absolute units become user units at 96 to the inch. Nothing when the text is no length.
