@@ -45,7 +45,7 @@ void Draw(const gallery::Scene& scene, const std::string& folder) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
+  if (argc != 2 || argv[1][0] == '-') {
     std::fputs("usage: kalvora-gallery OUTDIR\n", stderr);
     return 1;
   }
