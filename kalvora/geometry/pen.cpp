@@ -25,8 +25,9 @@ constexpr std::int64_t kMostSagitta = 81733000;  // 1 - cos(22.5 degrees)
 constexpr std::int64_t kMostTurn = 11556;
 constexpr std::int64_t kLeastTurn = 64;
 
-// Drawing is exact within +-8000 device pixels, 16.16. A pen there whose radius is more than the
-// square's diagonal shows no rim, and turns in the largest steps.
+// Drawing is exact within +-8000 device pixels, 16.16. A pen there with a radius of the square's
+// diagonal shows no rim. One that is an ellipse and twice as long shows only the long sides: their
+// normals are so near to the short axis that errors along the long one do not matter.
 constexpr std::int64_t kDiagonal = std::int64_t{22628} << 16;
 constexpr std::int64_t kUnseen = std::int64_t{256} << 16;
 
@@ -56,6 +57,13 @@ std::int64_t Stretch(const KSoftMatrix3D& m) {
   return std::max<std::int64_t>(shift > 8 ? stretch << (shift - 8) : stretch >> (8 - shift), 1);
 }
 
+// The determinant over the larger factor. Halved entries, so that products fit; not too small.
+std::int64_t Squeeze(const KSoftMatrix3D& m, std::int64_t stretch) {
+  const auto product = [](KFixed a, KFixed b) { return std::int64_t{a.raw >> 1} * (b.raw >> 1); };
+  return Abs(product(m.m0, m.m4) - product(m.m1, m.m3)) / std::max<std::int64_t>(stretch >> 2, 1) +
+         4;
+}
+
 bool IsInPlane(const KSoftMatrix3D& m, KVertex2D p) {
   const auto fits = [p](KFixed a, KFixed b, KFixed c) {
     const std::int64_t v =
@@ -67,11 +75,18 @@ bool IsInPlane(const KSoftMatrix3D& m, KVertex2D p) {
 
 Pen::Pen(KFixed halfWidth, const KSoftMatrix3D& m, KFixed quality)
     : radius(std::min(halfWidth, kWidest)) {
-  const std::int64_t stretch = Stretch(m);
+  std::int64_t stretch = Stretch(m);
   // The radius in device pixels.
-  std::int64_t reach = std::max<std::int64_t>(std::int64_t{radius.raw} * stretch >> 16, 1);
+  const auto radiusBy = [this](std::int64_t factor) {
+    return std::max<std::int64_t>(std::int64_t{radius.raw} * factor >> 16, 1);
+  };
+  std::int64_t reach = radiusBy(stretch);
   std::int64_t tolerance = std::clamp(quality, kFinest, kCoarsest).raw;
-  if (reach > kDiagonal) reach = tolerance = kUnseen;
+  if (reach > 2 * kDiagonal) {
+    stretch = std::min(stretch, 2 * Squeeze(m, stretch));
+    reach = radiusBy(stretch);
+    if (reach > 2 * kDiagonal) reach = tolerance = kUnseen;
+  }
 
   // A chord over a step s of a circle of radius r leaves it by e r, e = 1 - cos(s / 2).
   //   cos s = 2 (1 - e)^2 - 1        sin s = 2 (1 - e) sqrt(e (2 - e))

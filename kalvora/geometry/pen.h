@@ -11,6 +11,8 @@ namespace kalvora {
 
 /// The largest factor by which the matrix's linear part stretches a length, 16.16; at least 1 unit.
 std::int64_t Stretch(const KSoftMatrix3D& m);
+/// The smallest one, given the largest.
+std::int64_t Squeeze(const KSoftMatrix3D& m, std::int64_t stretch);
 
 /// Whether the matrix keeps the point within the range of 16.16; beyond it, coordinates wrap.
 bool IsInPlane(const KSoftMatrix3D& m, KVertex2D p);

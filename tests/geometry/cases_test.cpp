@@ -250,20 +250,40 @@ TEST(StrokeCases, DashesAreBounded) {
   stroker.FreeStroke(rings, count, true);
 }
 
-// Curves that leave the plane, or whose pen's rim nobody can see, are not cut finely: 40 curves had
-// up to 570,000 vertices.
+// A pen that the matrix makes 100,000 pixels long and 12,000 high shows its long sides as it
+// should.
+TEST(StrokeCases, LongPensFollowCurves) {
+  KSoftPath path;
+  path.MoveTo(At(0, 0));
+  path.QuadTo(At(0.5, 0.2), At(1, 0));
+  KSoftMatrix3D m;
+  m.Scale(At(8000, 1000));
+  KStroker stroker;
+  stroker.SetLineWidth(ToFixed(12));
+  const Outline outline = Outline::Of(stroker, path, m);
+  for (double t = 0.3; t < 0.71; t += 0.1) {
+    const double slope = 0.4 * (1 - 2 * t), way = 6 / std::hypot(1, slope);
+    const Pt rim = {8000 * (t - slope * way), 1000 * (0.4 * t * (1 - t) + way)};
+    EXPECT_NE(outline.Winding(rim - Pt{0, 1}), 0) << t;
+    EXPECT_EQ(outline.Winding(rim + Pt{0, 1}), 0) << t;
+  }
+}
+
+// Curves that leave the plane, or whose pen's rim nobody can see, are not cut finely: such 40
+// curves had up to 570,000 vertices.
 TEST(StrokeCases, OutlinesAreBounded) {
   KSoftPath path;
   path.MoveTo(At(0, 0));
   for (int i = 1; i < 40; ++i) path.CubicTo(At(i, 9), At(9, -i), At(i % 7, i % 5));
-  KSoftMatrix3D m;
-  m.Scale(At(8000, 8000));
-  for (const double width : {1.0, 5.0, 6.0, 100.0, 8000.0, 32000.0}) {
-    KStroker stroker;
-    stroker.SetLineWidth(ToFixed(width));
-    stroker.SetJoin(kRoundJoin);
-    const std::size_t vertices = Outline::Of(stroker, path, m).Vertices().size();
-    EXPECT_LT(vertices, width > 5 ? 1000u : 50000u) << width;
+  for (const KVertex2D scale : {At(8000, 8000), At(800, 800), At(800, 0.1)}) {
+    KSoftMatrix3D m;
+    m.Scale(scale);
+    for (const double width : {1.0, 5.0, 120.0, 1000.0, 8000.0, 32000.0}) {
+      KStroker stroker;
+      stroker.SetLineWidth(ToFixed(width));
+      stroker.SetJoin(kRoundJoin);
+      EXPECT_LT(Outline::Of(stroker, path, m).Vertices().size(), 80000u) << width;
+    }
   }
 }
 
