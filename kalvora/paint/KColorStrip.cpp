@@ -1,7 +1,7 @@
 // The span fillers of a solid colour.
 #include "kalvora/paint/KColorStrip.h"
 
-#include "kalvora/paint/channels.h"
+#include "kalvora/core/channels.h"
 #include "kalvora/paint/composite.h"
 #include "kalvora/raster/KStyleContext2D.h"
 

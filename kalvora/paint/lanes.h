@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "kalvora/paint/channels.h"
+#include "kalvora/core/channels.h"
 
 #if defined(__SSE2__) || defined(__ARM_NEON)
 #define KALVORA_LANES 1

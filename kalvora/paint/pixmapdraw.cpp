@@ -5,9 +5,9 @@
 #include <cstring>
 
 #include "kalvora/core/KSoftPixmap.h"
+#include "kalvora/core/channels.h"
 #include "kalvora/paint/KPatternStrip.h"
 #include "kalvora/paint/KStrips.h"
-#include "kalvora/paint/channels.h"
 #include "kalvora/raster/KStyleContext2D.h"
 #include "kalvora/raster/polygon.h"
 #include "kalvora/raster/ring.h"

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "kalvora/paint/channels.h"
+#include "kalvora/core/channels.h"
 
 #include "tests/common/Random.h"
 #include "tests/context/Target.h"

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "kalvora/paint/channels.h"
+#include "kalvora/core/channels.h"
 
 #include "tests/paint/reference.h"
 #include "tests/paint/span.h"

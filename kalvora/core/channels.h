@@ -5,8 +5,8 @@
 // scales both: 255 x 256 still fits 16 bits. Results are truncated. For weights and premultiplied
 // colours in their range no channel touches its neighbour; other input only gives odd colours,
 // since everything is computed modulo 2^32.
-#ifndef KALVORA_PAINT_CHANNELS_H
-#define KALVORA_PAINT_CHANNELS_H
+#ifndef KALVORA_CORE_CHANNELS_H
+#define KALVORA_CORE_CHANNELS_H
 
 #include <cstdint>
 
