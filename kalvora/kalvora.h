@@ -21,6 +21,7 @@
 #include "kalvora/geometry/KStroker.h"
 #include "kalvora/paint/KFilters.h"
 #include "kalvora/paint/KSoftColorRamp.h"
+#include "kalvora/support/KError.h"
 #include "kalvora/text/KFTFallback.h"
 #include "kalvora/text/KFTFont.h"
 #include "kalvora/text/KFTFontContext.h"

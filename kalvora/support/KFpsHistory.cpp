@@ -59,7 +59,7 @@ int KFpsHistory::FlipAt(std::int64_t nowUs) {
 }
 
 void KFpsHistory::Dump() const {
-  std::FILE* file = std::fopen("/var/log/kalvora-fps.log", "a");
+  std::FILE* file = std::fopen("/var/log/kalvora-fps.log", "ae");
   if (file == nullptr) return;
   DumpTo(file);
   std::fclose(file);

@@ -13,7 +13,7 @@ void KUtil::LogError(const char* format, ...) {
   stamp[sizeof stamp - 1] = 0;
   if (const std::size_t length = std::strlen(stamp); length > 0) stamp[length - 1] = 0;
 
-  std::FILE* file = std::fopen("/var/log/kalvora-err.log", "a");
+  std::FILE* file = std::fopen("/var/log/kalvora-err.log", "ae");
   if (file == nullptr) return;
   std::fprintf(file, "[%s] ", stamp);
   std::va_list arguments;
