@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "kalvora/paint/loops/loops.h"
+
 namespace kalvora {
 
 /// Source pixels that fillers make at a time, on the stack.
@@ -25,15 +27,6 @@ void LerpSpan(std::uint32_t* to, const std::int32_t* coverage, int n, std::uint3
 void CoverMaskedSpan(std::uint32_t* to, const std::uint8_t* mask, int n, std::uint32_t c);
 /// d = lerp(d, c, mask)
 void LerpMaskedSpan(std::uint32_t* to, const std::uint8_t* mask, int n, std::uint32_t c);
-
-/// How source pixels are weighed.
-enum class Weight {
-  kFull,                 ///< w = 256
-  kOpacity,              ///< w = opacity
-  kCoverage,             ///< w = (coverage + 128) >> 8
-  kCoverageOpacity,      ///< w = (coverage opacity) >> 16
-  kOpacityThenCoverage,  ///< the source is scaled by the opacity, then by the coverage
-};
 
 /// Source pixels with alpha: d = over(d, scale(s, w)).
 template <Weight W>

@@ -1,0 +1,281 @@
+// The lane interface: vectors of KALVORA_LANES pixels, or one word where that is 1, and the pixel
+// arithmetic of core/channels.h on them, with the same results in every lane.
+//
+// Operators +, -, *, &, |, ^ and shifts work lane by lane on Words and wrap. Weights multiply both
+// 16-bit fields of a word, so they are carried in both: Both(w). Everything here has internal
+// linkage, in the namespace of the width.
+#ifndef KALVORA_PAINT_LOOPS_LANES_H
+#define KALVORA_PAINT_LOOPS_LANES_H
+
+#include <cstddef>
+#include <cstdint>
+
+#if KALVORA_LANES > 1 && defined(__SSE2__)
+#include <immintrin.h>
+#elif KALVORA_LANES > 1
+#include <arm_neon.h>
+#endif
+
+namespace kalvora::KALVORA_WIDTH {
+namespace {
+
+constexpr int kLanes = KALVORA_LANES;
+constexpr std::uint32_t kFieldMask = 0x00FF00FF;
+
+#if KALVORA_LANES > 1
+typedef std::uint32_t Words __attribute__((vector_size(4 * KALVORA_LANES)));
+typedef std::int32_t Ints __attribute__((vector_size(4 * KALVORA_LANES)));
+typedef float Floats __attribute__((vector_size(4 * KALVORA_LANES)));
+typedef std::uint16_t Fields __attribute__((vector_size(4 * KALVORA_LANES)));  // two a word
+
+inline Fields AsFields(Words w) { return reinterpret_cast<Fields>(w); }
+inline Words AsWords(Fields f) { return reinterpret_cast<Words>(f); }
+#else
+using Words = std::uint32_t;
+using Ints = std::int32_t;
+using Floats = float;
+#endif
+
+// Vectors may lie at any address.
+
+template <typename V>
+V LoadAs(const void* p) {
+  V v;
+  __builtin_memcpy(&v, p, sizeof v);
+  return v;
+}
+inline Words Load(const void* p) { return LoadAs<Words>(p); }
+inline void Store(void* p, Words v) { __builtin_memcpy(p, &v, sizeof v); }
+
+/// The same word in every lane.
+inline Words All(std::uint32_t word) { return Words{} + word; }
+
+/// start, start + step, start + 2 step, ...
+inline Words Series(std::uint32_t start, std::uint32_t step) {
+#if KALVORA_LANES == 8
+  return Words{0, 1, 2, 3, 4, 5, 6, 7} * step + start;
+#elif KALVORA_LANES == 4
+  return Words{0, 1, 2, 3} * step + start;
+#else
+  return start + 0 * step;
+#endif
+}
+
+/// All bits of the lanes where a == b, none elsewhere.
+inline Words Equal(Words a, Words b) {
+#if KALVORA_LANES > 1
+  return reinterpret_cast<Words>(a == b);
+#else
+  return a == b ? ~0u : 0u;
+#endif
+}
+/// The bits of `a` where `mask` has ones, of `b` elsewhere.
+inline Words Select(Words mask, Words a, Words b) { return (a & mask) | (b & ~mask); }
+
+// The first K lanes of a vector, from K words; the others hold anything. K is kLanes or a smaller
+// power of two.
+
+template <int K>
+Words LoadPart(const void* p) {
+  if constexpr (K == kLanes) return Load(p);
+#if KALVORA_LANES > 1 && defined(__SSE2__)
+  __m128i v;
+  if constexpr (K == 4) v = _mm_loadu_si128(static_cast<const __m128i*>(p));
+  if constexpr (K == 2) v = _mm_loadl_epi64(static_cast<const __m128i*>(p));
+  if constexpr (K == 1) v = _mm_cvtsi32_si128(LoadAs<std::int32_t>(p));
+#if KALVORA_LANES == 8
+  return reinterpret_cast<Words>(_mm256_zextsi128_si256(v));
+#else
+  return reinterpret_cast<Words>(v);
+#endif
+#elif KALVORA_LANES > 1
+  if constexpr (K == 2) return vcombine_u32(vcreate_u32(LoadAs<std::uint64_t>(p)), vdup_n_u32(0));
+  return vdupq_n_u32(LoadAs<std::uint32_t>(p));
+#endif
+}
+
+template <int K>
+void StorePart(void* p, Words v) {
+  if constexpr (K == kLanes) return Store(p, v);
+#if KALVORA_LANES > 1 && defined(__SSE2__)
+#if KALVORA_LANES == 8
+  const __m128i low = _mm256_castsi256_si128(reinterpret_cast<__m256i>(v));
+#else
+  const __m128i low = reinterpret_cast<__m128i>(v);
+#endif
+  if constexpr (K == 4) _mm_storeu_si128(static_cast<__m128i*>(p), low);
+  if constexpr (K == 2) _mm_storel_epi64(static_cast<__m128i*>(p), low);
+  if constexpr (K == 1) {
+    const std::int32_t word = _mm_cvtsi128_si32(low);
+    __builtin_memcpy(p, &word, sizeof word);
+  }
+#elif KALVORA_LANES > 1
+  if constexpr (K < kLanes) __builtin_memcpy(p, &v, K * sizeof(std::uint32_t));
+#endif
+}
+
+/// K bytes, one in each lane.
+template <int K>
+Words LoadBytes(const std::uint8_t* p) {
+#if KALVORA_LANES == 1
+  return *p;
+#else
+#if KALVORA_LANES == 8
+  if constexpr (K == 8) {
+    const __m128i v = _mm_loadl_epi64(static_cast<const __m128i*>(static_cast<const void*>(p)));
+    return reinterpret_cast<Words>(_mm256_cvtepu8_epi32(v));
+  }
+#endif
+  std::uint32_t bytes = 0;
+  __builtin_memcpy(&bytes, p, K <= 4 ? K : 4);
+#if KALVORA_LANES == 8
+  return reinterpret_cast<Words>(_mm256_cvtepu8_epi32(_mm_cvtsi32_si128(static_cast<int>(bytes))));
+#elif defined(__SSE2__)
+  const __m128i v = _mm_cvtsi32_si128(static_cast<int>(bytes));
+  const __m128i zero = _mm_setzero_si128();
+  return reinterpret_cast<Words>(_mm_unpacklo_epi16(_mm_unpacklo_epi8(v, zero), zero));
+#else
+  return vmovl_u16(vget_low_u16(vmovl_u8(vcreate_u8(bytes))));
+#endif
+#endif
+}
+
+// Two channels of a pixel in the fields of a word.
+
+/// A weight of 0..256 for both fields of a word.
+inline Words Both(Words w) {
+#if KALVORA_LANES > 1
+  return w | w << 16;
+#else
+  return w;
+#endif
+}
+
+/// Blue and red.
+inline Words Lo(Words p) { return p & kFieldMask; }
+/// Green and alpha.
+inline Words Hi(Words p) {
+#if KALVORA_LANES > 1
+  return AsWords(AsFields(p) >> 8);
+#else
+  return p >> 8 & kFieldMask;
+#endif
+}
+/// Blue and red times 256.
+inline Words LoHigh(Words p) {
+#if KALVORA_LANES > 1
+  return AsWords(AsFields(p) << 8);
+#else
+  return Lo(p) << 8;
+#endif
+}
+/// Green and alpha times 256.
+inline Words HiHigh(Words p) { return p & ~kFieldMask; }
+
+// Words that are one field borrow from each other and give it back with the sum.
+
+inline Words Sum(Words a, Words b) {
+#if KALVORA_LANES > 1
+  return AsWords(AsFields(a) + AsFields(b));
+#else
+  return a + b;
+#endif
+}
+inline Words Difference(Words a, Words b) {
+#if KALVORA_LANES > 1
+  return AsWords(AsFields(a) - AsFields(b));
+#else
+  return a - b;
+#endif
+}
+/// Both fields times the weight of Both().
+inline Words Times(Words fields, Words both) {
+#if KALVORA_LANES > 1
+  return AsWords(AsFields(fields) * AsFields(both));
+#else
+  return fields * both;
+#endif
+}
+/// The pixel whose channels are the high bytes of the fields.
+inline Words JoinHigh(Words lo, Words hi) {
+#if KALVORA_LANES > 1 && defined(__SSE2__)
+  return AsWords(AsFields(lo) >> 8) | (hi & ~kFieldMask);
+#elif KALVORA_LANES > 1
+  return vreinterpretq_u32_u16(
+      vsriq_n_u16(vreinterpretq_u16_u32(hi), vreinterpretq_u16_u32(lo), 8));
+#else
+  return (lo >> 8 & kFieldMask) | (hi & ~kFieldMask);
+#endif
+}
+
+/// c' = floor(c w / 256), w of Both().
+inline Words Scale(Words p, Words both) { return JoinHigh(Times(Lo(p), both), Times(Hi(p), both)); }
+
+/// Both(256 - the weight of the pixel's alpha): a + 1 from 128 up, else a.
+inline Words BothRest(Words p) { return Both(256 - ((p >> 24) + (p >> 31))); }
+
+/// Dca' = Sca + Dca (1 - Sa), one 32-bit addition for all channels.
+inline Words Over(Words d, Words s) { return Scale(d, BothRest(s)) + s; }
+
+/// d' = floor((256 d + (c - d) w) / 256), w of Both().
+inline Words Lerp(Words d, Words c, Words both) {
+  return JoinHigh(Sum(LoHigh(d), Times(Difference(Lo(c), Lo(d)), both)),
+                  Sum(HiHigh(d), Times(Difference(Hi(c), Hi(d)), both)));
+}
+
+/// The weights of 16.16 coverage, for both fields.
+inline Words BothCoverage(Words coverage) { return Both((coverage + 128) >> 8); }
+
+/// The weights of mask bytes, m + 1 above 128, else m, for both fields.
+inline Words BothMask(Words m) {
+#if KALVORA_LANES > 1
+  return Both(m - reinterpret_cast<Words>(m > 128));
+#else
+  return m + (m > 128);
+#endif
+}
+
+/// Which lanes of the pixels a loop is at: reads the same ones of another array.
+template <int K>
+struct At {
+  int i;
+
+  Words operator()(const std::uint32_t* p) const { return LoadPart<K>(p + i); }
+  Words operator()(const std::int32_t* p) const { return LoadPart<K>(p + i); }
+  Words Bytes(const std::uint8_t* p) const { return LoadBytes<K>(p + i); }
+  /// The index of each lane's pixel.
+  Words Index() const { return Series(static_cast<std::uint32_t>(i), 1); }
+};
+
+/// K <= n <= 2 K pixels, as two vectors that may overlap: both are made of the pixels as they were.
+template <int K, typename F>
+void BothEnds(std::uint32_t* to, int n, F f) {
+  const Words first = f(LoadPart<K>(to), At<K>{0});
+  const Words last = f(LoadPart<K>(to + n - K), At<K>{n - K});
+  StorePart<K>(to, first);
+  StorePart<K>(to + n - K, last);
+}
+
+/// to[i] = f(to[i], at), i = 0..n - 1, where at(array) reads array[i], in no order: f must not
+/// remember anything.
+template <typename F>
+void Pixels(std::uint32_t* to, int n, F f) {
+  if constexpr (kLanes == 1) {
+    for (int i = 0; i < n; ++i) to[i] = f(to[i], At<1>{i});
+  } else if (n >= kLanes) {
+    const Words last = f(Load(to + n - kLanes), At<kLanes>{n - kLanes});
+    for (int i = 0; i < n - kLanes; i += kLanes) Store(to + i, f(Load(to + i), At<kLanes>{i}));
+    Store(to + n - kLanes, last);
+  } else if (kLanes > 4 && n >= 4) {
+    BothEnds<4>(to, n, f);
+  } else if (n >= 2) {
+    BothEnds<2>(to, n, f);
+  } else if (n == 1) {
+    StorePart<1>(to, f(LoadPart<1>(to), At<1>{0}));
+  }
+}
+
+}  // namespace
+}  // namespace kalvora::KALVORA_WIDTH
+
+#endif

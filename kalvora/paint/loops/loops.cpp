@@ -1,0 +1,67 @@
+// Loops: the choice of a width.
+#include "kalvora/paint/loops/loops.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+
+#include "kalvora/paint/loops/widths.h"
+
+#if defined(__arm__)
+#include <sys/auxv.h>
+#endif
+
+namespace kalvora {
+
+#define KALVORA_DECLARE(width) \
+  namespace width {            \
+  extern const Loops kLoops;   \
+  }
+KALVORA_EACH_WIDTH(KALVORA_DECLARE)
+#undef KALVORA_DECLARE
+
+namespace {
+
+#define KALVORA_TAKE(width) &width::kLoops,
+constexpr const Loops* kCompiled[] = {KALVORA_EACH_WIDTH(KALVORA_TAKE)};
+#undef KALVORA_TAKE
+
+/// How many of them this processor has; each one includes those before it.
+std::size_t CountUsable() {
+#if KALVORA_X86
+  return __builtin_cpu_supports("avx2") ? 3 : __builtin_cpu_supports("sse2") ? 2 : 1;
+#elif KALVORA_NEON && defined(__arm__)
+  constexpr unsigned long kNeon = 1ul << 12;  // HWCAP_NEON
+  return getauxval(AT_HWCAP) & kNeon ? 2 : 1;
+#else
+  return std::size(kCompiled);
+#endif
+}
+
+struct Usable {
+  const Loops* loops[std::size(kCompiled) + 1] = {};
+  const Loops* chosen = nullptr;
+
+  Usable() {
+    const std::size_t count = CountUsable();
+    const char* wanted = std::getenv("K_WIDTH");
+    chosen = kCompiled[count - 1];
+    for (std::size_t i = 0; i < count; ++i) {
+      loops[i] = kCompiled[i];
+      if (wanted && std::strcmp(wanted, loops[i]->name) == 0) chosen = loops[i];
+    }
+  }
+};
+
+const Usable& Widths() {
+  static const Usable usable;
+  return usable;
+}
+
+}  // namespace
+
+const Loops* const* UsableLoops() { return Widths().loops; }
+
+const Loops& ChosenLoops() { return *Widths().chosen; }
+
+}  // namespace kalvora

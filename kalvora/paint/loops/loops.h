@@ -1,0 +1,102 @@
+// Loops: the inner loops of the fillers, one table of them for each instruction set ("width").
+//
+// A loop is written once, against lanes.h, and compiled once for each width, in a namespace of its
+// own. To add one:
+//   1. write it in a header of this folder beside its kin (colour.h and others), inside
+//      `namespace kalvora::KALVORA_WIDTH { namespace {`, from lanes.h and language types alone: an
+//      inline function of any other header might be the copy that the linker keeps for everybody,
+//      and an older processor would die in it (the test `widths` looks for such symbols);
+//   2. give it a pointer in a struct below, with a formula, and its place in table.h;
+//   3. add a row to the table in tests/paint/loops_test.cpp, which compares every width with plain
+//      code. What it computes must not depend on the width, to the last bit.
+// To add a width: one more file like sse2.cpp, its line in widths.h and, when it needs a compiler
+// option, in kalvora/CMakeLists.txt.
+#ifndef KALVORA_PAINT_LOOPS_LOOPS_H
+#define KALVORA_PAINT_LOOPS_LOOPS_H
+
+#include <cstddef>
+#include <cstdint>
+
+namespace kalvora {
+
+/// Rows of target pixels: `n` pixels from `to` on, and the rows below it, `stride` pixels apart.
+/// n or rows <= 0 is nothing.
+struct Block {
+  std::uint32_t* to;
+  std::ptrdiff_t stride;
+  int n;
+  int rows;
+};
+
+/// What a pixel becomes, the two pairs of its channels at once, 16 bits a channel:
+///
+///     d' = floor((d rest + (lo, hi)) / 256) + add,   0 <= d rest + (lo, hi) < 2^16
+///
+/// the last addition one of 32 bits. Every solid colour at a constant coverage has this form.
+struct Mix {
+  std::uint32_t rest;  ///< 0..256
+  std::uint32_t lo;    ///< blue and red
+  std::uint32_t hi;    ///< green and alpha
+  std::uint32_t add;
+};
+
+/// Loops over one colour c. `coverage` (16.16, 0..0x10000) belongs to the same pixels as `to`.
+struct ColorLoops {
+  /// d = c
+  void (*fill)(const Block& block, std::uint32_t c);
+  /// d = over(d, c)
+  void (*over)(const Block& block, std::uint32_t c);
+  /// The first column of each row is mixed by `left`, the last by `right` (`left`, when it is the
+  /// first too), those between by `inner`.
+  void (*edged)(const Block& block, const Mix& left, const Mix& inner, const Mix& right);
+  /// d = over(d, scale(c, coverage))
+  void (*cover)(std::uint32_t* to, const std::int32_t* coverage, int n, std::uint32_t c);
+  /// d = lerp(d, c, coverage)
+  void (*lerp)(std::uint32_t* to, const std::int32_t* coverage, int n, std::uint32_t c);
+  /// d = over(d, scale(c, mask)); rows of mask bytes are `maskStride` apart.
+  void (*coverMasked)(const Block& block, const std::uint8_t* mask, std::ptrdiff_t maskStride,
+                      std::uint32_t c);
+  /// d = lerp(d, c, mask)
+  void (*lerpMasked)(const Block& block, const std::uint8_t* mask, std::ptrdiff_t maskStride,
+                     std::uint32_t c);
+};
+
+/// How source pixels are weighed.
+enum class Weight {
+  kFull,                 ///< w = 256
+  kOpacity,              ///< w = opacity
+  kCoverage,             ///< w = (coverage + 128) >> 8
+  kCoverageOpacity,      ///< w = (coverage opacity) >> 16
+  kOpacityThenCoverage,  ///< the source is scaled by the opacity, then by the coverage
+};
+inline constexpr int kWeights = 5;
+
+/// A loop over n source pixels, weighed by coverage and an opacity of 0..256 as its Weight says.
+using PixelLoop = void (*)(std::uint32_t* to, const std::uint32_t* source,
+                           const std::int32_t* coverage, int n, std::int32_t opacity);
+
+/// Loops over source pixels s, by Weight.
+struct PixelLoops {
+  /// Source pixels with alpha: d = over(d, scale(s, w)).
+  PixelLoop over[kWeights];
+  /// Source pixels taken as opaque: d = lerp(d, s, w); none for kFull and kOpacityThenCoverage.
+  PixelLoop lerp[kWeights];
+};
+
+/// All loops of one width.
+struct Loops {
+  const char* name;
+  ColorLoops color;
+  PixelLoops pixels;
+};
+
+/// The widths that this processor can run, from the narrowest to the widest; ends with a null.
+const Loops* const* UsableLoops();
+
+/// The widest of them, or the one that the environment variable K_WIDTH names ("plain", "sse2",
+/// "avx2", "neon"), when the processor has it. The environment is read once in a process.
+const Loops& ChosenLoops();
+
+}  // namespace kalvora
+
+#endif

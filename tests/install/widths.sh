@@ -1,0 +1,23 @@
+#!/bin/sh
+# The objects of the vector widths hold no symbol that the linker could merge with another object's:
+# it might keep the copy that older processors cannot run. Each exports its table of loops, no more.
+#
+#   sh widths.sh NM OBJECT...
+set -eu
+nm=$1 tables=0
+shift
+for object; do
+  case $object in
+  */paint/loops/plain.* | */paint/loops/sse2.* | */paint/loops/avx2.* | */paint/loops/neon.*) ;;
+  *) continue ;;
+  esac
+  exported=$("$nm" -C --defined-only --extern-only "$object" | sed 's/^[0-9a-f]* //')
+  test -n "$exported" || continue # not this processor's
+  if [ "$(echo "$exported" | grep -cvE "^[RD] kalvora::[a-z0-9]+::kLoops$")" -ne 0 ]; then
+    echo "$object exports: $exported"
+    exit 1
+  fi
+  tables=$((tables + 1))
+done
+echo "$tables widths"
+test "$tables" -ge 1

@@ -1,0 +1,192 @@
+// Every loop of every width that this processor has against the pixel rules: all lengths up to a
+// few vectors, every alignment, buffers that end or begin at guard pages.
+#include "kalvora/paint/loops/loops.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/common/GuardedBuffer.h"
+#include "tests/common/Random.h"
+#include "tests/paint/reference.h"
+#include "tests/paint/span.h"
+
+namespace {
+
+using kalvora::Block;
+using kalvora::Loops;
+using kalvora::Mix;
+using kalvora::PixelLoop;
+using reference::Word;
+
+constexpr int kLongest = 70;
+
+/// One call's buffers: rows of n pixels that lie `stride` apart, and as much of coverage, mask and
+/// source. The first row begins, or the last one ends, at a guard page.
+struct Case {
+  Case(Random& random, int columns, int lines, GuardedBuffer::Edge edge)
+      : n(columns),
+        rows(lines),
+        stride(columns + random.Between(0, 3)),
+        pixels(Bytes(4), edge),
+        source(Bytes(4), edge),
+        coverage(Bytes(4), edge),
+        mask(Bytes(1), edge),
+        color(Span::Pixel(random)),
+        opacity(random.Between(0, 256)) {
+    for (std::size_t i = 0; i < mask.size(); ++i) {
+      pixels.As<Word>()[i] = Span::Pixel(random);
+      source.As<Word>()[i] = Span::Pixel(random);
+      coverage.As<std::int32_t>()[i] =
+          random.OneIn(3) ? random.Between(0, 1) << 16 : random.Between(0, 0x10000);
+      mask.data()[i] =
+          static_cast<std::uint8_t>(random.OneIn(3) ? 255 * random.Below(2) : random.Below(256));
+    }
+    before.assign(pixels.As<Word>(), pixels.As<Word>() + mask.size());
+    for (Mix& mix : mixes) mix = AnyMix(random);
+  }
+
+  Block Pixels() const { return {pixels.As<Word>(), stride, n, rows}; }
+  std::uint8_t Mask(std::size_t i) const { return mask.data()[i]; }
+  std::int32_t Coverage(std::size_t i) const { return coverage.As<std::int32_t>()[i]; }
+  Word Source(std::size_t i) const { return source.As<Word>()[i]; }
+
+  const int n, rows, stride;
+  GuardedBuffer pixels, source, coverage, mask;
+  const Word color;
+  const std::int32_t opacity;
+  Mix mixes[3];
+  std::vector<Word> before;
+
+ private:
+  /// From the first pixel to the last row's last.
+  std::size_t Bytes(int size) const {
+    return n == 0 ? 0 : static_cast<std::size_t>((stride * (rows - 1) + n) * size);
+  }
+  static Mix AnyMix(Random& random) {
+    const Word c = Span::Pixel(random),
+               w = random.OneIn(3) ? 256 * random.Below(2) : random.Below(257);
+    if (random.OneIn(2)) return {w, 0, 0, c};
+    return {256 - w, (c & 0xFF00FF) * w, (c >> 8 & 0xFF00FF) * w, 0};
+  }
+};
+
+Word Mixed(const Mix& mix, Word d) {
+  Word result = 0;
+  for (int i = 0; i < 4; ++i) {
+    const Word fields = i & 1 ? mix.hi : mix.lo;
+    const Word sum = reference::Channel(d, i) * mix.rest + (fields >> 8 * (i & 2) & 0xFFFF);
+    result |= sum / 256 << 8 * i;
+  }
+  return result + mix.add;
+}
+
+/// The weight that a Weight gives pixel i, and the source pixel that it weighs.
+Word Weighed(const Case& c, std::size_t i, int weight, bool alpha) {
+  using reference::CoverageWeight;
+  const auto opacity = static_cast<Word>(c.opacity);
+  const Word weights[] = {256, opacity, CoverageWeight(c.Coverage(i)),
+                          static_cast<Word>(std::int64_t{c.Coverage(i)} * opacity >> 16),
+                          CoverageWeight(c.Coverage(i))};
+  const Word s = weight == 4 ? reference::Scale(c.Source(i), opacity) : c.Source(i);
+  return reference::Composite(c.before[i], s, alpha, weights[weight]);
+}
+
+/// A loop: how it is called, and what pixel i of column x becomes.
+struct Row {
+  std::string name;
+  bool rows;  // takes more than one row
+  std::function<void(const Loops&, const Case&)> run;
+  std::function<Word(const Case&, std::size_t i, int x)> want;
+};
+
+std::vector<Row> Table() {
+  const auto composite = [](const Case& c, std::size_t i, bool blend, Word weight) {
+    return reference::Composite(c.before[i], c.color, blend, weight);
+  };
+  std::vector<Row> table = {
+      {"fill", true, [](const Loops& l, const Case& c) { l.color.fill(c.Pixels(), c.color); },
+       [](const Case& c, std::size_t, int) { return c.color; }},
+      {"over", true, [](const Loops& l, const Case& c) { l.color.over(c.Pixels(), c.color); },
+       [=](const Case& c, std::size_t i, int) { return composite(c, i, true, 256); }},
+      {"edged", true,
+       [](const Loops& l, const Case& c) {
+         l.color.edged(c.Pixels(), c.mixes[0], c.mixes[1], c.mixes[2]);
+       },
+       [](const Case& c, std::size_t i, int x) {
+         return Mixed(c.mixes[x == 0 ? 0 : x == c.n - 1 ? 2 : 1], c.before[i]);
+       }},
+  };
+  for (const bool blend : {true, false}) {
+    table.push_back({blend ? "cover" : "lerp", false,
+                     [=](const Loops& l, const Case& c) {
+                       (blend ? l.color.cover : l.color.lerp)(
+                           c.pixels.As<Word>(), c.coverage.As<std::int32_t>(), c.n, c.color);
+                     },
+                     [=](const Case& c, std::size_t i, int) {
+                       return composite(c, i, blend, reference::CoverageWeight(c.Coverage(i)));
+                     }});
+    table.push_back({blend ? "coverMasked" : "lerpMasked", true,
+                     [=](const Loops& l, const Case& c) {
+                       (blend ? l.color.coverMasked : l.color.lerpMasked)(c.Pixels(), c.mask.data(),
+                                                                          c.stride, c.color);
+                     },
+                     [=](const Case& c, std::size_t i, int) {
+                       return composite(c, i, blend, reference::MaskWeight(c.Mask(i)));
+                     }});
+    for (int w = 0; w < kalvora::kWeights; ++w) {
+      if (!blend && (w == 0 || w == 4)) continue;
+      table.push_back(
+          {std::string(blend ? "pixels.over " : "pixels.lerp ") + std::to_string(w), false,
+           [=](const Loops& l, const Case& c) {
+             (blend ? l.pixels.over : l.pixels.lerp)[w](c.pixels.As<Word>(), c.source.As<Word>(),
+                                                        c.coverage.As<std::int32_t>(), c.n,
+                                                        c.opacity);
+           },
+           [=](const Case& c, std::size_t i, int) { return Weighed(c, i, w, blend); }});
+    }
+  }
+  return table;
+}
+
+void Check(const Loops& loops, const Row& row, const Case& c) {
+  row.run(loops, c);
+  for (std::size_t i = 0; i < c.before.size(); ++i) {
+    const int x = static_cast<int>(i) % c.stride;
+    const Word want = x < c.n ? row.want(c, i, x) : c.before[i];
+    ASSERT_EQ(c.pixels.As<Word>()[i], want)
+        << loops.name << ", " << row.name << ": pixel " << i << " of " << c.rows << " rows of "
+        << c.n << std::hex << "; it was " << c.before[i] << ", colour " << c.color;
+  }
+}
+
+TEST(Loops, FollowTheRulesInEveryWidth) {
+  const std::vector<Row> table = Table();
+  // Every pointer of the tables has its row, but for the two weights that lerp does without.
+  static_assert(sizeof(Loops::color) + sizeof(Loops::pixels) == 17 * sizeof(void*));
+  ASSERT_EQ(table.size(), 17u - 2);
+  for (const Loops* const* width = kalvora::UsableLoops(); *width; ++width) {
+    for (const Row& row : table) {
+      Random random(7);
+      for (int n = 0; n <= kLongest; ++n) {
+        for (const auto edge : {GuardedBuffer::kAtEnd, GuardedBuffer::kAtStart}) {
+          const int rows = row.rows ? random.Between(1, 4) : 1;
+          ASSERT_NO_FATAL_FAILURE(Check(**width, row, Case(random, n, rows, edge)));
+        }
+      }
+    }
+  }
+}
+
+TEST(Loops, TheEnvironmentChoosesAWidth) {
+  const char* wanted = std::getenv("K_WIDTH");
+  std::string expected;
+  for (const Loops* const* width = kalvora::UsableLoops(); *width; ++width) {
+    if (expected.empty() || !wanted || expected != wanted) expected = (*width)->name;
+  }
+  EXPECT_EQ(kalvora::ChosenLoops().name, expected);
+}
+
+}  // namespace
