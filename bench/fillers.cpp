@@ -9,7 +9,7 @@
 #include "kalvora/core/KSoftPixmap.h"
 #include "kalvora/paint/KSoftColorRamp.h"
 #include "kalvora/paint/KStrips.h"
-#include "kalvora/raster/KStyleContext2D.h"
+#include "kalvora/paint/KStyleContext2D.h"
 
 #include "tests/common/Random.h"
 

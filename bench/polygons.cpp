@@ -5,7 +5,7 @@
 #include <benchmark/benchmark.h>
 
 #include "kalvora/context/KSoftContext2D.h"
-#include "kalvora/raster/KStyleContext2D.h"
+#include "kalvora/paint/KStyleContext2D.h"
 
 #ifdef KALVORA_BENCH_CAIRO
 #include <cairo.h>

@@ -7,8 +7,9 @@
 
 #include "kalvora/display/KLinuxFb.h"
 #include "kalvora/paint/KStrips.h"
+#include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/raster/KStack.h"
-#include "kalvora/raster/KStyleContext2D.h"
+#include "kalvora/raster/rectangle.h"
 
 std::uint64_t KSoftContext2D::Id = 0;
 
@@ -78,7 +79,7 @@ bool KSoftContext2D::NewLineBuffer(unsigned width) {
   if (mStyle && mStyle->ownsLineBuffer && width != 0 && width == mLineWidth) return true;
   DropLineBuffer();
   if (!mStyle || std::size_t{width} > SIZE_MAX / sizeof(std::int32_t)) return false;
-  mStyle->lineBuffer = static_cast<std::int32_t*>(std::malloc(width * sizeof(std::int32_t)));
+  mStyle->lineBuffer = static_cast<std::int32_t*>(std::calloc(width, sizeof(std::int32_t)));
   mStyle->ownsLineBuffer = mStyle->lineBuffer != nullptr;
   mLineWidth = width;
   return mStyle->ownsLineBuffer || width == 0;
@@ -119,22 +120,18 @@ void KSoftContext2D::Clear(KColor32 color, const KRect* rect) {
   KPaint paint;
   paint.type = KPaintColor;
   paint.color = color.PreMultiply();
-  KFiller fill = nullptr;
-  KFiller coverage = nullptr;
-  mStyle->paint = &paint;
-  mStripInit.init[KPaintColor](mStyle, fill, coverage);
-  mStyle->paint = nullptr;
   const auto width = static_cast<std::int32_t>(std::min<std::uint32_t>(mTarget.width, INT32_MAX));
   const auto height = static_cast<std::int32_t>(std::min<std::uint32_t>(mTarget.height, INT32_MAX));
-  // Without a rectangle the row padding is filled too.
-  mStyle->x0 = rect ? std::max<std::int32_t>(rect->left, 0) : 0;
-  mStyle->x1 = rect ? std::min<std::int32_t>(rect->right, width)
-                    : std::max(width, static_cast<std::int32_t>(mTarget.stride >> 2));
-  const std::int32_t bottom = rect ? std::min<std::int32_t>(rect->bottom, height) : height;
-  if (mStyle->x0 >= mStyle->x1) return;
-  for (mStyle->y = rect ? std::max<std::int32_t>(rect->top, 0) : 0; mStyle->y < bottom;
-       ++mStyle->y) {
-    mStyle->row = mTarget.Row32(static_cast<unsigned>(mStyle->y));
-    fill(mStyle);
+  kalvora::PixelBox box;
+  if (rect) {
+    box.x0 = std::max<std::int32_t>(rect->left, 0);
+    box.y0 = std::max<std::int32_t>(rect->top, 0);
+    box.x1 = std::min<std::int32_t>(rect->right, width);
+    box.y1 = std::min<std::int32_t>(rect->bottom, height);
+  } else {
+    // The row padding is filled too.
+    box.x1 = std::max(width, static_cast<std::int32_t>(mTarget.stride >> 2));
+    box.y1 = height;
   }
+  kalvora::FillBox(Painting(paint), box);
 }

@@ -8,11 +8,12 @@
 #include "kalvora/display/KDisplay.h"
 #include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"
+#include "kalvora/paint/KPaint.h"
 #include "kalvora/raster/KClipRings.h"
-#include "kalvora/raster/KPaint.h"
 #include "kalvora/text/KFTFontContext.h"
 
 namespace kalvora {
+struct PaintJob;
 struct RasterJob;
 struct RectangleJob;
 }  // namespace kalvora
@@ -181,8 +182,9 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   void SetFpsAttribute(unsigned key, unsigned value);
   void ResetState();
   bool CanDraw() const;
-  kalvora::RasterJob Job(const KPaint& paint, KFillRule rule);
-  kalvora::RectangleJob RectJob(const KPaint& paint, KFillRule rule, bool antiAlias);
+  kalvora::PaintJob Painting(const KPaint& paint) const;
+  kalvora::RasterJob Job(const KPaint& paint, KFillRule rule) const;
+  kalvora::RectangleJob RectJob(const KPaint& paint, KFillRule rule, bool antiAlias) const;
   void RasterPolyline(const KVertex2D* points, unsigned count, bool closed);
   void FillWithPixmap(const KSoftPixmap& pixmap, KVertex2D a, KVertex2D b);
   void FillStroke(KVertex2D** rings, unsigned count);

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "kalvora/context/KSoftContext2D.h"
-#include "kalvora/raster/KStyleContext2D.h"
+#include "kalvora/paint/KStyleContext2D.h"
 
 namespace {
 

@@ -1,8 +1,10 @@
 // The drawing context on a display: binding, presenting, and the frame-rate history.
+#include <algorithm>
+
 #include "kalvora/context/KSoftContext2D.h"
 #include "kalvora/display/KLinuxFb.h"
+#include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/raster/KStack.h"
-#include "kalvora/raster/KStyleContext2D.h"
 
 bool KSoftContext2D::SetDisplay(KDisplay display, unsigned index, KFormat format,
                                 unsigned buffers) {
@@ -31,6 +33,7 @@ bool KSoftContext2D::NewDisplayLineBuffer() {
 bool KSoftContext2D::BorrowLineBuffer() {
   if (!mStyle) return false;
   mStyle->lineBuffer = reinterpret_cast<std::int32_t*>(mTarget.Row32(mTarget.height));
+  std::fill_n(mStyle->lineBuffer, mTarget.width, 0);
   return true;
 }
 

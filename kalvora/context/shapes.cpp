@@ -1,26 +1,34 @@
 // The drawing context's shapes: each public call as the stages it runs through.
 #include "kalvora/context/KSoftContext2D.h"
 #include "kalvora/geometry/ellipticalrect.h"
+#include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/paint/KTables.h"
+#include "kalvora/paint/patternrectangle.h"
 #include "kalvora/raster/KStack.h"
-#include "kalvora/raster/KStyleContext2D.h"
 #include "kalvora/raster/polygon.h"
 #include "kalvora/raster/rectangle.h"
 #include "kalvora/raster/ring.h"
 
 using kalvora::RasterJob;
 
-RasterJob KSoftContext2D::Job(const KPaint& paint, KFillRule rule) {
-  mStyle->paint = &paint;
-  return {.style = mStyle,
+kalvora::PaintJob KSoftContext2D::Painting(const KPaint& paint) const {
+  return {.record = mStyle,
+          .style = mStyle,
           .target = &mTarget,
-          .strips = &mStripInit,
-          .stack = stack,
-          .fillRule = rule,
-          .clipped = mClipRings.active,
-          .clipRule = mClipRule,
-          .clipNodes = mClipRings.nodes,
-          .clipNodeCount = mClipRings.nodeCount};
+          .paint = &paint,
+          .init = mStripInit.For(paint)};
+}
+
+RasterJob KSoftContext2D::Job(const KPaint& paint, KFillRule rule) const {
+  return {Painting(paint),     stack, rule, mClipRings.active, mClipRule, mClipRings.nodes,
+          mClipRings.nodeCount};
+}
+
+kalvora::RectangleJob KSoftContext2D::RectJob(const KPaint& paint, KFillRule rule,
+                                              bool antiAlias) const {
+  const bool pattern = paint.type == KPaintPixmap;
+  return {Job(paint, rule), &mTransform, antiAlias,
+          pattern ? &kalvora::kPatternRectangle : nullptr};
 }
 
 void KSoftContext2D::DrawPath(const KSoftPath* path) {

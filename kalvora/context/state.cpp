@@ -3,7 +3,7 @@
 #include <new>
 
 #include "kalvora/context/KSoftContext2D.h"
-#include "kalvora/raster/KStyleContext2D.h"
+#include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/support/KFlags.h"
 
 namespace {

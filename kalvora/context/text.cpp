@@ -1,6 +1,6 @@
 // The drawing context's text: cached glyph masks at whole pixels, or glyph outlines as paths.
 #include "kalvora/context/KSoftContext2D.h"
-#include "kalvora/raster/KStyleContext2D.h"
+#include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/support/KFlags.h"
 #include "kalvora/text/KFTFont.h"
 

@@ -2,8 +2,8 @@
 #include "kalvora/paint/KColorStrip.h"
 
 #include "kalvora/core/channels.h"
+#include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/paint/composite.h"
-#include "kalvora/raster/KStyleContext2D.h"
 
 namespace kalvora {
 namespace {

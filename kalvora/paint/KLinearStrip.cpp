@@ -4,10 +4,10 @@
 #include <algorithm>
 
 #include "kalvora/paint/KSoftColorRamp.h"
+#include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/paint/composite.h"
 #include "kalvora/paint/lanes.h"
 #include "kalvora/paint/ramp.h"
-#include "kalvora/raster/KStyleContext2D.h"
 
 namespace kalvora {
 namespace {
@@ -156,7 +156,7 @@ bool PrepareLinear(KStyleContext2D* style) {
   const KPaint& paint = *style->paint;
   const KSoftColorRamp* ramp = paint.linearRamp;
   if (!ramp) return false;
-  const std::int32_t opacity = std::clamp<std::int32_t>(paint.opacity, 0, 256);
+  const std::int32_t opacity = style->PaintOpacity();
   const KVertex2D start{ramp->axis.m6, ramp->axis.m7};
   const KVertex2D d = AxisEnd(ramp->axis) - start;
   const KFixed length = d.Norm();

@@ -2,7 +2,7 @@
 #ifndef KALVORA_PAINT_KLINEARSTRIP_H
 #define KALVORA_PAINT_KLINEARSTRIP_H
 
-#include "kalvora/raster/KPaint.h"
+#include "kalvora/paint/KPaint.h"
 
 namespace kalvora {
 

@@ -5,8 +5,8 @@
 #include <array>
 
 #include "kalvora/core/KSoftPixmap.h"
+#include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/paint/composite.h"
-#include "kalvora/raster/KStyleContext2D.h"
 #include "kalvora/support/KFlags.h"
 
 namespace kalvora {

@@ -4,10 +4,10 @@
 #include <algorithm>
 
 #include "kalvora/paint/KSoftColorRamp.h"
+#include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/paint/composite.h"
 #include "kalvora/paint/distances.h"
 #include "kalvora/paint/ramp.h"
-#include "kalvora/raster/KStyleContext2D.h"
 
 namespace kalvora {
 namespace {
@@ -77,7 +77,7 @@ bool PrepareRadial(KStyleContext2D* style) {
   const KPaint& paint = *style->paint;
   const KSoftColorRamp* ramp = paint.radialRamp;
   if (!ramp) return false;
-  const std::int32_t opacity = std::clamp<std::int32_t>(paint.opacity, 0, 256);
+  const std::int32_t opacity = style->PaintOpacity();
   style->inverse = ramp->axis;
   // The paint's flag, where linear gradients ask the ramp: an old difference that pictures rely on.
   style->blend = opacity != 256 || paint.translucent;

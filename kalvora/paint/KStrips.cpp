@@ -1,29 +1,22 @@
 // The strip initialisers: they choose a paint's fillers, once per draw.
 #include "kalvora/paint/KStrips.h"
 
-#include <algorithm>
-
 #include "kalvora/core/KSoftPixmap.h"
 #include "kalvora/paint/KColorStrip.h"
 #include "kalvora/paint/KLinearStrip.h"
 #include "kalvora/paint/KPatternStrip.h"
 #include "kalvora/paint/KRadialStrip.h"
+#include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/paint/picking.h"
-#include "kalvora/raster/KStyleContext2D.h"
 
 namespace {
 
 void DrawNothing(const KStyleContext2D*) {}
 
-/// A paint's opacity, held to 0..256.
-std::int32_t Opacity(const KPaint& paint) {
-  return std::clamp<std::int32_t>(paint.opacity, 0, 256);
-}
-
 /// Prepares the colour, weighted by the opacity, and tells whether it must be blended.
 bool PrepareColor(KStyleContext2D* style) {
   const KPaint& paint = *style->paint;
-  const std::int32_t opacity = Opacity(paint);
+  const std::int32_t opacity = style->PaintOpacity();
   style->color = paint.color.Weight(static_cast<unsigned>(opacity));
   style->blend = opacity != 256 || paint.translucent;
   return style->blend != 0;
@@ -73,7 +66,7 @@ template <typename F>
 void KStrips<F>::InitPattern(KStyleContext2D* style, KFiller& solid, KFiller& coverage) {
   const KSoftPixmap* pixmap = style->paint->pixmap;
   style->source = pixmap;
-  style->opacity = Opacity(*style->paint);
+  style->opacity = style->PaintOpacity();
   if (!pixmap || kalvora::PatternPixels(*pixmap).width == 0) {
     solid = coverage = DrawNothing;
     return;

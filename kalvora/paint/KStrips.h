@@ -3,7 +3,7 @@
 #define KALVORA_PAINT_KSTRIPS_H
 
 #include "kalvora/core/KFormat.h"
-#include "kalvora/raster/KPaint.h"
+#include "kalvora/paint/KPaint.h"
 
 /// F is KColor_0888_PM or KColor_8888_PM. Each initialiser reads style->paint, writes the paint
 /// words of the style context, and returns the solid and the coverage filler of the draw.

@@ -1,9 +1,9 @@
 // Bilinear sampling.
 #include <algorithm>
 
+#include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/paint/lanes.h"
 #include "kalvora/paint/samplers.h"
-#include "kalvora/raster/KStyleContext2D.h"
 
 namespace kalvora {
 namespace {

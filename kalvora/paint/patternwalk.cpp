@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "kalvora/core/KSoftPixmap.h"
-#include "kalvora/raster/KStyleContext2D.h"
+#include "kalvora/paint/KStyleContext2D.h"
 
 namespace kalvora {
 namespace {

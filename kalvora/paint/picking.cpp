@@ -1,7 +1,7 @@
 // The fillers of a pick paint.
 #include "kalvora/paint/picking.h"
 
-#include "kalvora/raster/KStyleContext2D.h"
+#include "kalvora/paint/KStyleContext2D.h"
 
 template <bool AA>
 void DrawPick(const KStyleContext2D* style) {

@@ -3,18 +3,11 @@
 #define KALVORA_PAINT_PIXMAPDRAW_H
 
 #include "kalvora/core/KSoftMatrix3D.h"
-#include "kalvora/raster/KPaint.h"
+#include "kalvora/paint/KPaint.h"
 
 namespace kalvora {
 
 struct RasterJob;
-
-/// Where a draw goes. Everything is borrowed.
-struct PaintJob {
-  KStyleContext2D* style;     ///< with the draw's paint, clip and coverage line
-  const KSoftPixmap* target;  ///< 32-bit pixels; the clip lies within it
-  const KStripTable* strips;  ///< the target layout's initialisers
-};
 
 /// A paint that shows `pixmap` with an opacity of 0..256.
 KPaint PixmapPaint(const KSoftPixmap& pixmap, std::int32_t opacity);
@@ -28,20 +21,13 @@ bool PlacePixmap(KSoftPixmap* pixmap, KVertex2D a, KVertex2D b, const KSoftMatri
 bool PlaceSubPixmap(KSoftPixmap* pixmap, KVertex2D a, KVertex2D b, KVertex2D s0, KVertex2D s1,
                     const KSoftMatrix3D& m);
 
-/// Draws job.style->paint through the bytes of a format 0 pixmap, whose top left corner lies at the
+/// Draws job.paint through the bytes of a format 0 pixmap, whose top left corner lies at the
 /// device pixel (x0, y0). Nothing is drawn outside [x0, x1) x [y0, y1), the mask, and the clip.
 void DrawAlphaMask(const PaintJob& job, const KSoftPixmap& mask, int x0, int y0, int x1, int y1);
 
 /// The same within the clip path of `job`, whose coverage weighs the mask's.
 void DrawClippedAlphaMask(const RasterJob& job, const KSoftPixmap& mask, int x0, int y0, int x1,
                           int y1);
-
-/// Fills the device rectangle from `a` to `b`, rounded to whole pixels, with the pattern of
-/// job.style->paint, whose transform turns by `angle` (90, 180 or 270 degrees) without scaling: the
-/// pixels that nearest sampling gives, whatever the pixmap's quality, read in an order that suits
-/// the cache.
-void DrawSimplePatternRectRotateNoScale(const PaintJob& job, KVertex2D a, KVertex2D b,
-                                        unsigned angle);
 
 }  // namespace kalvora
 

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "kalvora/raster/KStyleContext2D.h"
+#include "kalvora/paint/KStyleContext2D.h"
 
 namespace kalvora {
 namespace {

@@ -1,11 +1,7 @@
-// KRowWriter: from spans to filler calls.
+// KRowWriter: from steps of a row to runs of it.
 #include "kalvora/raster/KRowWriter.h"
 
 #include <algorithm>
-#include <iterator>
-
-#include "kalvora/core/KSoftPixmap.h"
-#include "kalvora/support/KMem.h"
 
 namespace kalvora {
 namespace {
@@ -18,21 +14,18 @@ constexpr std::int32_t kAsGoodAsFull = kRow - 128;
 }  // namespace
 
 KRowWriter::KRowWriter(const RasterJob& job, std::int32_t y)
-    : style_(job.style), target_(job.target) {
-  const std::int32_t type = style_->paint->type;
-  if (type < 0 || type >= static_cast<std::int32_t>(std::size(job.strips->init))) return;
-  job.strips->init[type](style_, solid_, coverage_);
-  const KClip& clip = style_->clip;
-  if (clip.x0 < clip.x1) {
-    KMem::Memset32(reinterpret_cast<std::uint32_t*>(style_->lineBuffer) + clip.x0, 0,
-                   static_cast<unsigned>(clip.x1 - clip.x0));
-  }
-  GoTo(y >> 16);
+    : style_(job.style), painter_(job), ready_(painter_.Bind()) {
+  if (ready_) GoTo(y >> 16);
+}
+
+KRowWriter::~KRowWriter() {
+  if (ready_ && style_->x0 < style_->x1)
+    std::fill(style_->lineBuffer + style_->x0, style_->lineBuffer + style_->x1, 0);
+  style_->StartRow();
 }
 
 void KRowWriter::GoTo(std::int32_t row) {
-  style_->y = row;
-  style_->row = target_->Row32(static_cast<unsigned>(row));
+  painter_.GoTo(row);
   style_->StartRow();
   carried_ = 0;
   reached_ = INT32_MIN;
@@ -60,7 +53,6 @@ void KRowWriter::Span(std::int32_t leftTop, std::int32_t leftBottom, KFixed left
   added_ = added_ || std::min(leftTop, leftBottom) >> 16 < reached_;
   if (!added_ && style_->x0 < style_->x1) {
     Paint();
-    style_->StartRow();
   }
   reached_ = std::max(reached_, (std::max(rightTop, rightBottom) >> 16) + 1);
   if (added_) {
@@ -80,13 +72,6 @@ void KRowWriter::SkipTo(std::int32_t y) {
   if (y >> 16 == style_->y) return;
   Paint();
   GoTo(y >> 16);
-}
-
-void KRowWriter::Fill(KFiller filler, std::int32_t from, std::int32_t to) {
-  if (from >= to) return;
-  style_->x0 = from;
-  style_->x1 = to;
-  filler(style_);
 }
 
 void KRowWriter::Paint() {
@@ -109,12 +94,10 @@ void KRowWriter::Paint() {
     settle(x0, solid0);
     settle(solid1, x1);
   }
-  Fill(coverage_, x0, solid0);
-  Fill(solid_, solid0, solid1);
-  Fill(coverage_, solid1, x1);
-  auto* line = reinterpret_cast<std::uint32_t*>(style_->lineBuffer);
-  KMem::Memset32(line + x0, 0, static_cast<unsigned>(solid0 - x0));
-  KMem::Memset32(line + solid1, 0, static_cast<unsigned>(x1 - solid1));
+  painter_.Covered(x0, solid0);
+  painter_.Solid(solid0, solid1);
+  painter_.Covered(solid1, x1);
+  style_->StartRow();
 }
 
 }  // namespace kalvora

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "kalvora/raster/KStyleContext2D.h"
+#include "kalvora/raster/KRowPainter.h"
 #include "kalvora/raster/polygon.h"
 
 namespace kalvora {
@@ -17,14 +17,18 @@ namespace kalvora {
 ///                    rows.EndStep(stop)
 ///     rows.Finish()
 ///
-/// lineBuffer is zero between rows: what a row wrote is cleared as soon as it is painted.
+/// The coverage line is zero between rows: painting clears it.
 class KRowWriter {
  public:
   /// Chooses the fillers of the draw's paint and starts with the row that holds `y` (16.16).
   KRowWriter(const RasterJob& job, std::int32_t y);
+  /// Drops what is pending: a draw that ends early leaves no coverage behind.
+  ~KRowWriter();
+  KRowWriter(const KRowWriter&) = delete;
+  KRowWriter& operator=(const KRowWriter&) = delete;
 
   /// True when the draw's paint has fillers.
-  bool Ready() const { return solid_ && coverage_; }
+  bool Ready() const { return ready_; }
   /// False when the step is too low to be drawn; its height is then added to the next step of the
   /// row.
   bool BeginStep(std::int32_t y, std::int32_t stop);
@@ -42,12 +46,10 @@ class KRowWriter {
  private:
   void GoTo(std::int32_t row);
   void Paint();
-  void Fill(KFiller filler, std::int32_t from, std::int32_t to);
 
-  KStyleContext2D* style_;
-  const KSoftPixmap* target_;
-  KFiller solid_ = nullptr;
-  KFiller coverage_ = nullptr;
+  KRowStyle* style_;
+  KRowPainter painter_;
+  bool ready_;
   std::int32_t height_ = 0;   // of the present step, with what was carried over
   std::int32_t carried_ = 0;  // height of the steps of this row that were too low to draw
   std::int32_t reached_ = 0;  // end of the row's spans so far, also outside the clip

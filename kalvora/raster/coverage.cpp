@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "kalvora/core/KFixed.h"
-#include "kalvora/raster/KStyleContext2D.h"
+#include "kalvora/raster/KRowStyle.h"
 
 namespace {
 
@@ -122,7 +122,7 @@ struct Run {
 /// Writes the coverage of the pixels that an edge passes through, widens the style context's span,
 /// and returns the run between the edges, empty when there is none.
 template <typename Put>
-Run Cover(KStyleContext2D* style, const Edge& l, const Edge& r, std::int32_t height) {
+Run Cover(KRowStyle* style, const Edge& l, const Edge& r, std::int32_t height) {
   const Put put{style->lineBuffer};
   EdgeArea left(l.x0, l.x1, l.slope, height);
   EdgeArea right(r.x0, r.x1, r.slope, height);
@@ -148,7 +148,7 @@ Run Cover(KStyleContext2D* style, const Edge& l, const Edge& r, std::int32_t hei
 
 }  // namespace
 
-void KStyleContext2D::ComputeAA(KFixed xa, KFixed xb, KFixed sl, KFixed xc, KFixed xd, KFixed sr) {
+void KRowStyle::ComputeAA(KFixed xa, KFixed xb, KFixed sl, KFixed xc, KFixed xd, KFixed sr) {
   const Run run = Cover<Store>(this, OrderFull(xa, xb, sl), OrderFull(xc, xd, sr), kFull);
   if (!run.visible) return;
   if (run.IsLong()) {
@@ -161,8 +161,8 @@ void KStyleContext2D::ComputeAA(KFixed xa, KFixed xb, KFixed sl, KFixed xc, KFix
   }
 }
 
-void KStyleContext2D::ComputeAA(KFixed xa, KFixed xb, KFixed sl, KFixed xc, KFixed xd, KFixed sr,
-                                KFixed h) {
+void KRowStyle::ComputeAA(KFixed xa, KFixed xb, KFixed sl, KFixed xc, KFixed xd, KFixed sr,
+                          KFixed h) {
   if (h.raw < kLowestStep) return;
   if (xb == xd && xa > xc) {
     std::swap(xa, xc);
@@ -180,7 +180,7 @@ void KStyleContext2D::ComputeAA(KFixed xa, KFixed xb, KFixed sl, KFixed xc, KFix
 
 // The run of a row that is built from steps is what the runs of all its steps share. What a step
 // has beyond the shared run, and what the shared run loses by the step, moves into lineBuffer.
-void KStyleContext2D::JoinSolidRun(std::int32_t from, std::int32_t to, std::int32_t height) {
+void KRowStyle::JoinSolidRun(std::int32_t from, std::int32_t to, std::int32_t height) {
   if (solidX1 == kNoSolid) {
     AddRun(lineBuffer, from, to, height);
     return;
@@ -207,12 +207,12 @@ void KStyleContext2D::JoinSolidRun(std::int32_t from, std::int32_t to, std::int3
   solidHeight += height;
 }
 
-void KStyleContext2D::SettleSolidRun() {
+void KRowStyle::SettleSolidRun() {
   if (solidX1 != kNoSolid && solidHeight != 0) AddRun(lineBuffer, solidX0, solidX1, solidHeight);
   solidX1 = kNoSolid;
 }
 
-void KStyleContext2D::StartRow() {
+void KRowSpan::StartRow() {
   x0 = kNoX0;
   x1 = kNoX1;
   solidX0 = kNoX1;

@@ -2,8 +2,8 @@
 #include "kalvora/raster/polygon.h"
 
 #include "kalvora/core/KSoftPixmap.h"
+#include "kalvora/raster/KRowStyle.h"
 #include "kalvora/raster/KStack.h"
-#include "kalvora/raster/KStyleContext2D.h"
 #include "kalvora/raster/ring.h"
 
 namespace kalvora {

@@ -5,27 +5,21 @@
 #include <cstdint>
 
 #include "kalvora/raster/KMergeNode.h"
-#include "kalvora/raster/KPaint.h"
-
-class KSoftPixmap;
+#include "kalvora/raster/PaintJob.h"
 
 namespace kalvora {
 
-/// What a draw needs to know of its context. Everything is borrowed.
-struct RasterJob {
-  KStyleContext2D* style;     ///< paint, clip and coverage line of the draw
-  const KSoftPixmap* target;  ///< 32-bit pixels
-  const KStripTable* strips;  ///< the target layout's initialisers
-  KStack* stack;              ///< scratch memory
-  KFillRule fillRule;         ///< of the shape
-  bool clipped;               ///< a clip path is set
-  KFillRule clipRule;         ///< of the clip path
+/// A draw of polygons. Everything is borrowed.
+struct RasterJob : PaintJob {
+  KStack* stack;       ///< scratch memory
+  KFillRule fillRule;  ///< of the shape
+  bool clipped;        ///< a clip path is set
+  KFillRule clipRule;  ///< of the clip path
   const KMergeNode* clipNodes;
   unsigned clipNodeCount;
 };
 
-/// Fills the area that the rings enclose under the fill rule, within the clip, with
-/// job.style->paint.
+/// Fills the area that the rings enclose under the fill rule, within the clip.
 void RasterPolygon(const RasterJob& job, KVertex2D* const* rings, unsigned count);
 /// The same for one ring; fewer than 3 vertices draw nothing.
 void RasterPolygon(const RasterJob& job, KVertex2D* ring, unsigned vertexCount);

@@ -9,6 +9,7 @@
 #include "kalvora/core/KSoftPixmap.h"
 #include "kalvora/paint/KFilters.h"
 #include "kalvora/paint/KPatternStrip.h"
+#include "kalvora/paint/patternrectangle.h"
 
 #include "tests/paint/reference.h"
 #include "tests/paint/span.h"
@@ -35,8 +36,7 @@ struct Canvas {
     FillRandomly(random, target);
     style.lineBuffer = line.data();
     style.clip = {0, 0, kWidth, kHeight};
-    style.paint = &paint;
-    job = {&style, &target, &Strips(format == KFormat0888PM)};
+    strips = &Strips(format == KFormat0888PM);
   }
   std::vector<Word> Pixels() const {
     std::vector<Word> all(kWidth * kHeight);
@@ -48,7 +48,8 @@ struct Canvas {
   std::vector<std::int32_t> line = std::vector<std::int32_t>(kWidth);
   KPaint paint;
   KStyleContext2D style;
-  kalvora::PaintJob job;
+  kalvora::PaintJob Job() { return {&style, &style, &target, &paint, strips->For(paint)}; }
+  const KStripTable* strips;
 };
 
 TEST(PlacePixmap, MapsTheRectangleOntoThePixmap) {
@@ -138,7 +139,7 @@ TEST(DrawAlphaMask, ClipsAndWeighs) {
         d = reference::Composite(d, s, blend, weight);
       }
     }
-    kalvora::DrawAlphaMask(canvas.job, mask, x0, y0, x1, y1);
+    kalvora::DrawAlphaMask(canvas.Job(), mask, x0, y0, x1, y1);
     ASSERT_EQ(canvas.Pixels(), want) << "seed " << seed;
     ASSERT_EQ(canvas.style.maskRow, nullptr);
     ASSERT_TRUE(std::all_of(canvas.line.begin(), canvas.line.end(), [](int v) { return v == 0; }));
@@ -155,17 +156,17 @@ TEST(DrawAlphaMask, PicksWhereTheMaskIsNotEmpty) {
     canvas.paint.type = KPaintPick;
     canvas.paint.pickPoint = Point(x, 3);
     canvas.paint.pickHit = &hit;
-    kalvora::DrawAlphaMask(canvas.job, mask, 10, 3, 14, 4);
+    kalvora::DrawAlphaMask(canvas.Job(), mask, 10, 3, 14, 4);
     EXPECT_EQ(hit, x > 10 && x < 14) << x;
   }
   // No paint, no mask bytes, a mask of colours: nothing.
   const std::vector<Word> before = canvas.Pixels();
   canvas.paint.type = KPaintNone;
-  kalvora::DrawAlphaMask(canvas.job, mask, 10, 3, 14, 4);
+  kalvora::DrawAlphaMask(canvas.Job(), mask, 10, 3, 14, 4);
   canvas.paint.type = KPaintColor;
   mask.pixels = nullptr;
-  kalvora::DrawAlphaMask(canvas.job, mask, 10, 3, 14, 4);
-  kalvora::DrawAlphaMask(canvas.job, canvas.target, 0, 0, 14, 4);
+  kalvora::DrawAlphaMask(canvas.Job(), mask, 10, 3, 14, 4);
+  kalvora::DrawAlphaMask(canvas.Job(), canvas.target, 0, 0, 14, 4);
   EXPECT_EQ(canvas.Pixels(), before);
 }
 
@@ -197,7 +198,7 @@ TEST(QuarterTurns, GiveThePixelsOfNearestSampling) {
     }
     // Halves round down, as those of all rectangles on whole pixels.
     kalvora::DrawSimplePatternRectRotateNoScale(
-        canvas.job, {Fixed((x0 << 16) + 0x8000), Fixed((y0 << 16) - 0x7F00)},
+        canvas.Job(), {Fixed((x0 << 16) + 0x8000), Fixed((y0 << 16) - 0x7F00)},
         {Fixed((x1 << 16) + 0x80FF), Fixed(y1 << 16)}, static_cast<unsigned>(angle));
     ASSERT_EQ(canvas.Pixels(), want) << angle;
   }

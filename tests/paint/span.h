@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "kalvora/paint/KStrips.h"
-#include "kalvora/raster/KStyleContext2D.h"
+#include "kalvora/paint/KStyleContext2D.h"
 
 #include "tests/common/GuardedBuffer.h"
 #include "tests/common/Random.h"

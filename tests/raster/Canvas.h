@@ -3,12 +3,15 @@
 #ifndef KALVORA_TESTS_RASTER_CANVAS_H
 #define KALVORA_TESTS_RASTER_CANVAS_H
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "kalvora/core/KSoftPixmap.h"
+#include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/raster/KStack.h"
-#include "kalvora/raster/KStyleContext2D.h"
 #include "kalvora/raster/polygon.h"
 #include "kalvora/raster/ring.h"
 
@@ -26,8 +29,6 @@ class Canvas {
     target_.Create(static_cast<unsigned>(columns), static_cast<unsigned>(rows), KFormat8888PM,
                    pixels_.data(), static_cast<unsigned>(columns * 4));
     style.lineBuffer = line_.As<std::int32_t>();
-    style.paint = &paint_;
-    paint_.type = KPaintColor;
     style.clip = {0, 0, static_cast<std::int16_t>(columns), static_cast<std::int16_t>(rows)};
   }
 
@@ -40,9 +41,13 @@ class Canvas {
     unsigned clipCount = 0;
     RingList clipRings(clip ? *clip : Rings{});
     if (clip) clipCount = GetMergePts(clipNodes, clipRings.Data(), clipRings.Count(), nullptr);
-    const kalvora::RasterJob job{&style,          &target_, &kRecorders, &stack,   rule,
-                                 clip != nullptr, clipRule, clipNodes,   clipCount};
+    const kalvora::PaintJob painting{&style, &style, &target_, nullptr, Init};
+    const kalvora::RasterJob job{painting, &stack,    rule,     clip != nullptr,
+                                 clipRule, clipNodes, clipCount};
     kalvora::RasterPolygon(job, shape.Data(), shape.Count());
+    EXPECT_TRUE(std::all_of(style.lineBuffer, style.lineBuffer + width, [](int c) {
+      return c == 0;
+    })) << "coverage is left behind";
     std::free(clipNodes);
   }
 
@@ -88,11 +93,9 @@ class Canvas {
     solid = RecordSolid;
     coverage = RecordCoverage;
   }
-  static constexpr KStripTable kRecorders{{Init, Init, Init, Init, Init}};
 
   GuardedBuffer pixels_, line_;
   KSoftPixmap target_;
-  KPaint paint_;
 };
 
 #endif

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "kalvora/raster/KStyleContext2D.h"
+#include "kalvora/raster/KRowStyle.h"
 
 #include "tests/common/Random.h"
 
@@ -15,7 +15,7 @@ constexpr int kWidth = 40;
 constexpr std::int32_t kOne = 0x10000;
 
 struct Row {
-  KStyleContext2D style;
+  KRowStyle style;
   std::array<std::int32_t, kWidth> line{};
 
   explicit Row(KClip clip = {0, 0, kWidth, 1}) {
@@ -62,7 +62,7 @@ TEST(Coverage, InteriorsOfTwoPixelsAreStored) {
   for (const Case c : {Case{13.5, false}, Case{14.5, true}}) {
     Row row;
     row.Full(10.5, 10.5, c.right, c.right);
-    EXPECT_EQ(row.style.solidX1 == KStyleContext2D::kNoSolid, !c.solid);
+    EXPECT_EQ(row.style.solidX1 == KRowStyle::kNoSolid, !c.solid);
     EXPECT_EQ(row.line[11], c.solid ? 0 : kOne);
     EXPECT_EQ(row.At(12), kOne);
   }
@@ -73,8 +73,8 @@ TEST(Coverage, OutsideTheClipNothingChanges) {
     Row row(clip);
     row.Full(8, 9, 15, 16);
     row.Part(8, 9, 15, 16, 0x8000);
-    EXPECT_EQ(row.style.x0, KStyleContext2D::kNoX0);
-    EXPECT_EQ(row.style.x1, KStyleContext2D::kNoX1);
+    EXPECT_EQ(row.style.x0, KRowStyle::kNoX0);
+    EXPECT_EQ(row.style.x1, KRowStyle::kNoX1);
     EXPECT_EQ(std::count(row.line.begin(), row.line.end(), 0), kWidth);
   }
 }
@@ -82,7 +82,7 @@ TEST(Coverage, OutsideTheClipNothingChanges) {
 TEST(Coverage, PartialRowsAddUp) {
   Row row;
   row.Part(10.5, 10.5, 12.5, 12.5, 15);  // too low to be drawn
-  EXPECT_EQ(row.style.x0, KStyleContext2D::kNoX0);
+  EXPECT_EQ(row.style.x0, KRowStyle::kNoX0);
   row.Part(10.5, 10.5, 12.5, 12.5, 0x8000);
   EXPECT_EQ(row.line[10], 0x4000);
   EXPECT_EQ(row.line[11], 0x8000);
@@ -104,7 +104,7 @@ TEST(Coverage, RunsOfStepsAreShared) {
   for (int x = 0; x < 5; ++x) EXPECT_EQ(row.At(x), expected[x]) << x;
   EXPECT_EQ(row.At(25), 0x8000);
   row.Part(33, 33, 38, 38, 0x4000);  // shares nothing: the run is over
-  EXPECT_EQ(row.style.solidX1, KStyleContext2D::kNoSolid);
+  EXPECT_EQ(row.style.solidX1, KRowStyle::kNoSolid);
   EXPECT_EQ(row.At(10), 0xC000);
   EXPECT_EQ(row.At(35), 0x4000);
 }

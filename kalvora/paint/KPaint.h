@@ -1,15 +1,15 @@
-// KPaint: one fill or stroke as plain data, and the function types that turn it into pixels.
-#ifndef KALVORA_RASTER_KPAINT_H
-#define KALVORA_RASTER_KPAINT_H
+// KPaint: one fill or stroke as plain data, and the table of what prepares each kind.
+#ifndef KALVORA_PAINT_KPAINT_H
+#define KALVORA_PAINT_KPAINT_H
 
 #include <cstdint>
 
 #include "kalvora/core/KColor32.h"
 #include "kalvora/core/KVertex2D.h"
+#include "kalvora/raster/PaintJob.h"
 
 class KSoftPixmap;
 struct KSoftColorRamp;
-struct KStyleContext2D;
 
 /// What a paint is. The values index the strip table.
 enum KPaintType : std::int32_t {
@@ -34,16 +34,14 @@ struct KPaint {
   bool* pickHit = nullptr;  ///< set to true on a hit, never cleared
 };
 
-/// A span filler: writes [x0, x1) of the style context's row.
-using KFiller = void (*)(const KStyleContext2D*);
-
-/// A strip initialiser: reads style->paint, prepares the paint words of the style context and
-/// returns the filler for fully covered pixels and the one that weighs them by lineBuffer.
-using KStripInit = void (*)(KStyleContext2D* style, KFiller& solid, KFiller& coverage);
-
 /// One initialiser for each paint type that draws, in the order of KPaintType.
 struct KStripTable {
-  KStripInit init[5];
+  KStripInit init[KPaintNone];
+
+  /// That of a paint; null where it draws nothing.
+  KStripInit For(const KPaint& paint) const {
+    return paint.type >= 0 && paint.type < KPaintNone ? init[paint.type] : nullptr;
+  }
 };
 
 #endif

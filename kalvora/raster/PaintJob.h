@@ -1,0 +1,48 @@
+// PaintJob: one draw as the rasterizer sees it, and its contract with the span fillers.
+#ifndef KALVORA_RASTER_PAINTJOB_H
+#define KALVORA_RASTER_PAINTJOB_H
+
+#include <cstddef>
+#include <cstdint>
+
+class KSoftPixmap;
+struct KPaint;
+struct KRowStyle;
+struct KStyleContext2D;
+
+/// A span filler: writes [x0, x1) of the style record's row. It never clears coverage, never looks
+/// outside its span, and takes nothing from the heap.
+using KFiller = void (*)(const KStyleContext2D*);
+
+/// A strip initialiser: reads style->paint, prepares the paint's words of the style record and
+/// returns the filler for fully covered pixels and the one that weighs them by lineBuffer. Pointers
+/// that it leaves alone stay null: then nothing is drawn.
+using KStripInit = void (*)(KStyleContext2D* style, KFiller& solid, KFiller& coverage);
+
+namespace kalvora {
+
+/// Bytes of coverage by which every pixel of a draw is weighed. It has some for all pixels that the
+/// draw touches.
+struct CoverageMask {
+  const std::uint8_t* bytes;  ///< those of its first row
+  std::size_t stride;         ///< bytes from a row to the next
+  std::int32_t x0, y0;        ///< device pixel of the first byte
+
+  const std::uint8_t* At(std::int32_t x, std::int32_t y) const {
+    return bytes + static_cast<std::size_t>(y - y0) * stride + (x - x0);
+  }
+};
+
+/// Where a draw goes and what it paints with. Everything is borrowed.
+struct PaintJob {
+  KStyleContext2D* record;    ///< the whole style record, which only fillers look into
+  KRowStyle* style;           ///< its part that scan conversion writes
+  const KSoftPixmap* target;  ///< 32-bit pixels; the clip lies within it
+  const KPaint* paint;
+  KStripInit init;  ///< of the paint's kind in the target's layout; null for none
+  const CoverageMask* mask = nullptr;
+};
+
+}  // namespace kalvora
+
+#endif
