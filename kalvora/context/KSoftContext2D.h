@@ -18,6 +18,7 @@ struct RasterJob;
 struct RectangleJob;
 }  // namespace kalvora
 
+class KGlyphMasks;
 class KLinuxFb;
 
 /// Rendering back ends; the choice is ignored.
@@ -139,7 +140,7 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   /// Draws the fill paint through a format 0 pixmap, one byte of coverage a pixel, whose top left
   /// corner lies at the device pixel (x0, y0); x1 and y1 are exclusive. The transform does not
   /// apply.
-  void DrawAlphaMask(KSoftPixmap* mask, int x0, int y0, int x1, int y1);
+  void DrawAlphaMask(const KSoftPixmap* mask, int x0, int y0, int x1, int y1);
   /// Fills the device rectangle with the fill's pixmap, whose transform turns by 90, 180 or 270
   /// degrees without scaling: the pixels of nearest sampling, read in an order that suits the
   /// cache.
@@ -163,6 +164,15 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   /// rounding to pixels.
   void DrawTextWithPaths(const unsigned short* text, unsigned count, KVertex2D origin,
                          const KVertex2D* positions);
+  /// Draws glyphs of any font, whether the context has it or not, by their indices in its file, as
+  /// shapers give them, each with its pen at one of `positions`, in user space. Everything else is
+  /// as with DrawText: masks from the cache on whole pixels, with the fill paint, under the
+  /// transform and the clips. Indices that the font does not have, and bad arguments, draw nothing.
+  void DrawGlyphs(const KFTFont* font, const std::uint32_t* glyphs, const KVertex2D* positions,
+                  unsigned count);
+  /// The same as outlines, which are filled and stroked: no cache, no rounding to pixels.
+  void DrawGlyphPaths(const KFTFont* font, const std::uint32_t* glyphs, const KVertex2D* positions,
+                      unsigned count);
   /// Draws nothing: no glyph has a pixmap.
   void DrawTextWithPixmaps(const unsigned short* text, unsigned count, KVertex2D origin,
                            const KVertex2D* positions);
@@ -190,6 +200,9 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   void FillStroke(KVertex2D** rings, unsigned count);
   void FillPolygon(const KVertex2D* points, unsigned count);
   void WritePixel(std::uint32_t value);
+  template <typename Names>
+  void DrawMasks(KGlyphMasks masks, Names names, KVertex2D origin, const KVertex2D* positions);
+  void DrawOutlineAt(KVertex2D pen);
 
   KSoftMatrix3D mTransform;
   KClipRings mClipRings;

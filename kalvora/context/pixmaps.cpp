@@ -20,7 +20,7 @@ void KSoftContext2D::FillWithPixmap(const KSoftPixmap& pixmap, KVertex2D a, KVer
   kalvora::RasterTRectangle(RectJob(paint, mFillRule, mRectAntiAlias), a, b);
 }
 
-void KSoftContext2D::DrawAlphaMask(KSoftPixmap* mask, int x0, int y0, int x1, int y1) {
+void KSoftContext2D::DrawAlphaMask(const KSoftPixmap* mask, int x0, int y0, int x1, int y1) {
   if (!mask || mFill.type == KPaintNone || !CanDraw()) return;
   if (mClipRings.active) {
     kalvora::DrawClippedAlphaMask(Job(mFill, mFillRule), *mask, x0, y0, x1, y1);

@@ -3,6 +3,8 @@
 #include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/support/KFlags.h"
 #include "kalvora/text/KFTFont.h"
+#include "kalvora/text/KGlyphMasks.h"
+#include "kalvora/text/codes.h"
 
 namespace {
 
@@ -35,59 +37,89 @@ bool KSoftContext2D::IsRoughlyClipped(const unsigned short*, unsigned count, KVe
          clip.x1 < box.left >> 16;
 }
 
-void KSoftContext2D::DrawTextWithMasks(const unsigned short* text, unsigned count, KVertex2D origin,
-                                       const KVertex2D* positions) {
-  if (!text) return;
-  const bool transformed = !Flags.IgnoreTransform;
+// Draws glyphs as masks: from the pen `origin` on by their advances, or each at its own position.
+template <typename Names>
+void KSoftContext2D::DrawMasks(KGlyphMasks masks, Names names, KVertex2D origin,
+                               const KVertex2D* positions) {
   const KSoftMatrix3D user = mTransform;
-  KSoftMatrix3D toDevice;
-  if (transformed) {
-    toDevice = user;
-    const KSoftMatrix3D glyphs = GlyphMatrix(user);
-    KFTFontContext::SetTransform(&glyphs);
-  }
+  const KSoftMatrix3D toDevice = Flags.IgnoreTransform ? KSoftMatrix3D() : user;
   mTransform.Identity();
   KVertex2D pen = positions ? KVertex2D::Origin : toDevice.Map(origin);
-  KVertex2D offset = KVertex2D::Origin;
   KVertex2D advance = KVertex2D::Origin;
-  for (unsigned i = 0; i < count; ++i) {
-    KSoftPixmap* mask = LoadMask(&offset, &advance, text[i]);
-    if (positions) pen = toDevice.Map(positions[i]);
-    if (mask) {
-      const std::int32_t x = kalvora::RoundPixel(offset.x + pen.x);
-      const std::int32_t y = kalvora::RoundPixel(offset.y + pen.y);
-      DrawAlphaMask(mask, x, y, x + static_cast<std::int32_t>(mask->width),
-                    y + static_cast<std::int32_t>(mask->height));
+  std::uint32_t name;
+  unsigned place;
+  while (names.Next(name, place)) {
+    const KFTCacheData* glyph = masks.Find(name);
+    if (positions) pen = toDevice.Map(positions[place]);
+    if (glyph) {
+      const std::int32_t x = kalvora::RoundPixel(glyph->origin.x + pen.x);
+      const std::int32_t y = kalvora::RoundPixel(glyph->origin.y + pen.y);
+      DrawAlphaMask(&glyph->mask, x, y, x + static_cast<std::int32_t>(glyph->mask.width),
+                    y + static_cast<std::int32_t>(glyph->mask.height));
+      advance = glyph->advance;
     }
     // Where there is no mask the advance is the one before.
     if (!positions) pen = pen + advance;
   }
-  // Under the IgnoreTransform switch the context is left with the identity.
-  if (!transformed) return;
   mTransform = user;
-  KFTFontContext::SetTransform(nullptr);
+}
+
+void KSoftContext2D::DrawTextWithMasks(const unsigned short* text, unsigned count, KVertex2D origin,
+                                       const KVertex2D* positions) {
+  if (!text) return;
+  const bool upright = Flags.IgnoreTransform;
+  const KSoftMatrix3D glyphs = GlyphMatrix(mTransform);
+  DrawMasks(KGlyphMasks(*this, font, KGlyphMasks::kCodes, upright ? nullptr : &glyphs),
+            kalvora::Utf16Codes(text, count), origin, positions);
+  // Under the IgnoreTransform switch the context is left with the identity; else its glyphs are.
+  if (upright) {
+    mTransform.Identity();
+  } else {
+    KFTFontContext::SetTransform(nullptr);
+  }
+}
+
+void KSoftContext2D::DrawGlyphs(const KFTFont* from, const std::uint32_t* glyphs,
+                                const KVertex2D* positions, unsigned count) {
+  if (!glyphs || !positions || !CanDraw()) return;
+  const KSoftMatrix3D seen = Flags.IgnoreTransform ? KSoftMatrix3D() : GlyphMatrix(mTransform);
+  DrawMasks(KGlyphMasks(*this, from, KGlyphMasks::kIndices, &seen), kalvora::Indices(glyphs, count),
+            KVertex2D::Origin, positions);
+}
+
+// Fills and strokes mScratch with its origin at `pen`.
+void KSoftContext2D::DrawOutlineAt(KVertex2D pen) {
+  const KSoftMatrix3D user = mTransform;
+  mTransform.Identity();
+  mTransform.Translate(pen);
+  mTransform.Combine(&user);
+  DrawPath(&mScratch);
+  mTransform = user;
+}
+
+void KSoftContext2D::DrawGlyphPaths(const KFTFont* from, const std::uint32_t* glyphs,
+                                    const KVertex2D* positions, unsigned count) {
+  if (!glyphs || !positions || !CanDraw()) return;
+  for (unsigned i = 0; i < count; ++i) {
+    LoadGlyph(&mScratch, from, glyphs[i]);
+    DrawOutlineAt(positions[i]);
+  }
 }
 
 void KSoftContext2D::DrawTextWithPaths(const unsigned short* text, unsigned count, KVertex2D origin,
                                        const KVertex2D* positions) {
   if (!text || !font) return;
-  const KSoftMatrix3D user = mTransform;
   KVertex2D pen = origin;
   for (unsigned i = 0; i < count; ++i) {
     if (positions) pen = positions[i];
-    mScratch.Rewind();
     LoadChar(&mScratch, text[i]);
-    mTransform.Identity();
-    mTransform.Translate(pen);
-    mTransform.Combine(&user);
-    DrawPath(&mScratch);
+    DrawOutlineAt(pen);
     if (positions) continue;
     const unsigned short next = i + 1 < count ? text[i + 1] : 0;
     KVertex2D advance = KVertex2D::Origin;
     font->AdvancePen(&advance, text[i], next, static_cast<KFTFont*>(nullptr));
     pen = pen + advance;
   }
-  mTransform = user;
 }
 
 void KSoftContext2D::DrawTextWithPixmaps(const unsigned short* text, unsigned count, KVertex2D,

@@ -9,9 +9,13 @@ constinit KTlsItem<KFTCache> KFTCache::TlsCache{
 static KTlsOwner<KFTCache> owner{KFTCache::TlsCache};
 
 void KFTCacheKey::Print() const {
-  std::printf("Char [%u,'%c'] PointSize [%f] Transform [%d,%d,%d,%d] File[%s] Hash[0x%x]\n", ch,
-              static_cast<int>(ch & 255), static_cast<double>(fontSize.raw) / 65536.0, xx, xy, yx,
-              yy, file->file.path, hash);
+  if (style & kByIndex) {
+    std::printf("Glyph [%u]", ch);
+  } else {
+    std::printf("Char [%u,'%c']", ch, static_cast<int>(ch & 255));
+  }
+  std::printf(" PointSize [%f] Transform [%d,%d,%d,%d] File[%s] Hash[0x%x]\n",
+              static_cast<double>(fontSize.raw) / 65536.0, xx, xy, yx, yy, file->file.path, hash);
 }
 
 KFTCache* KFTCache::Thread() {

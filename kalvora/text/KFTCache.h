@@ -9,16 +9,19 @@
 
 /// What makes one mask differ from another.
 struct KFTCacheKey {
-  std::uint32_t ch;             ///< character code
+  std::uint32_t ch;             ///< character code, or glyph index
   std::int32_t xx, xy, yx, yy;  ///< the glyph matrix
   KFixed fontSize;              ///< of the font that supplied the glyph
   KFTSharedFile* file;          ///< of that font
-  std::uint32_t hash;           ///< the character code again; not compared
+  std::uint32_t hash;           ///< `ch` again; not compared
   std::int32_t faceIndex;       ///< of that font within its file
+  std::uint32_t style;          ///< kByIndex or 0
+
+  static constexpr std::uint32_t kByIndex = 1;  ///< `ch` is a glyph index
 
   bool operator==(const KFTCacheKey& b) const {
     return ch == b.ch && xx == b.xx && xy == b.xy && yx == b.yx && yy == b.yy &&
-           fontSize == b.fontSize && file == b.file && faceIndex == b.faceIndex;
+           fontSize == b.fontSize && file == b.file && faceIndex == b.faceIndex && style == b.style;
   }
   void Hold() const { file->Hold(); }
   void Drop() const { file->Drop(); }

@@ -81,12 +81,7 @@ KFTFont* KFTFontContext::GetFallback(unsigned short ch) const {
 
 void KFTFontContext::SetTransform(const KSoftMatrix3D* m) {
   if (!IsLoaded(font) || !NeedMatrix()) return;
-  *matrix = kIdentity;
-  if (m) {
-    KFixed a, b, c, d, e, f, g, h, i;
-    m->Get(a, b, c, d, e, f, g, h, i);
-    *matrix = {a.raw, b.raw, d.raw, e.raw};
-  }
+  *matrix = m ? kalvora::LinearPart(*m) : kIdentity;
   FT_Set_Transform(font->face, matrix, nullptr);
   if (IsLoaded(fallbackFont)) FT_Set_Transform(fallbackFont->face, matrix, nullptr);
   for (const KFTFont* other : fallbackFonts) {

@@ -14,9 +14,6 @@ class KFTFont;
 class KSoftPath;
 struct FT_Matrix_;
 struct FT_Outline_Funcs_;
-class KFTCache;
-struct KFTCacheData;
-struct KFTCacheKey;
 
 /// A primary font, what stands in for the characters it lacks, and the matrix glyphs are seen
 /// through.
@@ -73,6 +70,9 @@ class KALVORA_API KFTFontContext {
   /// primary's box. Codes beyond 16 bits are found in the primary font and in a single fallback
   /// font; of a list, the font for their low 16 bits is asked.
   KSoftPixmap* LoadMask(KVertex2D* origin, KVertex2D* advance, int ch);
+  /// Replaces `path` by the outline of a glyph of any font, by its index, upright and with the pen
+  /// at (0, 0). What has no outline leaves the path empty.
+  static void LoadGlyph(KSoftPath* path, const KFTFont* from, std::uint32_t glyph);
   /// Always null.
   KSoftPixmap* LoadPixmap(KSoftPixmap* pixmap, KVertex2D* origin, KVertex2D* advance, int ch,
                           KColor32 color);
@@ -111,11 +111,10 @@ class KALVORA_API KFTFontContext {
                  const KSoftMatrix3D& m) const;
 
  private:
+  friend class KGlyphMasks;
+
   bool NeedMatrix();
   KFTFont** CopyList(const KArray<KFTFont*>& fonts);
-  KFTCacheKey KeyOf(const KFTFont* from, std::uint32_t ch) const;
-  KFTCacheData* FindMissed(KFTCache* cache, std::uint32_t ch);
-  KFTCacheData* Render(KFTCache* cache, const KFTFont* from, std::uint32_t index);
 
   KFTFont** listMemory = nullptr;  // room for listRoom fallback fonts
   unsigned listRoom = 0;

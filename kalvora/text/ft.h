@@ -8,6 +8,7 @@
 #include FT_FREETYPE_H
 #include FT_OUTLINE_H
 
+#include "kalvora/core/KSoftMatrix3D.h"
 #include "kalvora/core/KVertex2D.h"
 #include "kalvora/support/KFlags.h"
 #include "kalvora/text/KFTFont.h"
@@ -21,6 +22,11 @@ inline KFixed FromF26Dot6(std::int64_t v) {
 
 /// A 26.6 vector in the drawing's space, where y grows downward.
 inline KVertex2D FromF26Dot6(const FT_Vector& v) { return {FromF26Dot6(v.x), -FromF26Dot6(v.y)}; }
+
+/// The linear part of a matrix, in FreeType's order.
+inline FT_Matrix LinearPart(const KSoftMatrix3D& m) {
+  return {m.m0.raw, m.m1.raw, m.m3.raw, m.m4.raw};
+}
 
 inline bool IsLoaded(const KFTFont* font) { return font && font->face; }
 

@@ -39,14 +39,36 @@ const FT_Outline_Funcs KFTFontContext::funcs = {
     .delta = 0,
 };
 
+namespace {
+
+// Into an empty path; nothing when the glyph has no outline. Contours are closed: a stroke joins
+// where they begin.
+void TakeOutline(FT_GlyphSlotRec& glyph, KSoftPath& path) {
+  if (glyph.format != FT_GLYPH_FORMAT_OUTLINE) return;
+  FT_Outline_Decompose(&glyph.outline, &KFTFontContext::funcs, &path);
+  for (KSegment* s = path.first; s; s = s->next) {
+    if (s->Opens()) s->header |= 2;
+  }
+}
+
+}  // namespace
+
 void KFTFontContext::LoadChar(KSoftPath* path, int ch) {
   if (!path || !kalvora::IsLoaded(font)) return;
   path->Rewind();
   // Other contexts may share the face: it must show what this one's matrix says.
   FT_Set_Transform(font->face, matrix, nullptr);
-  const FT_Int32 flags = Flags.UseFontHinting ? FT_LOAD_DEFAULT : FT_LOAD_NO_HINTING;
-  if (FT_Load_Char(font->face, static_cast<FT_ULong>(ch & 0xFFFF), flags) != 0) return;
-  FT_Outline* outline = &font->face->glyph->outline;
-  if (font->face->glyph->format != FT_GLYPH_FORMAT_OUTLINE) return;
-  FT_Outline_Decompose(outline, &funcs, path);
+  const auto code = static_cast<FT_ULong>(ch & 0xFFFF);
+  if (FT_Load_Char(font->face, code, kalvora::LoadFlags()) == 0) {
+    TakeOutline(*font->face->glyph, *path);
+  }
+}
+
+void KFTFontContext::LoadGlyph(KSoftPath* path, const KFTFont* from, std::uint32_t glyph) {
+  if (!path) return;
+  path->Rewind();
+  if (!kalvora::IsLoaded(from)) return;
+  if (FT_Load_Glyph(from->face, glyph, kalvora::LoadFlags() | FT_LOAD_IGNORE_TRANSFORM) == 0) {
+    TakeOutline(*from->face->glyph, *path);
+  }
 }

@@ -96,6 +96,47 @@ TEST(DrawText, ShowsWhatItsOutlinesWould) {
   KStroker::GeoQuality = quality;
 }
 
+// The same glyphs by their codes and by their indices: an index never meets a code.
+TEST(DrawGlyphs, ShowsWhatTheirCodesWould) {
+  constexpr char16_t kText[] = u"A\u0192%gD$&";  // among the codes are indices of the others
+  constexpr unsigned kCount = std::size(kText) - 1;
+  std::uint32_t glyphs[kCount + 1];
+  KVertex2D positions[kCount + 1];
+  Page text, byIndex;
+  for (unsigned i = 0; i < kCount; ++i) {
+    ASSERT_TRUE(byIndex.latin.GlyphIndex(kText[i], glyphs[i]));
+    positions[i] = P(19.7 * i, 3.1 * i);
+  }
+  glyphs[kCount] = 0xFFFFFF;  // no such glyph
+  positions[kCount] = P(0, 0);
+  byIndex.context.SetFont(&byIndex.cjk);
+  for (const KSoftMatrix3D& m : kTransforms) {
+    for (const bool outlines : {false, true}) {
+      for (Page* page : {&text, &byIndex}) {
+        page->latin.SetFontSize(Px(30));
+        page->context.SetTransform(m);
+        page->context.Clear(kBlack);
+      }
+      if (outlines) {
+        text.context.DrawTextWithPaths(Codes(kText), kCount, P(0, 0), positions);
+        byIndex.context.DrawGlyphPaths(&byIndex.latin, glyphs, positions, kCount + 1);
+      } else {
+        text.context.DrawText(Codes(kText), kCount, P(0, 0), positions);
+        byIndex.context.DrawGlyphs(&byIndex.latin, glyphs, positions, kCount + 1);
+      }
+      EXPECT_EQ(text, byIndex) << m.m0.raw << ' ' << m.m1.raw << ' ' << outlines;
+      EXPECT_EQ(byIndex.context.GetTransform().GetMatrixData(), m.GetMatrixData());
+    }
+    KVertex2D advance = KVertex2D::Origin;
+    byIndex.latin.AdvancePen(&advance, 'A', 0, &byIndex.context);
+    EXPECT_EQ(advance.y, Px(0));  // measured upright
+  }
+  byIndex.context.DrawGlyphs(&byIndex.latin, nullptr, positions, 1);
+  byIndex.context.DrawGlyphs(&byIndex.latin, glyphs, nullptr, 1);
+  byIndex.context.DrawGlyphPaths(nullptr, glyphs, positions, 1);
+  EXPECT_EQ(text, byIndex);
+}
+
 TEST(DrawText, RoundsPensALittleUnderHalfAPixel) {
   Page page(64, 40), whole(64, 40);
   constexpr int k20 = 20 << 16;

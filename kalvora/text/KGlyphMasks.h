@@ -1,0 +1,44 @@
+// KGlyphMasks: the glyphs of one draw as cached masks.
+#ifndef KALVORA_TEXT_KGLYPHMASKS_H
+#define KALVORA_TEXT_KGLYPHMASKS_H
+
+#include <cstdint>
+
+#include "kalvora/text/KFTCache.h"
+
+class KFTFont;
+class KFTFontContext;
+
+/// Finds the masks of one draw. What all its glyphs share, the font, its size, the glyph matrix of
+/// the setting and the thread's cache, is looked at once: none of it may change while this lives.
+class KGlyphMasks {
+ public:
+  enum Names { kCodes, kIndices };
+
+  /// Glyphs of `primary`, named by character codes, whose lack the fallback fonts of `setting` make
+  /// good, or by indices, which mean nothing in another font. They are seen through the linear part
+  /// of `m`, or the setting's glyph matrix if that is null. Everything is borrowed. Without a
+  /// loaded font or memory no glyph is found.
+  KGlyphMasks(KFTFontContext& setting, const KFTFont* primary, Names names,
+              const KSoftMatrix3D* m = nullptr);
+
+  /// Good until the next call on this thread. Null when the glyph cannot be had.
+  const KFTCacheData* Find(std::uint32_t glyph) {
+    if (!cache) return nullptr;
+    key.ch = key.hash = glyph;
+    const KFTCacheData* data = cache->Find(key);
+    return data ? data : FindMissed();
+  }
+
+ private:
+  const KFTCacheData* FindMissed();
+  KFTFont* FallbackFor(std::uint32_t code) const;
+  const KFTCacheData* Render(const KFTFont* from, std::uint32_t index, const KFTCacheKey& as);
+
+  KFTFontContext& context;
+  const KFTFont* font;
+  KFTCache* cache;  // null when nothing can be found
+  KFTCacheKey key;  // of the glyph that is looked for, in `font`
+};
+
+#endif
