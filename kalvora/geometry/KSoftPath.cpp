@@ -42,8 +42,8 @@ bool InRange(KVertex2D p) {
 KSegment* KSoftPath::NewSegment(std::size_t points) {
   constexpr std::size_t kMost = (SIZE_MAX - kFront - sizeof(KSegment)) / sizeof(KVertex2D);
   if (points > std::min<std::size_t>(kMost, UINT32_MAX)) return nullptr;
-  if (KSegment* kept = spare) {
-    spare = kept->next;
+  if (KSegment* kept = spare_) {
+    spare_ = kept->next;
     if (Room(kept) >= points) return kept;
     Free(kept);
   }
@@ -92,14 +92,14 @@ bool KSoftPath::BezierTo(unsigned order, const KVertex2D* points, unsigned count
 
 void KSoftPath::Reset() {
   Rewind();
-  FreeAll(spare);
-  spare = nullptr;
+  FreeAll(spare_);
+  spare_ = nullptr;
 }
 
 void KSoftPath::Rewind() {
   if (last) {
-    last->next = spare;
-    spare = first;
+    last->next = spare_;
+    spare_ = first;
   }
   first = nullptr;
   subpathCount = 0;

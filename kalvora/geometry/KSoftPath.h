@@ -87,7 +87,7 @@ class KALVORA_API KSoftPath {
   KSegment* NewSegment(std::size_t points);
   void Append(KSegment* segment);
 
-  KSegment* spare = nullptr;  // records that Rewind kept, in the order they were made
+  KSegment* spare_ = nullptr;  // records that Rewind kept, in the order they were made
 };
 
 #endif

@@ -20,7 +20,7 @@ void ResetGeoQuality() {
 KStroker::KStroker() : stack(new (std::nothrow) KStack) { ResetGeoQuality(); }
 
 KStroker::~KStroker() {
-  delete[] dashMemory;
+  delete[] dashMemory_;
   delete stack;
 }
 
@@ -44,17 +44,17 @@ void KStroker::SetMiterLimit(KFixed ratio) {
 bool KStroker::SetDashes(const KFixed* lengths, unsigned count, KFixed phase) {
   const bool wanted = lengths && count != 0;
   // The memory is kept, so that setting dashes in every frame takes none.
-  if (wanted && count > dashRoom) {
+  if (wanted && count > dashRoom_) {
     auto* larger = new (std::nothrow) KFixed[count];
     if (larger) std::copy_n(lengths, count, larger);
-    delete[] dashMemory;
-    dashMemory = larger;
-    dashRoom = larger ? count : 0;
+    delete[] dashMemory_;
+    dashMemory_ = larger;
+    dashRoom_ = larger ? count : 0;
   } else if (wanted) {
-    std::copy_n(lengths, count, dashMemory);
+    std::copy_n(lengths, count, dashMemory_);
   }
-  const bool dashed = wanted && dashMemory;
-  dashes = dashed ? dashMemory : nullptr;
+  const bool dashed = wanted && dashMemory_;
+  dashes = dashed ? dashMemory_ : nullptr;
   dashCount = dashed ? count : 0;
   dashPhase = dashed ? static_cast<std::uint32_t>(phase.raw) : 0;
   return dashed || !wanted;

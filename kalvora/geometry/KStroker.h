@@ -9,12 +9,6 @@
 
 class KSoftPath;
 class KStack;
-enum class KSide : std::uint8_t;
-struct KIntercept;
-namespace kalvora {
-struct Span;
-struct Subpath;
-}  // namespace kalvora
 
 /// Kinds of caps and joins; other values count as butt and as bevel.
 enum KCap : std::uint32_t { kButtCap = 0, kSquareCap = 1, kRoundCap = 2 };
@@ -102,40 +96,9 @@ class KALVORA_API KStroker {
   static int GetArcBeziers(KVertex2D* out, KVertex2D start, KVertex2D end, KVertex2D centre,
                            KVertex2D radii, bool direction, int stride);
 
-  // The stages of a stroke; StrokePath and StrokePoly lead through them.
-
-  /// Starts a subpath at the current point. False when memory runs out.
-  bool ComputeInit(KIntercept* k);
-  /// Append both sides of straight, quadratic and cubic pieces.
-  void OffsetPoly(KIntercept* k, const KVertex2D* points, unsigned pieces, const KSoftMatrix3D* m);
-  void OffsetBezier3(KIntercept* k, const KVertex2D* points, unsigned pieces,
-                     const KSoftMatrix3D* m);
-  void OffsetBezier4(KIntercept* k, const KVertex2D* points, unsigned pieces,
-                     const KSoftMatrix3D* m);
-  /// The same, cut into dashes.
-  void DashPoly(KIntercept* k, const KVertex2D* points, unsigned pieces, const KSoftMatrix3D* m);
-  void DashBez3(KIntercept* k, const KVertex2D* points, unsigned pieces, const KSoftMatrix3D* m);
-  void DashBez4(KIntercept* k, const KVertex2D* points, unsigned pieces, const KSoftMatrix3D* m);
-  /// A dash or a gap ends at p, where the path goes on in the direction `heading`.
-  void ComputeDash(KIntercept* k, KVertex2D p, kalvora::Span heading, const KSoftMatrix3D* m);
-  /// Emits the join between the current run and the next; inside a curve (`smooth`) a round one.
-  void ComputeJoin(KIntercept* k, const KSoftMatrix3D* m, bool smooth);
-  /// Emits the cap at the current point.
-  void ComputeCap(KIntercept* k, const KSoftMatrix3D* m);
-  /// Finishes a subpath: a closing join, or caps at both ends, and the output rings.
-  void ComputeClose(KIntercept* k, const KSoftMatrix3D* m, bool closed);
-  /// Appends the points of the pen's circle between two offsets of the current point.
-  static void GetArcPts(KIntercept* k, KSide side, KVertex2D from, KVertex2D to, bool clockwise);
-
  private:
-  template <typename ForEachSubpath>
-  unsigned Stroke(KVertex2D**& rings, const KSoftMatrix3D* m, bool onStack, ForEachSubpath forEach);
-  void StrokeSubpath(KIntercept* k, const kalvora::Subpath& subpath, const KSoftMatrix3D* m);
-  void DashSubpath(KIntercept* k, const kalvora::Subpath& subpath, const KSoftMatrix3D* m);
-  void WalkSubpath(KIntercept* k, const kalvora::Subpath& subpath, const KSoftMatrix3D* m);
-
-  KFixed* dashMemory = nullptr;  // room for dashRoom lengths
-  std::uint32_t dashRoom = 0;
+  KFixed* dashMemory_ = nullptr;  // room for dashRoom_ lengths
+  std::uint32_t dashRoom_ = 0;
 };
 
 #endif

@@ -1,38 +1,14 @@
-// Arcs: points of the pen's circle, and elliptical arcs as cubic curves.
+// Arcs: elliptical arcs as cubic curves.
 #include <algorithm>
 #include <bit>
 #include <utility>
 
 #include "kalvora/core/linear.h"
-#include "kalvora/geometry/KIntercept.h"
 #include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"
+#include "kalvora/geometry/direction.h"
 
 using namespace kalvora;
-
-// Pen circles -------------------------------------------------------------------------------------
-
-// Turns step by step from one offset to the other, over at most 180 degrees; the two themselves are
-// the caller's.
-void KStroker::GetArcPts(KIntercept* k, KSide side, KVertex2D from, KVertex2D to, bool clockwise) {
-  const Pen& pen = k->pen;
-  const std::int64_t c = pen.stepCos;
-  const std::int64_t s = clockwise ? pen.stepSin : -pen.stepSin;
-  const std::int64_t sign = clockwise ? 1 : -1;
-  std::int64_t x = from.x.raw + Mul30(from.x.raw, pen.bulge);
-  std::int64_t y = from.y.raw + Mul30(from.y.raw, pen.bulge);
-  // Half a circle has fewer steps: offsets that are not this pen's would never be reached.
-  for (int i = 0; i < Pen::kMostSteps; ++i) {
-    const std::int64_t turned = Mul30(x, c) - Mul30(y, s);
-    y = Mul30(x, s) + Mul30(y, c);
-    x = turned;
-    if ((x * to.y.raw - y * to.x.raw) * sign <= 0) return;
-    k->Add(side, k->point + KVertex2D{KFixed::FromRaw(static_cast<std::int32_t>(x)),
-                                      KFixed::FromRaw(static_cast<std::int32_t>(y))});
-  }
-}
-
-// Elliptical arcs ---------------------------------------------------------------------------------
 
 namespace {
 

@@ -143,6 +143,8 @@ constexpr Polar ToPolar(Span v) {
   return {down >= 0 ? (root + rounding) >> down : root << -down, {unit(x), unit(y)}};
 }
 
+constexpr std::int64_t LengthOf(Span v) { return ToPolar(v).length; }
+
 }  // namespace kalvora
 
 #endif

@@ -1,10 +1,7 @@
 // Flattening: curves into straight pieces, paths into polygon rings.
-#include <algorithm>
-#include <cstdlib>
-
 #include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"
-#include "kalvora/raster/KStack.h"
+#include "kalvora/raster/Memory.h"
 #include "kalvora/raster/ring.h"
 
 namespace {
@@ -137,23 +134,6 @@ unsigned RingReserve(const KSegment* segment) {
   } while (segment && !segment->Opens());
   return entries * sizeof(KVertex2D) <= UINT32_MAX ? static_cast<unsigned>(entries) : 0;
 }
-
-/// Memory for the rings: the scratch stack or the C heap.
-struct Memory {
-  KStack* stack;  // null for the C heap
-
-  void* Alloc(std::size_t bytes) const {
-    if (!stack) return std::malloc(bytes);
-    return bytes <= UINT32_MAX ? stack->Alloc(static_cast<unsigned>(bytes)) : nullptr;
-  }
-  void Free(void* p) const {
-    if (stack) {
-      stack->DeAlloc(p);
-    } else {
-      std::free(p);
-    }
-  }
-};
 
 /// One ring while it is being written.
 struct RingWriter {

@@ -1,7 +1,7 @@
 // Every public call, in any order, on small targets.
 //
 // Left out: displays (SetDisplay and KLinuxFb, which need a device; Flip is called without one),
-// what writes logs (SetAttribute 2), and the stages of a stroke, whose KIntercept is private.
+// what writes logs (SetAttribute 2), and what is private.
 #include <array>
 #include <string>
 

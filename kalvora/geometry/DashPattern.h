@@ -1,6 +1,6 @@
 // DashPattern: a stroke's dash lengths, and whether a subpath can be cut by them.
-#ifndef KALVORA_GEOMETRY_DASHES_H
-#define KALVORA_GEOMETRY_DASHES_H
+#ifndef KALVORA_GEOMETRY_DASHPATTERN_H
+#define KALVORA_GEOMETRY_DASHPATTERN_H
 
 #include <cstdint>
 
