@@ -3,17 +3,15 @@
 
 #include <bit>
 
+#include "kalvora/core/circle.h"
 #include "kalvora/core/division.h"
+#include "kalvora/core/roots.h"
 
 using namespace kalvora;
 
 const float KFloat::NaN = std::bit_cast<float>(0x7FC00000u);
 
 namespace {
-
-constexpr KFixed kQuarterTurn = KFixed::FromInt(90);
-constexpr KFixed kHalfTurn = KFixed::FromInt(180);
-constexpr KFixed kTurn = KFixed::FromInt(360);
 
 // floor(a b / 2^16) without a KFixed around it.
 constexpr std::int32_t Mul(std::int32_t a, std::int32_t b) {
@@ -74,16 +72,9 @@ KDivMod DivMod(int a, int b) {
 
 KFixed KFixed::Sqrt(KFixed x) {
   if (x.raw == 0) return kZero;
-  // The integer root, bit by bit: (root + 2^k)^2 - root^2 = 4^k + 2^(k + 1) root.
   std::uint32_t rest = x.Bits();
-  std::uint32_t root = 0;
-  for (int k = HighestBit(rest) / 2; k >= 0; --k) {
-    const std::uint32_t trial = (1u << 2 * k) + (root << (k + 1));
-    if (trial <= rest) {
-      rest -= trial;
-      root |= 1u << k;
-    }
-  }
+  const std::uint32_t root = Root(rest);
+  rest -= root * root;
   // Eight more bits, of the first-order correction rest / (2 root).
   std::uint32_t result = root << 8;
   rest <<= 8;
@@ -112,13 +103,13 @@ KFixed KFixed::Log2(KFixed x) {
     m = x.raw >> exponent;
   }
   const std::int32_t cubic = Mul(Mul(Mul(m, 10371) - 68935, m) + 199746, m) - 141139;
-  return FromRaw(cubic + exponent * 65536);
+  return FromRaw(cubic + exponent * kOne.raw);
 }
 
 KFixed KFixed::Pow2(KFixed x) {
   const std::int32_t n = Ceil(x);
   if (n > 16 || n <= -32) return kZero;
-  const std::int32_t f = x.raw - n * 65536;
+  const std::int32_t f = x.raw - n * kOne.raw;
   const auto p = static_cast<std::uint32_t>(Mul(Mul(f, 11272) + 43878, f) + 65455);
   return FromBits(n >= 0 ? p << n : p >> -n);
 }

@@ -1,6 +1,7 @@
 // KSoftMatrix3D: the operations and what each leaves of the flags.
 #include "kalvora/core/KSoftMatrix3D.h"
 
+#include "kalvora/core/circle.h"
 #include "kalvora/core/division.h"
 #include "kalvora/core/linear.h"
 
@@ -22,7 +23,6 @@ KFixed InverseEntry(KFixed x, KFixed p, KFixed q, KFixed r) {
 
 // Angles below 0 are raised by whole turns; those above 360 degrees stay.
 SinCos RaisedSinCos(KFixed degrees) {
-  constexpr KFixed kTurn = KFixed::FromInt(360);
   if (degrees < kZero) degrees.raw %= kTurn.raw;
   if (degrees < kZero) degrees += kTurn;
   return SinCosOf(degrees);

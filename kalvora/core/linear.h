@@ -3,7 +3,7 @@
 #ifndef KALVORA_CORE_LINEAR_H
 #define KALVORA_CORE_LINEAR_H
 
-#include "kalvora/core/KFixed.h"
+#include "kalvora/core/circle.h"
 
 namespace kalvora {
 
@@ -15,9 +15,9 @@ struct SinCos {
 /// Exact at 90, 180 and 270 degrees, from the tables elsewhere. 0 degrees comes from the tables
 /// too: its cosine is 65543, and matrices turned by 0 have always shown that.
 inline SinCos SinCosOf(KFixed degrees) {
-  if (degrees == KFixed::FromInt(90)) return {kOne, kZero};
-  if (degrees == KFixed::FromInt(180)) return {kZero, -kOne};
-  if (degrees == KFixed::FromInt(270)) return {-kOne, kZero};
+  if (degrees == kQuarterTurn) return {kOne, kZero};
+  if (degrees == kHalfTurn) return {kZero, -kOne};
+  if (degrees == kThreeQuarterTurn) return {-kOne, kZero};
   return {KFixed::Sin(degrees), KFixed::Cos(degrees)};
 }
 

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::uint32_t kMostPieces = UINT32_MAX >> 4;
 // Coordinates beyond +-8000 would overflow the rasterizer's arithmetic.
-constexpr std::int32_t kFarthest = 8000 * 0x10000;
+constexpr std::int32_t kFarthest = 8000 * kalvora::kOne.raw;
 
 // Before each record its block holds the number of points that there is room for.
 constexpr std::size_t kFront = 8;

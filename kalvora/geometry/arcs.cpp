@@ -3,7 +3,9 @@
 #include <bit>
 #include <utility>
 
+#include "kalvora/core/circle.h"
 #include "kalvora/core/linear.h"
+#include "kalvora/core/roots.h"
 #include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"
 #include "kalvora/geometry/direction.h"
@@ -12,15 +14,11 @@ using namespace kalvora;
 
 namespace {
 
-constexpr std::int32_t kEighth = 759250125;  // sqrt(1/2), 30 fraction bits
-// 4/3 tan(45 degrees / 4): how far the control points of an eighth of a circle stand off.
-constexpr std::int32_t kEighthControl = 284769645;
-
 /// An ellipse with axis-parallel radii, seen as a circle: its points are centre + radii * unit.
 struct Ellipse {
   KVertex2D centre, radii;
 
-  Ellipse(KVertex2D c, KVertex2D r) : centre(c), radii{Magnitude(r.x), Magnitude(r.y)} {}
+  Ellipse(KVertex2D c, KVertex2D r) : centre(c), radii{Abs(r.x), Abs(r.y)} {}
 
   bool IsFlat() const { return radii.x == kZero || radii.y == kZero; }
   KVertex2D At(std::int64_t x, std::int64_t y) const {
@@ -43,9 +41,6 @@ struct Ellipse {
     }
     return ToPolar(v).direction;
   }
-
- private:
-  static KFixed Magnitude(KFixed r) { return r < kZero ? -r : r; }
 };
 
 /// Writes pieces of at most an eighth of a circle.
@@ -60,7 +55,7 @@ class ArcWriter {
     for (; n > 0; --n) {
       const std::int64_t x = u_.x, y = sign_ * u_.y;
       const auto turned = [](std::int64_t v) {
-        return static_cast<std::int32_t>(Mul30(v, kEighth));
+        return static_cast<std::int32_t>(Mul30(v, kSineOfEighth));
       };
       To({turned(x - y), static_cast<std::int32_t>(sign_ * turned(x + y))}, kEighthControl);
     }
@@ -120,9 +115,8 @@ int EighthsIn(std::int32_t cosine, std::int32_t sine) {
 
 /// Cosine and sine, exact at multiples of 90 degrees.
 Unit UnitAt(KFixed degrees) {
-  constexpr std::int32_t kTurn = 360 * 0x10000;
-  std::int32_t angle = degrees.raw % kTurn;
-  if (angle < 0) angle += kTurn;
+  std::int32_t angle = degrees.raw % kTurn.raw;
+  if (angle < 0) angle += kTurn.raw;
   if (angle == 0) return {Unit::kOne, 0};
   const auto [sine, cosine] = SinCosOf(KFixed::FromRaw(angle));
   return ToPolar({cosine.raw, sine.raw}).direction;
@@ -132,7 +126,7 @@ Unit UnitAt(KFixed degrees) {
 /// computed with the library's own sines lie that near.
 bool IsNear(KVertex2D p, KVertex2D on, const Ellipse& ellipse) {
   const std::int64_t tolerance =
-      0x10000 / 64 + (std::max(ellipse.radii.x, ellipse.radii.y).raw >> 11);
+      kOne.raw / 64 + (std::max(ellipse.radii.x, ellipse.radii.y).raw >> 11);
   return Extent(Between(p, on)) <= tolerance;
 }
 
@@ -170,21 +164,21 @@ bool KSoftPath::ArcTo(KVertex2D end, KVertex2D centre, KVertex2D radii, bool dir
 }
 
 bool KSoftPath::AddArc(KVertex2D centre, KVertex2D radii, KFixed start, KFixed sweep) {
-  constexpr std::int32_t kTurn = 360 * 0x10000, kEighthTurn = 45 * 0x10000;
   const Ellipse ellipse(centre, radii);
   const Unit from = UnitAt(start);
-  const std::int64_t swept = std::min<std::int64_t>(Abs(sweep.raw), kTurn);
+  const std::int64_t swept = std::min<std::int64_t>(Abs(sweep.raw), kTurn.raw);
   const bool clockwise = sweep >= kZero;
   MoveTo(ellipse.At(from));
   if (swept == 0) return LineTo(current);
 
   KVertex2D points[3 * KStroker::kMostArcPieces];
   ArcWriter writer(ellipse, from, clockwise, points, 1);
-  writer.Eighths(static_cast<int>(swept / kEighthTurn));
-  if (swept % kEighthTurn != 0) writer.To(UnitAt(KFixed::FromRaw(start.raw % kTurn) + sweep));
-  if (swept == kTurn) points[3 * writer.Pieces() - 1] = current;
+  writer.Eighths(static_cast<int>(swept / kEighthTurn.raw));
+  if (swept % kEighthTurn.raw != 0)
+    writer.To(UnitAt(KFixed::FromRaw(start.raw % kTurn.raw) + sweep));
+  if (swept == kTurn.raw) points[3 * writer.Pieces() - 1] = current;
   if (writer.Pieces() == 0) return LineTo(current);
   if (!BezierTo(3, points, static_cast<unsigned>(writer.Pieces()))) return false;
-  if (swept == kTurn) Close();
+  if (swept == kTurn.raw) Close();
   return true;
 }

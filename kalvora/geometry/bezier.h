@@ -190,7 +190,7 @@ std::int64_t StepsOf(const Bezier<ORDER>& piece, const Pen& pen) {
   }
   turn = std::max({turn, (ORDER - 1) * across[0] / Dot(leg[0], leg[0]),
                    (ORDER - 1) * across[ORDER - 2] / Dot(leg[ORDER - 1], leg[ORDER - 1])});
-  if (turn > 4 * 0x10000) return 0;
+  if (turn > 4 * kOne.raw) return 0;
 
   // max |B''| / 8: B'' = 2 (leg 2 - leg 1) for a quadratic, 6 times a difference for a cubic.
   const std::int64_t height = bend / std::max<std::int64_t>(RoughLength(chord), 1) << shift;

@@ -3,17 +3,14 @@
 
 #include <algorithm>
 
+#include "kalvora/core/roots.h"
+
 namespace kalvora {
-namespace {
-
-KFixed Magnitude(KFixed v) { return v.raw < 0 ? -v : v; }
-
-}  // namespace
 
 bool AddEllipticalRect(KSoftPath* path, KVertex2D centre, KVertex2D half, KVertex2D radii,
                        const std::array<std::int32_t, 32>& circle) {
-  half = {Magnitude(half.x), Magnitude(half.y)};
-  radii = {std::min(Magnitude(radii.x), half.x), std::min(Magnitude(radii.y), half.y)};
+  half = {Abs(half.x), Abs(half.y)};
+  radii = {std::min(Abs(radii.x), half.x), std::min(Abs(radii.y), half.y)};
   const KVertex2D inner = half - radii;
   // The corner that each quarter of the circle turns around.
   const KVertex2D corners[] = {

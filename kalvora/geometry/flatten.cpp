@@ -1,4 +1,5 @@
 // Flattening: curves into straight pieces, paths into polygon rings.
+#include "kalvora/core/roots.h"
 #include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"
 #include "kalvora/raster/Memory.h"
@@ -13,8 +14,6 @@ KFixed Middle(KFixed a, KFixed b) {
   return KFixed::FromRaw(static_cast<std::int32_t>((std::int64_t{a.raw} + b.raw) >> 1));
 }
 KVertex2D Middle(KVertex2D a, KVertex2D b) { return {Middle(a.x, b.x), Middle(a.y, b.y)}; }
-
-std::int64_t Abs(std::int64_t v) { return v < 0 ? -v : v; }
 
 /// Measures distances from the chord p0 p3 along its normal (-sin, cos).
 class Chord {

@@ -11,7 +11,7 @@ namespace {
 // curve, and half of that where either the curve or the pen's turn is judged alone.
 constexpr std::int64_t kArcPart = 12;
 constexpr std::int64_t kCurvePart = 5;
-constexpr KFixed kFinest = KFixed::FromRaw(0x10000 / 32);
+constexpr KFixed kFinest = KFixed::FromRaw(kOne.raw / 32);
 constexpr KFixed kCoarsest = KFixed::FromInt(8);
 
 // Half of a half width's range: products of offsets fit.
@@ -39,7 +39,7 @@ constexpr std::int64_t kMostFlatness = std::int64_t{1} << 34;
 // The larger singular value s of the rows (a, b) and (c, d):
 //   2 s^2 = S + sqrt((a^2 + b^2 - c^2 - d^2)^2 + 4 (a c + b d)^2),  S = a^2 + b^2 + c^2 + d^2
 std::int64_t Stretch(const KSoftMatrix3D& m) {
-  if (m.linearIdentity) return 0x10000;
+  if (m.linearIdentity) return kOne.raw;
   std::int64_t a = m.m0.raw, b = m.m1.raw, c = m.m3.raw, d = m.m4.raw;
   const std::int64_t extent = std::max(Extent({a, b}), Extent({c, d}));
   if (extent == 0) return 1;

@@ -4,31 +4,22 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "kalvora/core/roots.h"
+
 namespace {
 
 constexpr unsigned kMostStops = 1u << 24;
-
-std::int64_t Magnitude(std::int64_t v) { return v < 0 ? -v : v; }
 
 KFixed Saturated(std::int64_t raw) {
   return KFixed::FromRaw(
       static_cast<std::int32_t>(std::clamp<std::int64_t>(raw, -INT32_MAX, INT32_MAX)));
 }
 
-/// Floor of the square root.
-std::uint32_t Root(std::uint64_t square) {
-  std::uint64_t root = 0;
-  for (std::uint64_t bit = std::uint64_t{1} << 31; bit != 0; bit >>= 1) {
-    if ((root + bit) * (root + bit) <= square) root += bit;
-  }
-  return static_cast<std::uint32_t>(root);
-}
-
 /// v without its part across the direction n: n (v . n) / (n . n).
 KVertex2D Along(KVertex2D v, KVertex2D n) {
   std::int64_t nx = n.x.raw, ny = n.y.raw;
   // 15 bits of n leave room for all products.
-  while (Magnitude(nx) >= 0x8000 || Magnitude(ny) >= 0x8000) {
+  while (kalvora::Abs(nx) >= 0x8000 || kalvora::Abs(ny) >= 0x8000) {
     nx >>= 1;
     ny >>= 1;
   }
@@ -87,10 +78,11 @@ bool KSoftColorRamp::SetRadial(KVertex2D centre, KFixed radius, const KSoftMatri
     b = c = 0;
   }
   int shift = 0;
-  while (std::max({Magnitude(a), Magnitude(b), Magnitude(c), Magnitude(d)}) >= 1 << 30) {
+  while (std::max({kalvora::Abs(a), kalvora::Abs(b), kalvora::Abs(c), kalvora::Abs(d)}) >=
+         1 << 30) {
     a >>= 1, b >>= 1, c >>= 1, d >>= 1, ++shift;
   }
-  const std::int64_t s = Root(static_cast<std::uint64_t>(Magnitude(a * d - b * c)));
+  const std::int64_t s = kalvora::Root(static_cast<std::uint64_t>(kalvora::Abs(a * d - b * c)));
   const KFixed scale = Saturated((radius.raw * s >> 16) << shift);
   if (!SetStops(stops, stopCount, scale, mode)) return false;
   const auto entry = [s](std::int64_t v) { return Saturated(s == 0 ? 0 : v * 0x10000 / s); };

@@ -1,6 +1,8 @@
 // The constant tables, computed by the compiler in integers.
 #include "kalvora/paint/KTables.h"
 
+#include "kalvora/core/circle.h"
+
 namespace {
 
 constexpr int kSegments = 32;
@@ -65,8 +67,8 @@ constexpr std::array<std::int32_t, 256> MakeBicubic() {
   return table;
 }
 
-constexpr std::int32_t kUnit = 0x10000;
-constexpr std::int32_t kKappa = 36170;  // control points of a quarter arc, 0.55191
+constexpr std::int32_t kUnit = kalvora::kOne.raw;
+constexpr std::int32_t kKappa = kalvora::kQuarterControl;
 
 }  // namespace
 

@@ -30,19 +30,19 @@ struct KStack::Block {
 };
 
 KStack::~KStack() {
-  while (block) {
-    Block* previous = block->previous;
-    std::free(block->raw);
-    block = previous;
+  while (block_) {
+    Block* previous = block_->previous;
+    std::free(block_->raw);
+    block_ = previous;
   }
-  if (spare) std::free(spare->raw);
+  if (spare_) std::free(spare_->raw);
 }
 
 void* KStack::Alloc(unsigned size) {
   const std::uint32_t rounded = RoundUp(size);
   const std::uint32_t total = used + rounded;
   if (rounded < size || total < used) return nullptr;
-  if (!block || rounded > block->Room()) {
+  if (!block_ || rounded > block_->Room()) {
     Block* fresh = TakeBlock(std::max(reserve, total) - used);
     if (!fresh) return nullptr;
     Push(fresh);
@@ -54,7 +54,7 @@ void* KStack::Alloc(unsigned size) {
 // heap.
 KStack::Block* KStack::TakeBlock(std::uint32_t capacity) {
   static_assert(sizeof(Block) <= kAlign);
-  if (spare && spare->capacity >= capacity) return std::exchange(spare, nullptr);
+  if (spare_ && spare_->capacity >= capacity) return std::exchange(spare_, nullptr);
   if (capacity > UINT32_MAX - kBlockOverhead) return nullptr;
   void* raw = std::malloc(std::size_t{capacity} + kBlockOverhead);
   if (!raw) return nullptr;
@@ -66,31 +66,31 @@ KStack::Block* KStack::TakeBlock(std::uint32_t capacity) {
 }
 
 void KStack::Push(Block* fresh) {
-  fresh->previous = block;
+  fresh->previous = block_;
   fresh->top = fresh->Data();
-  block = fresh;
+  block_ = fresh;
 }
 
 void* KStack::Bump(std::uint32_t rounded) {
   used += rounded;
   peak = std::max(peak, used);
   reserve = std::max(reserve, peak);
-  return std::exchange(block->top, block->top + rounded);
+  return std::exchange(block_->top, block_->top + rounded);
 }
 
 void KStack::DeAlloc(void* p) {
   if (!p) return;
   auto* address = static_cast<std::uint8_t*>(p);
-  used -= static_cast<std::uint32_t>(block->top - address);
-  block->top = address;
-  if (address != block->Data()) return;
-  Block* empty = block;
-  block = empty->previous;
-  if (spare && spare->capacity >= empty->capacity) {
+  used -= static_cast<std::uint32_t>(block_->top - address);
+  block_->top = address;
+  if (address != block_->Data()) return;
+  Block* empty = block_;
+  block_ = empty->previous;
+  if (spare_ && spare_->capacity >= empty->capacity) {
     std::free(empty->raw);
   } else {
-    if (spare) std::free(spare->raw);
-    spare = empty;
+    if (spare_) std::free(spare_->raw);
+    spare_ = empty;
   }
 }
 
@@ -99,12 +99,12 @@ void* KStack::ReAlloc(void* p, unsigned size) {
   auto* address = static_cast<std::uint8_t*>(p);
   const std::uint32_t rounded = RoundUp(size);
   if (rounded < size) return nullptr;
-  const auto present = static_cast<std::uint32_t>(block->top - address);
-  const auto before = static_cast<std::uint32_t>(address - block->Data());
-  if (rounded <= block->capacity - before) {
+  const auto present = static_cast<std::uint32_t>(block_->top - address);
+  const auto before = static_cast<std::uint32_t>(address - block_->Data());
+  if (rounded <= block_->capacity - before) {
     used = used - present + rounded;
     if (used > peak) peak = used;
-    block->top = address + rounded;
+    block_->top = address + rounded;
     return p;
   }
   const std::uint32_t total = used - present + rounded;
@@ -121,12 +121,12 @@ void KStack::Collect() {
   reserve =
       reserve < peak ? peak : static_cast<std::uint32_t>((std::uint64_t{peak} + reserve) >> 1);
   peak = 0;
-  if (!spare) return;
+  if (!spare_) return;
   // A spare block that frames have long outshrunk goes back to the C heap, and one that the frame
   // has outgrown is replaced: the next frame finds room for everything.
-  const bool small = !block && spare->capacity < reserve;
-  if (!small && spare->capacity / 4 <= reserve) return;
-  std::free(spare->raw);
-  spare = nullptr;
-  if (small) spare = TakeBlock(reserve);
+  const bool small = !block_ && spare_->capacity < reserve;
+  if (!small && spare_->capacity / 4 <= reserve) return;
+  std::free(spare_->raw);
+  spare_ = nullptr;
+  if (small) spare_ = TakeBlock(reserve);
 }

@@ -35,8 +35,8 @@ class KALVORA_API KStack {
   void Push(Block* fresh);
   void* Bump(std::uint32_t rounded);
 
-  Block* block = nullptr;  ///< the newest block
-  Block* spare = nullptr;  ///< the last one emptied, for the next that opens
+  Block* block_ = nullptr;  ///< the newest block
+  Block* spare_ = nullptr;  ///< the last one emptied, for the next that opens
 };
 
 #endif
