@@ -1,65 +1,68 @@
-// Opening a display, and the steps of showing a frame on it.
+// Opening a framebuffer device, and panning.
 #include "kalvora/display/KFbScreen.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cstddef>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include <fcntl.h>
 #include <linux/fb.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
-#include <sys/time.h>
 #include <unistd.h>
 
-#include "kalvora/display/KShmem.h"
-#include "kalvora/display/digits.h"
+#include "kalvora/display/clock.h"
 #include "kalvora/support/KFlags.h"
-#include "kalvora/support/KMem.h"
+#include "kalvora/support/failure.h"
 
-namespace {
+using kalvora::Fail;
+using kalvora::ReasonOf;
 
-// A wait that ends sooner than this caught a vertical sync that was under way when the pan came.
-constexpr int kLateSyncUs = 500;
-
-}  // namespace
-
-bool KFbScreen::Open(unsigned index, unsigned bitsPerPixel) {
-  char path[256];
+bool KFbScreen::Open(unsigned index, unsigned bitsPerPixel, KError& error) {
   std::snprintf(path, sizeof path, "/dev/fb%d", static_cast<int>(index));
-  fd = open(path, O_RDWR);
-  if (fd < 0) return false;
+  fd = open(path, O_RDWR | O_CLOEXEC);
+  if (fd < 0) return Fail(error, ReasonOf(errno, KErrorDevice), errno, "cannot open %s", path);
+  const auto refused = [&](const char* what) {
+    return Fail(error, ReasonOf(errno, KErrorDevice), errno, "%s: cannot %s", path, what);
+  };
+  const auto odd = [&](KErrorCode code) {
+    return Fail(error, code, 0, "%s answers with a mode that was not asked for", path);
+  };
 
   fb_var_screeninfo mode{};
-  if (ioctl(fd, FBIOGET_VSCREENINFO, &mode) < 0) return false;
+  if (ioctl(fd, FBIOGET_VSCREENINFO, &mode) < 0) return refused("read the mode");
   if (bitsPerPixel != 0 && mode.bits_per_pixel != bitsPerPixel) {
     mode.bits_per_pixel = bitsPerPixel;
-    if (ioctl(fd, FBIOPUT_VSCREENINFO, &mode) < 0) return false;
+    if (ioctl(fd, FBIOPUT_VSCREENINFO, &mode) < 0) {
+      return Fail(error, KErrorFormat, errno, "%s: cannot set %u bits a pixel", path, bitsPerPixel);
+    }
   }
   fb_fix_screeninfo memory{};
-  if (!TakeMode(mode, bitsPerPixel) || !TakeMemory(memory)) return false;
+  if (!TakeMode(mode, bitsPerPixel)) return odd(KErrorFormat);
+  if (!TakeMemory(memory)) return refused("read the layout");
 
   if (memory.ypanstep != 0) {
     mode.xres_virtual = width;
     mode.yres_virtual = height * available;
     mode.xoffset = mode.yoffset = 0;
     // Drivers answer with what they made of the request, and the memory may have moved or shrunk.
-    if (ioctl(fd, FBIOPUT_VSCREENINFO, &mode) < 0) return false;
-    if (!TakeMode(mode, bitsPerPixel) || !TakeMemory(memory)) return false;
+    if (ioctl(fd, FBIOPUT_VSCREENINFO, &mode) < 0) return refused("make room to pan");
+    if (!TakeMode(mode, bitsPerPixel)) return odd(KErrorDevice);
+    if (!TakeMemory(memory)) return refused("read the layout");
     available = std::min(available, mode.yres_virtual / height);
   }
   // Rows are taken to follow each other without gaps; a driver that pads them cannot be served.
-  if (memory.line_length != 0 && memory.line_length != stride) return false;
-
+  if (memory.line_length != 0 && memory.line_length != stride) {
+    return Fail(error, KErrorRows, 0, "%s: rows are %u bytes apart instead of %u", path,
+                memory.line_length, stride);
+  }
   mappingSize = memory.smem_len;
   void* const p = mmap(nullptr, mappingSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-  if (p == MAP_FAILED) return false;
+  if (p == MAP_FAILED) return refused("map the memory");
   mapping = static_cast<std::uint8_t*>(p);
-  isDevice = true;
-  displayKind = KDisplayFramebuffer;
   return true;
 }
 
@@ -80,77 +83,28 @@ bool KFbScreen::TakeMemory(fb_fix_screeninfo& memory) {
   return true;
 }
 
-bool KFbScreen::OpenShared() {
-  mapping = static_cast<std::uint8_t*>(KShmem::Get());
-  if (mapping == nullptr) return false;
-  isDevice = false;
-  displayKind = KDisplayShared;
-  available = 1;
-  width = KShmem::kWidth;
-  height = KShmem::kHeight;
-  bpp = 32;
-  stride = KShmem::kStride;
-  return true;
+bool KFbScreen::MakeBuffers(unsigned count, KError& error) {
+  if (count <= available) return true;
+  return Fail(error, KErrorBuffers, 0, "%s has memory for %u buffers, not for %u", path, available,
+              count);
 }
 
-bool KFbScreen::MakeBuffers(unsigned count) {
-  if (isDevice) return true;
-  for (unsigned i = 1; i < count; ++i) {
-    // One row more than the picture, like the surface itself: the renderer's coverage row.
-    sysBuffers[i] = static_cast<std::uint8_t*>(std::calloc(std::size_t{height} + 1, stride));
-    if (sysBuffers[i] == nullptr) return false;
-  }
-  return true;
-}
-
-void KFbScreen::Close() {
-  if (mapping != nullptr) {
-    if (isDevice) {
-      munmap(mapping, mappingSize);
-    } else {
-      KShmem::Release(mapping);
-    }
-  }
+KFbScreen::~KFbScreen() {
+  if (mapping != nullptr) munmap(mapping, mappingSize);
   if (fd >= 0) close(fd);
-  for (std::uint8_t*& buffer : sysBuffers) {
-    std::free(buffer);
-    buffer = nullptr;
-  }
-  mapping = nullptr;
-  fd = -1;
-  isDevice = false;
-  displayKind = KDisplayNone;
-  width = height = stride = bpp = mappingSize = available = bufferCount = 0;
-  frontIndex = 0;
 }
 
 std::uint8_t* KFbScreen::Address(unsigned index) const {
-  if (index < 3 && sysBuffers[index] != nullptr) return sysBuffers[index];
-  if (index < available) return mapping + std::size_t{stride} * height * index;
-  return nullptr;
+  return index < available ? mapping + std::size_t{stride} * height * index : nullptr;
 }
 
-bool KFbScreen::IsMapped(unsigned index) const {
-  return index < available && (index >= 3 || sysBuffers[index] == nullptr);
-}
-
-KRect KFbScreen::Clip(const KRect& rect) const {
-  const auto clamp = [](std::int16_t v, std::uint32_t size) {
-    const int end = static_cast<int>(std::min<std::uint32_t>(size, INT16_MAX));
-    return static_cast<std::int16_t>(std::clamp<int>(v, 0, end));
-  };
-  const KRect clipped{clamp(rect.left, width), clamp(rect.top, height), clamp(rect.right, width),
-                      clamp(rect.bottom, height)};
-  return clipped.IsEmpty() ? KRect{0, 0, 0, 0} : clipped;
-}
-
-bool KFbScreen::DisplayBuffer(unsigned index, const KRect* dirty, bool force,
-                              const std::atomic<bool>& cancelled) {
-  if (!isDevice || index >= available) return true;
+KShown KFbScreen::Show(unsigned index, const KRect* dirty, bool force,
+                       const std::atomic<bool>& cancelled) {
+  if (index >= available) return KShown::kFlipped;
   fb_var_screeninfo mode{};
-  if (ioctl(fd, FBIOGET_VSCREENINFO, &mode) < 0) return false;
+  if (ioctl(fd, FBIOGET_VSCREENINFO, &mode) < 0) return KShown::kNot;
   const std::uint32_t top = height * index;
-  if (!force && mode.xoffset == 0 && mode.yoffset == top) return true;
+  if (!force && mode.xoffset == 0 && mode.yoffset == top) return KShown::kFlipped;
   mode.xoffset = 0;
   mode.yoffset = top;
   if (dirty != nullptr && !Flags.DisplayFps) {
@@ -165,89 +119,16 @@ bool KFbScreen::DisplayBuffer(unsigned index, const KRect* dirty, bool force,
   } else {
     mode.reserved[0] = 0;
   }
-  if (cancelled) return true;
+  if (cancelled) return KShown::kNot;
   // Some drivers refuse to pan, some say yes and stay where they were: their answer has the truth.
   const bool panned = ioctl(fd, FBIOPAN_DISPLAY, &mode) == 0;
-  if (!panned && ioctl(fd, FBIOGET_VSCREENINFO, &mode) < 0) return false;
-  return mode.xoffset == 0 && mode.yoffset == top;
+  if (!panned && ioctl(fd, FBIOGET_VSCREENINFO, &mode) < 0) return KShown::kNot;
+  return mode.xoffset == 0 && mode.yoffset == top ? KShown::kFlipped : KShown::kNot;
 }
 
 int KFbScreen::WaitForVsync() {
-  if (!isDevice) return 0;
-  const auto now = [] {
-    timeval t{};
-    gettimeofday(&t, nullptr);
-    return std::int64_t{t.tv_sec} * 1000000 + t.tv_usec;
-  };
   std::uint32_t zero = 0;
-  const std::int64_t start = now();
+  const std::int64_t start = kalvora::MicrosecondsNow();
   if (ioctl(fd, FBIO_WAITFORVSYNC, &zero) < 0) return 0;
-  return static_cast<int>(std::clamp<std::int64_t>(now() - start, 0, INT_MAX));
-}
-
-void KFbScreen::CopyRect(unsigned dst, unsigned src, const KRect* rect) {
-  char* to = reinterpret_cast<char*>(Address(dst));
-  const char* from = reinterpret_cast<const char*>(Address(src));
-  if (to == nullptr || from == nullptr) return;
-  if (rect == nullptr) {
-    KMem::Memcpy(to, from, stride * height);
-    return;
-  }
-  const std::uint32_t pixel = bpp >> 3;
-  const std::size_t offset = std::size_t{pixel} * static_cast<unsigned>(rect->left);
-  const unsigned rowBytes = pixel * static_cast<unsigned>(rect->right - rect->left);
-  for (std::size_t y = static_cast<std::size_t>(rect->top);
-       y < static_cast<std::size_t>(rect->bottom); ++y) {
-    const std::size_t at = offset + stride * y;
-    KMem::Memcpy(to + at, from + at, rowBytes);
-  }
-}
-
-void KFbScreen::DrawFps(unsigned index) {
-  int rate = 0;
-  {
-    const std::lock_guard<std::mutex> lock(fpsLock);
-    rate = fps.Flip();
-  }
-  if (!Flags.DisplayFps || bufferCount == 0) return;
-  std::uint8_t* const pixels = Address(index);
-  if (pixels != nullptr) kalvora::DrawNumber({pixels, width, height, stride, bpp >> 3}, rate);
-}
-
-void KFbScreen::BeginFlip(unsigned back) {
-  if (isDevice) DrawFps(back);
-}
-
-void KFbScreen::EndFlip(unsigned front, unsigned back, const KRect* dirty,
-                        const std::atomic<bool>& cancelled) {
-  if (!isDevice) {
-    if (cancelled) return;
-    CopyRect(front, back, dirty);
-    DrawFps(front);
-    return;
-  }
-  const bool panned = DisplayBuffer(back, dirty, false, cancelled);
-  if (cancelled) return;
-  if (WaitForVsync() < kLateSyncUs && !cancelled) WaitForVsync();
-  if (cancelled) return;
-  if (panned) {
-    frontIndex.store(back, std::memory_order_relaxed);
-  } else {
-    CopyRect(front, back, Flags.DisplayFps ? nullptr : dirty);
-  }
-}
-
-void KFbScreen::ResetFps(int capacity) {
-  const std::lock_guard<std::mutex> lock(fpsLock);
-  fps.Reset(capacity);
-}
-
-void KFbScreen::DumpFps() {
-  const std::lock_guard<std::mutex> lock(fpsLock);
-  fps.Dump();
-}
-
-void KFbScreen::SetFpsInterval(int milliseconds) {
-  const std::lock_guard<std::mutex> lock(fpsLock);
-  fps.intervalMs = milliseconds;
+  return static_cast<int>(std::clamp<std::int64_t>(kalvora::MicrosecondsNow() - start, 0, INT_MAX));
 }

@@ -1,13 +1,12 @@
 // The flip thread's life, and both sides of the hand-over.
 #include "kalvora/display/KFbThread.h"
 
-#include <algorithm>
 #include <new>
 
 #include <signal.h>
 #include <unistd.h>
 
-#include "kalvora/display/KFbScreen.h"
+#include "kalvora/display/KFlipper.h"
 #include "kalvora/support/KUtil.h"
 
 namespace {
@@ -49,7 +48,7 @@ KFbThread* KFbThread::Start(KLinuxFb& fb) {
 void* KFbThread::FlipThreadFunc(void* fb) {
   const auto* const display = static_cast<const KLinuxFb*>(fb);
   KFbThread* const self = display->flipWorker;
-  self->screen = display->screen;
+  self->flipper = display->flipper;
   [[maybe_unused]] const int priority = nice(-2);
   self->ackSlot.Post(0);  // started; from here on the display may go away
 
@@ -60,7 +59,7 @@ void* KFbThread::FlipThreadFunc(void* fb) {
     self->flipSlot.pending = false;
     self->flipSlot.Unlock();
   }
-  if (outcome == Outcome::kQuitWithScreen) delete self->screen;
+  if (outcome == Outcome::kQuitWithFlipper) delete self->flipper;
   delete self;
   return nullptr;
 }
@@ -72,26 +71,26 @@ KFbThread::Outcome KFbThread::Serve() {
   const bool leave = quit;
   const bool accepted = !leave && !givenUp;
   if (accepted) {
-    screen->BeginFlip(flip.back);
+    flipper->BeginFlip(flip.back);
     ackSlot.Post(0);
     flipping = true;
   }
   ackSlot.Unlock();
   if (!accepted) return leave ? Outcome::kQuit : Outcome::kNext;
 
-  screen->EndFlip(flip.front, flip.back, flip.copyBack ? flip.dirty : nullptr, givenUp);
+  flipper->EndFlip(flip.front, flip.back, flip.copyBack ? flip.dirty : nullptr, givenUp);
 
   ackSlot.Lock();
   flipping = false;
   const bool abandoned = quit;  // only while `flipping` is set can Stop have said so meanwhile
   ackSlot.Unlock();
-  return abandoned ? Outcome::kQuitWithScreen : Outcome::kNext;
+  return abandoned ? Outcome::kQuitWithFlipper : Outcome::kNext;
 }
 
 bool KFbThread::Send(bool copyBack, unsigned back, const KRect* dirty, unsigned& shown) {
   bool sent = false;
   if (flipSlot.TimedLock(kPatienceMs)) {
-    shown = screen->frontIndex.load(std::memory_order_relaxed);
+    shown = flipper->frontIndex.load(std::memory_order_relaxed);
     sent = flipSlot.Post({back, shown, copyBack, dirty});
     flipSlot.Unlock();
     if (sent && AwaitAcknowledgement()) return true;
@@ -105,16 +104,12 @@ bool KFbThread::Send(bool copyBack, unsigned back, const KRect* dirty, unsigned&
 /// Waits for the acknowledgement; when it does not come, the message is given up in the same
 /// breath.
 bool KFbThread::AwaitAcknowledgement() {
-  const kalvora::Patience patience(kPatienceMs);
-  for (;;) {
-    ackSlot.Wait(std::max(1, patience.Left()));
-    const bool received = ackSlot.pending;
-    const bool over = !received && patience.Left() <= 0;
-    ackSlot.pending = false;
-    if (over) givenUp = true;
-    ackSlot.Unlock();
-    if (received || over) return received;
-  }
+  ackSlot.Wait(kPatienceMs);
+  const bool received = ackSlot.pending;
+  if (!received) givenUp = true;
+  ackSlot.pending = false;
+  ackSlot.Unlock();
+  return received;
 }
 
 void KFbThread::GiveUp() {

@@ -68,7 +68,7 @@ class KFbThread {
   KFbThread& operator=(const KFbThread&) = delete;
 
  private:
-  enum class Outcome { kNext, kQuit, kQuitWithScreen };
+  enum class Outcome { kNext, kQuit, kQuitWithFlipper };
 
   KFbThread() = default;
   ~KFbThread() = default;
@@ -78,7 +78,7 @@ class KFbThread {
   void GiveUp();
 
   pthread_t thread{};
-  KFbScreen* screen = nullptr;
+  KFlipper* flipper = nullptr;
   bool quit = false;      ///< written under either lock, read under both
   bool flipping = false;  ///< guarded by the ack slot: the thread may be inside the driver
   std::atomic<bool> givenUp{false};  ///< set under the ack slot's lock

@@ -2,11 +2,16 @@
 #include "kalvora/display/KLinuxFb.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <new>
 
-#include "kalvora/display/KFbScreen.h"
 #include "kalvora/display/KFbThread.h"
+#include "kalvora/display/KFlipper.h"
 #include "kalvora/display/KMsmAdm.h"
+#include "kalvora/display/screens.h"
+#include "kalvora/support/failure.h"
+
+using kalvora::Fail;
 
 namespace {
 
@@ -36,33 +41,47 @@ bool Contains(const KRect& outer, const KRect& inner) {
 
 }  // namespace
 
-KLinuxFb::KLinuxFb() { NeedScreen(); }
+KLinuxFb::KLinuxFb() { NeedFlipper(); }
 
 KLinuxFb::~KLinuxFb() {
   Close();
-  delete screen;
+  delete flipper;
 }
 
-/// Makes the screen object; there is always one, unless memory has run out.
-bool KLinuxFb::NeedScreen() {
-  if (screen != nullptr) return true;
-  screen = new (std::nothrow) KFbScreen;
-  if (screen == nullptr) return false;
-  screen->ResetFps(1);
-  screen->ResetFps(fpsCapacity);
-  screen->SetFpsInterval(fpsIntervalMs);
+/// Makes the flipper; there is always one, unless memory has run out.
+bool KLinuxFb::NeedFlipper() {
+  if (flipper != nullptr) return true;
+  flipper = new (std::nothrow) KFlipper;
+  if (flipper == nullptr) return Fail(error, KErrorMemory, ENOMEM, "no display");
+  flipper->ResetFps(1);
+  flipper->ResetFps(fpsCapacity);
+  flipper->SetFpsInterval(fpsIntervalMs);
   return true;
 }
 
+KScreen* KLinuxFb::Screen() const { return flipper != nullptr ? flipper->screen : nullptr; }
+
 bool KLinuxFb::Open(KDisplay kind, unsigned fbIndex, unsigned bpp) {
-  if (kind != KDisplayFramebuffer || !NeedScreen()) return false;
-  if (screen->fd >= 0 || screen->mapping != nullptr) Close();
-  return NeedScreen() && screen->Open(fbIndex, bpp);
+  error = {};
+  if (!kalvora::IsScreen(kind))
+    return Fail(error, KErrorArgument, 0, "no display of kind %d", kind);
+  if (!NeedFlipper()) return false;
+  if (flipper->screen != nullptr) Close();
+  if (!NeedFlipper()) return false;
+  flipper->screen = kalvora::NewScreen(kind);
+  if (flipper->screen == nullptr) return Fail(error, KErrorMemory, ENOMEM, "no display");
+  if (!flipper->screen->Open(fbIndex, bpp, error)) return false;
+  displayKind = kind;
+  return true;
 }
 
 void* KLinuxFb::SetDisplay(KDisplay kind, unsigned fbIndex, KFormat format, unsigned bufferCount) {
   Close();
-  if (bufferCount < 1 || bufferCount > 3) return nullptr;
+  error = {};
+  if (bufferCount < 1 || bufferCount > 3) {
+    Fail(error, KErrorArgument, 0, "a display has 1 to 3 buffers, not %u", bufferCount);
+    return nullptr;
+  }
   if (!Bind(kind, fbIndex, format, bufferCount)) {
     Close();
     return nullptr;
@@ -71,63 +90,67 @@ void* KLinuxFb::SetDisplay(KDisplay kind, unsigned fbIndex, KFormat format, unsi
 }
 
 bool KLinuxFb::Bind(KDisplay kind, unsigned fbIndex, KFormat format, unsigned bufferCount) {
-  if (!NeedScreen()) return false;
-  const bool opened =
-      kind == KDisplayShared ? screen->OpenShared() : Open(kind, fbIndex, DepthOf(format));
-  if (!opened || (screen->isDevice && bufferCount > screen->available)) return false;
-
-  screen->bufferCount = bufferCount;
-  if (!screen->DisplayBuffer(0, nullptr, true, kNeverCancelled)) return false;
+  if (!Open(kind, fbIndex, DepthOf(format))) return false;
+  KScreen& screen = *flipper->screen;
+  if (!screen.MakeBuffers(bufferCount, error)) return false;
+  flipper->bufferCount = bufferCount;
+  if (screen.Show(0, nullptr, true, kNeverCancelled) == KShown::kNot) {
+    return Fail(error, KErrorDevice, 0, "the display does not show its first buffer");
+  }
   backIndex = bufferCount > 1 ? 1 : 0;
   hasPrevDirty = false;
-  if (!screen->MakeBuffers(bufferCount)) return false;
   asyncFlip = bufferCount > 2 && KFbThread::Start(*this) != nullptr;
-  return StartMover();
+  screen.isBound = !screen.wantsMover || StartMover();
+  return screen.isBound;
 }
 
 bool KLinuxFb::StartMover() {
   if constexpr (!kUseMover) return true;
   adm = new (std::nothrow) KMsmAdm;
-  return adm != nullptr && adm->Open();
+  if (adm == nullptr) return Fail(error, KErrorMemory, ENOMEM, "no data mover");
+  return adm->Open() ||
+         Fail(error, KErrorDataMover, errno, "cannot open the data mover %s", KMsmAdm::kPath);
 }
 
 void KLinuxFb::Close() {
   if (flipWorker != nullptr && !flipWorker->Stop()) {
-    screen = nullptr;  // the thread's now
-    NeedScreen();
+    flipper = nullptr;  // the thread's now
+    NeedFlipper();
   }
   flipWorker = nullptr;
   asyncFlip = false;
   backIndex = 0;
+  displayKind = KDisplayNone;
   delete adm;
   adm = nullptr;
-  if (screen != nullptr) screen->Close();
+  if (flipper != nullptr) flipper->Close();
 }
 
 void* KLinuxFb::Flip(bool copyBack, const KRect* dirty) {
-  if (screen == nullptr) return nullptr;
-  const unsigned count = screen->bufferCount;
+  if (flipper == nullptr) return nullptr;
+  const unsigned count = flipper->bufferCount;
   if (count < 2) {
-    screen->DrawFps(backIndex);
+    flipper->DrawFps(backIndex);
     return BackBuffer();
   }
+  KScreen& screen = *flipper->screen;
   KRect clipped;
   if (dirty != nullptr) {
-    clipped = screen->Clip(*dirty);
+    clipped = screen.Clip(*dirty);
     dirty = &clipped;
   }
   unsigned shown = 0;
   if (asyncFlip) asyncFlip = flipWorker->Send(copyBack, backIndex, dirty, shown);
   if (!asyncFlip) {
-    ProcessFlip(screen->frontIndex, backIndex, copyBack, dirty);
-    shown = screen->frontIndex;
+    ProcessFlip(flipper->frontIndex, backIndex, copyBack, dirty);
+    shown = flipper->frontIndex;
   }
-  // The buffers take turns, but nothing is drawn into one that is or may stay on screen: the
-  // surface itself of shared memory, or where a driver that does not pan is.
+  // The buffers take turns, but nothing is drawn into one that is or may stay on screen: a surface,
+  // or where a driver that does not pan is.
   unsigned next = (backIndex + 1) % count;
   if (next == shown) next = (next + 1) % count;
 
-  if (screen->isDevice && count == 3) {
+  if (count == 3 && !screen.isSurface) {
     TbufPreserve(static_cast<int>(next), static_cast<int>(backIndex), copyBack, dirty);
   } else if (copyBack && next != backIndex) {
     CopyRect(next, backIndex, dirty);
@@ -137,14 +160,13 @@ void* KLinuxFb::Flip(bool copyBack, const KRect* dirty) {
 }
 
 void KLinuxFb::ProcessFlip(unsigned front, unsigned back, bool copyBack, const KRect* dirty) {
-  if (screen == nullptr) return;
-  const KRect clipped = dirty != nullptr ? screen->Clip(*dirty) : KRect{};
-  screen->BeginFlip(back);
-  screen->EndFlip(front, back, copyBack && dirty != nullptr ? &clipped : nullptr, kNeverCancelled);
+  if (Screen() == nullptr) return;
+  const KRect clipped = dirty != nullptr ? Screen()->Clip(*dirty) : KRect{};
+  flipper->BeginFlip(back);
+  flipper->EndFlip(front, back, copyBack && dirty != nullptr ? &clipped : nullptr, kNeverCancelled);
 }
 
 void KLinuxFb::TbufPreserve(int next, int back, bool copyBack, const KRect* dirty) {
-  if (screen == nullptr) return;
   const auto to = static_cast<unsigned>(next);
   const auto from = static_cast<unsigned>(back);
   const KRect full{0, 0, static_cast<std::int16_t>(std::min(Width(), 32767u)),
@@ -161,27 +183,28 @@ void KLinuxFb::TbufPreserve(int next, int back, bool copyBack, const KRect* dirt
 }
 
 void KLinuxFb::CopyRect(unsigned dst, unsigned src, const KRect* rect) {
-  if (screen == nullptr) return;
+  if (Screen() == nullptr) return;
   KRect clipped;
   if (rect != nullptr) {
-    clipped = screen->Clip(*rect);
+    clipped = Screen()->Clip(*rect);
     if (clipped.IsEmpty()) return;
     rect = &clipped;
   }
-  if (!MoveRect(dst, src, rect)) screen->CopyRect(dst, src, rect);
+  if (!MoveRect(dst, src, rect)) Screen()->CopyRect(dst, src, rect, kNeverCancelled);
 }
 
 /// Copies by the data mover; false when it cannot do it.
 bool KLinuxFb::MoveRect(unsigned dst, unsigned src, const KRect* rect) {
-  if (adm == nullptr || screen->bpp != 32 || !screen->IsMapped(dst) || !screen->IsMapped(src)) {
-    return false;
-  }
+  const KScreen& screen = *Screen();
+  const int to = screen.MoverFd(dst);
+  const int from = screen.MoverFd(src);
+  if (adm == nullptr || screen.bpp != 32 || to < 0 || from < 0) return false;
   // Its rectangles count rows from the start of the memory, in 16 bits.
-  const std::uint32_t height = screen->height;
-  if (screen->width > 32767 || std::uint64_t{height} * (std::max(dst, src) + 1) > 32767) {
+  const std::uint32_t height = screen.height;
+  if (screen.width > 32767 || std::uint64_t{height} * (std::max(dst, src) + 1) > 32767) {
     return false;
   }
-  const KRect whole{0, 0, static_cast<std::int16_t>(screen->width),
+  const KRect whole{0, 0, static_cast<std::int16_t>(screen.width),
                     static_cast<std::int16_t>(height)};
   const auto inBuffer = [&](unsigned index) {
     KRect r = rect != nullptr ? *rect : whole;
@@ -189,43 +212,41 @@ bool KLinuxFb::MoveRect(unsigned dst, unsigned src, const KRect* rect) {
     r.bottom = static_cast<std::int16_t>(r.bottom + static_cast<int>(height * index));
     return r;
   };
-  const int stride = static_cast<int>(screen->stride);
-  adm->Rectcpy32(screen->fd, screen->fd, inBuffer(dst), inBuffer(src), stride, stride);
+  const int stride = static_cast<int>(screen.stride);
+  adm->Rectcpy32(to, from, inBuffer(dst), inBuffer(src), stride, stride);
   return true;
 }
 
 void KLinuxFb::DisplayBuffer(unsigned index, const KRect* dirty, bool force) {
-  if (screen != nullptr) screen->DisplayBuffer(index, dirty, force, kNeverCancelled);
+  if (Screen() != nullptr) Screen()->Show(index, dirty, force, kNeverCancelled);
 }
 
-int KLinuxFb::WaitForVsync() { return screen != nullptr ? screen->WaitForVsync() : 0; }
+int KLinuxFb::WaitForVsync() { return Screen() != nullptr ? Screen()->WaitForVsync() : 0; }
 
 void KLinuxFb::DrawFps(int index) {
-  if (screen != nullptr) screen->DrawFps(static_cast<unsigned>(index));
+  if (flipper != nullptr) flipper->DrawFps(static_cast<unsigned>(index));
 }
 
-void* KLinuxFb::BackBuffer() const { return screen->Address(backIndex); }
-
-std::uint32_t KLinuxFb::Width() const { return screen != nullptr ? screen->width : 0; }
-std::uint32_t KLinuxFb::Height() const { return screen != nullptr ? screen->height : 0; }
-std::uint32_t KLinuxFb::Stride() const { return screen != nullptr ? screen->stride : 0; }
-
-KDisplay KLinuxFb::DisplayKind() const {
-  return screen != nullptr ? screen->displayKind : KDisplayNone;
+void* KLinuxFb::BackBuffer() const {
+  return Screen() != nullptr ? Screen()->Address(backIndex) : nullptr;
 }
+
+std::uint32_t KLinuxFb::Width() const { return Screen() != nullptr ? Screen()->width : 0; }
+std::uint32_t KLinuxFb::Height() const { return Screen() != nullptr ? Screen()->height : 0; }
+std::uint32_t KLinuxFb::Stride() const { return Screen() != nullptr ? Screen()->stride : 0; }
 
 void KLinuxFb::ResetFps(int capacity) {
   if (capacity > 0) fpsCapacity = capacity;
-  if (screen != nullptr) screen->ResetFps(capacity);
+  if (flipper != nullptr) flipper->ResetFps(capacity);
 }
 
 void KLinuxFb::DumpFps() {
-  if (screen != nullptr) screen->DumpFps();
+  if (flipper != nullptr) flipper->DumpFps();
 }
 
 void KLinuxFb::SetFpsInterval(unsigned milliseconds) {
   fpsIntervalMs = static_cast<int>(std::min(milliseconds, 2147483647u));
-  if (screen != nullptr) screen->SetFpsInterval(fpsIntervalMs);
+  if (flipper != nullptr) flipper->SetFpsInterval(fpsIntervalMs);
 }
 
 int KGetDirtyRects(KRect*, unsigned, unsigned, unsigned) { return 0; }

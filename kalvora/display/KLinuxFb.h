@@ -8,10 +8,12 @@
 #include "kalvora/core/KRect.h"
 #include "kalvora/display/KDisplay.h"
 #include "kalvora/export.h"
+#include "kalvora/support/KError.h"
 
 class KFbThread;
+class KFlipper;
 class KMsmAdm;
-struct KFbScreen;
+class KScreen;
 
 /// A display with one, two or three buffers.
 ///
@@ -55,7 +57,7 @@ class KALVORA_API KLinuxFb {
   /// Binds a display: kind 0 is the device "/dev/fb<fbIndex>" in the depth of `format`, kind 5 the
   /// shared-memory surface; 1 to 3 buffers. Returns the buffer of the first frame, or null.
   void* SetDisplay(KDisplay kind, unsigned fbIndex, KFormat format, unsigned bufferCount);
-  /// Opens and maps the device alone, in its own depth when `bpp` is 0.
+  /// Opens and maps a display alone, a device in its own depth when `bpp` is 0.
   bool Open(KDisplay kind, unsigned fbIndex, unsigned bpp);
   /// Releases everything; may be called at any time. A flip thread that is stuck in the driver
   /// keeps the device until it comes back.
@@ -66,8 +68,10 @@ class KALVORA_API KLinuxFb {
   std::uint32_t Width() const;
   std::uint32_t Height() const;
   std::uint32_t Stride() const;  ///< bytes
-  KDisplay DisplayKind() const;
+  KDisplay DisplayKind() const { return displayKind; }
   bool IsAsync() const { return asyncFlip; }
+  /// Why the last SetDisplay or Open failed, or that it did not.
+  const KError& LastError() const { return error; }
 
   /// The frame-rate history: its number of samples (0 keeps it), its dump to the log, and the least
   /// time between two samples.
@@ -87,21 +91,24 @@ class KALVORA_API KLinuxFb {
  private:
   friend class KFbThread;
 
-  bool NeedScreen();
+  bool NeedFlipper();
+  KScreen* Screen() const;
   bool Bind(KDisplay kind, unsigned fbIndex, KFormat format, unsigned bufferCount);
   bool StartMover();
   void* BackBuffer() const;
   bool MoveRect(unsigned dst, unsigned src, const KRect* rect);
 
-  KFbScreen* screen = nullptr;  ///< null only when memory ran out
+  KFlipper* flipper = nullptr;  ///< null only when memory ran out
+  KDisplay displayKind = KDisplayNone;
   bool asyncFlip = false;
   std::uint32_t backIndex = 0;
   bool hasPrevDirty = false;
   KRect prevDirty{};
   KFbThread* flipWorker = nullptr;
   KMsmAdm* adm = nullptr;
-  int fpsCapacity = 1;  ///< settings of the frame-rate history, for when the screen is made anew
+  int fpsCapacity = 1;  ///< settings of the frame-rate history, for when the flipper is made anew
   int fpsIntervalMs = 500;
+  KError error;
 };
 
 /// A stub: returns 0 and does nothing.

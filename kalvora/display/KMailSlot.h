@@ -6,7 +6,7 @@
 
 #include <pthread.h>
 
-#include "kalvora/display/deadline.h"
+#include "kalvora/display/clock.h"
 
 /// One message and the lock that guards it. A message stays pending until its reader clears
 /// `pending`. The lock is recursive: a thread that holds it may wait or post again.
@@ -22,7 +22,11 @@ struct KMailSlot {
     pthread_mutexattr_init(&attribute);
     pthread_mutexattr_settype(&attribute, PTHREAD_MUTEX_RECURSIVE);
     pthread_mutex_init(&mutex, &attribute);
-    pthread_cond_init(&condition, nullptr);
+    pthread_condattr_t monotonic;
+    pthread_condattr_init(&monotonic);
+    pthread_condattr_setclock(&monotonic, CLOCK_MONOTONIC);
+    pthread_cond_init(&condition, &monotonic);
+    pthread_condattr_destroy(&monotonic);
   }
   ~KMailSlot() {
     pthread_cond_destroy(&condition);
@@ -37,14 +41,14 @@ struct KMailSlot {
 
   /// Locks within `timeoutMs`, or returns false.
   bool TimedLock(int timeoutMs) {
-    const kalvora::Patience patience(timeoutMs);
-    for (int left = timeoutMs;; left = patience.Left()) {
-      if (left < 0) left = 0;
-      const timespec deadline = kalvora::DeadlineIn(left);
-      const int error = pthread_mutex_timedlock(&mutex, &deadline);
-      if (error == 0) return true;
-      if (error != ETIMEDOUT || left == 0) return false;
-    }
+#if defined(__GLIBC__) && __GLIBC_PREREQ(2, 30)
+    const timespec deadline = kalvora::DeadlineIn(CLOCK_MONOTONIC, timeoutMs);
+    return pthread_mutex_clocklock(&mutex, CLOCK_MONOTONIC, &deadline) == 0;
+#else
+    // Such C libraries lock by the wall clock alone: when that is set, the wait has another length.
+    const timespec deadline = kalvora::DeadlineIn(CLOCK_REALTIME, timeoutMs);
+    return pthread_mutex_timedlock(&mutex, &deadline) == 0;
+#endif
   }
 
   /// Waits for a message, for ever when `timeoutMs` is 0. True: a message is pending. True or
@@ -53,7 +57,7 @@ struct KMailSlot {
     const int error = pthread_mutex_lock(&mutex);
     if (error != 0) return error == EDEADLK;
     if (pending) return true;
-    const timespec deadline = kalvora::DeadlineIn(timeoutMs);
+    const timespec deadline = kalvora::DeadlineIn(CLOCK_MONOTONIC, timeoutMs);
     while (!pending) {
       const int failed = timeoutMs > 0 ? pthread_cond_timedwait(&condition, &mutex, &deadline)
                                        : pthread_cond_wait(&condition, &mutex);

@@ -32,7 +32,7 @@ Region MakeRegion(int fd, const KRect& r, int stride) {
 }  // namespace
 
 bool KMsmAdm::Open() {
-  if (fd < 0) fd = open("/dev/msm_adm", O_RDWR);
+  if (fd < 0) fd = open(kPath, O_RDWR | O_CLOEXEC);
   return fd >= 0;
 }
 

@@ -8,6 +8,8 @@
 /// are not reported. One object belongs to one thread at a time.
 class KMsmAdm {
  public:
+  static constexpr char kPath[] = "/dev/msm_adm";
+
   KMsmAdm() = default;
   ~KMsmAdm() { Close(); }
   KMsmAdm(const KMsmAdm&) = delete;

@@ -27,11 +27,10 @@ TEST(MailSlot, HoldsOneMessage) {
   slot.Unlock();
 }
 
-// A wall clock that somebody sets forward ends a timed lock at once; the lock is waited for all the
-// same.
+// Nobody who sets the wall clock makes a wait shorter or longer.
 TEST(MailSlot, TimesOutByTheMonotonicClockHoldingTheLock) {
   Rig rig;
-  rig.clockOffsetUs = -10000000;
+  rig.wallOffsetUs = -10000000;
   KMailSlot<int> slot;
   EXPECT_FALSE(slot.Wait(1));
   std::thread([&] { EXPECT_FALSE(slot.TimedLock(1)); }).join();

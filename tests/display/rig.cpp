@@ -101,6 +101,8 @@ bool Rig::Record(const std::string& call, bool canFail) {
 }
 
 int Rig::Open(const char* path, int flags) {
+  EXPECT_TRUE((flags & O_CLOEXEC) != 0) << path;
+  flags &= ~O_CLOEXEC;
   if (!Record(Text("open %s %d", path, flags))) return -1;
   const bool mover = std::strcmp(path, "/dev/msm_adm") == 0;
   if (!mover && std::strcmp(path, "/dev/fb0") != 0) {
@@ -241,13 +243,31 @@ WRAP(int, munmap, void* p, std::size_t bytes) {
   return __real_munmap(p, bytes);
 }
 
+/// What the display code's clock says when the real one says so.
+static std::int64_t Pretend(const Rig& rig, std::int64_t us) {
+  const bool frozen = rig.frozen || (rig.workerFrozen && !isRenderer);
+  return (frozen ? 0 : us) + rig.clockOffsetUs;
+}
+
 WRAP(int, gettimeofday, timeval* now, void* zone) {
   const int result = __real_gettimeofday(now, zone);
   if (Rig* const rig = active) {
-    const std::int64_t real = std::int64_t{now->tv_sec} * 1000000 + now->tv_usec;
-    const std::int64_t us = (rig->frozen ? 0 : real) + rig->clockOffsetUs;
+    const std::int64_t us =
+        Pretend(*rig, std::int64_t{now->tv_sec} * 1000000 + now->tv_usec) + rig->wallOffsetUs;
     now->tv_sec = static_cast<time_t>(us / 1000000);
     now->tv_usec = static_cast<suseconds_t>(us % 1000000);
+  }
+  return result;
+}
+
+WRAP(int, clock_gettime, clockid_t clock, timespec* now) {
+  const int result = __real_clock_gettime(clock, now);
+  if (Rig* const rig = active) {
+    EXPECT_EQ(clock, CLOCK_MONOTONIC);
+    const std::int64_t us =
+        Pretend(*rig, std::int64_t{now->tv_sec} * 1000000 + now->tv_nsec / 1000);
+    now->tv_sec = static_cast<time_t>(us / 1000000);
+    now->tv_nsec = static_cast<decltype(now->tv_nsec)>(us % 1000000 * 1000);
   }
   return result;
 }
@@ -293,10 +313,11 @@ WRAP(int, pthread_mutex_lock, pthread_mutex_t* mutex) {
   return __real_pthread_mutex_lock(mutex);
 }
 
-WRAP(int, pthread_mutex_timedlock, pthread_mutex_t* mutex, const timespec* deadline) {
+WRAP(int, pthread_mutex_clocklock, pthread_mutex_t* mutex, clockid_t clock,
+     const timespec* deadline) {
   Step();
   EXPECT_TRUE(deadline->tv_nsec >= 0 && deadline->tv_nsec < 1000000000);
-  return __real_pthread_mutex_timedlock(mutex, deadline);
+  return __real_pthread_mutex_clocklock(mutex, clock, deadline);
 }
 
 WRAP(int, pthread_mutex_unlock, pthread_mutex_t* mutex) {

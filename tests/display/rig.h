@@ -58,8 +58,10 @@ class Rig {
   std::function<void(Who, unsigned)> onRequest;      ///< before a request of a device is answered
   std::function<void(Who)> onLock;                   ///< before every lock of a mutex
   std::atomic<int> syncTakesUs{1000};                ///< what the clock says a sync took
-  std::atomic<std::int64_t> clockOffsetUs{0};        ///< added to the wall clock
-  std::atomic<bool> frozen{false};                   ///< the wall clock moves by the offset alone
+  std::atomic<std::int64_t> clockOffsetUs{0};        ///< added to the clocks
+  std::atomic<std::int64_t> wallOffsetUs{0};         ///< added to the wall clock alone
+  std::atomic<bool> frozen{false};                   ///< the clocks move by the offset alone
+  std::atomic<bool> workerFrozen{false};             ///< the same for the flip thread's clocks
   std::atomic<std::uint32_t> delays{0};  ///< not 0: random delays at every step, by this seed
 
   sim::Framebuffer fb;

@@ -2,6 +2,7 @@
 #include "tools/sim/device.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -19,9 +20,7 @@ namespace {
 constexpr std::int64_t kSecond = 1000000000;
 
 std::int64_t Now() {
-  timespec t{};
-  clock_gettime(CLOCK_MONOTONIC, &t);
-  return std::int64_t{t.tv_sec} * kSecond + t.tv_nsec;
+  return std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
 void SleepUntil(std::int64_t ns) {

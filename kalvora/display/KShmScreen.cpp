@@ -1,0 +1,49 @@
+// The surface in shared memory and its back buffers.
+#include "kalvora/display/KShmScreen.h"
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+
+#include "kalvora/display/KShmem.h"
+#include "kalvora/support/failure.h"
+
+KShmScreen::KShmScreen() {
+  isSurface = true;
+  digitsLast = true;
+}
+
+bool KShmScreen::Open(unsigned, unsigned, KError& error) {
+  buffers[0] = static_cast<std::uint8_t*>(KShmem::Get());
+  if (buffers[0] == nullptr) {
+    return kalvora::Fail(error, kalvora::ReasonOf(errno, KErrorDevice), errno,
+                         "cannot attach shared memory %d", KShmem::kKey);
+  }
+  width = KShmem::kWidth;
+  height = KShmem::kHeight;
+  bpp = 32;
+  stride = KShmem::kStride;
+  return true;
+}
+
+bool KShmScreen::MakeBuffers(unsigned count, KError& error) {
+  for (unsigned i = 1; i < count; ++i) {
+    buffers[i] = static_cast<std::uint8_t*>(std::calloc(std::size_t{height} + 1, stride));
+    if (buffers[i] == nullptr) {
+      return kalvora::Fail(error, KErrorMemory, ENOMEM, "no back buffers");
+    }
+  }
+  return true;
+}
+
+KShmScreen::~KShmScreen() {
+  for (unsigned i = 1; i < 3; ++i) std::free(buffers[i]);
+  if (buffers[0] != nullptr) KShmem::Release(buffers[0]);
+}
+
+KShown KShmScreen::Show(unsigned index, const KRect* dirty, bool,
+                        const std::atomic<bool>& cancelled) {
+  if (index == 0) return KShown::kFlipped;
+  CopyRect(0, index, dirty, cancelled);
+  return KShown::kCopied;
+}

@@ -1,0 +1,16 @@
+// The table of the kinds of screens.
+#ifndef KALVORA_DISPLAY_SCREENS_H
+#define KALVORA_DISPLAY_SCREENS_H
+
+#include "kalvora/display/KScreen.h"
+
+namespace kalvora {
+
+/// Whether there is such a kind of display.
+bool IsScreen(KDisplay kind);
+/// A screen of a kind that there is, not opened yet. Null when memory has run out.
+KScreen* NewScreen(KDisplay kind);
+
+}  // namespace kalvora
+
+#endif
