@@ -25,5 +25,6 @@
 #include "kalvora/text/KFTFallback.h"
 #include "kalvora/text/KFTFont.h"
 #include "kalvora/text/KFTFontContext.h"
+#include "kalvora/text/KUtf8.h"
 
 #endif

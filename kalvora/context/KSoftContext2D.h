@@ -3,6 +3,7 @@
 #define KALVORA_CONTEXT_KSOFTCONTEXT2D_H
 
 #include <cstdint>
+#include <string_view>
 
 #include "kalvora/core/KSoftPixmap.h"
 #include "kalvora/display/KDisplay.h"
@@ -145,7 +146,8 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   /// degrees without scaling: the pixels of nearest sampling, read in an order that suits the
   /// cache.
   void DrawSimplePatternRectRotateNoScale(KVertex2D a, KVertex2D b, unsigned angle);
-  /// Draws 16-bit codes with the fill paint and the font of SetFont; characters that it lacks come
+  /// Draws 16-bit codes, in which surrogate pairs are one character and stand at the first of their
+  /// positions, with the fill paint and the font of SetFont; characters that it lacks come
   /// from the fallback fonts. `origin` is the first pen position, on the baseline, in user space,
   /// and glyphs follow by their advances, without kerning; or each glyph stands at its own of
   /// `positions` and `origin` is ignored. Glyphs are rendered under the transform and set on whole
@@ -154,6 +156,9 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   /// when it is wider than that.
   void DrawText(const unsigned short* text, unsigned count, KVertex2D origin,
                 const KVertex2D* positions = nullptr);
+  /// The same for UTF-8, with one of `positions` for each character. Bytes that are no character
+  /// show U+FFFD, once for each longest part that could have begun one.
+  void DrawText(std::string_view utf8, KVertex2D origin, const KVertex2D* positions = nullptr);
   /// Whether DrawText would leave the text out. Turned and skewed text never is.
   bool IsRoughlyClipped(const unsigned short* text, unsigned count, KVertex2D origin,
                         const KVertex2D* positions) const;
@@ -200,6 +205,8 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   void FillStroke(KVertex2D** rings, unsigned count);
   void FillPolygon(const KVertex2D* points, unsigned count);
   void WritePixel(std::uint32_t value);
+  template <typename Codes>
+  void DrawCodes(Codes codes, KVertex2D origin, const KVertex2D* positions);
   template <typename Names>
   void DrawMasks(KGlyphMasks masks, Names names, KVertex2D origin, const KVertex2D* positions);
   void DrawOutlineAt(KVertex2D pen);

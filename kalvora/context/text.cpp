@@ -27,6 +27,11 @@ void KSoftContext2D::DrawText(const unsigned short* text, unsigned count, KVerte
   }
 }
 
+void KSoftContext2D::DrawText(std::string_view utf8, KVertex2D origin, const KVertex2D* positions) {
+  if (utf8.empty() || !font || !font->face || !CanDraw()) return;
+  DrawCodes(kalvora::Utf8Codes(utf8), origin, positions);
+}
+
 bool KSoftContext2D::IsRoughlyClipped(const unsigned short*, unsigned count, KVertex2D origin,
                                       const KVertex2D* positions) const {
   Box box;
@@ -64,19 +69,23 @@ void KSoftContext2D::DrawMasks(KGlyphMasks masks, Names names, KVertex2D origin,
   mTransform = user;
 }
 
-void KSoftContext2D::DrawTextWithMasks(const unsigned short* text, unsigned count, KVertex2D origin,
-                                       const KVertex2D* positions) {
-  if (!text) return;
+template <typename Codes>
+void KSoftContext2D::DrawCodes(Codes codes, KVertex2D origin, const KVertex2D* positions) {
   const bool upright = Flags.IgnoreTransform;
   const KSoftMatrix3D glyphs = GlyphMatrix(mTransform);
-  DrawMasks(KGlyphMasks(*this, font, KGlyphMasks::kCodes, upright ? nullptr : &glyphs),
-            kalvora::Utf16Codes(text, count), origin, positions);
+  DrawMasks(KGlyphMasks(*this, font, KGlyphMasks::kCodes, upright ? nullptr : &glyphs), codes,
+            origin, positions);
   // Under the IgnoreTransform switch the context is left with the identity; else its glyphs are.
   if (upright) {
     mTransform.Identity();
   } else {
     KFTFontContext::SetTransform(nullptr);
   }
+}
+
+void KSoftContext2D::DrawTextWithMasks(const unsigned short* text, unsigned count, KVertex2D origin,
+                                       const KVertex2D* positions) {
+  if (text) DrawCodes(kalvora::Utf16Codes(text, count), origin, positions);
 }
 
 void KSoftContext2D::DrawGlyphs(const KFTFont* from, const std::uint32_t* glyphs,

@@ -1,8 +1,6 @@
 // KFTCache: the thread's cache and its face list.
 #include "kalvora/text/KFTCache.h"
 
-#include <cstring>
-
 constinit KTlsItem<KFTCache> KFTCache::TlsCache{
     [](void* cache) { TlsCacheDestructor(static_cast<KFTCache*>(cache)); }};
 
@@ -15,7 +13,7 @@ void KFTCacheKey::Print() const {
     std::printf("Char [%u,'%c']", ch, static_cast<int>(ch & 255));
   }
   std::printf(" PointSize [%f] Transform [%d,%d,%d,%d] File[%s] Hash[0x%x]\n",
-              static_cast<double>(fontSize.raw) / 65536.0, xx, xy, yx, yy, file->file.path, hash);
+              static_cast<double>(fontSize.raw) / 65536.0, xx, xy, yx, yy, file->file.Name(), hash);
 }
 
 KFTCache* KFTCache::Thread() {
@@ -48,11 +46,24 @@ KFTFaceEntry* KFTCache::FindEntry(const KFTSharedFile* file) const {
 
 KFTFaceEntry* KFTCache::OpenEntry(const char* path) {
   for (KFTFaceEntry* entry = faces; entry; entry = entry->next) {
-    if (std::strcmp(entry->file->file.path, path) == 0) return entry;
+    if (entry->file->file.IsAt(path)) return entry;
   }
   auto* file = new (std::nothrow) KFTSharedFile;
+  if (file && file->file.Map(path)) return Push(file);
+  delete file;
+  return nullptr;
+}
+
+KFTFaceEntry* KFTCache::AddEntry(const void* data, std::size_t size) {
+  auto* file = new (std::nothrow) KFTSharedFile;
   if (!file) return nullptr;
-  auto* entry = file->file.Map(path) ? new (std::nothrow) KFTFaceEntry(file) : nullptr;
+  file->file.Borrow(data, size);
+  return Push(file);
+}
+
+// Takes over the caller's reference.
+KFTFaceEntry* KFTCache::Push(KFTSharedFile* file) {
+  auto* entry = new (std::nothrow) KFTFaceEntry(file);
   if (!entry) {
     file->Drop();
     return nullptr;
@@ -69,7 +80,7 @@ void KFTCache::Purge(const char* keepPath, const KFTSharedFile* inUse) {
     following = entry->next;
     KFTSharedFile* file = entry->file;
     if (file->refCount != 1) continue;
-    if (keepPath && std::strcmp(file->file.path, keepPath) == 0) continue;
+    if (file->file.IsAt(keepPath)) continue;
     Unlink(entry);
     delete entry;
     if (--file->refCount == 0 && file != inUse) delete file;

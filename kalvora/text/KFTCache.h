@@ -15,9 +15,10 @@ struct KFTCacheKey {
   KFTSharedFile* file;          ///< of that font
   std::uint32_t hash;           ///< `ch` again; not compared
   std::int32_t faceIndex;       ///< of that font within its file
-  std::uint32_t style;          ///< kByIndex or 0
+  std::uint32_t style;          ///< how it is named and rendered, as follows
 
   static constexpr std::uint32_t kByIndex = 1;  ///< `ch` is a glyph index
+  static constexpr unsigned kHintingShift = 1;  ///< two bits: KHinting, as the font says
 
   bool operator==(const KFTCacheKey& b) const {
     return ch == b.ch && xx == b.xx && xy == b.xy && yx == b.yx && yy == b.yy &&
@@ -61,6 +62,8 @@ class KFTCache : public KLruCache<KFTCacheKey, KFTCacheData> {
   KFTFaceEntry* FindEntry(const KFTSharedFile* file) const;
   /// The entry of the file at `path`, which is mapped if it is new; null when that fails.
   KFTFaceEntry* OpenEntry(const char* path);
+  /// A new entry of a font in the caller's memory; null when memory runs out.
+  KFTFaceEntry* AddEntry(const void* data, std::size_t size);
   /// Forgets the files that nothing holds but the list, except the one at `keepPath` (may be null).
   /// They are destroyed, all but `inUse`, which is the caller's to destroy.
   void Purge(const char* keepPath, const KFTSharedFile* inUse);
@@ -68,6 +71,7 @@ class KFTCache : public KLruCache<KFTCacheKey, KFTCacheData> {
   static KTlsItem<KFTCache> TlsCache;
 
  private:
+  KFTFaceEntry* Push(KFTSharedFile* file);
   void Unlink(KFTFaceEntry* entry);
 };
 

@@ -1,7 +1,6 @@
 // KFTFont: loading, sizes, and the end of a font.
 #include "kalvora/text/KFTFont.h"
 
-#include <cstring>
 #include <utility>
 
 #include "kalvora/text/KFTCache.h"
@@ -34,13 +33,40 @@ FT_Face OpenFace(FT_Library library, const KFTFontFile& file, int index) {
 
 bool KFTFont::LoadFont(const char* path, int index) {
   if (!path) return false;
-  if (face && file && std::strcmp(file->file.path, path) == 0 && index == faceIndex) return true;
+  if (face && file && file->file.IsAt(path) && index == faceIndex) return true;
+  KFTLib* thread = MakeReady(path);
+  return thread && Open(thread, KFTCache::Existing()->OpenEntry(path), index);
+}
 
+bool KFTFont::LoadFontFromMemory(const void* data, std::size_t bytes, int index) {
+  if (!data || bytes == 0 || bytes > PTRDIFF_MAX) return false;
+  if (face && file && file->file.Borrows(data, bytes) && index == faceIndex) return true;
+  KFTLib* thread = MakeReady(nullptr);
+  return thread && Open(thread, EntryOf(thread, data, bytes), index);
+}
+
+// Empties the font. Null when the thread cannot have fonts.
+KFTLib* KFTFont::MakeReady(const char* keepPath) {
   KFTLib* thread = KFTLib::Thread();
   KFTCache* threadCache = KFTCache::Thread();
   if (!cache) cache = threadCache;
-  Release(path);
-  if (!thread || !threadCache || !Attach(thread, path)) return false;
+  Release(keepPath);
+  return threadCache ? thread : nullptr;
+}
+
+// Memory is known again only while a font uses it: afterwards it may hold anything.
+KFTFaceEntry* KFTFont::EntryOf(const KFTLib* thread, const void* data, std::size_t bytes) const {
+  KFTCache* threadCache = KFTCache::Existing();
+  for (const KFTFont* other = thread->fonts; other; other = other->nextFont) {
+    if (other->file->file.Borrows(data, bytes)) return threadCache->FindEntry(other->file);
+  }
+  return threadCache->AddEntry(data, bytes);
+}
+
+// `entry` is null when there is no file.
+bool KFTFont::Open(KFTLib* thread, const KFTFaceEntry* entry, int index) {
+  if (!entry) return false;
+  Attach(thread, entry->file);
   faceIndex = index;
   thread->lends = false;
   face = OpenFace(thread->library, file->file, index);
@@ -52,17 +78,14 @@ bool KFTFont::LoadFont(const char* path, int index) {
   return true;
 }
 
-// Takes a reference on the file at `path` and joins the thread's fonts.
-bool KFTFont::Attach(KFTLib* thread, const char* path) {
-  const KFTFaceEntry* entry = KFTCache::Existing()->OpenEntry(path);
-  if (!entry) return false;
-  file = entry->file;
+// Takes a reference on the file and joins the thread's fonts.
+void KFTFont::Attach(KFTLib* thread, KFTSharedFile* shared) {
+  file = shared;
   file->Hold();
   lib = thread;
   nextFont = lib->fonts;
   if (nextFont) nextFont->prevFont = this;
   lib->fonts = this;
-  return true;
 }
 
 void KFTFont::Detach() {

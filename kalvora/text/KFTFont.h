@@ -2,6 +2,7 @@
 #ifndef KALVORA_TEXT_KFTFONT_H
 #define KALVORA_TEXT_KFTFONT_H
 
+#include <cstddef>
 #include <cstdint>
 
 #include "kalvora/core/KRect.h"
@@ -10,9 +11,24 @@
 
 class KFTCache;
 class KFTFontContext;
+struct KFTFaceEntry;
 struct FT_FaceRec_;
 struct KFTLib;
 struct KFTSharedFile;
+
+/// How the outlines of a font are fitted to the pixels.
+enum KHinting : std::uint32_t {
+  KHintingDefault = 0,  ///< as the process says: fully while UseFontHinting is set, else not
+  KHintingNone = 1,     ///< not at all: the shapes of the font at any size
+  KHintingLight = 2,    ///< upright only, by FreeType's own rules; advances stay as they are
+  KHintingFull = 3,     ///< as the font asks for
+};
+
+/// Where a glyph lies and leads, in pixels from its pen, y downward.
+struct KGlyphExtents {
+  std::int32_t left, top, right, bottom;  ///< what its mask covers; all 0 for a blank glyph
+  KVertex2D advance;                      ///< to the next pen
+};
 
 /// A face, read through FreeType from a read-only mapping of its file.
 ///
@@ -45,8 +61,15 @@ class KALVORA_API KFTFont {
   /// leaves the font empty: the file cannot be mapped, is no font, or has no such face. A null path
   /// is false and changes nothing.
   bool LoadFont(const char* path, int index);
+  /// Loads a face from `size` bytes of a font file in memory, which must stay as they are until the
+  /// font is destroyed or has loaded another one.
+  bool LoadFontFromMemory(const void* data, std::size_t size, int index);
   /// In pixels. Faces of fixed sizes take the nearest they have.
   void SetFontSize(KFixed newSize);
+  /// For this and every face that is loaded from now on; KHintingDefault at first. Glyphs of
+  /// different hinting lie in the cache side by side.
+  void SetHinting(KHinting newHinting) { hinting = newHinting; }
+  KHinting GetHinting() const { return hinting; }
 
   KFixed GetFontHeight() const;  ///< from one baseline to the next; 0 without a face
   KFixed GetAscend() const;      ///< above the baseline; 0 without a face
@@ -67,6 +90,20 @@ class KALVORA_API KFTFont {
   /// It holds 16 bits: longer lines wrap around. Without a face the rectangle is left alone.
   void GetBound(KRect& rect, const unsigned short* text, unsigned count) const;
 
+  // For shaping: the font as it lies in memory, and its glyphs by their indices.
+
+  /// The bytes of the font file, in which the face is number `faceIndex`, and their number; null
+  /// and 0 when nothing is loaded. They are good as long as the font is.
+  const void* GetFontData(std::size_t* bytes) const;
+  /// Units of the font's outlines to the size; 0 without outlines.
+  unsigned GetUnitsPerEm() const;
+  /// The advance of a glyph as it is drawn upright, in 1/64 pixel where it is not hinted. No glyph
+  /// gives (0, 0).
+  KVertex2D GetGlyphAdvance(std::uint32_t glyph) const;
+  /// What a glyph covers when it is drawn upright from a pen on whole pixels. False, and nothing
+  /// written, when there is no such glyph.
+  bool GetGlyphExtents(std::uint32_t glyph, KGlyphExtents& extents) const;
+
   /// Makes the font empty, for the library's own use. The mapping of the file at `keepPath` (may be
   /// null) is kept for a reload.
   void Release(const char* keepPath);
@@ -74,8 +111,13 @@ class KALVORA_API KFTFont {
  private:
   void AdvancePenImpl(KVertex2D* pen, unsigned short ch, unsigned short next, KFTFont* fallback,
                       KFTFontContext* ctx);
-  bool Attach(KFTLib* thread, const char* path);
+  KFTLib* MakeReady(const char* keepPath);
+  KFTFaceEntry* EntryOf(const KFTLib* thread, const void* data, std::size_t size) const;
+  bool Open(KFTLib* thread, const KFTFaceEntry* entry, int index);
+  void Attach(KFTLib* thread, KFTSharedFile* shared);
   void Detach();
+
+  KHinting hinting = KHintingDefault;
 
   KFTLib* lib = nullptr;  // the library whose list of fonts this one is in
   KFTFont* nextFont = nullptr;

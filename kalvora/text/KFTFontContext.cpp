@@ -77,6 +77,26 @@ KFTFont* KFTFontContext::GetFallback(unsigned short ch) const {
   return index < fallbackFonts.count ? fallbackFonts[index] : nullptr;
 }
 
+KFTFont* KFTFontContext::FallbackFor(std::uint32_t code) const {
+  if (fallbackFont || code <= 0xFFFF) return GetFallback(static_cast<unsigned short>(code));
+  if (!fallback) return nullptr;
+  std::uint32_t index = 0;
+  for (KFTFont* other : fallbackFonts) {
+    if (IsLoaded(other) && other->GlyphIndex(code, index) && index != 0) return other;
+  }
+  return nullptr;
+}
+
+const KFTFont* KFTFontContext::FindGlyph(std::uint32_t code, std::uint32_t& index) const {
+  if (!font || !font->GlyphIndex(code, index)) return nullptr;
+  if (index != 0) return font;
+  KFTFont* other = FallbackFor(code);
+  if (!IsLoaded(other)) return font;
+  other->SetFontSize(font->size);
+  if (!other->GlyphIndex(code, index)) return nullptr;
+  return index != 0 ? other : font;
+}
+
 // Transform and measures --------------------------------------------------------------------------
 
 void KFTFontContext::SetTransform(const KSoftMatrix3D* m) {

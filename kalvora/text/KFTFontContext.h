@@ -53,6 +53,12 @@ class KALVORA_API KFTFontContext {
   void SetFallbackFonts(const KArray<KFTFont*>* fonts, const KArray<KFTFontRange>* ranges);
   /// The font to look in for `ch` when the primary lacks it, or null.
   KFTFont* GetFallback(unsigned short ch) const;
+  /// The same for any code. Beyond 16 bits, of a list, the first font that has the character.
+  KFTFont* FallbackFor(std::uint32_t code) const;
+  /// The glyph that shows a character, in the primary font or a fallback font, which takes on its
+  /// size: the font, and the glyph's index in it, 0 for the primary's box when nobody has the
+  /// character. Null without a loaded primary font, or when memory runs out.
+  const KFTFont* FindGlyph(std::uint32_t code, std::uint32_t& index) const;
   /// The linear part of `m` becomes the glyph matrix of this context and its fonts: xx = m0,
   /// xy = m1, yx = m3, yy = m4, in FreeType's sense, whose y grows upward. Null is the identity.
   /// Nothing happens while there is no loaded primary font.
@@ -67,8 +73,7 @@ class KALVORA_API KFTFontContext {
   /// A character's 8-bit coverage, the offset from the pen to its top left corner, and the advance
   /// to the next pen. Null, and nothing written, when it cannot be had. The pixmap is the cache's
   /// and good until the next LoadMask on this thread. A character that no font has shows the
-  /// primary's box. Codes beyond 16 bits are found in the primary font and in a single fallback
-  /// font; of a list, the font for their low 16 bits is asked.
+  /// primary's box.
   KSoftPixmap* LoadMask(KVertex2D* origin, KVertex2D* advance, int ch);
   /// Replaces `path` by the outline of a glyph of any font, by its index, upright and with the pen
   /// at (0, 0). What has no outline leaves the path empty.

@@ -25,12 +25,23 @@ bool KFTFontFile::Map(const char* newPath) {
   return path != nullptr;
 }
 
+void KFTFontFile::Borrow(const void* memory, std::size_t bytes) {
+  data = memory;
+  size = bytes;
+}
+
+bool KFTFontFile::IsAt(const char* otherPath) const {
+  return path && otherPath && std::strcmp(path, otherPath) == 0;
+}
+
 void KFTFontFile::Unmap() {
   std::free(path);
   path = nullptr;
-  if (fd != -1) close(fd);
+  if (fd != -1) {
+    if (data) munmap(const_cast<void*>(data), size);
+    close(fd);
+  }
   fd = -1;
-  if (data) munmap(data, size);
   data = nullptr;
   size = 0;
 }

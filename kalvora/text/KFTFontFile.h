@@ -1,4 +1,4 @@
-// KFTFontFile and KFTSharedFile: font files in memory, mapped once and counted.
+// KFTFontFile and KFTSharedFile: font files in memory, counted.
 #ifndef KALVORA_TEXT_KFTFONTFILE_H
 #define KALVORA_TEXT_KFTFONTFILE_H
 
@@ -7,12 +7,13 @@
 
 #include "kalvora/export.h"
 
-/// A font file mapped into memory, read-only. The descriptor stays open as long as the mapping.
+/// A font file mapped into memory, read-only, or memory of the caller's that holds one. The
+/// descriptor stays open as long as the mapping.
 class KALVORA_API KFTFontFile {
  public:
-  char* path = nullptr;  ///< a copy of its own
+  char* path = nullptr;  ///< a copy of its own; null for memory of the caller's
   int fd = -1;
-  void* data = nullptr;
+  const void* data = nullptr;
   std::size_t size = 0;
 
   KFTFontFile() = default;
@@ -23,10 +24,20 @@ class KALVORA_API KFTFontFile {
   /// Maps the regular file at `path`; on false call Unmap. Nothing but a regular file is mapped,
   /// and opening never waits.
   bool Map(const char* path);
+  /// Takes memory that the caller keeps as it is until Unmap.
+  void Borrow(const void* memory, std::size_t bytes);
+  /// Whether this is what Borrow took.
+  bool Borrows(const void* memory, std::size_t bytes) const {
+    return !path && data == memory && size == bytes;
+  }
   void Unmap();
+
+  bool IsAt(const char* otherPath) const;
+  /// For messages.
+  const char* Name() const { return path ? path : "(memory)"; }
 };
 
-/// A mapped file and how many hold it: fonts, face entries and cached glyphs, all of one thread.
+/// A file in memory and how many hold it: fonts, face entries and cached glyphs, all of one thread.
 /// Counted by hand, without locks.
 struct KALVORA_API KFTSharedFile {
   std::int32_t refCount = 1;

@@ -39,7 +39,8 @@ KFTCacheKey KeyOf(const KFTFont& font, const FT_Matrix& matrix, bool byIndex) {
           .file = font.file,
           .hash = 0,
           .faceIndex = font.faceIndex,
-          .style = byIndex ? KFTCacheKey::kByIndex : 0u};
+          .style = (byIndex ? KFTCacheKey::kByIndex : 0u) | font.GetHinting()
+                                                                << KFTCacheKey::kHintingShift};
 }
 
 FT_Matrix MatrixOf(const KFTCacheKey& key) { return {key.xx, key.xy, key.yx, key.yy}; }
@@ -63,7 +64,7 @@ const KFTCacheData* KGlyphMasks::FindMissed() {
   if (index != 0) return Render(font, index, key);
   // The cache must not learn a box for what a fallback font would have shown.
   if (context.fallbackLost && !context.fallbackFont) return nullptr;
-  KFTFont* other = context.GetFallback(static_cast<unsigned short>(glyph));
+  KFTFont* other = context.FallbackFor(glyph);
   if (!IsLoaded(other)) return Render(font, index, key);
 
   other->SetFontSize(font->size);
@@ -74,8 +75,8 @@ const KFTCacheData* KGlyphMasks::FindMissed() {
   if (index != 0) return Render(other, index, otherKey);
   // A glyph that neither has is the primary font's box, and is kept under the fallback's key.
   if (Flags.ShowMissingGlyphs) {
-    std::printf("Char 0x%x not present in font %s or fallback %s\n", glyph, font->file->file.path,
-                other->file->file.path);
+    std::printf("Char 0x%x not present in font %s or fallback %s\n", glyph, font->file->file.Name(),
+                other->file->file.Name());
   }
   return Render(font, index, otherKey);
 }
@@ -88,7 +89,7 @@ const KFTCacheData* KGlyphMasks::Render(const KFTFont* from, std::uint32_t index
   // Other contexts may share the face: it must show what the key says, and nothing for longer.
   FT_Matrix matrix = MatrixOf(as);
   FT_Set_Transform(from->face, &matrix, nullptr);
-  const FT_Error error = FT_Load_Glyph(from->face, index, kalvora::LoadFlags());
+  const FT_Error error = FT_Load_Glyph(from->face, index, kalvora::LoadFlags(*from));
   FT_Set_Transform(from->face, context.matrix, nullptr);
   if (error != 0) return nullptr;
   const FT_GlyphSlot glyph = from->face->glyph;

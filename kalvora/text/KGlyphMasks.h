@@ -32,7 +32,6 @@ class KGlyphMasks {
 
  private:
   const KFTCacheData* FindMissed();
-  KFTFont* FallbackFor(std::uint32_t code) const;
   const KFTCacheData* Render(const KFTFont* from, std::uint32_t index, const KFTCacheKey& as);
 
   KFTFontContext& context;

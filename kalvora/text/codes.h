@@ -3,6 +3,9 @@
 #define KALVORA_TEXT_CODES_H
 
 #include <cstdint>
+#include <string_view>
+
+#include "kalvora/text/KUtf8.h"
 
 namespace kalvora {
 
@@ -26,6 +29,24 @@ class Utf16Codes {
   const unsigned short* units;
   unsigned size;
   unsigned at = 0;
+};
+
+/// Of UTF-8. Places count characters, those that stand for broken bytes too.
+class Utf8Codes {
+ public:
+  explicit Utf8Codes(std::string_view text) : at(text.data()), end(at + text.size()) {}
+
+  bool Next(std::uint32_t& code, unsigned& place) {
+    if (at == end) return false;
+    code = KUtf8::Next(at, end);
+    place = count++;
+    return true;
+  }
+
+ private:
+  const char* at;
+  const char* end;
+  unsigned count = 0;
 };
 
 /// Of glyph indices, as they are.

@@ -30,9 +30,17 @@ inline FT_Matrix LinearPart(const KSoftMatrix3D& m) {
 
 inline bool IsLoaded(const KFTFont* font) { return font && font->face; }
 
-/// How glyphs are loaded to be measured and to be rendered.
-inline FT_Int32 LoadFlags() {
-  return FT_LOAD_NO_BITMAP | (Flags.UseFontHinting ? FT_LOAD_DEFAULT : FT_LOAD_NO_HINTING);
+/// Whether the glyphs of a font keep the shapes that it gives them.
+inline bool IsUnhinted(const KFTFont& font) {
+  const KHinting hinting = font.GetHinting();
+  return hinting == KHintingNone || (hinting == KHintingDefault && !Flags.UseFontHinting);
+}
+
+/// How the glyphs of a font are loaded to be measured and to be rendered.
+inline FT_Int32 LoadFlags(const KFTFont& font) {
+  if (IsUnhinted(font)) return FT_LOAD_NO_BITMAP | FT_LOAD_NO_HINTING;
+  const bool light = font.GetHinting() == KHintingLight;
+  return FT_LOAD_NO_BITMAP | (light ? FT_LOAD_TARGET_LIGHT : FT_LOAD_DEFAULT);
 }
 
 }  // namespace kalvora

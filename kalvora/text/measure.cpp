@@ -48,7 +48,7 @@ void KFTFont::AdvancePenImpl(KVertex2D* pen, unsigned short ch, unsigned short n
       if (!font->GlyphIndex(ch, index)) return;
     }
   }
-  if (FT_Load_Glyph(font->face, index, LoadFlags()) != 0) return;
+  if (FT_Load_Glyph(font->face, index, LoadFlags(*font)) != 0) return;
   *pen = *pen + FromF26Dot6(font->face->glyph->advance);
 
   // Kerning never moves the pen, and must not: layouts made of these advances match what is drawn.
@@ -67,7 +67,7 @@ void KFTFont::GetBound(KRect& rect, const unsigned short* text, unsigned count) 
   for (unsigned i = 0; i < count; ++i) {
     std::uint32_t index = 0;
     GlyphIndex(text[i], index);
-    if (FT_Load_Glyph(face, index, LoadFlags()) != 0) continue;
+    if (FT_Load_Glyph(face, index, LoadFlags(*this)) != 0) continue;
     const FT_GlyphSlot glyph = face->glyph;
     const std::int64_t highest = y + glyph->metrics.horiBearingY;
     top = std::max(top, highest);
@@ -77,4 +77,49 @@ void KFTFont::GetBound(KRect& rect, const unsigned short* text, unsigned count) 
   }
   rect = {0, 0, static_cast<std::int16_t>(kalvora::Ceil(FromF26Dot6(x))),
           static_cast<std::int16_t>(kalvora::Ceil(FromF26Dot6(top - bottom)))};
+}
+
+// Glyphs by index ---------------------------------------------------------------------------------
+
+const void* KFTFont::GetFontData(std::size_t* bytes) const {
+  if (bytes) *bytes = face ? file->file.size : 0;
+  return face ? file->file.data : nullptr;
+}
+
+unsigned KFTFont::GetUnitsPerEm() const { return face ? face->units_per_EM : 0; }
+
+KVertex2D KFTFont::GetGlyphAdvance(std::uint32_t glyph) const {
+  KGlyphExtents extents = {0, 0, 0, 0, KVertex2D::Origin};
+  GetGlyphExtents(glyph, extents);
+  return extents.advance;
+}
+
+namespace {
+
+// The pixels that a loaded glyph's mask will have, as FreeType renders it: those that the box of an
+// outline's control points touches.
+FT_BBox PixelBox(const FT_GlyphSlotRec& glyph) {
+  FT_BBox box = {0, 0, 0, 0};
+  if (glyph.format == FT_GLYPH_FORMAT_BITMAP) {
+    const FT_Bitmap& bitmap = glyph.bitmap;
+    box = {glyph.bitmap_left, glyph.bitmap_top - FT_Pos{bitmap.rows},
+           glyph.bitmap_left + FT_Pos{bitmap.width}, glyph.bitmap_top};
+  } else if (glyph.format == FT_GLYPH_FORMAT_OUTLINE && glyph.outline.n_points > 0) {
+    FT_Outline_Get_CBox(&glyph.outline, &box);
+    box = {box.xMin >> 6, box.yMin >> 6, (box.xMax + 63) >> 6, (box.yMax + 63) >> 6};
+  }
+  if (box.xMin == box.xMax || box.yMin == box.yMax) return {0, 0, 0, 0};
+  return box;
+}
+
+}  // namespace
+
+bool KFTFont::GetGlyphExtents(std::uint32_t glyph, KGlyphExtents& extents) const {
+  const FT_Int32 flags = face ? LoadFlags(*this) | FT_LOAD_IGNORE_TRANSFORM : 0;
+  if (!face || FT_Load_Glyph(face, glyph, flags) != 0) return false;
+  const FT_BBox box = PixelBox(*face->glyph);
+  const auto pixel = [](FT_Pos v) { return static_cast<std::int32_t>(v); };
+  extents = {pixel(box.xMin), -pixel(box.yMax), pixel(box.xMax), -pixel(box.yMin),
+             FromF26Dot6(face->glyph->advance)};
+  return true;
 }

@@ -59,7 +59,7 @@ void KFTFontContext::LoadChar(KSoftPath* path, int ch) {
   // Other contexts may share the face: it must show what this one's matrix says.
   FT_Set_Transform(font->face, matrix, nullptr);
   const auto code = static_cast<FT_ULong>(ch & 0xFFFF);
-  if (FT_Load_Char(font->face, code, kalvora::LoadFlags()) == 0) {
+  if (FT_Load_Char(font->face, code, kalvora::LoadFlags(*font)) == 0) {
     TakeOutline(*font->face->glyph, *path);
   }
 }
@@ -68,7 +68,7 @@ void KFTFontContext::LoadGlyph(KSoftPath* path, const KFTFont* from, std::uint32
   if (!path) return;
   path->Rewind();
   if (!kalvora::IsLoaded(from)) return;
-  if (FT_Load_Glyph(from->face, glyph, kalvora::LoadFlags() | FT_LOAD_IGNORE_TRANSFORM) == 0) {
+  if (FT_Load_Glyph(from->face, glyph, kalvora::LoadFlags(*from) | FT_LOAD_IGNORE_TRANSFORM) == 0) {
     TakeOutline(*from->face->glyph, *path);
   }
 }

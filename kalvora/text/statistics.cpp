@@ -55,7 +55,7 @@ void KFTFontContext::DumpFontCache() {
   cache->Dump(true, true);
   std::puts("FaceCache:");
   for (const KFTFaceEntry* entry = cache->faces; entry; entry = entry->next) {
-    std::printf("'%s' (count=%d)\n", entry->file->file.path, entry->file->refCount);
+    std::printf("'%s' (count=%d)\n", entry->file->file.Name(), entry->file->refCount);
   }
 }
 

@@ -137,6 +137,65 @@ TEST(DrawGlyphs, ShowsWhatTheirCodesWould) {
   EXPECT_EQ(text, byIndex);
 }
 
+// The same text in both encodings, with and without positions. The fonts of the list are asked for
+// what lies beyond 16 bits too: emoji are the third font's, whose low 16 bits the second has.
+TEST(DrawText, EncodingsShowTheSame) {
+  struct Case {
+    std::string_view utf8;
+    std::u16string utf16;
+  };
+  const Case cases[] = {
+      {"Ag \u0416\u56FD\u2705", u"Ag \u0416\u56FD\u2705"},
+      {"a\U0001F4A9b\U0001F600", u"a\U0001F4A9b\U0001F600"},
+      {"\x7F\u0080\u07FF\u0800\uFFFF\U00010000\U0010FFFF",
+       u"\x7F\u0080\u07FF\u0800\uFFFF\U00010000\U0010FFFF"},
+      // Broken, one U+FFFD for each longest beginning.
+      {"a\x80"
+       "b\xFF\xFE"
+       "c",
+       u"a\uFFFDb\uFFFD\uFFFDc"},
+      {"\xC0\xAF\xE0\x80\xBF", u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"},  // longer forms
+      {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"},                      // a surrogate
+      {"\xF4\x91\x92\x93\xFF"
+       "A\x80\xBF"
+       "B",
+       u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFDA\uFFFD\uFFFDB"},
+      {"\xE1\x80\xE2\xF0\x91\x92\xF1\xBF"
+       "A",
+       u"\uFFFD\uFFFD\uFFFD\uFFFDA"},
+      {"A\xF0\x9F\x98", u"A\uFFFD"},
+  };
+  Page utf8, utf16;
+  for (const Case& c : cases) {
+    for (const bool spread : {false, true}) {
+      KVertex2D places[16], units[16];
+      for (unsigned i = 0, n = 0; i < 16; ++i) {
+        places[i] = P(17.3 * i, 90 + 3.3 * i);
+        // The second of a pair has a position that does not count.
+        const bool second = i < c.utf16.size() && (c.utf16[i] & 0xFC00) == 0xDC00;
+        units[i] = second ? P(5, 5) : places[n++];
+      }
+      utf8.context.Clear(kBlack);
+      utf16.context.Clear(kBlack);
+      utf8.context.DrawText(c.utf8, P(3, 100), spread ? places : nullptr);
+      utf16.Draw(c.utf16, P(3, 100), spread ? units : nullptr);
+      EXPECT_EQ(utf8, utf16) << c.utf8 << spread;
+    }
+  }
+  utf8.context.Clear(kBlack);
+  utf16.context.Clear(kBlack);
+  utf8.context.DrawText("\U0001F4A9", P(3, 100));
+  utf16.context.SetFont(&utf16.symbols);
+  utf16.context.DrawText("\U0001F4A9", P(3, 100));
+  EXPECT_EQ(utf8, utf16);
+  std::uint32_t index = 0;
+  EXPECT_EQ(utf8.context.FindGlyph(0x1F4A9, index), &utf8.symbols);
+  EXPECT_NE(index, 0u);
+  EXPECT_EQ(utf8.context.FindGlyph(kNowhere, index), &utf8.latin);
+  EXPECT_EQ(index, 0u);
+  utf8.context.DrawText(std::string_view(), P(3, 100));
+}
+
 TEST(DrawText, RoundsPensALittleUnderHalfAPixel) {
   Page page(64, 40), whole(64, 40);
   constexpr int k20 = 20 << 16;

@@ -217,6 +217,42 @@ TEST(Font, BoundsOfLines) {
   EXPECT_EQ(pair, both);
 }
 
+TEST(Font, FromMemoryIsAsFromAFile) {
+  OnThread([] {
+    std::string bytes = ReadFile(kLatin);
+    KFTFont font, first, second;
+    ASSERT_TRUE(font.LoadFont(kLatin, 0));
+    EXPECT_FALSE(first.LoadFontFromMemory(nullptr, 5, 0));
+    EXPECT_FALSE(first.LoadFontFromMemory(bytes.data(), 0, 0));
+    EXPECT_FALSE(first.LoadFontFromMemory(bytes.data(), 400, 0));
+    EXPECT_FALSE(first.LoadFontFromMemory(bytes.data(), bytes.size(), 1));
+    for (KFTFont* f : {&first, &second}) {
+      ASSERT_TRUE(f->LoadFontFromMemory(bytes.data(), bytes.size(), 0));
+    }
+    EXPECT_EQ(first.file, second.file);
+    EXPECT_EQ(FacesKnown(), 2);
+    std::size_t size = 0;
+    EXPECT_EQ(first.GetFontData(&size), bytes.data());
+    EXPECT_EQ(size, bytes.size());
+    EXPECT_EQ(first.GetUnitsPerEm(), 2048u);
+    KFTFontContext context;
+    KVertex2D origin, advance;
+    for (KFTFont* f : {&font, &first, &second}) {
+      context.SetFont(f);
+      EXPECT_NE(context.LoadMask(&origin, &advance, 'A'), nullptr);
+    }
+    EXPECT_EQ(KFTCache::Existing()->items, 2u);
+    KFTFontContext::DumpFontCache();
+    // What other memory held there is forgotten with its last font, cached masks or not.
+    EXPECT_FALSE(first.LoadFont("", 0));
+    ASSERT_TRUE(second.LoadFont(kLatin, 0));
+    ASSERT_TRUE(first.LoadFontFromMemory(bytes.data(), bytes.size(), 0));
+    context.SetFont(&first);
+    EXPECT_NE(context.LoadMask(&origin, &advance, 'A'), nullptr);
+    EXPECT_EQ(KFTCache::Existing()->items, 3u);
+  });
+}
+
 TEST(Font, OutlivesItsThread) {
   KFTFont font, failed;
   OnThread([&] {

@@ -132,6 +132,40 @@ TEST(Mask, HintingIsNoPartOfTheKey) {
   KSoftContext2D::SetGlobalAttribute(4, 0);
 }
 
+// Measured without being rendered, drawn upright, whatever the face was last seen through.
+TEST(Mask, IsWhatWasMeasured) {
+  Fonts f;
+  for (const KHinting hinting : {KHintingNone, KHintingLight, KHintingFull}) {
+    for (KFTFont* font : {&f.latin, &f.cjk, &f.symbols}) {
+      font->SetHinting(hinting);
+      f.setting.SetFont(font);
+      for (const double size : {7.3, 13.0, 31.5}) {
+        font->SetFontSize(Px(size));
+        for (int code = 0x20; code < 0x17F; ++code) {
+          std::uint32_t index = 0;
+          KGlyphExtents e;
+          SetTransform(f.setting, kIdentity);
+          const Loaded loaded(f.setting, code);
+          SetTransform(f.setting, kTurned);
+          ASSERT_TRUE(font->GlyphIndex(static_cast<std::uint32_t>(code), index) &&
+                      font->GetGlyphExtents(index, e));
+          const auto at = [](int x, int y) {
+            return KVertex2D{KFixed::FromInt(x), KFixed::FromInt(y)};
+          };
+          ASSERT_EQ(at(e.left, e.top), loaded.origin) << code << ' ' << hinting;
+          ASSERT_EQ(static_cast<unsigned>(e.right - e.left), loaded.mask->width);
+          ASSERT_EQ(static_cast<unsigned>(e.bottom - e.top), loaded.mask->height);
+          ASSERT_EQ(e.advance, loaded.advance);
+          ASSERT_EQ(font->GetGlyphAdvance(index), loaded.advance);
+        }
+      }
+    }
+  }
+  KGlyphExtents e;
+  EXPECT_FALSE(f.latin.GetGlyphExtents(0xFFFFFF, e));
+  EXPECT_FALSE(KFTFont().GetGlyphExtents(1, e));
+}
+
 // A collection of fonts: a header with the places of all, whose tables move along.
 std::string Collection(std::initializer_list<const char*> paths) {
   const auto word = [](std::size_t v) {
