@@ -39,6 +39,10 @@ bool KSoftContext2D::RenderToTexture(KSoftPixmap* pixmap) {
     UnbindTarget();
     return true;
   }
+  if (pixmap->pixels && pixmap->pixelShift == 2 && !pixmap->HasWords()) {
+    UnbindTarget();
+    return false;
+  }
   mTarget.Create(pixmap->width, pixmap->height, pixmap->format, pixmap->pixels, pixmap->stride);
   mTarget.transform = pixmap->transform;
   mTarget.repeatRule = pixmap->repeatRule;
@@ -109,8 +113,9 @@ void KSoftContext2D::ResetState() {
 
 // A target that can be drawn into has fillers, 32-bit pixels and a coverage line.
 bool KSoftContext2D::CanDraw() const {
-  return mStripInit.init[0] && mTarget.pixels && mTarget.pixelShift == 2 && mStyle &&
-         mStyle->lineBuffer && stack && mTarget.width != 0 && mTarget.height != 0;
+  const bool drawable = mTarget.format == KFormat0888PM || mTarget.format == KFormat8888PM;
+  return drawable && mStripInit.init[0] && mTarget.HasWords() && mStyle && mStyle->lineBuffer &&
+         stack && mTarget.width != 0 && mTarget.height != 0;
 }
 
 void KSoftContext2D::GetPixels(KRect rect, void* buffer) const { mTarget.Get(rect, buffer); }

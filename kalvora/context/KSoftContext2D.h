@@ -47,15 +47,18 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   /// in their depth, and nothing is drawn into it. False when the display cannot be opened, which
   /// leaves a bound pixmap as it was but a bound display closed, and for formats 0, 2, 3 and 6.
   bool SetDisplay(KDisplay display, unsigned index, KFormat format, unsigned buffers);
-  /// Binds a pixmap of format 4 or 5 (format 1 and values above 6 keep the previous fillers), or
-  /// with null unbinds; a display is closed. False for formats 0, 2, 3 and 6.
+  /// Binds a pixmap of format 4 or 5, or with null unbinds; a display is closed. False for formats
+  /// 0, 2, 3 and 6, and for 32-bit pixels whose address or stride is no multiple of 4: nothing can
+  /// be drawn then. Format 1 and values above 6 give true, keep the previous fillers, and draw
+  /// nothing.
   bool RenderToTexture(KSoftPixmap* pixmap);
   /// What is bound now: its size, format and pixels, which change with every bind and Flip.
   const KSoftPixmap& GetTarget() const { return mTarget; }
   /// Copies the rectangle's rows, tightly packed, into `buffer`. The rectangle is not clamped.
   void GetPixels(KRect rect, void* buffer) const;
-  /// Writes the premultiplied colour, alpha included, over the whole target and its row padding, or
-  /// over the rectangle clamped to the target. The clip is not consulted.
+  /// Writes the premultiplied colour, alpha included, over the rectangle clamped to the target, or
+  /// with null over the whole target and its row padding. The clip is not consulted. Where the
+  /// target is a window of a larger picture the padding is that picture's: clear it by a rectangle.
   void Clear(KColor32 color, const KRect* rect = nullptr);
   /// Ends a frame. On a display it shows the frame, and the target becomes the buffer of the next:
   /// with `copyBack` a copy of this frame, else some older one, to be painted whole. `dirty` covers
@@ -197,9 +200,10 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   void SetFpsAttribute(unsigned key, unsigned value);
   void ResetState();
   bool CanDraw() const;
-  kalvora::PaintJob Painting(const KPaint& paint) const;
-  kalvora::RasterJob Job(const KPaint& paint, KFillRule rule) const;
-  kalvora::RectangleJob RectJob(const KPaint& paint, KFillRule rule, bool antiAlias) const;
+  const KPaint& Apart(const KPaint& paint);
+  kalvora::PaintJob Painting(const KPaint& paint);
+  kalvora::RasterJob Job(const KPaint& paint, KFillRule rule);
+  kalvora::RectangleJob RectJob(const KPaint& paint, KFillRule rule, bool antiAlias);
   void RasterPolyline(const KVertex2D* points, unsigned count, bool closed);
   void FillWithPixmap(const KSoftPixmap& pixmap, KVertex2D a, KVertex2D b);
   void FillStroke(KVertex2D** rings, unsigned count);
@@ -221,8 +225,11 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   KPaint mStroke;
   KStyleContext2D* mStyle = nullptr;
   KLinuxFb* mFb = nullptr;
-  unsigned mLineWidth = 0;  // pixels that the line buffer is long
-  KSoftPath mScratch;       // of one draw
+  unsigned mLineWidth = 0;    // pixels that the line buffer is long
+  KSoftPath mScratch;         // of one draw
+  KPaint mApartPaint;         // what a draw has in place of a pixmap that lies in the target:
+  KSoftPixmap mApartPattern;  // a copy of it
+  KSoftPixmap mApartMask;
   bool mRectAntiAlias = true;
 };
 

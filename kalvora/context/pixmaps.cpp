@@ -22,6 +22,10 @@ void KSoftContext2D::FillWithPixmap(const KSoftPixmap& pixmap, KVertex2D a, KVer
 
 void KSoftContext2D::DrawAlphaMask(const KSoftPixmap* mask, int x0, int y0, int x1, int y1) {
   if (!mask || mFill.type == KPaintNone || !CanDraw()) return;
+  if (mask->Overlaps(mTarget)) {
+    if (!mApartMask.CopyFrom(*mask)) return;
+    mask = &mApartMask;
+  }
   if (mClipRings.active) {
     kalvora::DrawClippedAlphaMask(Job(mFill, mFillRule), *mask, x0, y0, x1, y1);
     return;

@@ -11,21 +11,28 @@
 
 using kalvora::RasterJob;
 
-kalvora::PaintJob KSoftContext2D::Painting(const KPaint& paint) const {
+// A pattern that lies in the target is drawn from a copy: what a draw writes it never reads.
+const KPaint& KSoftContext2D::Apart(const KPaint& paint) {
+  if (paint.type != KPaintPixmap || !paint.pixmap || !paint.pixmap->Overlaps(mTarget)) return paint;
+  mApartPaint = paint;
+  mApartPaint.pixmap = mApartPattern.CopyFrom(*paint.pixmap) ? &mApartPattern : nullptr;
+  return mApartPaint;
+}
+
+kalvora::PaintJob KSoftContext2D::Painting(const KPaint& paint) {
   return {.record = mStyle,
           .style = mStyle,
           .target = &mTarget,
-          .paint = &paint,
+          .paint = &Apart(paint),
           .init = mStripInit.For(paint)};
 }
 
-RasterJob KSoftContext2D::Job(const KPaint& paint, KFillRule rule) const {
+RasterJob KSoftContext2D::Job(const KPaint& paint, KFillRule rule) {
   return {Painting(paint),     stack, rule, mClipRings.active, mClipRule, mClipRings.nodes,
           mClipRings.nodeCount};
 }
 
-kalvora::RectangleJob KSoftContext2D::RectJob(const KPaint& paint, KFillRule rule,
-                                              bool antiAlias) const {
+kalvora::RectangleJob KSoftContext2D::RectJob(const KPaint& paint, KFillRule rule, bool antiAlias) {
   const bool pattern = paint.type == KPaintPixmap;
   return {Job(paint, rule), &mTransform, antiAlias,
           pattern ? &kalvora::kPatternRectangle : nullptr};

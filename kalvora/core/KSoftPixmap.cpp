@@ -4,13 +4,13 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
+#include "kalvora/core/channels.h"
 #include "kalvora/support/KFlags.h"
 #include "kalvora/support/KMem.h"
 
 namespace {
-
-constexpr std::uint32_t KStripsMask_00FF00FF = 0x00FF00FF;
 
 // Rows need not be word aligned: a caller's stride is taken as it is.
 std::uint32_t LoadWord(const std::uint8_t* p) {
@@ -66,24 +66,13 @@ std::uint32_t Straight(std::uint32_t word) {
   const std::uint32_t alpha = word >> 24;
   const std::uint32_t t = alpha + (alpha >> 7);
   if (t == 192) {
-    constexpr std::uint32_t kMask = KStripsMask_00FF00FF;
-    const std::uint32_t low = ((word & kMask) * 5 >> 2) & kMask;
-    const std::uint32_t high = ((word >> 8 & kMask) * 5 >> 2) & kMask;
-    return high << 8 | low;
+    return kalvora::Pack(kalvora::Lo(word) * 5 >> 2, kalvora::Hi(word) * 5 >> 2);
   }
   if (t == 255 || t == 0) return word;
   KFixed r, g, b, a;
   KColor32::FromWord(word).GetColor(r, g, b, a);
   const auto pack = [](KFixed v) { return static_cast<unsigned>(kalvora::RoundPixel(v)); };
   return KColor32(pack(r / a), pack(g / a), pack(b / a), pack(a)).Word();
-}
-
-// All four channels of `color` times weight / 256.
-std::uint32_t Scale(std::uint32_t color, std::uint32_t weight) {
-  constexpr std::uint32_t kMask = KStripsMask_00FF00FF;
-  const std::uint32_t high = weight * (color >> 8 & kMask) & ~kMask;
-  const std::uint32_t low = (weight * (color & kMask) >> 8) & kMask;
-  return high | low;
 }
 
 }  // namespace
@@ -98,12 +87,18 @@ void KSoftPixmap::Release() {
   ownsPixels = false;
 }
 
-// Takes memory for the rows. A last row that is longer than the stride still fits. What a 32-bit
-// machine could not hold is refused on every machine.
+// What the rows reach over, from the first byte to the last pixel.
+std::uint64_t KSoftPixmap::Bytes() const {
+  return height == 0 ? 0
+                     : std::uint64_t{height - 1} * stride + (std::uint64_t{width} << pixelShift);
+}
+
+// Takes memory for the rows, with the padding of the last. What a 32-bit machine could not hold is
+// refused on every machine.
 void KSoftPixmap::Allocate() {
   const std::uint64_t rowBytes = std::uint64_t{width} << pixelShift;
-  const std::uint64_t lastRow = std::max<std::uint64_t>(stride, rowBytes);
-  const std::uint64_t bytes = height == 0 ? 0 : std::uint64_t{height - 1} * stride + lastRow;
+  const std::uint64_t padding = stride > rowBytes && height != 0 ? stride - rowBytes : 0;
+  const std::uint64_t bytes = Bytes() + padding;
   if (bytes > INT32_MAX) return;
   pixels = static_cast<std::uint8_t*>(std::malloc(bytes > 0 ? static_cast<std::size_t>(bytes) : 1));
   ownsPixels = pixels != nullptr;
@@ -157,7 +152,57 @@ void KSoftPixmap::SetQuality(KSampling newQuality) {
 
 // Import ------------------------------------------------------------------------------------------
 
+bool KSoftPixmap::Holds(const void* data) const {
+  const auto at = reinterpret_cast<std::uintptr_t>(data);
+  const auto begin = reinterpret_cast<std::uintptr_t>(pixels);
+  return pixels && at >= begin && at - begin < Bytes();
+}
+
+bool KSoftPixmap::Overlaps(const KSoftPixmap& other) const {
+  return Holds(other.pixels) || other.Holds(pixels);
+}
+
+bool KSoftPixmap::CopyFrom(const KSoftPixmap& from) {
+  const bool fits = ownsPixels && from.pixels && Bytes() == from.Bytes() && stride == from.stride &&
+                    height == from.height && pixelShift == from.pixelShift;
+  if (!fits) Release();
+  width = from.width;
+  height = from.height;
+  stride = from.stride;
+  transform = from.transform;
+  format = from.format;
+  repeatRule = from.repeatRule;
+  pixelShift = from.pixelShift;
+  quality = from.quality;
+  hasAlpha = from.hasAlpha;
+  targetFlag = from.targetFlag;
+  if (!from.pixels) return false;
+  if (!fits) Allocate();
+  if (pixels) CopyBytes(pixels, from.pixels, static_cast<std::size_t>(Bytes()));
+  return pixels != nullptr;
+}
+
+// What a pixmap makes of its own pixels is made beside them, and then takes their place.
+bool KSoftPixmap::Adopt(KSoftPixmap& fresh) {
+  if (!fresh.pixels) return false;
+  Release();
+  SetFormat(fresh.format);
+  pixels = std::exchange(fresh.pixels, nullptr);
+  ownsPixels = std::exchange(fresh.ownsPixels, false);
+  width = fresh.width;
+  height = fresh.height;
+  stride = fresh.stride;
+  targetFlag = fresh.targetFlag;
+  return true;
+}
+
 bool KSoftPixmap::Set(KFormat newFormat, const void* data, unsigned dataStride, bool flag) {
+  if (ownsPixels && Holds(data)) {
+    KSoftPixmap fresh;
+    fresh.width = width;
+    fresh.height = height;
+    return fresh.Set(newFormat, data, dataStride, flag) && Adopt(fresh);
+  }
   if (ownsPixels && newFormat != format) Release();
   targetFlag = flag;
   SetFormat(newFormat);
@@ -181,6 +226,14 @@ bool KSoftPixmap::Set(KFormat newFormat, const void* data, unsigned dataStride, 
 
 void KSoftPixmap::Set(KFormat newFormat, const void* data, KFormat dataFormat, unsigned dataStride,
                       bool flag) {
+  if (ownsPixels && Holds(data)) {
+    KSoftPixmap fresh;
+    fresh.width = width;
+    fresh.height = height;
+    fresh.Set(newFormat, data, dataFormat, dataStride, flag);
+    Adopt(fresh);
+    return;
+  }
   if (!Set(newFormat, nullptr, dataStride, flag) || data == nullptr) return;
   if (dataStride == 0) dataStride = PaddedStride();
 
@@ -195,7 +248,7 @@ void KSoftPixmap::Set(KFormat newFormat, const void* data, KFormat dataFormat, u
 }
 
 void KSoftPixmap::Set(KRect rect, const void* data) {
-  if (rect.IsEmpty() || data == nullptr || pixels == nullptr) return;
+  if (rect.IsEmpty() || data == nullptr || pixels == nullptr || Holds(data)) return;
   const std::size_t columns = static_cast<std::size_t>(rect.right - rect.left);
   const std::size_t rowBytes = columns << pixelShift;
   const Rows rows = {PixelAt(rect.left, rect.top), stride, static_cast<const std::uint8_t*>(data),
@@ -210,6 +263,12 @@ void KSoftPixmap::Set(KRect rect, const void* data) {
 void KSoftPixmap::CreateFromAlphaMask(KFormat newFormat, unsigned newWidth, unsigned newHeight,
                                       KColor32 color, const std::uint8_t* mask,
                                       unsigned maskStride) {
+  if (ownsPixels && Holds(mask)) {
+    KSoftPixmap fresh;
+    fresh.CreateFromAlphaMask(newFormat, newWidth, newHeight, color, mask, maskStride);
+    if (Adopt(fresh)) return;
+    mask = nullptr;  // no such pixmap, or no memory: left empty
+  }
   Release();
   width = newWidth;
   height = newHeight;
@@ -227,7 +286,8 @@ void KSoftPixmap::CreateFromAlphaMask(KFormat newFormat, unsigned newWidth, unsi
   for (std::size_t y = 0; y < height; ++y) {
     const std::uint8_t* weights = mask + y * maskStride;
     std::uint8_t* row = pixels + y * stride;
-    for (std::size_t x = 0; x < width; ++x) StoreWord(row + x * 4, Scale(word, weights[x]));
+    for (std::size_t x = 0; x < width; ++x)
+      StoreWord(row + x * 4, kalvora::Scale(word, weights[x]));
   }
 }
 

@@ -48,13 +48,14 @@ class KALVORA_API KSoftPixmap {
   bool Wrap(KFormat format, void* buffer, unsigned stride, bool flag);
   /// Imports `data` (rows `stride` bytes apart, 0 = computed) without conversion into memory of the
   /// pixmap's own; null data only prepares the memory. Format 4 sets every top byte to 0xFF.
-  /// Returns whether memory exists.
+  /// Returns whether memory exists. The pixmap's own pixels may be imported too, in every Set
+  /// and in CreateFromAlphaMask but for the Set of a rectangle, which refuses them.
   bool Set(KFormat format, const void* data, unsigned stride, bool flag);
   /// Imports with conversion from `dataFormat`. Formats 6 to 5 premultiply and store an alpha byte
   /// of 0; 5 to 6 divide; equal formats copy; other pairs prepare the memory only.
   void Set(KFormat format, const void* data, KFormat dataFormat, unsigned stride, bool flag);
-  /// Writes tightly packed `data` into the rectangle. The rectangle is not checked against the
-  /// pixmap.
+  /// Writes tightly packed `data` into the rectangle, which is not checked against the pixmap. Data
+  /// that begins within the pixmap's own pixels is refused: nothing is written.
   void Set(KRect rect, const void* data);
   /// Copies all rows, or those of the rectangle (not checked), tightly packed, to `buffer`.
   void Get(void* buffer) const;
@@ -64,17 +65,31 @@ class KALVORA_API KSoftPixmap {
   /// owning.
   void CreateFromAlphaMask(KFormat format, unsigned width, unsigned height, KColor32 color,
                            const std::uint8_t* mask, unsigned maskStride);
+  /// Makes this pixmap a copy of another, with pixels of its own and everything that a pattern fill
+  /// reads. Memory that has the right size already is used again. False when there is none; then
+  /// `pixels` is null.
+  bool CopyFrom(const KSoftPixmap& from);
   /// Does nothing.
   void CreateAlphaMask(unsigned width, unsigned height, const void* data, unsigned stride);
   /// Stores the sampling quality, or nearest while the OnlyNearest flag is set.
   void SetQuality(KSampling quality);
 
+  /// True when the rows are 32-bit words at addresses of words: what can be drawn, and drawn into.
+  bool HasWords() const {
+    return pixels && pixelShift == 2 &&
+           (reinterpret_cast<std::uintptr_t>(pixels) | stride) % 4 == 0;
+  }
+  /// True when some byte lies in the rows of both pixmaps.
+  bool Overlaps(const KSoftPixmap& other) const;
   /// First pixel of row y as 32-bit words (formats 4 to 6).
   std::uint32_t* Row32(unsigned y) const {
     return static_cast<std::uint32_t*>(static_cast<void*>(pixels + std::size_t{stride} * y));
   }
 
  private:
+  std::uint64_t Bytes() const;
+  bool Holds(const void* data) const;
+  bool Adopt(KSoftPixmap& fresh);
   void Release();
   void Allocate();
   void SetFormat(KFormat format);

@@ -39,7 +39,7 @@ void Limit(int& begin, int& end, std::int64_t start, std::int64_t step, std::int
 }  // namespace
 
 PatternPixels::PatternPixels(const KSoftPixmap& pixmap) {
-  if (!pixmap.pixels || pixmap.pixelShift != 2) return;
+  if (!pixmap.HasWords()) return;
   const std::uint32_t columns = std::min(pixmap.width, pixmap.stride / kPixelSize);
   if (columns == 0 || pixmap.height == 0) return;
   pixels = pixmap.pixels;

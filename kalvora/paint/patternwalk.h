@@ -30,13 +30,13 @@ struct PatternPixels {
   const std::uint8_t* Row(std::int32_t r) const {
     return pixels + static_cast<std::size_t>(r) * stride;
   }
-  /// Column c of a row. Rows may start at any byte.
+  /// Column c of a row.
   static const std::uint8_t* Pixel(const std::uint8_t* row, std::int32_t c) {
     return row + static_cast<std::size_t>(c) * sizeof(std::uint32_t);
   }
   static std::uint32_t Load(const std::uint8_t* pixel) {
     std::uint32_t p;
-    std::memcpy(&p, pixel, sizeof p);
+    std::memcpy(&p, __builtin_assume_aligned(pixel, alignof(std::uint32_t)), sizeof p);
     return p;
   }
 };

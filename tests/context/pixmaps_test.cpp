@@ -47,6 +47,62 @@ TEST(Pixmaps, QuarterTurns) {
   }
 }
 
+// A pixmap that lies in the target is drawn as a copy of it would be.
+TEST(Pixmaps, DrawnOntoThemselves) {
+  using Draw = void (*)(KSoftContext2D&, KSoftPixmap&);
+  const Draw draws[] = {
+      [](KSoftContext2D& c, KSoftPixmap& p) { c.DrawPixmap(&p, P(1, 1), P(13, 13)); },
+      [](KSoftContext2D& c, KSoftPixmap& p) { c.DrawPixmap(&p, P(2.25, 0.5), P(9, 14)); },
+      [](KSoftContext2D& c, KSoftPixmap& p) {
+        c.Transform().Rotate(KFixed(90.0f));
+        c.Transform().Translate(P(13, 1));
+        c.DrawPixmap(&p, P(0, 0), P(12, 12));
+      },
+      [](KSoftContext2D& c, KSoftPixmap& p) {
+        const KVertex2D points[] = {P(1, 1), P(14, 3), P(8, 15)};
+        p.transform.Identity();
+        p.transform.Translate(P(-3, -2));
+        c.SetFillPixmap(&p);
+        c.SetFillOpacity(200);
+        c.DrawPolygon(points, 3, true);
+      },
+      [](KSoftContext2D& c, KSoftPixmap& p) {
+        KSoftPixmap mask;
+        mask.Create(12, 12, KFormatMask8, p.pixels, p.stride);
+        c.DrawAlphaMask(&mask, 1, 1, 13, 13);
+      },
+  };
+  for (const Draw draw : draws) {
+    Target onto(16, 16), from(16, 16);
+    for (Target* t : {&onto, &from}) {
+      for (unsigned i = 0; i < 256; ++i) t->pixmap.Row32(i / 16)[i % 16] = 0xFF000000 + i * 77773;
+    }
+    KSoftPixmap window, copy;
+    window.Create(12, 12, KFormat8888PM, onto.pixmap.Row32(1) + 1, onto.pixmap.stride);
+    copy.CopyFrom(window);
+    draw(onto.context, window);
+    draw(from.context, copy);
+    EXPECT_TRUE(onto == from) << "draw " << &draw - draws;
+  }
+}
+
+// Words at addresses that are none are neither drawn nor drawn into.
+TEST(Pixmaps, OffTheGridOfWords) {
+  const struct { unsigned offset, stride; } cases[] = {{1, 16}, {2, 16}, {0, 18}, {0, 17}};
+  for (const auto& c : cases) {
+    std::vector<std::uint8_t> bytes(128, 0x77);
+    KSoftPixmap odd;
+    odd.Create(4, 4, KFormat8888PM, bytes.data() + c.offset, c.stride);
+    Target target(8, 8);
+    target.context.DrawPixmap(&odd, P(0, 0), P(8, 8));
+    EXPECT_EQ(target.Count(0x11111111), 64u) << c.offset << ", " << c.stride;
+    EXPECT_FALSE(target.context.RenderToTexture(&odd));
+    target.context.Clear({255, 0, 0, 255});
+    target.context.DrawRectangle(P(0, 0), P(4, 4));
+    EXPECT_EQ(bytes, std::vector<std::uint8_t>(128, 0x77));
+  }
+}
+
 TEST(Pixmaps, ColoredOutlinesTellHowAPatternIsDrawn) {
   Flags.DrawColoredOutlines = true;
   for (const bool alpha : {false, true}) {

@@ -1,6 +1,7 @@
 // KSoftPixmap: shapes, ownership, import, export, and masks.
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -203,6 +204,46 @@ TEST(Pixmap, Conversions) {
     EXPECT_EQ(got, Words(4, row.out)) << std::hex << row.in;
     EXPECT_TRUE(pixmap.targetFlag);
   }
+}
+
+// What a pixmap imports from itself is what it would import from a copy.
+TEST(Pixmap, ImportsOfItsOwnPixels) {
+  const auto set = [](KFormat to, KFormat from) {
+    return [=](KSoftPixmap& p, const void* data) { p.Set(to, data, from, 0, true); };
+  };
+  const std::function<void(KSoftPixmap&, const void*)> imports[] = {
+      set(KFormat8888PM, KFormat8888Straight),
+      set(KFormat8888Straight, KFormat8888PM),
+      set(KFormat8888PM, KFormat8888PM),
+      [](KSoftPixmap& p, const void* data) { p.Set(KFormat16, data, 16, false); },
+      [](KSoftPixmap& p, const void* data) { p.Set(KFormat0888PM, data, 0, false); },
+      [](KSoftPixmap& p, const void* data) {
+        const auto* bytes = static_cast<const std::uint8_t*>(data);
+        p.CreateFromAlphaMask(KFormat8888PM, 3, 3, KColor32(255, 9, 99, 200), bytes, 4);
+      },
+  };
+  for (const KFormat format : {KFormat0888PM, KFormat8888PM, KFormat8888Straight}) {
+    for (const auto& import : imports) {
+      Words colours(12);
+      for (std::uint32_t i = 0; i < 12; ++i) colours[i] = 0xBF0040FFu * (i + 3);
+      KSoftPixmap own, other;
+      for (KSoftPixmap* p : {&own, &other}) {
+        p->Create(4, 3, format);
+        std::memcpy(p->pixels, colours.data(), 48);
+      }
+      import(own, own.pixels);
+      import(other, colours.data());
+      ASSERT_EQ(own.stride, other.stride);
+      EXPECT_EQ(own.format, other.format);
+      EXPECT_EQ(std::memcmp(own.pixels, other.pixels, own.stride * own.height), 0);
+    }
+  }
+  KSoftPixmap kept;
+  kept.Create(2, 1, KFormat8888PM);
+  kept.Row32(0)[0] = 1;
+  kept.Row32(0)[1] = 2;
+  kept.Set(KRect{0, 0, 1, 1}, kept.Row32(0) + 1);
+  EXPECT_EQ(kept.Row32(0)[0], 1u) << "refused";
 }
 
 TEST(Pixmap, AlphaMasks) {

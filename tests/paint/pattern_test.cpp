@@ -182,7 +182,7 @@ void FollowTheRules(KSampling sampling) {
     const auto side = [&] { return 1 + random.Below(random.OneIn(6) ? 2 : 30); };
     const unsigned width = side(), height = side();
     unsigned stride = 4 * (width + (random.OneIn(3) ? random.Below(4) : 0));
-    if (random.OneIn(12)) stride = 4 + random.Below(4 * width);  // overlapping rows, odd addresses
+    if (random.OneIn(12)) stride = 4 * (1 + random.Below(width));  // rows that overlap
     const GuardedBuffer memory(std::size_t{stride} * height);
     for (std::size_t i = 0; i + 4 <= memory.size(); i += 4) {
       const Word pixel = Span::Pixel(random);
