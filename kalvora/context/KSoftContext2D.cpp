@@ -2,6 +2,7 @@
 #include "kalvora/context/KSoftContext2D.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <new>
 
@@ -10,6 +11,7 @@
 #include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/raster/KStack.h"
 #include "kalvora/raster/rectangle.h"
+#include "kalvora/support/failure.h"
 
 std::uint64_t KSoftContext2D::Id = 0;
 
@@ -29,10 +31,15 @@ bool KSoftContext2D::NeedParts() {
   if (!mStyle) mStyle = new (std::nothrow) KStyleContext2D;
   if (!mFb) mFb = new (std::nothrow) KLinuxFb;
   if (!stack) stack = new (std::nothrow) KStack;
-  return mStyle && mFb && stack;
+  return (mStyle && mFb && stack) || NoMemory();
+}
+
+bool KSoftContext2D::NoMemory() {
+  return kalvora::Fail(mError, KErrorMemory, ENOMEM, "no memory for the context");
 }
 
 bool KSoftContext2D::RenderToTexture(KSoftPixmap* pixmap) {
+  mError = {};
   const bool complete = NeedParts();
   if (mFb) mFb->Close();
   if (!pixmap) {
@@ -72,7 +79,7 @@ bool KSoftContext2D::BindStrips(KFormat format) {
     case KFormat16:
     case KFormat24:
     case KFormat8888Straight:
-      return false;
+      return kalvora::Fail(mError, KErrorFormat, 0, "format %d is none to draw into", format);
     default:
       return true;
   }
@@ -82,11 +89,11 @@ bool KSoftContext2D::BindStrips(KFormat format) {
 bool KSoftContext2D::NewLineBuffer(unsigned width) {
   if (mStyle && mStyle->ownsLineBuffer && width != 0 && width == mLineWidth) return true;
   DropLineBuffer();
-  if (!mStyle || std::size_t{width} > SIZE_MAX / sizeof(std::int32_t)) return false;
+  if (!mStyle || std::size_t{width} > SIZE_MAX / sizeof(std::int32_t)) return NoMemory();
   mStyle->lineBuffer = static_cast<std::int32_t*>(std::calloc(width, sizeof(std::int32_t)));
   mStyle->ownsLineBuffer = mStyle->lineBuffer != nullptr;
   mLineWidth = width;
-  return mStyle->ownsLineBuffer || width == 0;
+  return mStyle->ownsLineBuffer || width == 0 || NoMemory();
 }
 
 void KSoftContext2D::DropLineBuffer() {

@@ -11,6 +11,7 @@
 #include "kalvora/geometry/KStroker.h"
 #include "kalvora/paint/KPaint.h"
 #include "kalvora/raster/KClipRings.h"
+#include "kalvora/support/KError.h"
 #include "kalvora/text/KFTFontContext.h"
 
 namespace kalvora {
@@ -52,6 +53,9 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   /// be drawn then. Format 1 and values above 6 give true, keep the previous fillers, and draw
   /// nothing.
   bool RenderToTexture(KSoftPixmap* pixmap);
+  /// Why the last SetDisplay or RenderToTexture returned false, or that it did not. It holds until
+  /// the next of them.
+  const KError& LastError() const { return mError; }
   /// What is bound now: its size, format and pixels, which change with every bind and Flip.
   const KSoftPixmap& GetTarget() const { return mTarget; }
   /// Copies the rectangle's rows, tightly packed, into `buffer`. The rectangle is not clamped.
@@ -191,6 +195,7 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
 
  private:
   bool NeedParts();
+  bool NoMemory();
   bool BindStrips(KFormat format);
   bool NewLineBuffer(unsigned width);
   bool NewDisplayLineBuffer();
@@ -231,6 +236,7 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   KSoftPixmap mApartPattern;  // a copy of it
   KSoftPixmap mApartMask;
   bool mRectAntiAlias = true;
+  KError mError;
 };
 
 #endif

@@ -8,10 +8,12 @@
 
 bool KSoftContext2D::SetDisplay(KDisplay display, unsigned index, KFormat format,
                                 unsigned buffers) {
+  mError = {};
   if (!NeedParts()) return false;
   const bool onDisplay = mFb->DisplayKind() != KDisplayNone;
   void* const pixels = mFb->SetDisplay(display, index, format, buffers);
   if (!pixels) {
+    mError = mFb->LastError();
     if (onDisplay) UnbindTarget();  // its memory is gone; a pixmap stays bound
     return false;
   }
