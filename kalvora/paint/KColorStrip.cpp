@@ -3,19 +3,44 @@
 
 #include "kalvora/core/channels.h"
 #include "kalvora/paint/KStyleContext2D.h"
-#include "kalvora/paint/composite.h"
+#include "kalvora/paint/loops/loops.h"
 
 namespace kalvora {
 namespace {
 
-void FillSolid(const KStyleContext2D* style, bool blend) {
-  std::uint32_t* const to = style->row + style->x0;
-  const int n = style->x1 - style->x0;
+Block PixelsOf(const KStyleContext2D* style, const KRowBlock& block) {
+  return {style->row + style->x0, block.stride, style->x1 - style->x0, block.rows};
+}
+
+void FillSolid(const KStyleContext2D* style, const KRowBlock& block, bool blend) {
   const std::uint32_t color = style->color.Word();
   const std::uint32_t alpha = AlphaWeight(color);
-  if (!blend || alpha == 256) return FillSpan(to, n, color);
+  const ColorLoops& loops = style->loops->color;
+  if (!blend || alpha == 256) return loops.fill(PixelsOf(style, block), color);
   // A colour of alpha 0 leaves the span, whatever its channels hold.
-  if (alpha != 0) OverSpan(to, n, color);
+  if (alpha != 0) loops.over(PixelsOf(style, block), color);
+}
+
+void FillMasked(const KStyleContext2D* style, const KRowBlock& block, bool blend) {
+  const std::uint32_t color = style->color.Word();
+  const ColorLoops& loops = style->loops->color;
+  const auto loop = blend ? loops.coverMasked : loops.lerpMasked;
+  if (!blend || color != 0) loop(PixelsOf(style, block), block.mask, block.maskStride, color);
+}
+
+/// What FillSolid makes of a pixel.
+Mix SolidMix(std::uint32_t color, bool blend) {
+  const std::uint32_t alpha = AlphaWeight(color);
+  if (!blend || alpha == 256) return {0, 0, 0, color};
+  return alpha == 0 ? Mix{256, 0, 0, 0} : Mix{256 - alpha, 0, 0, color};
+}
+
+/// What the coverage filler makes of a pixel.
+Mix CoveredMix(std::uint32_t color, bool blend, std::int32_t coverage) {
+  const std::uint32_t w = static_cast<std::uint32_t>(coverage + 128) >> 8;
+  if (!blend) return {256 - w, Lo(color) * w, Hi(color) * w, 0};
+  const std::uint32_t s = Scale(color, w);
+  return {256 - AlphaWeight(s), 0, 0, s};
 }
 
 }  // namespace
@@ -23,30 +48,44 @@ void FillSolid(const KStyleContext2D* style, bool blend) {
 template <bool AA, bool Blend>
 void ColorSpan<AA, Blend>::Draw(const KStyleContext2D* style) {
   if (style->x0 >= style->x1) return;
-  if constexpr (!AA) return FillSolid(style, Blend);
-  std::uint32_t* const to = style->row + style->x0;
-  const std::int32_t* const coverage = style->lineBuffer + style->x0;
-  const int n = style->x1 - style->x0;
+  if constexpr (!AA) return FillSolid(style, {.rows = 1, .stride = 0}, Blend);
   const std::uint32_t color = style->color.Word();
-  if (!Blend) return LerpSpan(to, coverage, n, color);
-  if (color != 0) CoverSpan(to, coverage, n, color);
+  const auto loop = Blend ? style->loops->color.cover : style->loops->color.lerp;
+  if (Blend && color == 0) return;
+  loop(style->row + style->x0, style->lineBuffer + style->x0, style->x1 - style->x0, color);
 }
 
 template <bool AA, bool Blend>
 void ColorSpan<AA, Blend>::DrawWithAaChecks(const KStyleContext2D* style) {
   if (style->x0 >= style->x1) return;
-  if constexpr (!AA) return FillSolid(style, Blend);
-  std::uint32_t* const to = style->row + style->x0;
-  const std::uint8_t* const mask = style->maskRow + style->x0;
-  const int n = style->x1 - style->x0;
-  const std::uint32_t color = style->color.Word();
-  if (!Blend) return LerpMaskedSpan(to, mask, n, color);
-  if (color != 0) CoverMaskedSpan(to, mask, n, color);
+  if constexpr (!AA) return FillSolid(style, {.rows = 1, .stride = 0}, Blend);
+  FillMasked(style, {.rows = 1, .stride = 0, .mask = style->maskRow + style->x0}, Blend);
 }
 
 template struct ColorSpan<false, false>;
 template struct ColorSpan<false, true>;
 template struct ColorSpan<true, false>;
 template struct ColorSpan<true, true>;
+
+void FillColorBlock(const KStyleContext2D* style, const KRowBlock& block) {
+  FillSolid(style, block, style->blend != 0);
+}
+
+void FillEdgedColorBlock(const KStyleContext2D* style, const KRowBlock& block) {
+  const std::uint32_t color = style->color.Word();
+  const bool blend = style->blend != 0;
+  const Mix inner = SolidMix(color, blend);
+  const auto edge = [&](std::int32_t coverage) {
+    return coverage == KRowBlock::kNoEdge ? inner : CoveredMix(color, blend, coverage);
+  };
+  // In a single column only one of the edges counts.
+  const bool first = block.left != KRowBlock::kNoEdge || style->x1 - style->x0 > 1;
+  style->loops->color.edged(PixelsOf(style, block), edge(first ? block.left : block.right), inner,
+                            edge(block.right));
+}
+
+void FillMaskedBlock(const KStyleContext2D* style, const KRowBlock& block) {
+  FillMasked(style, block, style->blend != 0);
+}
 
 }  // namespace kalvora

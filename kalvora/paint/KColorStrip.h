@@ -17,6 +17,13 @@ struct ColorSpan {
   static void DrawWithAaChecks(const KStyleContext2D* style);
 };
 
+// The fillers of blocks, which read the style record's `blend`.
+
+void FillColorBlock(const KStyleContext2D* style, const KRowBlock& block);
+void FillEdgedColorBlock(const KStyleContext2D* style, const KRowBlock& block);
+/// By the bytes of block.mask.
+void FillMaskedBlock(const KStyleContext2D* style, const KRowBlock& block);
+
 }  // namespace kalvora
 
 /// The solid colour fillers of layout F.

@@ -40,16 +40,16 @@ void DrawPattern(const KStyleContext2D* style) {
   if constexpr (!AA && !Opacity && !Alpha) {
     sampler.Read(to, n);
   } else {
-    constexpr Weight kWeight = WeightFor<AA, Opacity, Alpha, S>();
+    constexpr int kIndex = static_cast<int>(WeightFor<AA, Opacity, Alpha, S>());
     const std::int32_t* coverage = AA ? style->lineBuffer + style->x0 : nullptr;
     std::uint32_t block[kBlock];
     while (n > 0) {
       const int count = std::min(n, kBlock);
       sampler.Read(block, count);
       if constexpr (Alpha) {
-        OverPixels<kWeight>(to, block, coverage, count, style->opacity);
+        style->loops->pixels.over[kIndex](to, block, coverage, count, style->opacity);
       } else {
-        LerpPixels<kWeight>(to, block, coverage, count, style->opacity);
+        style->loops->pixels.lerp[kIndex](to, block, coverage, count, style->opacity);
       }
       to += count;
       if (AA) coverage += count;

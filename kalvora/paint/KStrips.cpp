@@ -33,6 +33,8 @@ void KStrips<F>::InitColor(KStyleContext2D* style, KFiller& solid, KFiller& cove
   const bool blend = PrepareColor(style);
   solid = blend ? KColorStrip<F, false, true>::Draw : KColorStrip<F, false, false>::Draw;
   coverage = blend ? KColorStrip<F, true, true>::Draw : KColorStrip<F, true, false>::Draw;
+  style->block = kalvora::FillColorBlock;
+  style->edged = kalvora::FillEdgedColorBlock;
 }
 
 template <typename F>
@@ -42,6 +44,7 @@ void KStrips<F>::InitColorWithAaChecks(KStyleContext2D* style, KFiller& solid, K
                 : KColorStrip<F, false, false>::DrawWithAaChecks;
   coverage = blend ? KColorStrip<F, true, true>::DrawWithAaChecks
                    : KColorStrip<F, true, false>::DrawWithAaChecks;
+  style->block = kalvora::FillMaskedBlock;
 }
 
 template <typename F>

@@ -5,6 +5,9 @@
 #include <cstdlib>
 
 #include "kalvora/paint/KPaint.h"
+#include "kalvora/paint/loops/loops.h"
+
+KStyleContext2D::KStyleContext2D() { loops = &kalvora::ChosenLoops(); }
 
 KStyleContext2D::~KStyleContext2D() {
   if (ownedTables & 1) std::free(table0);

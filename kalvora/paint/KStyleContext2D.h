@@ -8,17 +8,22 @@
 #include "kalvora/core/KSoftMatrix3D.h"
 #include "kalvora/raster/KRowStyle.h"
 
+namespace kalvora {
+struct Loops;
+}
+
 /// The words of the present paint: written by its strip initialiser, read by its fillers, unknown
 /// to scan conversion.
 struct KPaintWords {
-  std::uint32_t blend = 0;              ///< the paint must be blended
-  KColor32 color{0, 0, 0, 0};           ///< premultiplied and weighted by the opacity
-  std::int32_t opacity = 256;           ///< of a pattern, 0..256
-  const KSoftPixmap* source = nullptr;  ///< the pattern
-  void* table0 = nullptr;               ///< gradient stop colours, the ramp's own or in scratch
-  void* table1 = nullptr;               ///< gradient stop positions, likewise
-  std::uint32_t ownedTables = 0;        ///< bit 0: table0 is freed here; bit 1: table1
-  void* scratch = nullptr;              ///< private gradient stops, kept from draw to draw
+  const kalvora::Loops* loops = nullptr;  ///< the fillers' inner loops, for this processor
+  std::uint32_t blend = 0;                ///< the paint must be blended
+  KColor32 color{0, 0, 0, 0};             ///< premultiplied and weighted by the opacity
+  std::int32_t opacity = 256;             ///< of a pattern, 0..256
+  const KSoftPixmap* source = nullptr;    ///< the pattern
+  void* table0 = nullptr;                 ///< gradient stop colours, the ramp's own or in scratch
+  void* table1 = nullptr;                 ///< gradient stop positions, likewise
+  std::uint32_t ownedTables = 0;          ///< bit 0: table0 is freed here; bit 1: table1
+  void* scratch = nullptr;                ///< private gradient stops, kept from draw to draw
   std::uint32_t ownsScratch = 0;
   std::uint32_t scratchSize = 0;  ///< bytes of scratch
   std::uint32_t stopCount = 0;
@@ -34,7 +39,7 @@ struct KPaintWords {
 
 /// One row's span, its coverage, the clip, and the words of the current draw's paint.
 struct KALVORA_API KStyleContext2D : KRowStyle, KPaintWords {
-  KStyleContext2D() = default;
+  KStyleContext2D();
   ~KStyleContext2D();
   KStyleContext2D(const KStyleContext2D&) = delete;
   KStyleContext2D& operator=(const KStyleContext2D&) = delete;

@@ -15,28 +15,23 @@ inline constexpr int kBlock = 64;
 // source belong to the same pixels, and n <= 0 does nothing.
 
 /// d = c
-void FillSpan(std::uint32_t* to, int n, std::uint32_t c);
+inline void FillSpan(std::uint32_t* to, int n, std::uint32_t c) {
+  ChosenLoops().color.fill({to, 0, n, 1}, c);
+}
 /// d = over(d, c)
-void OverSpan(std::uint32_t* to, int n, std::uint32_t c);
+inline void OverSpan(std::uint32_t* to, int n, std::uint32_t c) {
+  ChosenLoops().color.over({to, 0, n, 1}, c);
+}
 /// d = over(d, scale(c, coverage))
-void CoverSpan(std::uint32_t* to, const std::int32_t* coverage, int n, std::uint32_t c);
-/// d = lerp(d, c, coverage)
-void LerpSpan(std::uint32_t* to, const std::int32_t* coverage, int n, std::uint32_t c);
-
-/// d = over(d, scale(c, mask)), where the mask bytes of glyphs and the like are mostly 0 or 255.
-void CoverMaskedSpan(std::uint32_t* to, const std::uint8_t* mask, int n, std::uint32_t c);
-/// d = lerp(d, c, mask)
-void LerpMaskedSpan(std::uint32_t* to, const std::uint8_t* mask, int n, std::uint32_t c);
-
+inline void CoverSpan(std::uint32_t* to, const std::int32_t* coverage, int n, std::uint32_t c) {
+  ChosenLoops().color.cover(to, coverage, n, c);
+}
 /// Source pixels with alpha: d = over(d, scale(s, w)).
 template <Weight W>
 void OverPixels(std::uint32_t* to, const std::uint32_t* source, const std::int32_t* coverage, int n,
-                std::int32_t opacity);
-
-/// Source pixels taken as opaque: d = lerp(d, s, w).
-template <Weight W>
-void LerpPixels(std::uint32_t* to, const std::uint32_t* source, const std::int32_t* coverage, int n,
-                std::int32_t opacity);
+                std::int32_t opacity) {
+  ChosenLoops().pixels.over[static_cast<int>(W)](to, source, coverage, n, opacity);
+}
 
 /// One colour for n pixels of a gradient: weighed by coverage, blended, or as it is.
 template <bool AA, bool Blend>

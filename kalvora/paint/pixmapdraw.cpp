@@ -81,11 +81,7 @@ void DrawAlphaMask(const PaintJob& job, const KSoftPixmap& mask, int x0, int y0,
                     ? KStrips<KColor_0888_PM>::InitColorWithAaChecks
                     : KStrips<KColor_8888_PM>::InitColorWithAaChecks;
   KRowPainter painter(masked);
-  if (!painter.Bind()) return;
-  for (std::int32_t y = box.y0; y < box.y1; ++y) {
-    painter.GoTo(y);
-    painter.Masked(box.x0, box.x1);
-  }
+  if (painter.Bind()) painter.Masked(box);
 }
 
 // A mask under a clip path is its rectangle drawn as a polygon, which meets the clip path in the

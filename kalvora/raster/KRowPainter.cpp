@@ -22,12 +22,6 @@ std::int32_t WeighByMask(std::int32_t coverage, std::uint8_t m) {
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(coverage) * weight >> 16);
 }
 
-/// `p` - n, where the result may lie before the array that p points into.
-const std::uint8_t* Before(const std::uint8_t* p, std::int32_t n) {
-  return reinterpret_cast<const std::uint8_t*>(reinterpret_cast<std::uintptr_t>(p) -
-                                               static_cast<std::uintptr_t>(n));
-}
-
 }  // namespace
 
 KRowPainter::~KRowPainter() {
@@ -39,6 +33,7 @@ bool KRowPainter::Bind(std::int32_t share) {
   job_.style->paint = job_.paint;
   job_.style->share = share;
   solid_ = coverage_ = nullptr;
+  job_.style->block = job_.style->edged = nullptr;
   if (job_.init) job_.init(job_.record, solid_, coverage_);
   return solid_ && coverage_;
 }
@@ -76,11 +71,54 @@ void KRowPainter::Covered(std::int32_t from, std::int32_t to) {
                  static_cast<unsigned>(to - from));
 }
 
-void KRowPainter::Masked(std::int32_t from, std::int32_t to) {
-  if (from >= to) return;
-  job_.style->maskRow = Before(job_.mask->At(from, job_.style->y), from);
-  Fill(coverage_, from, to);
-  job_.style->maskRow = nullptr;
+// Goes to the box's first row, and sets its columns.
+KRowBlock KRowPainter::BlockOf(const PixelBox& box) {
+  GoTo(box.y0);
+  job_.style->x0 = box.x0;
+  job_.style->x1 = box.x1;
+  return {.rows = box.y1 - box.y0, .stride = static_cast<std::ptrdiff_t>(job_.target->stride / 4)};
+}
+
+void KRowPainter::Column(std::int32_t x, const PixelBox& box, std::int32_t coverage) {
+  for (std::int32_t y = box.y0; y < box.y1; ++y) {
+    GoTo(y);
+    job_.style->lineBuffer[x] = coverage;
+    Covered(x, x + 1);
+  }
+}
+
+void KRowPainter::Box(const PixelBox& box, std::int32_t left, std::int32_t right) {
+  if (box.IsEmpty()) return;
+  const KRowStyle& style = *job_.style;
+  const bool hasLeft = left != KRowBlock::kNoEdge;
+  const bool hasRight = right != KRowBlock::kNoEdge && (!hasLeft || box.x1 - box.x0 > 1);
+  if ((hasLeft || hasRight) && style.edged && !job_.mask) {
+    KRowBlock block = BlockOf(box);
+    block.left = left;
+    block.right = right;
+    return style.edged(job_.record, block);
+  }
+  PixelBox inner = box;
+  inner.x0 += hasLeft;
+  inner.x1 -= hasRight;
+  if (style.block && !job_.mask) {
+    if (!inner.IsEmpty()) style.block(job_.record, BlockOf(inner));
+  } else {
+    for (std::int32_t y = inner.y0; y < inner.y1; ++y) {
+      GoTo(y);
+      Solid(inner.x0, inner.x1);
+    }
+  }
+  if (hasLeft) Column(box.x0, box, left);
+  if (hasRight) Column(inner.x1, box, right);
+}
+
+void KRowPainter::Masked(const PixelBox& box) {
+  if (box.IsEmpty() || !job_.style->block) return;
+  KRowBlock block = BlockOf(box);
+  block.mask = job_.mask->At(box.x0, box.y0);
+  block.maskStride = static_cast<std::ptrdiff_t>(job_.mask->stride);
+  job_.style->block(job_.record, block);
 }
 
 }  // namespace kalvora

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "kalvora/raster/KRowStyle.h"
+#include "kalvora/raster/PixelBox.h"
 
 namespace kalvora {
 
@@ -14,6 +14,7 @@ namespace kalvora {
 ///     KRowPainter painter(job);
 ///     if (!painter.Bind()) return;
 ///     for each row: painter.GoTo(y), then Solid(...) and Covered(...) in any order
+///     or at once: painter.Box(...)
 ///
 /// Runs lie within the target's columns (Covered ones within the coverage line); empty ones paint
 /// nothing.
@@ -33,11 +34,17 @@ class KRowPainter {
   void Solid(std::int32_t from, std::int32_t to);
   /// Paints pixels by the coverage line, and clears it there.
   void Covered(std::int32_t from, std::int32_t to);
-  /// Paints pixels by the job's mask alone, whose bytes the fillers read themselves (see
+  /// Paints the box, whose first and last column may have a coverage of their own, 16.16. Takes the
+  /// paint's fillers of blocks where it has them.
+  void Box(const PixelBox& box, std::int32_t left = KRowBlock::kNoEdge,
+           std::int32_t right = KRowBlock::kNoEdge);
+  /// Paints the box by the job's mask alone, whose bytes the filler reads itself (see
   /// KStrips::InitColorWithAaChecks).
-  void Masked(std::int32_t from, std::int32_t to);
+  void Masked(const PixelBox& box);
 
  private:
+  KRowBlock BlockOf(const PixelBox& box);
+  void Column(std::int32_t x, const PixelBox& box, std::int32_t coverage);
   void Fill(KFiller filler, std::int32_t from, std::int32_t to);
 
   const PaintJob& job_;

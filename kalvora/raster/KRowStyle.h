@@ -47,6 +47,8 @@ struct KALVORA_API KRowStyle : KRowSpan, KRowCoverage {
   const KPaint* paint = nullptr;       ///< of the present draw, for its initialiser
   std::int32_t share = kWholeOpacity;  ///< of the paint's opacity, 16.16, for its initialiser
   KClip clip{0, 0, 0, 0};
+  KBlockFiller block = nullptr;  ///< of blocks without edges (of masks, for a mask's initialiser)
+  KBlockFiller edged = nullptr;  ///< of blocks with edges; null like `block`: rows do as well
 
   /// Coverage of one full row between a left edge that crosses it from xa to xb and a right edge
   /// from xc to xd (either order); sl and sr are the row heights gained per pixel of x. Stores into

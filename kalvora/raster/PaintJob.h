@@ -14,9 +14,24 @@ struct KStyleContext2D;
 /// outside its span, and takes nothing from the heap.
 using KFiller = void (*)(const KStyleContext2D*);
 
+/// Columns [x0, x1) of the style record, in its row and those below.
+struct KRowBlock {
+  static constexpr std::int32_t kNoEdge = -1;
+
+  std::int32_t rows;
+  std::ptrdiff_t stride;         ///< words from a row to the next
+  std::int32_t left = kNoEdge;   ///< coverage of the first column, 16.16; kNoEdge: fully covered
+  std::int32_t right = kNoEdge;  ///< of the last; when that is the first too, `left` counts
+  const std::uint8_t* mask = nullptr;  ///< 8-bit coverage of the first row's pixels from x0 on
+  std::ptrdiff_t maskStride = 0;
+};
+
+/// A filler of whole blocks: what the paint's other fillers would do row by row.
+using KBlockFiller = void (*)(const KStyleContext2D*, const KRowBlock&);
+
 /// A strip initialiser: reads style->paint, prepares the paint's words of the style record and
 /// returns the filler for fully covered pixels and the one that weighs them by lineBuffer. Pointers
-/// that it leaves alone stay null: then nothing is drawn.
+/// that it leaves alone stay null: then nothing is drawn. It may set style->block and style->edged.
 using KStripInit = void (*)(KStyleContext2D* style, KFiller& solid, KFiller& coverage);
 
 namespace kalvora {

@@ -18,52 +18,45 @@ void Outline(const RectangleJob& job, bool antiAliased, const PixelBox& box) {
   if (Flags.DrawColoredOutlines && job.hooks) job.hooks->outline(job, antiAliased, box);
 }
 
+/// The rows of a box that share one opacity.
+PixelBox Rows(PixelBox box, std::int32_t from, std::int32_t to) {
+  box.y0 = std::max(box.y0, from);
+  box.y1 = std::min(box.y1, to);
+  return box;
+}
+
 // One column: its horizontal coverage goes into the opacity, the vertical into the coverage line.
 void FillColumn(const PaintJob& job, const PixelBox& box, std::int32_t lastRow, KVertex2D p,
                 std::int32_t right, std::int32_t bottom) {
   KRowPainter painter(job);
   if (!painter.Bind(right - Fraction(p.x))) return;
-  const std::int32_t firstRow = Floor(p.y);
-  for (std::int32_t y = box.y0; y < box.y1; ++y) {
-    painter.GoTo(y);
-    const std::int32_t top = y == firstRow ? Fraction(p.y) : 0;
-    if (y != firstRow && y != lastRow) {
-      painter.Solid(box.x0, box.x1);
-    } else {
-      job.style->lineBuffer[box.x0] = (y == lastRow ? bottom : kFull) - top;
-      painter.Covered(box.x0, box.x1);
-    }
-  }
+  const std::int32_t firstRow = Floor(p.y), top = Fraction(p.y);
+  if (firstRow == lastRow) return painter.Box(box, bottom - top);
+  painter.Box(Rows(box, firstRow, firstRow + 1), kFull - top);
+  painter.Box(Rows(box, firstRow + 1, lastRow));
+  painter.Box(Rows(box, lastRow, lastRow + 1), bottom);
 }
 
-// More columns: the outer two take their coverage from the line; the height of the first and the
-// last row goes into the opacity. `right` is 0 when the last column is clipped away.
+// More columns: the outer two have their own coverage; the height of the first and the last row
+// goes into the opacity. `right` is 0 when the last column is clipped away.
 void FillColumns(const PaintJob& job, const PixelBox& box, std::int32_t lastRow, KVertex2D p,
                  std::int32_t right, std::int32_t bottom, std::int32_t height) {
-  std::int32_t* line = job.style->lineBuffer;
   const std::int32_t firstRow = Floor(p.y);
   const bool left = box.x0 == Floor(p.x);  // the outer columns may be clipped away
-  const std::int32_t inner0 = box.x0 + left;
-  const std::int32_t inner1 = right == 0 ? box.x1 : box.x1 - 1;
   KRowPainter painter(job);
   std::int32_t bound = -1;
-  for (std::int32_t y = box.y0; y < box.y1; ++y) {
-    const std::int32_t part = y == firstRow ? (firstRow == lastRow ? height : kFull - Fraction(p.y))
-                              : y == lastRow ? bottom
-                                             : kFull;
+  const auto fill = [&](std::int32_t from, std::int32_t to, std::int32_t part) {
+    const PixelBox rows = Rows(box, from, to);
+    if (rows.IsEmpty()) return;
     if (part != bound && !painter.Bind(part)) return;
     bound = part;
-    painter.GoTo(y);
-    if (left) {
-      line[box.x0] = kFull - Fraction(p.x);
-      painter.Covered(box.x0, inner0);
-    }
-    painter.Solid(inner0, inner1);
-    if (right != 0) {
-      line[inner1] = right;
-      painter.Covered(inner1, box.x1);
-    }
-  }
+    painter.Box(rows, left ? kFull - Fraction(p.x) : KRowBlock::kNoEdge,
+                right != 0 ? right : KRowBlock::kNoEdge);
+  };
+  if (firstRow == lastRow) return fill(firstRow, firstRow + 1, height);
+  fill(firstRow, firstRow + 1, kFull - Fraction(p.y));
+  fill(firstRow + 1, lastRow, kFull);
+  fill(lastRow, lastRow + 1, bottom);
 }
 
 // What the clip cuts off does not change how the rest is painted: coverage comes from the whole
@@ -109,11 +102,7 @@ void DrawSimpleRectangle(const RectangleJob& job, KVertex2D p, KVertex2D q) {
 
 void FillBox(const PaintJob& job, const PixelBox& box) {
   KRowPainter painter(job);
-  if (!painter.Bind()) return;
-  for (std::int32_t y = box.y0; y < box.y1; ++y) {
-    painter.GoTo(y);
-    painter.Solid(box.x0, box.x1);
-  }
+  if (painter.Bind()) painter.Box(box);
 }
 
 void RasterTRectangle(const RectangleJob& job, KVertex2D p, KVertex2D q) {
