@@ -99,9 +99,6 @@ constexpr std::int64_t RoughLength(Span v) { return std::max(Extent(v), Bound(v)
 inline constexpr std::int64_t kMostSteps = 6;
 inline constexpr std::int64_t kMostStepTurn = 22876;
 
-constexpr std::int64_t Dot(Span a, Span b) { return a.x * b.x + a.y * b.y; }
-constexpr std::int64_t Cross(Span a, Span b) { return a.x * b.y - a.y * b.x; }
-
 /// Mean height of a curve above its chord, to the left of it as seen on the screen: the area
 /// between them, a sum of products of the control points, over the chord's length.
 template <int ORDER>

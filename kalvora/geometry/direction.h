@@ -22,6 +22,7 @@ struct Span {
 constexpr Span operator+(Span a, Span b) { return {a.x + b.x, a.y + b.y}; }
 constexpr Span operator-(Span a, Span b) { return {a.x - b.x, a.y - b.y}; }
 
+constexpr Span Wide(KVertex2D v) { return {v.x.raw, v.y.raw}; }
 /// From a to b, in 16.16, without wrapping around.
 constexpr Span Between(KVertex2D a, KVertex2D b) {
   return {std::int64_t{b.x.raw} - a.x.raw, std::int64_t{b.y.raw} - a.y.raw};
@@ -30,6 +31,9 @@ constexpr Span Between(KVertex2D a, KVertex2D b) {
 /// The larger component's magnitude, and the sum of both.
 constexpr std::int64_t Extent(Span v) { return Abs(v.x) > Abs(v.y) ? Abs(v.x) : Abs(v.y); }
 constexpr std::int64_t Bound(Span v) { return Abs(v.x) + Abs(v.y); }
+
+constexpr std::int64_t Dot(Span a, Span b) { return a.x * b.x + a.y * b.y; }
+constexpr std::int64_t Cross(Span a, Span b) { return a.x * b.y - a.y * b.x; }
 
 /// A unit vector with 30 fraction bits.
 struct Unit {

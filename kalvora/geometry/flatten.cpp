@@ -1,126 +1,13 @@
-// Flattening: curves into straight pieces, paths into polygon rings.
-#include "kalvora/core/roots.h"
+// Flattening: paths into polygon rings.
 #include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"
+#include "kalvora/geometry/curves.h"
 #include "kalvora/raster/Memory.h"
 #include "kalvora/raster/ring.h"
 
 namespace {
 
 using namespace kalvora;
-
-// Halving (a + b) / 2 on the raw values, without losing the carry.
-KFixed Middle(KFixed a, KFixed b) {
-  return KFixed::FromRaw(static_cast<std::int32_t>((std::int64_t{a.raw} + b.raw) >> 1));
-}
-KVertex2D Middle(KVertex2D a, KVertex2D b) { return {Middle(a.x, b.x), Middle(a.y, b.y)}; }
-
-/// Measures distances from the chord p0 p3 along its normal (-sin, cos).
-class Chord {
- public:
-  Chord(KVertex2D p0, KVertex2D p3) {
-    const KVertex2D d = p3 - p0;
-    point_ = d == KVertex2D::Origin;
-    // Axis-parallel chords take exact values instead of the table's.
-    if (d.y.raw == 0) {
-      sin_ = kZero;
-      cos_ = kOne;
-    } else if (d.x.raw == 0) {
-      sin_ = kOne;
-      cos_ = kZero;
-    } else {
-      const KFixed angle = KFixed::ArcTan(d.x, d.y);
-      sin_ = KFixed::Sin(angle);
-      cos_ = KFixed::Cos(angle);
-    }
-  }
-
-  /// Length of v across the chord. A chord of no length has no normal: the whole vector counts.
-  std::int64_t Across(KVertex2D v) const {
-    if (point_) return Abs(v.x.raw) + Abs(v.y.raw);
-    return Abs(((std::int64_t{v.y.raw} * cos_.raw) >> 16) -
-               ((std::int64_t{v.x.raw} * sin_.raw) >> 16));
-  }
-
- private:
-  KFixed sin_, cos_;
-  bool point_;
-};
-
-/// Curves of ORDER + 1 points: how far the control points lie from the chord, and the halves at t =
-/// 1/2.
-template <int ORDER>
-struct Curve {
-  KVertex2D p[ORDER + 1];
-
-  bool IsFlat(std::int64_t tolerance) const;
-  void Split(Curve& a, Curve& b) const;
-};
-
-// The two control points are measured each on its own: on opposite sides of the chord their
-// deviations would cancel, and an S would become a line.
-template <>
-bool Curve<3>::IsFlat(std::int64_t tolerance) const {
-  const KVertex2D a = p[1] - p[0];
-  const KVertex2D b = p[2] - p[3];
-  // No projection is longer than its vector (the sines exceed 1 by less than 1/64).
-  const std::int64_t bound = Abs(a.x.raw) + Abs(a.y.raw) + Abs(b.x.raw) + Abs(b.y.raw);
-  if (bound + (bound >> 6) < tolerance) return true;
-  const Chord chord(p[0], p[3]);
-  return chord.Across(a) + chord.Across(b) < tolerance;
-}
-
-template <>
-bool Curve<2>::IsFlat(std::int64_t tolerance) const {
-  return Chord(p[0], p[2]).Across(p[1] - p[0]) < tolerance;
-}
-
-template <>
-void Curve<3>::Split(Curve& a, Curve& b) const {
-  const KVertex2D p01 = Middle(p[0], p[1]), p12 = Middle(p[1], p[2]), p23 = Middle(p[2], p[3]);
-  const KVertex2D p012 = Middle(p01, p12), p123 = Middle(p12, p23);
-  const KVertex2D middle = Middle(p012, p123);
-  const KVertex2D p0 = p[0], p3 = p[3];
-  a = {{p0, p01, p012, middle}};
-  b = {{middle, p123, p23, p3}};
-}
-
-template <>
-void Curve<2>::Split(Curve& a, Curve& b) const {
-  const KVertex2D p01 = Middle(p[0], p[1]), p12 = Middle(p[1], p[2]);
-  const KVertex2D middle = Middle(p01, p12);
-  const KVertex2D p0 = p[0], p2 = p[2];
-  a = {{p0, p01, middle}};
-  b = {{middle, p12, p2}};
-}
-
-// Adaptive halving with the halves still to do on a small stack. A piece is taken as straight when
-// it is flat enough, when the stack is full, or when the points left are just enough for what is
-// pending.
-template <int ORDER>
-int Flatten(const Curve<ORDER>& curve, KVertex2D* out, int stride) {
-  constexpr int kMostPending = 10;
-  constexpr int kMostPieces = KStroker::kMaxCurvePoints - 1;  // the end point takes the last place
-  const std::int64_t tolerance = 2 * std::int64_t{KStroker::GeoQuality.raw};
-  Curve<ORDER> pending[kMostPending];
-  int pendingCount = 0;
-  int pieces = 0;
-  Curve<ORDER> piece = curve;
-  for (;;) {
-    const bool full = pendingCount == kMostPending || pieces + pendingCount + 1 >= kMostPieces;
-    if (!full && !piece.IsFlat(tolerance)) {
-      piece.Split(piece, pending[pendingCount++]);
-      continue;
-    }
-    *out = piece.p[0];
-    out += stride;
-    ++pieces;
-    if (pendingCount == 0) break;
-    piece = pending[--pendingCount];
-  }
-  *out = curve.p[ORDER];
-  return pieces + 1;
-}
 
 // Vertices of the ring of the subpath that `segment` opens, at the most: every straight piece adds
 // one, every curve piece up to kMaxCurvePoints, the start point one. 0 when it cannot be counted.
@@ -169,11 +56,11 @@ void AddPieces(RingWriter& writer, const KSegment* segment, KVertex2D& current,
 
 int KStroker::GetBezierPts(KVertex2D* out, KVertex2D p0, KVertex2D c1, KVertex2D c2, KVertex2D p3,
                            int stride) {
-  return Flatten(Curve<3>{{p0, c1, c2, p3}}, out, stride);
+  return FlattenCubic(out, {p0, c1, c2, p3}, stride, GeoQuality);
 }
 
 int KStroker::GetBezierPts(KVertex2D* out, KVertex2D p0, KVertex2D c, KVertex2D p2, int stride) {
-  return Flatten(Curve<2>{{p0, c, p2}}, out, stride);
+  return FlattenQuadratic(out, {p0, c, p2}, stride, GeoQuality);
 }
 
 unsigned KStroker::FlattenPath(KVertex2D**& rings, const KSoftPath* path, const KSoftMatrix3D* m,

@@ -7,8 +7,6 @@ using namespace kalvora;
 
 namespace {
 
-Span Wide(KVertex2D v) { return {v.x.raw, v.y.raw}; }
-
 KStretch StretchAlong(const Pen& pen, Span v, bool straight) {
   const Polar polar = ToPolar(v);
   const KVertex2D direction = polar.direction.Rounded();

@@ -7,6 +7,7 @@
 
 #include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"
+#include "kalvora/geometry/curves.h"
 #include "kalvora/raster/KStack.h"
 #include "kalvora/raster/ring.h"
 
@@ -70,6 +71,31 @@ TEST(Flatten, StaysNearTheCurve) {
     AddCurve(curve, control, 40);
     for (const auto& corner : curve.corners) ASSERT_LT(DistanceTo(line, corner.at), 0.52) << i;
   }
+}
+
+// Legs and chords of every size, and bounds on both sides of the true deviation.
+TEST(Flatten, CrossProductsDecideLikeTheTable) {
+  Random random(5);
+  const auto vector = [&] {
+    const std::int32_t size = INT32_MAX >> random.Below(31);
+    const std::int32_t other = random.OneIn(2) ? size : INT32_MAX >> random.Below(31);
+    return KVertex2D{KFixed::FromRaw(random.Between(-size, size)),
+                     KFixed::FromRaw(random.Between(-other, other))};
+  };
+  int flat = 0;
+  for (int i = 0; i < 200000; ++i) {
+    const KVertex2D chord = vector(), a = vector();
+    const KVertex2D b = random.OneIn(2) ? vector() : KVertex2D::Origin;
+    const Pt d = ToPt(chord);
+    const double across = std::abs(Cross(ToPt(a), d)) + std::abs(Cross(ToPt(b), d));
+    const double near = 1 + random.Between(-1000, 1000) * 1e-6 * random.Below(100);
+    const double exact = across / std::max(d.Norm(), 1e-5) * near * 65536;
+    const auto bound = static_cast<std::uint32_t>(std::clamp(exact, 0.0, 4294967295.0));
+    const bool table = kalvora::IsFlatByTable(chord, a, b, bound);
+    ASSERT_EQ(kalvora::IsFlat(chord, a, b, bound), table) << i;
+    flat += table;
+  }
+  EXPECT_NEAR(flat, 100000, 20000);
 }
 
 TEST(Flatten, CountsPoints) {

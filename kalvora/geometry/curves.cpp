@@ -1,0 +1,192 @@
+// Curves: adaptive halving, and when a piece counts as straight.
+#include "kalvora/geometry/curves.h"
+
+#include <algorithm>
+
+#include "kalvora/core/division.h"
+#include "kalvora/core/roots.h"
+#include "kalvora/geometry/KStroker.h"
+
+namespace kalvora {
+
+// The deviation -----------------------------------------------------------------------------------
+
+namespace {
+
+// In 32-bit words, whose products one instruction forms.
+
+constexpr std::uint64_t Reach(KVertex2D v) {
+  return std::uint64_t{Magnitude(v.x.raw)} + Magnitude(v.y.raw);
+}
+
+/// |a x b|
+constexpr std::uint64_t Area(KVertex2D a, KVertex2D b) {
+  return static_cast<std::uint64_t>(
+      Abs(std::int64_t{a.x.raw} * b.y.raw - std::int64_t{a.y.raw} * b.x.raw));
+}
+
+/// Bounds of a vector's length below 2^32.
+struct Rough {
+  std::uint32_t least, most;
+};
+
+/// The sides of a regular 16-gon: 2 % lie between the bounds.
+Rough RoughLength(KVertex2D v) {
+  const std::uint32_t x = Magnitude(v.x.raw), y = Magnitude(v.y.raw);
+  const std::uint32_t longer = std::max(x, y), shorter = std::min(x, y);
+  const auto side = [=](std::uint32_t a, std::uint32_t b) {
+    return static_cast<std::uint32_t>((std::uint64_t{longer} * a + std::uint64_t{shorter} * b) >>
+                                      16);
+  };
+  const std::uint32_t least = std::max({longer, side(60547, 25079), side(46340, 46340)});
+  return {least, least + (least >> 6) + (least >> 8) + (least >> 10) + 4};
+}
+
+/// Measures distances from a chord along its normal (-sin, cos).
+class Chord {
+ public:
+  explicit Chord(KVertex2D d) : point_(d == KVertex2D::Origin) {
+    // Axis-parallel chords take exact values instead of the table's.
+    if (d.y.raw == 0) {
+      sin_ = kZero;
+      cos_ = kOne;
+    } else if (d.x.raw == 0) {
+      sin_ = kOne;
+      cos_ = kZero;
+    } else {
+      const KFixed angle = KFixed::ArcTan(d.x, d.y);
+      sin_ = KFixed::Sin(angle);
+      cos_ = KFixed::Cos(angle);
+    }
+  }
+
+  /// Length of v across the chord. A chord of no length has no normal: the whole vector counts.
+  std::int64_t Across(KVertex2D v) const {
+    if (point_) return static_cast<std::int64_t>(Reach(v));
+    return Abs(((std::int64_t{v.y.raw} * cos_.raw) >> 16) -
+               ((std::int64_t{v.x.raw} * sin_.raw) >> 16));
+  }
+
+ private:
+  KFixed sin_, cos_;
+  bool point_;
+};
+
+}  // namespace
+
+bool IsFlatByTable(KVertex2D chord, KVertex2D a, KVertex2D b, std::uint32_t bound) {
+  const Chord measure(chord);
+  return measure.Across(a) + measure.Across(b) < bound;
+}
+
+// |a x chord| / |chord| is how far a reaches across the chord. The table's measure differs from it
+// by no more than
+// - 1/4096 of the legs, for the sines (1/8400) and for the angle's 23 roundings to 1/65536 degree,
+// - 176 / |chord| of the legs, for the angle's 23 steps in whole units of 4 raw ones,
+// - 2 for rounding the products;
+// all of this is multiplied by the chord's length here.
+bool IsFlat(KVertex2D chord, KVertex2D a, KVertex2D b, std::uint32_t bound) {
+  constexpr std::uint32_t kRoom = 1u << 30;
+  const Rough length = RoughLength(chord);
+  const std::uint64_t legs = Reach(a) + Reach(b);
+  if (legs < kRoom && length.most < kRoom) {
+    const std::uint64_t across = Area(a, chord) + Area(b, chord);
+    const std::uint64_t hair = legs * ((length.most >> 12) + 176) + 4 * std::uint64_t{length.most};
+    if (across + hair < std::uint64_t{bound} * length.least) return true;
+    if (across >= std::uint64_t{bound} * length.most + hair) return false;
+  }
+  return IsFlatByTable(chord, a, b, bound);
+}
+
+// Halving -----------------------------------------------------------------------------------------
+
+namespace {
+
+// (a + b) / 2 on the raw values, without losing the carry.
+KFixed Middle(KFixed a, KFixed b) {
+  return KFixed::FromRaw(static_cast<std::int32_t>((std::int64_t{a.raw} + b.raw) >> 1));
+}
+KVertex2D Middle(KVertex2D a, KVertex2D b) { return {Middle(a.x, b.x), Middle(a.y, b.y)}; }
+
+/// Curves of ORDER + 1 points: whether they count as straight, and the halves at t = 1/2.
+template <int ORDER>
+struct Curve {
+  KVertex2D p[ORDER + 1];
+
+  bool IsStraight(std::uint32_t bound) const;
+  void Split(Curve& a, Curve& b) const;
+};
+
+// The two control points are measured each on its own: on opposite sides of the chord their
+// deviations would cancel, and an S would become a line.
+template <>
+bool Curve<3>::IsStraight(std::uint32_t bound) const {
+  const KVertex2D a = p[1] - p[0];
+  const KVertex2D b = p[2] - p[3];
+  // No projection is longer than its vector (the sines exceed 1 by less than 1/64).
+  const std::uint64_t legs = Reach(a) + Reach(b);
+  return legs + (legs >> 6) < bound || IsFlat(p[3] - p[0], a, b, bound);
+}
+
+template <>
+bool Curve<2>::IsStraight(std::uint32_t bound) const {
+  return IsFlat(p[2] - p[0], p[1] - p[0], KVertex2D::Origin, bound);
+}
+
+template <>
+void Curve<3>::Split(Curve& a, Curve& b) const {
+  const KVertex2D p01 = Middle(p[0], p[1]), p12 = Middle(p[1], p[2]), p23 = Middle(p[2], p[3]);
+  const KVertex2D p012 = Middle(p01, p12), p123 = Middle(p12, p23);
+  const KVertex2D middle = Middle(p012, p123);
+  const KVertex2D p0 = p[0], p3 = p[3];
+  a = {{p0, p01, p012, middle}};
+  b = {{middle, p123, p23, p3}};
+}
+
+template <>
+void Curve<2>::Split(Curve& a, Curve& b) const {
+  const KVertex2D p01 = Middle(p[0], p[1]), p12 = Middle(p[1], p[2]);
+  const KVertex2D middle = Middle(p01, p12);
+  const KVertex2D p0 = p[0], p2 = p[2];
+  a = {{p0, p01, middle}};
+  b = {{middle, p12, p2}};
+}
+
+// The halves still to do lie on a small stack. A piece is taken as straight when it is flat enough,
+// when the stack is full, or when the points left are just enough for what is pending.
+template <int ORDER>
+int Flatten(const Curve<ORDER>& curve, KVertex2D* out, int stride, KFixed tolerance) {
+  constexpr int kMostPending = 10;
+  constexpr int kMostPieces = KStroker::kMaxCurvePoints - 1;  // the end point takes the last place
+  const std::uint32_t bound = tolerance.raw > 0 ? 2 * static_cast<std::uint32_t>(tolerance.raw) : 0;
+  Curve<ORDER> pending[kMostPending];
+  int pendingCount = 0;
+  int pieces = 0;
+  Curve<ORDER> piece = curve;
+  for (;;) {
+    const bool full = pendingCount == kMostPending || pieces + pendingCount + 1 >= kMostPieces;
+    if (!full && !piece.IsStraight(bound)) {
+      piece.Split(piece, pending[pendingCount++]);
+      continue;
+    }
+    *out = piece.p[0];
+    out += stride;
+    ++pieces;
+    if (pendingCount == 0) break;
+    piece = pending[--pendingCount];
+  }
+  *out = curve.p[ORDER];
+  return pieces + 1;
+}
+
+}  // namespace
+
+int FlattenCubic(KVertex2D* out, const KVertex2D (&p)[4], int stride, KFixed tolerance) {
+  return Flatten(Curve<3>{{p[0], p[1], p[2], p[3]}}, out, stride, tolerance);
+}
+
+int FlattenQuadratic(KVertex2D* out, const KVertex2D (&p)[3], int stride, KFixed tolerance) {
+  return Flatten(Curve<2>{{p[0], p[1], p[2]}}, out, stride, tolerance);
+}
+
+}  // namespace kalvora
