@@ -31,6 +31,8 @@ void AddText(Workloads& rows);
 void AddShapes(Workloads& rows);
 void AddStrokes(Workloads& rows);
 void AddCrowds(Workloads& rows);
+/// SVG files in a folder.
+void AddDrawings(Workloads& rows, const std::string& folder);
 
 }  // namespace bench
 

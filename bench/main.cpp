@@ -23,12 +23,13 @@ constexpr const char* kHelp =
     "  --list           names of the workloads and of the peers\n"
     "  --out FILE       also writes the table there, as Markdown\n"
     "  --pictures DIR   writes every peer's picture there (PPM), and prints the differences\n"
+    "  --drawings DIR   the drawings, as tools/bench puts them together (build/bench/drawings)\n"
     "  --counter FILE   instead of time, instructions as the emulator's plugin counts them there\n"
     "  --help\n";
 
 struct Options {
   bench::Plan plan;
-  std::string out, counter;
+  std::string out, counter, drawings = "build/bench/drawings";
   std::vector<std::string> filters;
   bool list = false;
 
@@ -57,6 +58,8 @@ Options Parse(int argc, char** argv) {
       options.out = value();
     } else if (word == "--pictures") {
       options.plan.pictures = value();
+    } else if (word == "--drawings") {
+      options.drawings = value();
     } else if (word == "--counter") {
       options.counter = value();
     } else if (word == "--help") {
@@ -72,12 +75,15 @@ Options Parse(int argc, char** argv) {
   return options;
 }
 
-bench::Workloads AllWorkloads() {
+bench::Workloads AllWorkloads([[maybe_unused]] const std::string& drawings) {
   bench::Workloads rows;
   for (const auto add : {bench::AddRectangles, bench::AddGradients, bench::AddImages,
                          bench::AddText, bench::AddShapes, bench::AddStrokes, bench::AddCrowds}) {
     add(rows);
   }
+#ifdef KALVORA_BENCH_DRAWINGS
+  bench::AddDrawings(rows, drawings);
+#endif
   return rows;
 }
 
@@ -85,7 +91,7 @@ bench::Workloads AllWorkloads() {
 
 int main(int argc, char** argv) {
   const Options options = Parse(argc, argv);
-  const bench::Workloads workloads = AllWorkloads();
+  const bench::Workloads workloads = AllWorkloads(options.drawings);
   if (options.list) {
     for (const bench::Peer& peer : bench::Peers()) std::printf("peer %s\n", peer.name);
     for (const bench::Workload& w : workloads) std::printf("%s\n", w.name.c_str());

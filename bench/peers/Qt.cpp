@@ -121,7 +121,9 @@ class QtDrawing : public Drawing {
     switch (i.kind) {
       case Item::Rectangle:
         if (p.whole) {
+          painter_.setRenderHint(QPainter::Antialiasing, false);
           painter_.fillRect(ToRect(i.box).toRect(), p.brush.color());
+          painter_.setRenderHint(QPainter::Antialiasing, true);
         } else {
           painter_.fillRect(ToRect(i.box), p.brush);
         }

@@ -1,4 +1,5 @@
-// Canvas: the picture, and the only part of the program that draws with the library.
+// Canvas: the picture, and the only part of the program that draws with the library. What is
+// virtual can be replaced, to record a drawing instead (see bench/).
 #ifndef EXAMPLES_SVG_CANVAS_H
 #define EXAMPLES_SVG_CANVAS_H
 
@@ -16,24 +17,26 @@ class Canvas {
  public:
   /// A picture of one colour. Throws Error when there is no memory for it.
   Canvas(unsigned width, unsigned height, KFormat format, Color background);
+  virtual ~Canvas() = default;
 
   /// Fills an outline that is given in pixels.
-  void Fill(const Outline& outline, bool evenOdd, const Ink& ink);
+  virtual void Fill(const Outline& outline, bool evenOdd, const Ink& ink);
   /// Strokes an outline whose user space, and so the pen, is mapped to pixels.
-  void Stroke(const Outline& outline, const Affine& toPixels, const Pen& pen, const Ink& ink);
+  virtual void Stroke(const Outline& outline, const Affine& toPixels, const Pen& pen,
+                      const Ink& ink);
   /// Draws an image whose own pixels are mapped to those of the picture.
-  void DrawImage(KSoftPixmap& image, const Affine& toPixels, double opacity);
+  virtual void DrawImage(KSoftPixmap& image, const Affine& toPixels, double opacity);
 
   /// Everything until EndLayer goes into a transparent picture of its own, without a clip. False
   /// when there are too many or no memory: then there is no layer to end.
-  bool BeginLayer();
+  virtual bool BeginLayer();
   /// Puts the layer onto what is below, through the clip there.
   void EndLayer(double opacity);
   /// Multiplies the layer by the brightness and alpha of the one above it, which ends too.
   void EndMask();
 
   /// Clips the present layer to an outline in pixels that is not empty.
-  void SetClip(const Outline& outline, bool evenOdd);
+  virtual void SetClip(const Outline& outline, bool evenOdd);
   void ResetClip();
   bool HasClip() const { return Top().clipped; }
 
