@@ -12,9 +12,11 @@
 #include "kalvora/paint/KPaint.h"
 #include "kalvora/raster/KClipRings.h"
 #include "kalvora/support/KError.h"
+#include "kalvora/text/KFTFont.h"
 #include "kalvora/text/KFTFontContext.h"
 
 namespace kalvora {
+struct GlyphPlaces;
 struct PaintJob;
 struct RasterJob;
 struct RectangleJob;
@@ -111,7 +113,9 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   /// one pixel within the clip: x in bits 0-11, y in 12-23, then four 2-bit channels from the
   /// lowest byte up. Key 2: dumps the display's frame-rate history to its log and forgets it (value
   /// 1), or forgets it and makes room for so many samples. Key 3: the least time between two
-  /// samples in milliseconds. Other keys are ignored.
+  /// samples in milliseconds. Key 6: text whose outlines are not hinted stands on quarters of a
+  /// pixel in x (value not 0), so that its spacing is even and it moves smoothly, or on whole ones,
+  /// as at first. Other keys are ignored.
   void SetAttribute(unsigned key, unsigned value);
   /// Process-wide debug flags: keys 0 to 4 set DisplayFps, DrawColoredOutlines, IgnoreAlpha,
   /// OnlyNearest and UseFontHinting to value != 0. Other keys are ignored.
@@ -154,28 +158,41 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   /// cache.
   void DrawSimplePatternRectRotateNoScale(KVertex2D a, KVertex2D b, unsigned angle);
   /// Draws 16-bit codes, in which surrogate pairs are one character and stand at the first of their
-  /// positions, with the fill paint and the font of SetFont; characters that it lacks come
-  /// from the fallback fonts. `origin` is the first pen position, on the baseline, in user space,
-  /// and glyphs follow by their advances, without kerning; or each glyph stands at its own of
-  /// `positions` and `origin` is ignored. Glyphs are rendered under the transform and set on whole
-  /// pixels. Text that lies far outside the clip rectangle is left out at little cost; how far is
-  /// guessed from the height of its line, so that the last glyph of a line may vanish too early
-  /// when it is wider than that.
+  /// positions, with the fill paint and the font of SetFont; characters that it lacks come from the
+  /// fallback fonts. `origin` is the first pen position, on the baseline, in user space, and glyphs
+  /// follow by their advances, without kerning; or each glyph stands at its own of `positions` and
+  /// `origin` is ignored. Glyphs are rendered under the transform and set on whole pixels (see
+  /// attribute 6). Text that cannot reach the clip rectangle, by what its fonts say of the size of
+  /// their glyphs, is left out at little cost.
   void DrawText(const unsigned short* text, unsigned count, KVertex2D origin,
                 const KVertex2D* positions = nullptr);
   /// The same for UTF-8, with one of `positions` for each character. Bytes that are no character
   /// show U+FFFD, once for each longest part that could have begun one.
   void DrawText(std::string_view utf8, KVertex2D origin, const KVertex2D* positions = nullptr);
-  /// Whether DrawText would leave the text out. Turned and skewed text never is.
+  /// What DrawText, given the same, draws on the device, to the pixel and whatever the clip: the
+  /// box of all masks, and the way from the first pen to the one after the last glyph. All 0 when
+  /// nothing is drawn. Glyphs are rendered into the cache.
+  KGlyphExtents MeasureText(const unsigned short* text, unsigned count, KVertex2D origin,
+                            const KVertex2D* positions = nullptr);
+  KGlyphExtents MeasureText(std::string_view utf8, KVertex2D origin,
+                            const KVertex2D* positions = nullptr);
+  /// The same for DrawGlyphs.
+  KGlyphExtents MeasureGlyphs(const KFTFont* font, const std::uint32_t* glyphs,
+                              const KVertex2D* positions, unsigned count);
+  /// Whether text lies outside the clip rectangle by a guess: each glyph as wide as the line is
+  /// high, so that a last glyph that is wider may still show. Turned and skewed text never does.
   bool IsRoughlyClipped(const unsigned short* text, unsigned count, KVertex2D origin,
                         const KVertex2D* positions) const;
-  /// What DrawText does, without asking IsRoughlyClipped.
+  /// What DrawText does, without leaving out what cannot be seen.
   void DrawTextWithMasks(const unsigned short* text, unsigned count, KVertex2D origin,
                          const KVertex2D* positions);
   /// Fills and strokes the outlines of the primary font's glyphs: no fallback, no cache, no
   /// rounding to pixels.
   void DrawTextWithPaths(const unsigned short* text, unsigned count, KVertex2D origin,
                          const KVertex2D* positions);
+  /// The same for UTF-8, and with the outlines of the fallback fonts.
+  void DrawTextWithPaths(std::string_view utf8, KVertex2D origin,
+                         const KVertex2D* positions = nullptr);
   /// Draws glyphs of any font, whether the context has it or not, by their indices in its file, as
   /// shapers give them, each with its pen at one of `positions`, in user space. Everything else is
   /// as with DrawText: masks from the cache on whole pixels, with the fill paint, under the
@@ -217,7 +234,13 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   template <typename Codes>
   void DrawCodes(Codes codes, KVertex2D origin, const KVertex2D* positions);
   template <typename Names>
-  void DrawMasks(KGlyphMasks masks, Names names, KVertex2D origin, const KVertex2D* positions);
+  void DrawMasks(KGlyphMasks& masks, Names names, const kalvora::GlyphPlaces& places);
+  template <typename Codes>
+  KGlyphExtents MeasureCodes(Codes codes, KVertex2D origin, const KVertex2D* positions);
+  template <typename Names>
+  KGlyphExtents MeasureMasks(KGlyphMasks& masks, Names names, const kalvora::GlyphPlaces& places);
+  bool CannotShow(const KFTFont* only, unsigned count, KVertex2D origin,
+                  const KVertex2D* positions) const;
   void DrawOutlineAt(KVertex2D pen);
 
   KSoftMatrix3D mTransform;
@@ -237,6 +260,7 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   KSoftPixmap mApartMask;
   bool mRectAntiAlias = true;
   KError mError;
+  bool mQuarterPixels = false;  // text stands on quarters of a pixel
 };
 
 #endif

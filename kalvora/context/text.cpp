@@ -1,10 +1,13 @@
 // The drawing context's text: cached glyph masks at whole pixels, or glyph outlines as paths.
+#include <algorithm>
+
 #include "kalvora/context/KSoftContext2D.h"
 #include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/support/KFlags.h"
 #include "kalvora/text/KFTFont.h"
 #include "kalvora/text/KGlyphMasks.h"
 #include "kalvora/text/codes.h"
+#include "kalvora/text/glyphwalk.h"
 
 namespace {
 
@@ -19,17 +22,125 @@ KSoftMatrix3D GlyphMatrix(const KSoftMatrix3D& m) {
 
 }  // namespace
 
+using kalvora::GlyphPlaces;
+using kalvora::Utf16Codes;
+using kalvora::Utf8Codes;
+
+// Masks -------------------------------------------------------------------------------------------
+
+// Nothing of the text reaches the clip rectangle.
+bool KSoftContext2D::CannotShow(const KFTFont* only, unsigned count, KVertex2D origin,
+                                const KVertex2D* positions) const {
+  const KSoftMatrix3D m = Flags.IgnoreTransform ? KSoftMatrix3D() : mTransform;
+  const Box box = ReachOf(only, count, origin, positions, m);
+  const KClip& clip = mStyle->clip;
+  return clip.y0 > box.bottom >> 16 || clip.y1 < box.top >> 16 || clip.x0 > box.right >> 16 ||
+         clip.x1 < box.left >> 16;
+}
+
 void KSoftContext2D::DrawText(const unsigned short* text, unsigned count, KVertex2D origin,
                               const KVertex2D* positions) {
   if (!text || count == 0 || !font || !font->face || !CanDraw()) return;
-  if (!IsRoughlyClipped(text, count, origin, positions)) {
-    DrawTextWithMasks(text, count, origin, positions);
-  }
+  if (CannotShow(nullptr, count, origin, positions)) return;
+  DrawCodes(Utf16Codes(text, count), origin, positions);
 }
 
 void KSoftContext2D::DrawText(std::string_view utf8, KVertex2D origin, const KVertex2D* positions) {
-  if (utf8.empty() || !font || !font->face || !CanDraw()) return;
-  DrawCodes(kalvora::Utf8Codes(utf8), origin, positions);
+  if (!font || !font->face || !CanDraw()) return;
+  const unsigned count = Utf8Codes(utf8).Count();
+  if (count == 0 || CannotShow(nullptr, count, origin, positions)) return;
+  DrawCodes(Utf8Codes(utf8), origin, positions);
+}
+
+void KSoftContext2D::DrawTextWithMasks(const unsigned short* text, unsigned count, KVertex2D origin,
+                                       const KVertex2D* positions) {
+  if (text) DrawCodes(Utf16Codes(text, count), origin, positions);
+}
+
+void KSoftContext2D::DrawGlyphs(const KFTFont* from, const std::uint32_t* glyphs,
+                                const KVertex2D* positions, unsigned count) {
+  if (!from || !from->face || !glyphs || !positions || count == 0 || !CanDraw()) return;
+  if (CannotShow(from, count, KVertex2D::Origin, positions)) return;
+  const KSoftMatrix3D toDevice = Flags.IgnoreTransform ? KSoftMatrix3D() : mTransform;
+  const KSoftMatrix3D seen = GlyphMatrix(toDevice);
+  KGlyphMasks masks(*this, from, KGlyphMasks::kIndices, &seen);
+  DrawMasks(masks, kalvora::Indices(glyphs, count), {toDevice, KVertex2D::Origin, positions});
+}
+
+template <typename Codes>
+void KSoftContext2D::DrawCodes(Codes codes, KVertex2D origin, const KVertex2D* positions) {
+  if (Flags.IgnoreTransform) {
+    // The context is left with the identity.
+    mTransform.Identity();
+    KGlyphMasks masks(*this, font, KGlyphMasks::kCodes);
+    DrawMasks(masks, codes, {mTransform, origin, positions});
+    return;
+  }
+  const KSoftMatrix3D seen = GlyphMatrix(mTransform);
+  KGlyphMasks masks(*this, font, KGlyphMasks::kCodes, &seen);
+  DrawMasks(masks, codes, {mTransform, origin, positions});
+  KFTFontContext::SetTransform(nullptr);
+}
+
+template <typename Names>
+void KSoftContext2D::DrawMasks(KGlyphMasks& masks, Names names, const GlyphPlaces& places) {
+  if (mQuarterPixels) masks.UseQuarters();
+  kalvora::ForEachGlyph(masks, names, places, [&](const KFTCacheData& glyph, int x, int y) {
+    DrawAlphaMask(&glyph.mask, x, y, x + static_cast<int>(glyph.mask.width),
+                  y + static_cast<int>(glyph.mask.height));
+  });
+}
+
+// Measures ----------------------------------------------------------------------------------------
+
+KGlyphExtents KSoftContext2D::MeasureText(const unsigned short* text, unsigned count,
+                                          KVertex2D origin, const KVertex2D* positions) {
+  return MeasureCodes(Utf16Codes(text, text ? count : 0), origin, positions);
+}
+
+KGlyphExtents KSoftContext2D::MeasureText(std::string_view utf8, KVertex2D origin,
+                                          const KVertex2D* positions) {
+  return MeasureCodes(Utf8Codes(utf8), origin, positions);
+}
+
+KGlyphExtents KSoftContext2D::MeasureGlyphs(const KFTFont* from, const std::uint32_t* glyphs,
+                                            const KVertex2D* positions, unsigned count) {
+  const KSoftMatrix3D toDevice = Flags.IgnoreTransform ? KSoftMatrix3D() : mTransform;
+  const KSoftMatrix3D seen = GlyphMatrix(toDevice);
+  KGlyphMasks masks(*this, from, KGlyphMasks::kIndices, &seen);
+  return MeasureMasks(masks, kalvora::Indices(glyphs, glyphs && positions ? count : 0),
+                      {toDevice, KVertex2D::Origin, positions});
+}
+
+template <typename Codes>
+KGlyphExtents KSoftContext2D::MeasureCodes(Codes codes, KVertex2D origin,
+                                           const KVertex2D* positions) {
+  const bool upright = Flags.IgnoreTransform;
+  const KSoftMatrix3D toDevice = upright ? KSoftMatrix3D() : mTransform;
+  const KSoftMatrix3D seen = GlyphMatrix(toDevice);
+  KGlyphMasks masks(*this, font, KGlyphMasks::kCodes, upright ? nullptr : &seen);
+  return MeasureMasks(masks, codes, {toDevice, origin, positions});
+}
+
+template <typename Names>
+KGlyphExtents KSoftContext2D::MeasureMasks(KGlyphMasks& masks, Names names,
+                                           const GlyphPlaces& places) {
+  if (mQuarterPixels) masks.UseQuarters();
+  KGlyphExtents box = {INT32_MAX, INT32_MAX, INT32_MIN, INT32_MIN, KVertex2D::Origin};
+  const auto include = [&](const KFTCacheData& glyph, int x, int y) {
+    if (glyph.mask.width == 0 || glyph.mask.height == 0) return;
+    box.left = std::min(box.left, x);
+    box.top = std::min(box.top, y);
+    box.right = std::max(box.right, x + static_cast<int>(glyph.mask.width));
+    box.bottom = std::max(box.bottom, y + static_cast<int>(glyph.mask.height));
+  };
+  const KVertex2D end = kalvora::ForEachGlyph(masks, names, places, include);
+  if (box.left > box.right) box = {0, 0, 0, 0, KVertex2D::Origin};
+  std::uint32_t name;
+  unsigned first;
+  if (!names.Next(name, first)) return box;
+  box.advance = end - places.toDevice.Map(places.positions ? places.positions[0] : places.origin);
+  return box;
 }
 
 bool KSoftContext2D::IsRoughlyClipped(const unsigned short*, unsigned count, KVertex2D origin,
@@ -42,59 +153,7 @@ bool KSoftContext2D::IsRoughlyClipped(const unsigned short*, unsigned count, KVe
          clip.x1 < box.left >> 16;
 }
 
-// Draws glyphs as masks: from the pen `origin` on by their advances, or each at its own position.
-template <typename Names>
-void KSoftContext2D::DrawMasks(KGlyphMasks masks, Names names, KVertex2D origin,
-                               const KVertex2D* positions) {
-  const KSoftMatrix3D user = mTransform;
-  const KSoftMatrix3D toDevice = Flags.IgnoreTransform ? KSoftMatrix3D() : user;
-  mTransform.Identity();
-  KVertex2D pen = positions ? KVertex2D::Origin : toDevice.Map(origin);
-  KVertex2D advance = KVertex2D::Origin;
-  std::uint32_t name;
-  unsigned place;
-  while (names.Next(name, place)) {
-    const KFTCacheData* glyph = masks.Find(name);
-    if (positions) pen = toDevice.Map(positions[place]);
-    if (glyph) {
-      const std::int32_t x = kalvora::RoundPixel(glyph->origin.x + pen.x);
-      const std::int32_t y = kalvora::RoundPixel(glyph->origin.y + pen.y);
-      DrawAlphaMask(&glyph->mask, x, y, x + static_cast<std::int32_t>(glyph->mask.width),
-                    y + static_cast<std::int32_t>(glyph->mask.height));
-      advance = glyph->advance;
-    }
-    // Where there is no mask the advance is the one before.
-    if (!positions) pen = pen + advance;
-  }
-  mTransform = user;
-}
-
-template <typename Codes>
-void KSoftContext2D::DrawCodes(Codes codes, KVertex2D origin, const KVertex2D* positions) {
-  const bool upright = Flags.IgnoreTransform;
-  const KSoftMatrix3D glyphs = GlyphMatrix(mTransform);
-  DrawMasks(KGlyphMasks(*this, font, KGlyphMasks::kCodes, upright ? nullptr : &glyphs), codes,
-            origin, positions);
-  // Under the IgnoreTransform switch the context is left with the identity; else its glyphs are.
-  if (upright) {
-    mTransform.Identity();
-  } else {
-    KFTFontContext::SetTransform(nullptr);
-  }
-}
-
-void KSoftContext2D::DrawTextWithMasks(const unsigned short* text, unsigned count, KVertex2D origin,
-                                       const KVertex2D* positions) {
-  if (text) DrawCodes(kalvora::Utf16Codes(text, count), origin, positions);
-}
-
-void KSoftContext2D::DrawGlyphs(const KFTFont* from, const std::uint32_t* glyphs,
-                                const KVertex2D* positions, unsigned count) {
-  if (!glyphs || !positions || !CanDraw()) return;
-  const KSoftMatrix3D seen = Flags.IgnoreTransform ? KSoftMatrix3D() : GlyphMatrix(mTransform);
-  DrawMasks(KGlyphMasks(*this, from, KGlyphMasks::kIndices, &seen), kalvora::Indices(glyphs, count),
-            KVertex2D::Origin, positions);
-}
+// Outlines ----------------------------------------------------------------------------------------
 
 // Fills and strokes mScratch with its origin at `pen`.
 void KSoftContext2D::DrawOutlineAt(KVertex2D pen) {
@@ -118,18 +177,36 @@ void KSoftContext2D::DrawGlyphPaths(const KFTFont* from, const std::uint32_t* gl
 void KSoftContext2D::DrawTextWithPaths(const unsigned short* text, unsigned count, KVertex2D origin,
                                        const KVertex2D* positions) {
   if (!text || !font) return;
+  Utf16Codes codes(text, count);
   KVertex2D pen = origin;
-  for (unsigned i = 0; i < count; ++i) {
-    if (positions) pen = positions[i];
-    LoadChar(&mScratch, text[i]);
+  std::uint32_t code;
+  unsigned place;
+  while (codes.Next(code, place)) {
+    if (positions) pen = positions[place];
+    LoadOutline(&mScratch, code);
     DrawOutlineAt(pen);
-    if (positions) continue;
-    const unsigned short next = i + 1 < count ? text[i + 1] : 0;
-    KVertex2D advance = KVertex2D::Origin;
-    font->AdvancePen(&advance, text[i], next, static_cast<KFTFont*>(nullptr));
-    pen = pen + advance;
+    if (!positions) font->AdvancePen(&pen, code);
   }
 }
+
+void KSoftContext2D::DrawTextWithPaths(std::string_view utf8, KVertex2D origin,
+                                       const KVertex2D* positions) {
+  if (!CanDraw()) return;
+  Utf8Codes codes(utf8);
+  KVertex2D pen = origin;
+  std::uint32_t code, index;
+  unsigned place;
+  while (codes.Next(code, place)) {
+    if (positions) pen = positions[place];
+    const KFTFont* from = FindGlyph(code, index);
+    if (!from) continue;
+    LoadGlyph(&mScratch, from, index);
+    DrawOutlineAt(pen);
+    pen = pen + from->GetGlyphAdvance(index);
+  }
+}
+
+// Pixmaps -----------------------------------------------------------------------------------------
 
 void KSoftContext2D::DrawTextWithPixmaps(const unsigned short* text, unsigned count, KVertex2D,
                                          const KVertex2D*) {

@@ -19,6 +19,7 @@ struct KFTCacheKey {
 
   static constexpr std::uint32_t kByIndex = 1;  ///< `ch` is a glyph index
   static constexpr unsigned kHintingShift = 1;  ///< two bits: KHinting, as the font says
+  static constexpr unsigned kQuarterShift = 3;  ///< two bits: quarters of a pixel to the right
 
   bool operator==(const KFTCacheKey& b) const {
     return ch == b.ch && xx == b.xx && xy == b.xy && yx == b.yx && yy == b.yy &&

@@ -77,10 +77,13 @@ class KALVORA_API KFTFont {
 
   /// Moves the pen by the advance of `ch`. A character that this font lacks is measured in the
   /// context's fallback font for it, or in `fallback`, which takes on this font's size; when that
-  /// lacks it too, or is null, the box that this font shows for it is measured. No kerning is
-  /// applied: `next`, the code that follows or 0, only readies its lookup.
+  /// lacks it too, the box that it shows for it is measured, although the box of this font is
+  /// drawn; when it is null, this font's. No kerning is applied: `next`, the code that follows or
+  /// 0, only readies its lookup.
   void AdvancePen(KVertex2D* pen, unsigned short ch, unsigned short next, KFTFontContext* ctx);
   void AdvancePen(KVertex2D* pen, unsigned short ch, unsigned short next, KFTFont* fallback);
+  /// The same for any code, in this font alone.
+  void AdvancePen(KVertex2D* pen, std::uint32_t code);
   /// Whether the font has a glyph for the code.
   bool Exists(unsigned short ch) const;
   /// The index of a code's glyph, 0 when the font has none; codes beyond 16 bits too. False when
@@ -109,7 +112,7 @@ class KALVORA_API KFTFont {
   void Release(const char* keepPath);
 
  private:
-  void AdvancePenImpl(KVertex2D* pen, unsigned short ch, unsigned short next, KFTFont* fallback,
+  void AdvancePenImpl(KVertex2D* pen, std::uint32_t ch, unsigned short next, KFTFont* fallback,
                       KFTFontContext* ctx);
   KFTLib* MakeReady(const char* keepPath);
   KFTFaceEntry* EntryOf(const KFTLib* thread, const void* data, std::size_t size) const;

@@ -9,6 +9,7 @@
 #include "kalvora/text/KFTCache.h"
 #include "kalvora/text/KFTFont.h"
 #include "kalvora/text/KFTLib.h"
+#include "kalvora/text/codes.h"
 #include "kalvora/text/ft.h"
 
 using kalvora::IsLoaded;
@@ -106,6 +107,16 @@ void KFTFontContext::SetTransform(const KSoftMatrix3D* m) {
   if (IsLoaded(fallbackFont)) FT_Set_Transform(fallbackFont->face, matrix, nullptr);
   for (const KFTFont* other : fallbackFonts) {
     if (IsLoaded(other)) FT_Set_Transform(other->face, matrix, nullptr);
+  }
+}
+
+void KFTFontContext::AdvancePen(KVertex2D* pen, std::string_view utf8) const {
+  kalvora::Utf8Codes codes(utf8);
+  std::uint32_t code, index;
+  unsigned place;
+  while (pen && codes.Next(code, place)) {
+    const KFTFont* from = FindGlyph(code, index);
+    if (from) *pen = *pen + from->GetGlyphAdvance(index);
   }
 }
 

@@ -3,6 +3,7 @@
 #define KALVORA_TEXT_KFTFONTCONTEXT_H
 
 #include <cstdint>
+#include <string_view>
 
 #include "kalvora/core/KArray.h"
 #include "kalvora/core/KColor32.h"
@@ -14,6 +15,11 @@ class KFTFont;
 class KSoftPath;
 struct FT_Matrix_;
 struct FT_Outline_Funcs_;
+
+/// A box in 16.16 whose edges may lie beyond 32 bits.
+struct KTextBox {
+  std::int64_t left, top, right, bottom;
+};
 
 /// A primary font, what stands in for the characters it lacks, and the matrix glyphs are seen
 /// through.
@@ -63,12 +69,16 @@ class KALVORA_API KFTFontContext {
   /// xy = m1, yx = m3, yy = m4, in FreeType's sense, whose y grows upward. Null is the identity.
   /// Nothing happens while there is no loaded primary font.
   void SetTransform(const KSoftMatrix3D* m);
+  /// Moves the pen by the advances of UTF-8 text as DrawText would, without a transform: in the
+  /// fonts that show it, to 1/64 pixel. Nothing is rendered.
+  void AdvancePen(KVertex2D* pen, std::string_view utf8) const;
   /// Line heights of the primary font and the largest of its fallbacks, at the primary's size.
   /// Either pointer may be null.
   void GetHeight(KFixed* height, KFixed* fallbackHeight) const;
 
-  /// Replaces `path` by the outline of a character of the primary font, pen at (0, 0). No fallback;
-  /// what has no outline leaves the path empty.
+  /// Replaces `path` by the outline of a character of the primary font, pen at (0, 0), its contours
+  /// closed. No fallback; what has no outline leaves the path empty. Of codes beyond 16 bits the
+  /// low 16 are taken.
   void LoadChar(KSoftPath* path, int ch);
   /// A character's 8-bit coverage, the offset from the pen to its top left corner, and the advance
   /// to the next pen. Null, and nothing written, when it cannot be had. The pixmap is the cache's
@@ -108,12 +118,16 @@ class KALVORA_API KFTFontContext {
   static const FT_Outline_Funcs_ funcs;
 
  protected:
+  using Box = KTextBox;
   /// The same box in 16.16, before whole pixels. Edges stay within 64 bits.
-  struct Box {
-    std::int64_t left, top, right, bottom;
-  };
   bool ApproxBox(Box* box, unsigned count, KVertex2D origin, const KVertex2D* positions,
                  const KSoftMatrix3D& m) const;
+  /// What `count` glyphs of this context's fonts, or those of `only` if it is not null, cover on
+  /// the device at most, as far as the fonts themselves say how large their glyphs are.
+  Box ReachOf(const KFTFont* only, unsigned count, KVertex2D origin, const KVertex2D* positions,
+              const KSoftMatrix3D& m) const;
+  /// LoadChar for any code.
+  void LoadOutline(KSoftPath* path, std::uint32_t code);
 
  private:
   friend class KGlyphMasks;

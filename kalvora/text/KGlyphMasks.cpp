@@ -25,6 +25,15 @@ bool IsSmallEnough(FT_GlyphSlot glyph) {
   return width <= kMostPixels && rows <= kMostPixels && width * rows <= kMostPixels;
 }
 
+// Bitmaps stay on whole pixels.
+void MoveRight(FT_GlyphSlotRec& glyph, unsigned quarters) {
+  if (glyph.format == FT_GLYPH_FORMAT_OUTLINE) {
+    FT_Outline_Translate(&glyph.outline, 16 * static_cast<FT_Pos>(quarters), 0);
+  } else if (quarters >= 2) {
+    ++glyph.bitmap_left;
+  }
+}
+
 // A whole number of pixels from FreeType as 16.16.
 KFixed FromPixels(std::int64_t v) { return KFixed::FromInt(static_cast<std::int32_t>(v)); }
 
@@ -43,6 +52,8 @@ KFTCacheKey KeyOf(const KFTFont& font, const FT_Matrix& matrix, bool byIndex) {
                                                                 << KFTCacheKey::kHintingShift};
 }
 
+unsigned QuarterOf(const KFTCacheKey& key) { return key.style >> KFTCacheKey::kQuarterShift & 3; }
+
 FT_Matrix MatrixOf(const KFTCacheKey& key) { return {key.xx, key.xy, key.yx, key.yy}; }
 
 }  // namespace
@@ -53,6 +64,11 @@ KGlyphMasks::KGlyphMasks(KFTFontContext& setting, const KFTFont* primary, Names 
   if (!IsLoaded(font) || !context.NeedMatrix()) cache = nullptr;
   if (!cache) return;
   key = KeyOf(*font, m ? kalvora::LinearPart(*m) : *context.matrix, names == kIndices);
+  style = key.style;
+}
+
+void KGlyphMasks::UseQuarters() {
+  quarters = cache && FT_IS_SCALABLE(font->face) && kalvora::IsUnhinted(*font);
 }
 
 // What the cache does not hold for the primary font: it may for a fallback font, or be rendered.
@@ -70,6 +86,7 @@ const KFTCacheData* KGlyphMasks::FindMissed() {
   other->SetFontSize(font->size);
   KFTCacheKey otherKey = KeyOf(*other, MatrixOf(key), false);
   otherKey.ch = otherKey.hash = glyph;
+  otherKey.style |= QuarterOf(key) << KFTCacheKey::kQuarterShift;
   if (const KFTCacheData* data = cache->Find(otherKey)) return data;
   if (!other->GlyphIndex(glyph, index)) return nullptr;
   if (index != 0) return Render(other, index, otherKey);
@@ -93,6 +110,7 @@ const KFTCacheData* KGlyphMasks::Render(const KFTFont* from, std::uint32_t index
   FT_Set_Transform(from->face, context.matrix, nullptr);
   if (error != 0) return nullptr;
   const FT_GlyphSlot glyph = from->face->glyph;
+  MoveRight(*glyph, QuarterOf(as));
   if (!IsSmallEnough(glyph) || FT_Render_Glyph(glyph, FT_RENDER_MODE_NORMAL) != 0) return nullptr;
   if (!kalvora::CopyGlyph(glyph->bitmap, data->mask)) return nullptr;
   const bool blank = data->mask.pixelShift != 0;

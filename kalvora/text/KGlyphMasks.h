@@ -22,10 +22,24 @@ class KGlyphMasks {
   KGlyphMasks(KFTFontContext& setting, const KFTFont* primary, Names names,
               const KSoftMatrix3D* m = nullptr);
 
-  /// Good until the next call on this thread. Null when the glyph cannot be had.
-  const KFTCacheData* Find(std::uint32_t glyph) {
+  /// From here on glyphs stand on quarters of a pixel, if they have outlines that keep their
+  /// shapes.
+  void UseQuarters();
+  /// Takes from x, which is left on a whole pixel, the quarters for Find; 0 without UseQuarters.
+  unsigned TakeQuarter(KFixed& x) const {
+    if (!quarters) return 0;
+    // Rounded as whole pixels are, a little under half a quarter.
+    const std::int32_t rounded = (x + KFixed::FromRaw(0x1FC0)).raw >> 14;
+    x = KFixed::FromInt(rounded >> 2);
+    return rounded & 3;
+  }
+
+  /// The glyph, moved to the right by a number of quarters. Good until the next call on this
+  /// thread. Null when the glyph cannot be had.
+  const KFTCacheData* Find(std::uint32_t glyph, unsigned quarter = 0) {
     if (!cache) return nullptr;
     key.ch = key.hash = glyph;
+    key.style = style | quarter << KFTCacheKey::kQuarterShift;
     const KFTCacheData* data = cache->Find(key);
     return data ? data : FindMissed();
   }
@@ -36,8 +50,10 @@ class KGlyphMasks {
 
   KFTFontContext& context;
   const KFTFont* font;
-  KFTCache* cache;  // null when nothing can be found
-  KFTCacheKey key;  // of the glyph that is looked for, in `font`
+  KFTCache* cache;          // null when nothing can be found
+  KFTCacheKey key;          // of the glyph that is looked for, in `font`
+  std::uint32_t style = 0;  // of all these glyphs
+  bool quarters = false;
 };
 
 #endif

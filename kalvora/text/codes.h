@@ -43,6 +43,13 @@ class Utf8Codes {
     return true;
   }
 
+  /// How many codes are left.
+  unsigned Count() const {
+    unsigned left = 0;
+    for (const char* p = at; p != end; ++left) KUtf8::Next(p, end);
+    return left;
+  }
+
  private:
   const char* at;
   const char* end;

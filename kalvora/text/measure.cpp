@@ -35,13 +35,17 @@ void KFTFont::AdvancePen(KVertex2D* pen, unsigned short ch, unsigned short next,
   AdvancePenImpl(pen, ch, next, fallback, nullptr);
 }
 
-void KFTFont::AdvancePenImpl(KVertex2D* pen, unsigned short ch, unsigned short next,
+void KFTFont::AdvancePen(KVertex2D* pen, std::uint32_t code) {
+  AdvancePenImpl(pen, code, 0, nullptr, nullptr);
+}
+
+void KFTFont::AdvancePenImpl(KVertex2D* pen, std::uint32_t ch, unsigned short next,
                              KFTFont* fallback, KFTFontContext* ctx) {
   std::uint32_t index = 0;
   if (!pen || !GlyphIndex(ch, index)) return;
   KFTFont* font = this;
   if (index == 0) {
-    if (!fallback && ctx) fallback = ctx->GetFallback(ch);
+    if (!fallback && ctx) fallback = ctx->FallbackFor(ch);
     if (fallback && fallback->file) {
       font = fallback;
       font->SetFontSize(size);

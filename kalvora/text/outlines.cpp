@@ -54,11 +54,14 @@ void TakeOutline(FT_GlyphSlotRec& glyph, KSoftPath& path) {
 }  // namespace
 
 void KFTFontContext::LoadChar(KSoftPath* path, int ch) {
+  LoadOutline(path, static_cast<std::uint32_t>(ch & 0xFFFF));
+}
+
+void KFTFontContext::LoadOutline(KSoftPath* path, std::uint32_t code) {
   if (!path || !kalvora::IsLoaded(font)) return;
   path->Rewind();
   // Other contexts may share the face: it must show what this one's matrix says.
   FT_Set_Transform(font->face, matrix, nullptr);
-  const auto code = static_cast<FT_ULong>(ch & 0xFFFF);
   if (FT_Load_Char(font->face, code, kalvora::LoadFlags(*font)) == 0) {
     TakeOutline(*font->face->glyph, *path);
   }

@@ -6,6 +6,7 @@
 #include "kalvora/paint/KSoftColorRamp.h"
 #include "kalvora/support/KFlags.h"
 
+#include "tests/common/Random.h"
 #include "tests/context/Target.h"
 #include "tests/text/fonts.h"
 
@@ -180,6 +181,9 @@ TEST(DrawText, EncodingsShowTheSame) {
       utf8.context.DrawText(c.utf8, P(3, 100), spread ? places : nullptr);
       utf16.Draw(c.utf16, P(3, 100), spread ? units : nullptr);
       EXPECT_EQ(utf8, utf16) << c.utf8 << spread;
+      KVertex2D pen = P(0, 0);
+      utf8.context.AdvancePen(&pen, c.utf8);
+      EXPECT_TRUE(spread || pen == utf8.context.MeasureText(c.utf8, P(3, 100)).advance);
     }
   }
   utf8.context.Clear(kBlack);
@@ -210,6 +214,38 @@ TEST(DrawText, RoundsPensALittleUnderHalfAPixel) {
   }
 }
 
+TEST(DrawText, StandsOnQuartersOfAPixel) {
+  Page page(64, 40), other(64, 40);
+  for (Page* p : {&page, &other}) p->latin.SetFontSize(Px(13));
+  page.context.SetAttribute(6, 1);
+  const KFixed quality = KStroker::GeoQuality;
+  KStroker::GeoQuality = Px(0.02);
+  const auto draw = [&](KFixed x, KFixed wholeX, bool outlines) {
+    for (Page* p : {&page, &other}) p->context.Clear(kBlack);
+    page.Draw(u"g", {x, Px(20)});
+    if (outlines) other.DrawOutlines(u"g", {wholeX, Px(20)});
+    if (!outlines) other.Draw(u"g", {wholeX, Px(20)});
+  };
+  for (const int quarter : {-1, 0, 1, 2, 3, 4}) {
+    const KFixed at = Px(20 + quarter / 4.0);
+    for (const int off : {-0x1FC0, 0, 0x203F}) {
+      draw(at + KFixed::FromRaw(off), at, true);
+      for (unsigned i = 0; i < page.Size(); ++i) ASSERT_NEAR(page.Light(i), other.Light(i), 16);
+    }
+    draw(at + KFixed::FromRaw(0x2040), at + Px(0.25), true);
+    for (unsigned i = 0; i < page.Size(); ++i) ASSERT_NEAR(page.Light(i), other.Light(i), 16);
+  }
+  KStroker::GeoQuality = quality;
+  for (Page* p : {&page, &other}) p->latin.SetHinting(KHintingFull);  // on whole pixels as ever
+  draw(Px(20.25), Px(20), false);
+  EXPECT_EQ(page, other);
+  page.context.SetAttribute(6, 0);
+  page.latin.SetHinting(KHintingNone);
+  other.latin.SetHinting(KHintingDefault);
+  draw(Px(20.25), Px(20), false);
+  EXPECT_EQ(page, other);
+}
+
 TEST(DrawText, DrawsNothingWithoutFontFillOrText) {
   Page page(40, 40), blank(40, 40);
   KFTFont empty;
@@ -232,7 +268,7 @@ TEST(DrawText, DrawsNothingWithoutFontFillOrText) {
   EXPECT_EQ(page.context.fallbackFonts.count, 0u);
 }
 
-TEST(DrawText, LeavesOutWhatLiesOutside) {
+TEST(DrawText, IsRoughlyClippedByAGuess) {
   Page page(100, 100);
   struct Case {
     double x, y;
@@ -242,17 +278,11 @@ TEST(DrawText, LeavesOutWhatLiesOutside) {
   const Case cases[] = {{10, -21, false}, {10, -22, true},  {10, 121, false}, {10, 122, true},
                         {100, 50, false}, {101, 50, true},  {-84, 50, false}, {-85, 50, true},
                         {10, 50, false},  {30000, 50, true}};
-  const auto lookups = [] {
-    int hits, misses;
-    KFTFontContext::GetCacheStats(&hits, &misses, nullptr, nullptr, nullptr);
-    return hits + misses;
-  };
   page.context.SetFallbackFonts(nullptr, nullptr);
   for (const Case& c : cases) {
-    const int before = lookups();
-    page.Draw(u"text", P(c.x, c.y));
-    EXPECT_EQ(lookups() == before, c.clipped) << c.x << ' ' << c.y;
-    page.context.Transform().Rotate(Px(30));  // turned text is never left out
+    EXPECT_EQ(page.context.IsRoughlyClipped(Codes(u"text"), 4, P(c.x, c.y), nullptr), c.clipped)
+        << c.x << ' ' << c.y;
+    page.context.Transform().Rotate(Px(30));  // turned text never is
     EXPECT_FALSE(page.context.IsRoughlyClipped(Codes(u"text"), 4, P(c.x, c.y), nullptr));
     page.context.Transform().Identity();
   }
@@ -261,6 +291,64 @@ TEST(DrawText, LeavesOutWhatLiesOutside) {
   page.context.ResetClip();
   // A million characters are wider than 16.16 can say.
   EXPECT_FALSE(page.context.IsRoughlyClipped(Codes(u""), 1000000, P(-30000, 50), nullptr));
+}
+
+// What is left out would not have shown, and what lies far outside asks nothing of the cache.
+// What is measured is drawn.
+TEST(DrawText, LeavesOutOnlyWhatCannotBeSeenAndMeasuresWhatIs) {
+  Page page(100, 60), whole(100, 60);
+  page.context.SetFallbackFont(&page.symbols);
+  whole.context.SetFallbackFont(&whole.symbols);
+  const std::u16string kWide = u"i\uFDFA W\u2A74\u2705\u0321g";
+  Random random(3);
+  int leftOut = 0, shown = 0;
+  for (int i = 0; i < 1200; ++i) {
+    const auto any = [&](int reach) { return Px(random.Between(-reach * 64, reach * 64) / 64.0); };
+    std::u16string text(1 + random.Below(3), u' ');
+    for (char16_t& c : text) c = kWide[random.Below(static_cast<unsigned>(kWide.size()))];
+    const auto count = static_cast<unsigned>(text.size());
+    const KVertex2D origin = {any(140), any(100)};
+    const KVertex2D spread[] = {origin, {any(140), any(100)}, {any(140), any(100)}};
+    const KVertex2D* positions = random.OneIn(2) ? spread : nullptr;
+    const KFixed size = Px(8 + random.Below(30));
+    const KRect clip = {static_cast<std::int16_t>(random.Below(40)),
+                        static_cast<std::int16_t>(random.Below(30)), 80, 50};
+    const bool clips = random.OneIn(2), quarters = random.OneIn(2);
+    const KSoftMatrix3D m =
+        random.OneIn(2) ? KSoftMatrix3D() : kTransforms[random.Below(std::size(kTransforms))];
+    for (Page* p : {&page, &whole}) {
+      p->context.SetAttribute(6, quarters);
+      p->latin.SetFontSize(size);
+      p->context.SetTransform(m);
+      p->context.ResetClip();
+      p->context.Clear(kBlack);
+      if (clips) p->context.SetClipRegion(clip);
+    }
+    const auto lookups = [] {
+      int hits, misses;
+      KFTFontContext::GetCacheStats(&hits, &misses, nullptr, nullptr, nullptr);
+      return hits + misses;
+    };
+    const int before = lookups();
+    page.Draw(text, origin, positions);
+    leftOut += lookups() == before;
+    whole.context.DrawTextWithMasks(Codes(text.data()), count, origin, positions);
+    ASSERT_EQ(page, whole) << i;
+
+    const KGlyphExtents box =
+        page.context.MeasureText(Codes(text.data()), count, origin, positions);
+    const KRect& within = clips ? clip : KRect{0, 0, 100, 60};
+    for (int y = 0; y < 60; ++y) {
+      for (int x = 0; x < 100; ++x) {
+        if (page.Light(static_cast<unsigned>(100 * y + x)) == 0) continue;
+        ASSERT_TRUE(box.left <= x && x < box.right && box.top <= y && y < box.bottom) << i;
+        ASSERT_TRUE(within.left <= x && x < within.right);
+        ++shown;
+      }
+    }
+  }
+  EXPECT_GT(leftOut, 100);
+  EXPECT_GT(shown, 5000);
 }
 
 TEST(DrawText, ApproximateBounds) {

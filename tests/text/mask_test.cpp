@@ -116,7 +116,8 @@ TEST(Mask, IsWhatFreeTypeRenders) {
   }
 }
 
-TEST(Mask, HintingIsNoPartOfTheKey) {
+// What the process says is not, what the font says is.
+TEST(Mask, HintingOfTheFontIsPartOfTheKey) {
   const Rendered plain(kLatin, 13, kIdentity, 'm'), hinted(kLatin, 13, kIdentity, 'm', true);
   ASSERT_NE(plain.bytes, hinted.bytes);
   for (const bool first : {true, false}) {
@@ -126,6 +127,13 @@ TEST(Mask, HintingIsNoPartOfTheKey) {
       for (const bool hinting : {first, !first}) {
         KSoftContext2D::SetGlobalAttribute(4, hinting);
         ExpectSame(Loaded(f.setting, 'm'), first ? hinted : plain);  // the cached one
+        f.latin.SetHinting(KHintingFull);
+        ExpectSame(Loaded(f.setting, 'm'), hinted);
+        f.latin.SetHinting(KHintingNone);
+        ExpectSame(Loaded(f.setting, 'm'), plain);
+        f.latin.SetHinting(KHintingLight);
+        EXPECT_NE(Loaded(f.setting, 'm').Bytes(), plain.bytes);
+        f.latin.SetHinting(KHintingDefault);
       }
     });
   }

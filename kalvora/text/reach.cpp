@@ -1,0 +1,100 @@
+// KFTFontContext: how far text may reach, by what its fonts say of themselves.
+#include <algorithm>
+
+#include "kalvora/text/KFTFont.h"
+#include "kalvora/text/KFTFontContext.h"
+#include "kalvora/text/ft.h"
+
+namespace {
+
+using Box = KTextBox;
+
+// What is larger than any text, and small enough to be mapped in 64 bits.
+constexpr std::int64_t kWidest = std::int64_t{1} << 46;
+
+std::int64_t Held(std::int64_t v) { return std::clamp(v, -kWidest, kWidest); }
+
+// What glyphs cover around their pens at most, and the widest way from one to the next.
+struct Reach {
+  Box box = {0, 0, 0, 0};
+  std::int64_t advance = 0;
+
+  void Include(const KFTFont& font, KFixed size);
+};
+
+void Reach::Include(const KFTFont& font, KFixed size) {
+  const FT_FaceRec& face = *font.face;
+  // Hinting moves points, and rendering touches the pixels around them. Bitmaps of a fixed size
+  // are what they are, and lie about the pen somehow.
+  std::int64_t margin = 2 << 16;
+  for (int i = 0; i < face.num_fixed_sizes; ++i) {
+    margin = std::max(margin, std::int64_t{face.available_sizes[i].y_ppem} * 1024 * 2);
+  }
+  if (FT_HAS_FIXED_SIZES(&face)) margin = std::max(margin, std::int64_t{size.raw} * 2);
+  Box own = {0, 0, 0, 0};
+  std::int64_t widest = 0;
+  if (face.units_per_EM > 0) {
+    const auto pixels = [&](std::int64_t units) {
+      return std::clamp<std::int64_t>(units, -(1 << 24), 1 << 24) * size.raw / face.units_per_EM;
+    };
+    own = {pixels(face.bbox.xMin), -pixels(face.bbox.yMax), pixels(face.bbox.xMax),
+           -pixels(face.bbox.yMin)};
+    widest = pixels(face.max_advance_width);
+  }
+  box = {std::min(box.left, own.left - margin), std::min(box.top, own.top - margin),
+         std::max(box.right, own.right + margin), std::max(box.bottom, own.bottom + margin)};
+  advance = std::max({advance, widest, box.right - box.left});
+}
+
+// The pens of a line.
+Box PenBox(unsigned count, std::int64_t advance, KVertex2D origin, const KVertex2D* positions) {
+  if (!positions) {
+    const std::int64_t glyphs = std::min(count, 1u << 24);
+    const std::int64_t length = Held(glyphs * std::min(advance, std::int64_t{1} << 38));
+    return {origin.x.raw, origin.y.raw, origin.x.raw + length, origin.y.raw};
+  }
+  Box box = {positions->x.raw, positions->y.raw, positions->x.raw, positions->y.raw};
+  for (unsigned i = 1; i < count; ++i) {
+    box.left = std::min<std::int64_t>(box.left, positions[i].x.raw);
+    box.top = std::min<std::int64_t>(box.top, positions[i].y.raw);
+    box.right = std::max<std::int64_t>(box.right, positions[i].x.raw);
+    box.bottom = std::max<std::int64_t>(box.bottom, positions[i].y.raw);
+  }
+  return box;
+}
+
+// The smallest and the largest product of [a, b] with m, in 16.16.
+struct Range {
+  std::int64_t low, high;
+
+  Range(std::int64_t a, std::int64_t b, KFixed m) : low(Mul(a, m)), high(Mul(b, m)) {
+    if (low > high) std::swap(low, high);
+  }
+  static std::int64_t Mul(std::int64_t x, KFixed m) {
+    return (x >> 16) * m.raw + ((x & 0xFFFF) * m.raw >> 16);
+  }
+};
+
+}  // namespace
+
+KTextBox KFTFontContext::ReachOf(const KFTFont* only, unsigned count, KVertex2D origin,
+                                 const KVertex2D* positions, const KSoftMatrix3D& m) const {
+  Reach reach;
+  const KFixed size = (only ? only : font)->size;
+  const auto include = [&](const KFTFont* one) {
+    if (kalvora::IsLoaded(one)) reach.Include(*one, size);
+  };
+  include(only ? only : font);
+  if (!only) {
+    include(fallbackFont);
+    for (const KFTFont* other : fallbackFonts) include(other);
+  }
+  const Box pens = PenBox(count, reach.advance, origin, positions);
+  const Range xx(Held(pens.left + reach.box.left), Held(pens.right + reach.box.right), m.m0);
+  const Range xy(Held(pens.left + reach.box.left), Held(pens.right + reach.box.right), m.m1);
+  const Range yx(Held(pens.top + reach.box.top), Held(pens.bottom + reach.box.bottom), m.m3);
+  const Range yy(Held(pens.top + reach.box.top), Held(pens.bottom + reach.box.bottom), m.m4);
+  constexpr std::int64_t kRounding = 2 << 16;
+  return {xx.low + yx.low + m.m6.raw - kRounding, xy.low + yy.low + m.m7.raw - kRounding,
+          xx.high + yx.high + m.m6.raw + kRounding, xy.high + yy.high + m.m7.raw + kRounding};
+}
