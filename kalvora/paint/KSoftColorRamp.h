@@ -29,7 +29,8 @@ enum KSpread : std::uint32_t {
 /// be copied.
 ///
 /// Fewer than one stop draws nothing; one stop is that colour everywhere; equal positions switch
-/// the colour sharply. Positions must not descend; where they do the colours are meaningless.
+/// the colour sharply; a position that descends counts as the highest before it. A linear ramp that
+/// repeats more than 16 times a pixel shows its last colour.
 struct KALVORA_API KSoftColorRamp {
   /// Linear: the images of (0, 0) and (1, 0) are where the ramp starts and where position 1.0 lies;
   /// an axis without length shows the last colour. Radial: (m6, m7) is the centre, and the length

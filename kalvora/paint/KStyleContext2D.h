@@ -20,18 +20,13 @@ struct KPaintWords {
   KColor32 color{0, 0, 0, 0};             ///< premultiplied and weighted by the opacity
   std::int32_t opacity = 256;             ///< of a pattern, 0..256
   const KSoftPixmap* source = nullptr;    ///< the pattern
-  void* table0 = nullptr;                 ///< gradient stop colours, the ramp's own or in scratch
-  void* table1 = nullptr;                 ///< gradient stop positions, likewise
+  void* table0 = nullptr;                 ///< a radial gradient's table of colours, in scratch
+  void* table1 = nullptr;                 ///< the prepared ramp of a gradient, in scratch
   std::uint32_t ownedTables = 0;          ///< bit 0: table0 is freed here; bit 1: table1
-  void* scratch = nullptr;                ///< private gradient stops, kept from draw to draw
+  void* scratch = nullptr;                ///< kept from draw to draw
   std::uint32_t ownsScratch = 0;
   std::uint32_t scratchSize = 0;  ///< bytes of scratch
-  std::uint32_t stopCount = 0;
-  std::uint32_t spread = 0;
-  std::uint32_t rampWord = 0;  ///< the ramp's second reserved word / 32; read by nobody
-  KVertex2D axisStart = KVertex2D::Origin;
-  KVertex2D axisUnit = KVertex2D::Origin;
-  KSoftMatrix3D inverse;  ///< device to paint, of a radial gradient
+  KSoftMatrix3D inverse;          ///< device to paint, of a radial gradient
   KFixed pickX = KFixed::FromRaw(0);
   KFixed pickY = KFixed::FromRaw(0);
   bool* pickHit = nullptr;

@@ -1,20 +1,37 @@
-// Lengths of evenly spaced vectors, many at a time.
+// Distances of a row's pixels from the centre of a radial gradient.
 #ifndef KALVORA_PAINT_DISTANCES_H
 #define KALVORA_PAINT_DISTANCES_H
 
+#include <cstdint>
+
 #include "kalvora/core/KVertex2D.h"
+#include "kalvora/paint/loops/loops.h"
 
 namespace kalvora {
 
-/// Lengths are computed this many at a time.
-inline constexpr int kDistances = 16;
+/// Offsets g + i step, i = 0, 1, ..., of 16.16 coordinates that wrap.
+struct OffsetRow {
+  KVertex2D g, step;
 
-/// out[i] = (g + i step).Norm(), i = 0..kDistances - 1, to the bit.
-void Distances(KVertex2D g, KVertex2D step, std::int32_t* out);
+  KVertex2D At(int i) const;
+  /// floor(|g + i step|), the true length in 16.16.
+  std::uint32_t DistanceAt(int i) const;
+  OffsetRow From(int i) const { return {At(i), step}; }
+  /// None of the first n offsets wraps, and |g|^2 stays below 2^62: the squares of the row are a
+  /// series whose second differences are constant.
+  bool IsSeries(int n) const;
+};
 
-/// How many of the n vectors g, g + step, ... from the first on are certainly no shorter than
-/// `radius`, by Norm's measure. A few that touch the circle may be left out.
-int PixelsBeyond(KVertex2D g, KVertex2D step, std::int32_t radius, int n);
+/// The squares of an OffsetRow that IsSeries.
+struct SquareSeries : Squares {
+  explicit SquareSeries(const OffsetRow& row);
+  std::uint64_t At(int i) const {
+    const auto k = static_cast<std::uint64_t>(i);
+    return start + k * rise + k * (k - 1) / 2 * growth;
+  }
+  /// Certainly none of s(0) to s(n - 1) is below `limit`.
+  bool StaysFrom(std::uint64_t limit, int n) const;
+};
 
 }  // namespace kalvora
 

@@ -1,87 +1,113 @@
-// Colour ramps as the gradient fillers see them: preparation for a draw, and look-up.
+// Colour ramps as the gradient fillers see them: preparation for a draw, and the colours of a row.
+//
+// The colour of a pixel is a function of the pixel alone, not of where a span or the clip begins.
+// So t, the position along the ramp, and the channels between two stops are computed from the
+// pixel's absolute coordinates by integers with enough fraction bits for the widest target.
 #ifndef KALVORA_PAINT_RAMP_H
 #define KALVORA_PAINT_RAMP_H
 
 #include <cstdint>
-
-#include "kalvora/core/KFixed.h"
 
 struct KSoftColorRamp;
 struct KStyleContext2D;
 
 namespace kalvora {
 
-/// Makes table0, table1, stopCount and spread of the style context ready for a draw. Colours
-/// are copied only to weigh them by an opacity (0..256) below 256, positions only for a scale
-/// other than 1.0; the copies stay in the scratch buffer, which grows as needed and is kept. A
-/// scale of 0 and less, or a repeated ramp without a period, leaves the last colour alone. False
-/// when there is nothing to draw, or no memory.
-bool PrepareRamp(KStyleContext2D* style, const KSoftColorRamp* ramp, std::int32_t opacity,
-                 KFixed scale);
+struct Loops;
 
-/// The colours between two neighbouring stops as straight lines of t:
-///
-///     c(t) = c0 + 0x7F00 + ((t - p0) r) (c1 - c0),   r = 1 / (p1 - p0)
-///
-/// in each channel, 16.16, of which the whole part, held to 0..255, is the channel of the pixel.
-struct StopPair {
-  std::int32_t p0 = 0;  ///< the pair colours p0 < t <= p1
-  std::int32_t p1 = 0;
-  KFixed r = KFixed::FromRaw(0);
-  std::int32_t c0[4];  ///< blue, green, red, alpha
-  std::int32_t dc[4];
+/// Where pixels lie along a ramp: t(x, y) = origin + x stepX + y stepY, in any unit.
+struct RampLine {
+  std::int64_t origin;
+  std::int32_t stepX, stepY;
 
-  /// Channel i at k = (t - p0) r, 16.16 and not yet held to its range. Wraps for absurd k.
-  std::int32_t Channel(int i, KFixed k) const {
-    return static_cast<std::int32_t>((static_cast<std::uint32_t>(c0[i]) << 16) + 0x7F00u +
-                                     static_cast<std::uint32_t>(k.raw) *
-                                         static_cast<std::uint32_t>(dc[i]));
+  std::int64_t At(std::int32_t x, std::int32_t y) const {
+    return origin + std::int64_t{x} * stepX + std::int64_t{y} * stepY;
   }
 };
 
-/// Finds the stops around t. The position is kept from one look-up to the next.
-class RampReader {
- public:
-  explicit RampReader(const KStyleContext2D* style);
+/// Takes the positions of stops to the unit of a line: (position factor) >> shift.
+struct RampScale {
+  std::int64_t factor;
+  int shift;
 
-  std::int32_t First() const { return first_; }
-  std::int32_t Last() const { return last_; }
-  std::uint32_t FirstColor() const { return colors_[0]; }
-  std::uint32_t LastColor() const { return colors_[count_ - 1]; }
-  bool Repeats() const { return repeats_; }
-  /// t in a ramp that repeats with the period Last(): 0 to Last() - 1.
-  std::int32_t Wrap(std::int32_t t) const {
-    const std::int32_t rest = t % last_;
-    return rest < 0 ? rest + last_ : rest;
-  }
-  /// The pair around t, which lies between First() and Last().
-  const StopPair& Seek(std::int32_t t) {
-    if (t <= pair_.p0 || t > pair_.p1) Move(t);
-    return pair_;
-  }
+  std::int64_t operator()(std::int32_t position) const { return position * factor >> shift; }
+};
+
+/// Two neighbouring stops, and the straight lines that channels follow between them:
+///
+///     f = (t - p0) / (p1 - p0),   channel = c0 + 0x7F00 + f (c1 - c0)
+///
+/// f has 32 fraction bits, here and where it is modulo 2^64; of the channel, 16.16, the pixel takes
+/// the whole part.
+struct StopPair {
+  std::int64_t p0, p1;    ///< the pair colours p0 < t <= p1
+  std::uint64_t f;        ///< of pixel (0, 0)
+  std::uint64_t fX, fY;   ///< what it grows by from a pixel to the next, and to the one below
+  std::uint64_t fPeriod;  ///< and from a period of the ramp to the next
+  std::uint32_t c0, c1;   ///< pixels
+};
+
+/// A ramp, ready for a draw, followed in memory by its pairs.
+struct PreparedRamp {
+  RampLine line;
+  std::int64_t first, last;  ///< positions of the end stops; a repeating ramp's period is `last`
+  std::uint32_t firstColor, lastColor;
+  std::uint32_t pairCount;  ///< those whose stops lie apart
+  bool repeats;
+  const Loops* loops;
+
+  StopPair* Pairs() { return reinterpret_cast<StopPair*>(this + 1); }
+  const StopPair* Pairs() const { return reinterpret_cast<const StopPair*>(this + 1); }
+  /// Puts the pixels of the draw on a line.
+  void SetLine(const RampLine& pixels);
+  /// The colour at t, of a ramp that is padded.
+  std::uint32_t ColorAt(std::int64_t t) const;
+};
+
+/// Prepares a ramp, but for its line, in the style context's scratch buffer, which grows as needed
+/// and is kept, weighed by an opacity of 0..256. Behind it lie `words` words for the caller, to
+/// which table0 points; table1 points to the ramp. Positions that descend are raised to the one
+/// before. A repeating ramp whose period is shorter than `leastPeriod`, at least 1, has the last
+/// colour alone, as has one with a factor of 0. Null when there is nothing to draw, or no memory.
+PreparedRamp* PrepareRamp(KStyleContext2D* style, const KSoftColorRamp* source,
+                          std::int32_t opacity, const RampScale& scale, std::int64_t leastPeriod,
+                          std::uint32_t words = 0);
+
+/// A walk along a row: a run of pixels of one colour, or between the same two stops, after the
+/// other.
+class RampWalk {
+ public:
+  RampWalk(const PreparedRamp& ramp, std::int32_t x, std::int32_t y)
+      : ramp_(ramp), pair_(ramp.Pairs()), t_(ramp.line.At(x, y)), x_(x), y_(y) {}
+
+  /// Starts the next run and returns its length, 1 to n.
+  int Next(int n);
+  /// The run has one colour.
+  bool IsFlat() const { return flat_; }
+  /// The run lies beyond an end of a padded ramp, where a colour of 0 paints nothing.
+  bool IsEnd() const { return ended_; }
+  std::uint32_t Color() const { return color_; }
+  /// Writes the next n pixels of a run that is not flat.
+  void Write(std::uint32_t* to, int n);
 
  private:
-  void Move(std::int32_t t);
+  int Flat(std::uint32_t color, std::int64_t room, int n);
+  void SetColors();
+  /// Goes on by up to n pixels, as many as t has room for.
+  int Advance(std::int64_t room, int n);
 
-  const std::uint32_t* colors_;
-  const std::int32_t* positions_;
-  std::uint32_t count_;
-  std::int32_t first_, last_;
-  bool repeats_;
-  std::uint32_t index_ = 1;  // of the pair's upper stop
-  StopPair pair_;
+  const PreparedRamp& ramp_;
+  const StopPair* pair_;
+  std::int64_t t_;
+  std::int64_t start_ = 0;   // of the period that t lies in
+  std::int64_t period_ = 0;  // and its number
+  std::int32_t x_, y_;
+  bool flat_ = false;
+  bool ended_ = false;
+  std::uint32_t color_ = 0;
+  std::uint32_t value_[4];  // channels, 8.24: blue, green, red, alpha
+  std::uint32_t grow_[4];   // and what they grow by per pixel
 };
-
-/// The whole part of a channel, held to 0..255.
-inline std::uint32_t HeldChannel(std::int32_t v) {
-  if (static_cast<std::uint32_t>(v) >= 0x1000000) return v < 0 ? 0 : 255;
-  return static_cast<std::uint32_t>(v) >> 16;
-}
-
-/// Four channels of 16.16, each held to 0..255, as a pixel.
-inline std::uint32_t PackChannels(std::int32_t b, std::int32_t g, std::int32_t r, std::int32_t a) {
-  return HeldChannel(a) << 24 | HeldChannel(r) << 16 | HeldChannel(g) << 8 | HeldChannel(b);
-}
 
 }  // namespace kalvora
 

@@ -18,7 +18,6 @@ class Scene {
 
   KSoftContext2D& context;
   Random random;
-  bool gradient = false;  ///< the paint is one
 
   KFixed Fixed(int low, int high) {
     const std::int32_t raw = random.Between(low * 0x10000, high * 0x10000);
@@ -76,7 +75,6 @@ class Scene {
     context.SetFillColor(Color());
     context.SetStrokeColor(Color());
     const unsigned kind = random.Below(6);
-    gradient = kind >= 4;
     if (kind == 3) {
       Turn(Pixmap().transform);
       context.SetFillPixmap(&pixmap);
@@ -86,7 +84,8 @@ class Scene {
         {kalvora::kZero, Color()}, {kalvora::kHalf, Color()}, {kalvora::kOne, Color()}};
     const KSpread spread = random.OneIn(2) ? KSpreadRepeat : KSpreadPad;
     if (kind == 4) {
-      const KVertex2D from = Point(), to = Point();
+      const KVertex2D from = Point();
+      const KVertex2D to = random.OneIn(3) ? from + Size(5600) : Point();
       ramp.SetLinear(from, to, stops, 3, spread);
       context.SetFillLGrad(&ramp);
       context.SetStrokeLGrad(&ramp);
@@ -97,7 +96,8 @@ class Scene {
       context.SetFillColor({0, 0, 0, 0});
       context.SetStrokeColor({0, 0, 0, 0});
       const KVertex2D centre = Point();
-      ramp.SetRadial(centre, Fixed(20, 40), stops, 3, spread);
+      const KFixed radius = random.OneIn(3) ? Fixed(1, 8000) : Fixed(20, 40);
+      ramp.SetRadial(centre, radius, stops, 3, spread);
       context.SetFillRGrad(&ramp);
       context.SetStrokeRGrad(&ramp);
     }
@@ -159,7 +159,6 @@ void DrawRound(Scene& s) {
 }
 
 void DrawPixmap(Scene& s) {
-  s.gradient = false;
   KSoftPixmap& pixmap = s.Pixmap();
   const KVertex2D a = s.Point();
   const KVertex2D own = {KFixed::FromInt(static_cast<int>(pixmap.width)),
@@ -172,7 +171,6 @@ void DrawPixmap(Scene& s) {
 
 // The quarter turns that have a path of their own, called directly.
 void DrawTurned(Scene& s) {
-  s.gradient = false;
   KSoftPixmap& pixmap = s.Pixmap();
   const int quarters = s.random.Between(1, 3);
   pixmap.transform.Identity();
@@ -217,7 +215,7 @@ const Family kFamilies[9] = {
 
 void PrintTo(const Family& family, std::ostream* out) { *out << family.name; }
 
-bool DrawScene(Target& t, const Family& family, std::uint64_t seed, const KRect* clip) {
+void DrawScene(Target& t, const Family& family, std::uint64_t seed, const KRect* clip) {
   t.context.RenderToTexture(&t.pixmap);
   Scene scene(t.context, seed);
   for (unsigned i = 0; i < kSceneSize * kSceneSize; ++i) {
@@ -232,5 +230,4 @@ bool DrawScene(Target& t, const Family& family, std::uint64_t seed, const KRect*
   scene.Paint();
   scene.Turn(t.context.Transform());
   if (family.draw) family.draw(scene);
-  return scene.gradient;
 }

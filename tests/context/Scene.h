@@ -21,8 +21,7 @@ extern const Family kFamilies[9];
 /// Width and height of the targets.
 constexpr unsigned kSceneSize = 48;
 
-/// Draws the scene of a seed over a background of its own, within the clip if there is one; true
-/// when its paint is a gradient.
-bool DrawScene(Target& t, const Family& family, std::uint64_t seed, const KRect* clip);
+/// Draws the scene of a seed over a background of its own, within the clip if there is one.
+void DrawScene(Target& t, const Family& family, std::uint64_t seed, const KRect* clip);
 
 #endif

@@ -1,10 +1,12 @@
-// Gradients: linear and radial fillers against plain per-pixel references.
+// Gradients: linear and radial fillers against the ideal gradient and each other.
 #include <algorithm>
-#include <optional>
+#include <cmath>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "kalvora/core/roots.h"
 #include "kalvora/paint/KSoftColorRamp.h"
 #include "kalvora/paint/distances.h"
 
@@ -13,9 +15,6 @@
 
 namespace {
 
-using reference::Add;
-using reference::Mul;
-using reference::Sub;
 using reference::Word;
 
 struct Stops {
@@ -23,59 +22,65 @@ struct Stops {
   std::vector<std::int32_t> positions;
 };
 
-/// One pixel of a gradient.
-struct Shade {
-  Word color;
-  bool end;  // of a padded ramp
-};
-
-/// Looks up the colours of one span, t after t, pixel by pixel.
-class RampReference {
+/// What gradients are, in real numbers: the colour at a position of a ramp.
+class Ideal {
  public:
-  RampReference(const Stops& stops_, bool repeat_) : stops(stops_), repeat(repeat_) {}
+  /// Positions are multiplied by `unit`.
+  Ideal(const Stops& stops_, bool repeats, double unit_) : stops(stops_), unit(unit_) {
+    period = repeats ? At(stops.positions.size() - 1) : 0;
+  }
 
-  /// `step` carries the interpolation from the pixel before; without, every t stands alone.
-  Shade At(std::int32_t& t, std::optional<std::int32_t> step) {
-    const auto& p = stops.positions;
-    if (p.size() == 1) return {stops.colors[0], true};
-    const std::int32_t first = p.front(), last = p.back();
-    if (t <= first || t >= last) {
-      pair = 0;
-      if (!repeat) return {t <= first ? stops.colors.front() : stops.colors.back(), true};
-      t %= last;
-      if (t < 0) t += last;
-      if (t <= first) return {stops.colors.front(), false};
-    }
-    std::size_t i = 1;
-    while (p[i] < t) ++i;
-    const std::int32_t r = p[i] == p[i - 1] ? 0 : KFixed::Inverse(Fixed(Sub(p[i], p[i - 1]))).raw;
-    Word color = 0;
-    for (int c = 0; c < 4; ++c) {
-      const auto from = static_cast<std::int32_t>(reference::Channel(stops.colors[i - 1], c)) << 16;
-      const auto to = static_cast<std::int32_t>(reference::Channel(stops.colors[i], c)) << 16;
-      if (step && i == pair) {
-        value[c] = Add(value[c], Mul(Mul(*step, r), to - from));
-      } else {
-        value[c] = Add(from + 0x7F00, Mul(Mul(Sub(t, p[i - 1]), r), to - from));
-      }
-      color |= static_cast<Word>(std::clamp(value[c] >> 16, 0, 255)) << (8 * c);
-    }
-    pair = i;
-    return {color, false};
+  /// Whether `got` is the colour at t, give or take `near`, with channels off by less than
+  /// `levels`.
+  bool Shows(double t, Word got, double near, double levels) const {
+    return Matches(t, got, near, levels) || Matches(t - near, got, near, levels) ||
+           Matches(t + near, got, near, levels);
+  }
+  /// t lies at an end of a padded ramp or beyond it.
+  bool IsEnd(double t) const {
+    return period == 0 && (t <= At(0) || t >= At(stops.positions.size() - 1));
   }
 
  private:
+  double At(std::size_t i) const { return stops.positions[i] * unit; }
+  bool Matches(double t, Word got, double near, double levels) const {
+    const std::size_t last = stops.positions.size() - 1;
+    if (period > 0 && (t <= At(0) || t >= At(last))) t -= std::floor(t / period) * period;
+    if (t <= At(0)) return got == stops.colors.front();
+    if (t >= At(last)) return Distance(got, stops.colors.back()) <= levels;
+    std::size_t i = 1;
+    while (At(i) < t) ++i;
+    const double width = At(i) - At(i - 1), f = (t - At(i - 1)) / width;
+    for (int c = 0; c < 4; ++c) {
+      const double from = reference::Channel(stops.colors[i - 1], c);
+      const double rise = reference::Channel(stops.colors[i], c) - from;
+      const double want = from + f * rise + 0x7F00 / 65536.0;
+      const double off = levels + near * std::fabs(rise) / width;
+      const double channel = reference::Channel(got, c);
+      if (channel < std::floor(want - off) || channel > std::floor(want + off)) return false;
+    }
+    return true;
+  }
+  static double Distance(Word a, Word b) {
+    double most = 0;
+    for (int c = 0; c < 4; ++c) {
+      most = std::max(most, std::fabs(1.0 * reference::Channel(a, c) - reference::Channel(b, c)));
+    }
+    return most;
+  }
+
   const Stops& stops;
-  bool repeat;
-  std::size_t pair = 0;
-  std::int32_t value[4] = {};
+  double unit, period;
 };
 
+/// A pixel that a span of colours left as it was.
+constexpr Word kThrough = 0x12345678;
+
 /// Colours, blended, plain, or covered.
-Word Expected(bool aa, bool blend, Shade s, Word d, std::int32_t coverage) {
-  if (s.end && s.color == 0) return d;
+Word Expected(bool aa, bool blend, Word s, Word d, std::int32_t coverage) {
+  if (s == kThrough) return d;
   const Word w = aa ? reference::CoverageWeight(coverage) : 256;
-  return reference::Composite(d, s.color, aa || blend, w);
+  return reference::Composite(d, s, aa || blend, w);
 }
 
 Word AnyColor(Random& random, bool opaque) {
@@ -113,18 +118,6 @@ void Use(KSoftColorRamp& ramp, const Stops& stops, std::uint32_t spread) {
   for (Word c : stops.colors) ramp.rampAlpha |= c >> 24 != 255;
 }
 
-/// The stops as a draw sees them.
-Stops Prepared(const Stops& stops, int opacity, std::int32_t scale, bool repeat) {
-  Stops result = stops;
-  for (Word& c : result.colors) c = reference::Scale(c, static_cast<Word>(opacity));
-  for (std::int32_t& p : result.positions) p = Mul(p, scale);
-  if (scale <= 0 || (repeat && result.positions.back() <= 0)) {
-    result.colors = {result.colors.back()};
-    result.positions = {0};
-  }
-  return result;
-}
-
 KSoftMatrix3D AnyAxis(Random& random, bool radial) {
   KSoftMatrix3D m;
   const auto place = [&] {
@@ -152,77 +145,103 @@ KSoftMatrix3D AnyAxis(Random& random, bool radial) {
   return m;
 }
 
-/// The axis of a linear gradient, and where pixels lie along it.
-struct Axis {
-  explicit Axis(const KSoftMatrix3D& m) : start{m.m6, m.m7} {
-    const KVertex2D end = m.identity         ? KVertex2D{Fixed(0x10000), Fixed(0)}
-                          : m.linearIdentity ? KVertex2D{m.m6 + Fixed(0x10000), m.m7}
-                                             : KVertex2D{m.m0 + m.m6, m.m1 + m.m7};
-    const KVertex2D d = end - start;
-    length = d.Norm();
-    const KFixed inverse = length.raw > 0 ? KFixed::Inverse(length) : Fixed(0);
-    ux = (d.x * inverse).raw, uy = (d.y * inverse).raw;
+/// Where the pixels of a gradient lie along its ramp.
+struct Place {
+  Place(const KSoftMatrix3D& m_, bool radial_) : m(m_), radial(radial_) {
+    if (radial) return;
+    const bool unit = m.identity || m.linearIdentity;
+    dx = unit ? 1 : m.m0.raw / 65536.0, dy = unit ? 0 : m.m1.raw / 65536.0;
+    length = std::hypot(dx, dy);
   }
-  std::int32_t At(std::int32_t x, std::int32_t y) const {
-    return Add(Mul(Sub(y << 16, start.y.raw), uy), Mul(Sub(x << 16, start.x.raw), ux));
+  double At(int x, int y) const {
+    if (radial) {
+      const std::int64_t ox = x * 0x10000 - std::int64_t{m.m6.raw};
+      const std::int64_t oy = y * 0x10000 - std::int64_t{m.m7.raw};
+      const auto offset = [&](KFixed a, KFixed b) {
+        return Fixed(static_cast<std::int32_t>((a.raw * ox >> 16) + (b.raw * oy >> 16)));
+      };
+      const KVertex2D g{offset(m.m0, m.m3), offset(m.m1, m.m4)};
+      return kalvora::Root(static_cast<std::uint64_t>(std::int64_t{g.x.raw} * g.x.raw) +
+                           static_cast<std::uint64_t>(std::int64_t{g.y.raw} * g.y.raw));
+    }
+    const double px = x - m.m6.raw / 65536.0, py = y - m.m7.raw / 65536.0;
+    return (px * dx + py * dy) / length;
   }
+  /// What takes positions to the same unit.
+  double Unit() const { return radial ? 1 : length / 65536; }
 
-  KVertex2D start;
-  KFixed length;
-  std::int32_t ux, uy;
+  const KSoftMatrix3D& m;
+  bool radial;
+  double dx = 0, dy = 0, length = 1;
 };
 
-TEST(Gradients, FollowTheRules) {
+/// Every filler shows, wherever its span begins, the same colours, and they are those of the ideal
+/// gradient: of linear ones to 1/50 of a level, of radial ones to a level.
+TEST(Gradients, AreFunctionsOfThePixel) {
   Random random(1);
+  int checked = 0;
   for (int round = 0; round < 6000; ++round) {
     const bool radial = round % 2, pixels = random.OneIn(4);
     Span span(random, random.Between(1, round % 10 ? 60 : 2500));
-    const Stops stops = AnyStops(random, pixels);
+    Stops stops = AnyStops(random, pixels);
     KSoftColorRamp ramp;
     Use(ramp, stops, random.Below(3));
-    const bool repeat = ramp.spread == KSpreadRepeat;
-    if (random.OneIn(4)) ramp.rampAlpha = !ramp.rampAlpha;
     ramp.axis = AnyAxis(random, radial && random.OneIn(2));
     if (pixels && !radial) {
       ramp.axis.Identity();
       if (random.OneIn(2)) ramp.axis.PreScale({Fixed(-0x10000), Fixed(0x10000)});
       ramp.axis.Translate({KFixed::FromInt(random.Between(-50, 150)), Fixed(0)});
     }
+    const Place place(ramp.axis, radial);
+    // Shorter axes and periods show what is left of a ramp, or noise.
+    const double last = stops.positions.back() * place.Unit();
+    const bool repeat = ramp.spread == KSpreadRepeat && last > 0;
+    if (!radial && (place.length < 0.5 || (repeat && last < 4))) continue;
+    if (radial && ramp.spread == KSpreadRepeat && stops.positions.back() <= 0) continue;
+    ++checked;
+
+    // The colours: those of a ramp that was weighed beforehand, drawn as if it were opaque.
     KPaint paint;
     paint.linearRamp = paint.radialRamp = &ramp;
     paint.opacity = random.OneIn(2) ? 256 : random.Between(0, 256);
-    paint.translucent = random.OneIn(2);
+    const int opacity = std::exchange(paint.opacity, 256);
+    std::vector<Word> own = stops.colors;
+    for (Word& c : stops.colors) c = reference::Scale(c, static_cast<Word>(opacity));
+    ramp.rampAlpha = 0;
     span.style.paint = &paint;
+    const int type = radial ? KPaintRadialGradient : KPaintLinearGradient;
+    const int y = random.OneIn(2) ? random.Between(0, 400) : random.Between(0, 2000);
+    std::fill_n(span.style.row, span.width, kThrough);
+    span.SetSpan(0, span.width, y);
+    Init(span.style, type).solid(&span.style);
+    const std::vector<Word> colors(span.style.row, span.style.row + span.width);
+    const Ideal ideal(stops, repeat, place.Unit());
+    for (int x = 0; x < span.width; ++x) {
+      const double t = place.At(x, y);
+      const Word color = colors[static_cast<std::size_t>(x)];
+      const bool through = color == kThrough && ideal.IsEnd(t);
+      ASSERT_TRUE(ideal.Shows(t, through ? 0 : color, radial ? 0 : 1e-5, radial ? 1.01 : 0.02))
+          << std::hex << color << std::dec << " at " << x << ", " << y << ", t " << t
+          << " in round " << round << ", stops " << stops.colors.size();
+    }
 
-    const KSoftMatrix3D& m = ramp.axis;
-    const Axis axis(m);
-    const Stops prepared =
-        Prepared(stops, paint.opacity, radial ? 0x10000 : axis.length.raw, repeat);
-    // Stretched too far, positions wrap and descend; what such ramps show is left open.
-    if (!std::is_sorted(prepared.positions.begin(), prepared.positions.end())) continue;
-    const bool blend = paint.opacity != 256 || (radial ? paint.translucent : ramp.rampAlpha != 0);
-    const Fillers fillers =
-        Init(span.style, radial ? KPaintRadialGradient : KPaintLinearGradient, random.OneIn(2));
+    // All fillers composite them.
+    stops.colors = own;
+    ramp.rampAlpha = random.OneIn(2), paint.translucent = random.OneIn(2);
+    paint.opacity = opacity;
+    const bool blend = opacity != 256 || (radial ? paint.translucent : ramp.rampAlpha != 0);
+    const Fillers fillers = Init(span.style, type, random.OneIn(2));
     for (const bool aa : {false, true, false, true}) {
       span.Renew(random);
-      if (random.OneIn(2)) span.style.y = random.Between(0, 400);
-      const int x0 = span.style.x0, y = span.style.y;
-      RampReference reference(prepared, repeat);
-      std::int32_t along = axis.At(x0, y);
-      const KFixed dx = KFixed::FromInt(x0) - m.m6, dy = KFixed::FromInt(y) - m.m7;
-      KVertex2D g{m.m0 * dx + m.m3 * dy, m.m1 * dx + m.m4 * dy};
+      span.style.y = y;
       const auto expected = [&](int x, Word was) {
-        std::int32_t distance = g.Norm().raw;
-        const Shade s =
-            radial ? reference.At(distance, std::nullopt) : reference.At(along, axis.ux);
-        along = Add(along, axis.ux);
-        g = g + KVertex2D{m.m0, m.m1};
-        return Expected(aa, blend, s, was, span.style.lineBuffer[x]);
+        return Expected(aa, blend, colors[static_cast<std::size_t>(x)], was,
+                        span.style.lineBuffer[x]);
       };
-      ASSERT_TRUE(span.Check(aa ? fillers.coverage : fillers.solid, expected))
-          << "round " << round << " ux " << axis.ux << " stops " << stops.colors.size();
+      ASSERT_TRUE(span.Check(aa ? fillers.coverage : fillers.solid, expected)) << "round " << round;
     }
   }
+  EXPECT_GT(checked, 4000);
 }
 
 /// Ramps of any words, in any order and on any axis: no crash, no hang, nothing outside the span.
@@ -294,58 +313,53 @@ TEST(Gradients, StatedValues) {
     const KFixed length = KFixed::FromInt(row.length);
     ramp.axis.Set(length, Fixed(0), Fixed(0), length, KFixed::FromInt(10), Fixed(0));
     ramp.axis.identity = ramp.axis.linearIdentity = 0;
-    // Copies only of what an opacity or an axis of another length changes.
-    paint.opacity = 128;
-    Init(span.style, row.type);
-    EXPECT_EQ(static_cast<const Word*>(span.style.table0)[row.length ? 1 : 0], 0x7F7F7F7Fu);
     paint.opacity = 256;
     Init(span.style, row.type).solid(&span.style);
     EXPECT_EQ(span.style.row[row.x], row.want) << row.x;
-    if (row.length == 0) continue;
-    EXPECT_EQ(span.style.table0, colors);
-    EXPECT_EQ(span.style.table1 == positions, row.length == 1);
   }
 }
 
-TEST(Distances, AreNorms) {
+TEST(Distances, AreExactFloors) {
   Random random(5);
   for (int round = 0; round < 20000; ++round) {
     const auto word = [&] {
       return random.OneIn(2) ? Fixed(static_cast<std::int32_t>(random.Word()))
                              : Fixed(random.Between(-0x2000000, 0x2000000));
     };
-    KVertex2D at{word(), word()};
-    const KVertex2D step{word(), random.OneIn(3) ? Fixed(0) : word()};
-    std::int32_t got[kalvora::kDistances];
-    kalvora::Distances(at, step, got);
-    for (std::int32_t d : got) {
-      ASSERT_EQ(d, at.Norm().raw) << at.x.raw << ", " << at.y.raw;
-      at = at + step;
+    const kalvora::OffsetRow row{{word(), word()}, {word(), random.OneIn(3) ? Fixed(0) : word()}};
+    const int n = random.Between(1, 40);
+    const bool series = row.IsSeries(n);
+    const kalvora::SquareSeries squares(row);
+    KVertex2D at = row.g;
+    for (int i = 0; i < n; ++i, at = at + row.step) {
+      const std::uint64_t square = static_cast<std::uint64_t>(std::int64_t{at.x.raw} * at.x.raw) +
+                                   static_cast<std::uint64_t>(std::int64_t{at.y.raw} * at.y.raw);
+      const std::uint64_t d = row.DistanceAt(i);
+      ASSERT_TRUE(d * d <= square && (d == UINT32_MAX || (d + 1) * (d + 1) > square)) << square;
+      if (!series) continue;
+      ASSERT_EQ(squares.At(i), square);
+      ASSERT_TRUE(!squares.StaysFrom(square + 1, n)) << square;
     }
   }
 }
 
-/// Of 400 pixels in steps of one, as few as possible are left to be looked at.
+/// Of 400 pixels in steps of one, those beyond a circle are known at once where the row does not
+/// come nearer first.
 TEST(Distances, BeyondACircleIsKnownAtOnce) {
   const struct {
     int x, y, dx, radius;  // in pixels
-    int low, high;         // how many are beyond the circle
+    bool beyond;
   } rows[] = {
-      {100, 0, -1, 50, 49, 50},     // goes in and through
-      {-100, 30, 1, 50, 59, 60},    // where it is 40 wide
-      {100, 0, 1, 50, 400, 400},    // goes away
-      {-100, 51, 1, 50, 400, 400},  // passes
-      {10, 0, 1, 50, 0, 0},         // starts inside
-      {100, 0, 0, 50, 400, 400},    // stays where it is
-      {100, 0, 100, 50, 0, 0},      // goes where coordinates wrap
-      {100, 0, -1, -50, 0, 0},      // no circle
-      {100, 0, -1, 0x4000, 0, 0},   // one too large to be sure
+      {100, 0, 1, 50, true},    {-500, 0, 1, 50, true},  {49, 0, 1, 50, false},
+      {-448, 0, 1, 50, false},  {50, 0, 0, 50, true},    {-200, 51, 1, 50, false},  // passes
+      {-200, 50, 1, 50, false}, {100, 0, -1, 50, false},
   };
   for (const auto& row : rows) {
     const auto at = [](int v) { return KFixed::FromInt(v); };
-    const int run =
-        kalvora::PixelsBeyond({at(row.x), at(row.y)}, {at(row.dx), at(0)}, at(row.radius).raw, 400);
-    EXPECT_TRUE(run >= row.low && run <= row.high) << run << " of row " << &row - rows;
+    const kalvora::OffsetRow offsets{{at(row.x), at(row.y)}, {at(row.dx), at(0)}};
+    const std::uint64_t limit = std::uint64_t{static_cast<unsigned>(row.radius)} << 16;
+    EXPECT_EQ(kalvora::SquareSeries(offsets).StaysFrom(limit * limit, 400), row.beyond)
+        << &row - rows;
   }
 }
 

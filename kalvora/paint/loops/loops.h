@@ -83,11 +83,33 @@ struct PixelLoops {
   PixelLoop lerp[kWeights];
 };
 
+/// A series of unsigned numbers whose second differences are constant, modulo 2^64.
+struct Squares {
+  std::uint64_t start;   ///< s(0)
+  std::uint64_t rise;    ///< s(1) - s(0)
+  std::uint64_t growth;  ///< what the rise grows by
+};
+
+/// Loops of gradients.
+struct GradientLoops {
+  /// Pixel i has the whole parts of value[c] + i grow[c], 8.24, modulo 2^32, as its channels blue,
+  /// green, red, alpha.
+  void (*series)(std::uint32_t* to, int n, const std::uint32_t* value, const std::uint32_t* grow);
+  /// out[i] = min(floor(sqrt(s(i))) >> shift, count), all s below 2^62 and count <= 2048.
+  void (*cells)(std::uint32_t* out, int n, const Squares& s, int shift, std::uint32_t count);
+  /// out[i] = (floor(sqrt(s(i))) mod period) >> shift, all s below 2^62.
+  void (*cellsOfPeriod)(std::uint32_t* out, int n, const Squares& s, int shift,
+                        std::uint32_t period);
+  /// to[i] = table[index[i]]
+  void (*lookUp)(std::uint32_t* to, int n, const std::uint32_t* index, const std::uint32_t* table);
+};
+
 /// All loops of one width.
 struct Loops {
   const char* name;
   ColorLoops color;
   PixelLoops pixels;
+  GradientLoops gradient;
 };
 
 /// The widths that this processor can run, from the narrowest to the widest; ends with a null.

@@ -4,6 +4,7 @@
 #define KALVORA_PAINT_LOOPS_TABLE_H
 
 #include "kalvora/paint/loops/color.h"
+#include "kalvora/paint/loops/gradient.h"
 #include "kalvora/paint/loops/loops.h"
 #include "kalvora/paint/loops/pixels.h"
 
@@ -27,6 +28,10 @@ constinit const Loops kLoops = {
                         OverPixels<Weight::kOpacityThenCoverage>},
                .lerp = {nullptr, LerpPixels<Weight::kOpacity>, LerpPixels<Weight::kCoverage>,
                         LerpPixels<Weight::kCoverageOpacity>, nullptr}},
+    .gradient = {.series = SeriesRow,
+                 .cells = Cells,
+                 .cellsOfPeriod = CellsOfPeriod,
+                 .lookUp = LookUp},
 };
 
 }  // namespace kalvora::KALVORA_WIDTH

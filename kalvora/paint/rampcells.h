@@ -1,0 +1,63 @@
+// A table of a ramp's colours, for gradients whose distances follow no straight line.
+#ifndef KALVORA_PAINT_RAMPCELLS_H
+#define KALVORA_PAINT_RAMPCELLS_H
+
+#include <cstdint>
+
+#include "kalvora/paint/ramp.h"
+
+namespace kalvora {
+
+/// The distances 0 to end - 1, cut into at most kMost cells of 2^shift each. A distance has its
+/// cell's colour, which is within one level of its own; in the few cells where some is not, because
+/// the ramp jumps or is very steep there, each has its own.
+class RampCells {
+ public:
+  static constexpr std::uint32_t kMost = 2048;
+  /// Words that it needs in memory.
+  static constexpr std::uint32_t kSteepWords = kMost / 32 + 1;
+  static constexpr std::uint32_t kWords = kMost + 1 + kSteepWords;
+
+  /// Fills `memory`, kWords of it, with the table of a ramp of 16.16 positions, whose line is used
+  /// for it.
+  void Prepare(PreparedRamp* ramp, std::uint32_t* memory);
+
+  /// The period of a ramp that repeats, else 0.
+  std::uint32_t Period() const { return period_; }
+  /// From this distance on a ramp that is padded has its last colour.
+  std::uint64_t End() const { return end_; }
+  int Shift() const { return shift_; }
+  /// How many there are. Behind them the table holds the last colour.
+  std::uint32_t Count() const { return count_; }
+  std::uint32_t EndColor() const { return colors_[count_]; }
+  /// A distance in a padded ramp lies at or beyond one of its ends.
+  bool IsBeyond(std::uint32_t distance) const {
+    return distance >= end_ || distance <= ramp_->first;
+  }
+  const std::uint32_t* Colors() const { return colors_; }
+  /// Some cells' distances have colours of their own.
+  bool HasSteep() const { return hasSteep_; }
+  bool IsSteep(std::uint32_t cell) const { return steep_[cell / 32] >> (cell % 32) & 1; }
+  /// The colour at a distance below the period, or at any distance of a padded ramp.
+  std::uint32_t ColorAt(std::uint32_t distance) const;
+
+ private:
+  std::uint64_t Width() const { return std::uint64_t{1} << shift_; }
+  void ChooseShift();
+  void MarkSteep(const StopPair& pair);
+  void Compare(std::int64_t distance, std::uint32_t color);
+  void SetSteep(std::int64_t cell);
+
+  PreparedRamp* ramp_;
+  std::uint32_t period_;
+  std::uint64_t end_;
+  int shift_;
+  std::uint32_t count_;
+  std::uint32_t* colors_;
+  std::uint32_t* steep_;  // a bit for each cell, and one for the end
+  bool hasSteep_;
+};
+
+}  // namespace kalvora
+
+#endif
