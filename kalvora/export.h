@@ -1,4 +1,5 @@
-// KALVORA_API marks what the shared object exports; the version macros follow the SONAME.
+// KALVORA_API marks what the shared object exports, KALVORA_LOCAL what it does not; the version
+// macros follow the SONAME.
 #ifndef KALVORA_EXPORT_H
 #define KALVORA_EXPORT_H
 
@@ -9,5 +10,7 @@
 // The library is compiled with hidden visibility: only what carries this mark can be linked
 // against.
 #define KALVORA_API __attribute__((visibility("default")))
+// Private members of a marked class that need not be linked against: templates.
+#define KALVORA_LOCAL __attribute__((visibility("hidden")))
 
 #endif

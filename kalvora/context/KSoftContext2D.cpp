@@ -9,6 +9,7 @@
 #include "kalvora/display/KLinuxFb.h"
 #include "kalvora/paint/KStrips.h"
 #include "kalvora/paint/KStyleContext2D.h"
+#include "kalvora/raster/KClipRings.h"
 #include "kalvora/raster/KStack.h"
 #include "kalvora/raster/rectangle.h"
 #include "kalvora/support/failure.h"
@@ -23,15 +24,17 @@ KSoftContext2D::KSoftContext2D(KBackend, unsigned) {
 KSoftContext2D::~KSoftContext2D() {
   DropLineBuffer();
   delete mStyle;
+  delete mClipRings;
   delete mFb;
 }
 
 // What there was no memory for is made with the next bind.
 bool KSoftContext2D::NeedParts() {
   if (!mStyle) mStyle = new (std::nothrow) KStyleContext2D;
+  if (!mClipRings) mClipRings = new (std::nothrow) KClipRings;
   if (!mFb) mFb = new (std::nothrow) KLinuxFb;
   if (!stack) stack = new (std::nothrow) KStack;
-  return (mStyle && mFb && stack) || NoMemory();
+  return (mStyle && mClipRings && mFb && stack) || NoMemory();
 }
 
 bool KSoftContext2D::NoMemory() {
@@ -70,10 +73,10 @@ bool KSoftContext2D::RenderToTexture(KSoftPixmap* pixmap) {
 bool KSoftContext2D::BindStrips(KFormat format) {
   switch (format) {
     case KFormat0888PM:
-      mStripInit = KStrips<KColor_0888_PM>::VTable;
+      mStripInit = &KStrips<KColor_0888_PM>::VTable;
       return true;
     case KFormat8888PM:
-      mStripInit = KStrips<KColor_8888_PM>::VTable;
+      mStripInit = &KStrips<KColor_8888_PM>::VTable;
       return true;
     case KFormatMask8:
     case KFormat16:
@@ -121,8 +124,8 @@ void KSoftContext2D::ResetState() {
 // A target that can be drawn into has fillers, 32-bit pixels and a coverage line.
 bool KSoftContext2D::CanDraw() const {
   const bool drawable = mTarget.format == KFormat0888PM || mTarget.format == KFormat8888PM;
-  return drawable && mStripInit.init[0] && mTarget.HasWords() && mStyle && mStyle->lineBuffer &&
-         stack && mTarget.width != 0 && mTarget.height != 0;
+  return drawable && mStripInit && mTarget.HasWords() && mStyle && mClipRings &&
+         mStyle->lineBuffer && stack && mTarget.width != 0 && mTarget.height != 0;
 }
 
 void KSoftContext2D::GetPixels(KRect rect, void* buffer) const { mTarget.Get(rect, buffer); }

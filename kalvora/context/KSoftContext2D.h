@@ -10,7 +10,7 @@
 #include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"
 #include "kalvora/paint/KPaint.h"
-#include "kalvora/raster/KClipRings.h"
+#include "kalvora/raster/KFillRule.h"
 #include "kalvora/support/KError.h"
 #include "kalvora/text/KFTFont.h"
 #include "kalvora/text/KFTFontContext.h"
@@ -23,7 +23,10 @@ struct RectangleJob;
 }  // namespace kalvora
 
 class KGlyphMasks;
+class KClipRings;
 class KLinuxFb;
+struct KStripTable;
+struct KStyleContext2D;
 
 /// Rendering back ends; the choice is ignored.
 enum KBackend : std::int32_t { KBackendSoftware = 0 };
@@ -232,21 +235,23 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   void FillPolygon(const KVertex2D* points, unsigned count);
   void WritePixel(std::uint32_t value);
   template <typename Codes>
-  void DrawCodes(Codes codes, KVertex2D origin, const KVertex2D* positions);
+  KALVORA_LOCAL void DrawCodes(Codes codes, KVertex2D origin, const KVertex2D* positions);
   template <typename Names>
-  void DrawMasks(KGlyphMasks& masks, Names names, const kalvora::GlyphPlaces& places);
+  KALVORA_LOCAL void DrawMasks(KGlyphMasks& masks, Names names, const kalvora::GlyphPlaces& places);
   template <typename Codes>
-  KGlyphExtents MeasureCodes(Codes codes, KVertex2D origin, const KVertex2D* positions);
+  KALVORA_LOCAL KGlyphExtents MeasureCodes(Codes codes, KVertex2D origin,
+                                           const KVertex2D* positions);
   template <typename Names>
-  KGlyphExtents MeasureMasks(KGlyphMasks& masks, Names names, const kalvora::GlyphPlaces& places);
+  KALVORA_LOCAL KGlyphExtents MeasureMasks(KGlyphMasks& masks, Names names,
+                                           const kalvora::GlyphPlaces& places);
   bool CannotShow(const KFTFont* only, unsigned count, KVertex2D origin,
                   const KVertex2D* positions) const;
   void DrawOutlineAt(KVertex2D pen);
 
   KSoftMatrix3D mTransform;
-  KClipRings mClipRings;
+  KClipRings* mClipRings = nullptr;
   KFillRule mClipRule = KFillNonZero;
-  KStripTable mStripInit{};
+  const KStripTable* mStripInit = nullptr;  // of the target's layout
   KSoftPixmap mTarget;
   KFillRule mFillRule = KFillNonZero;
   KPaint mFill;

@@ -3,6 +3,7 @@
 
 #include "kalvora/context/KSoftContext2D.h"
 #include "kalvora/paint/KStyleContext2D.h"
+#include "kalvora/raster/KClipRings.h"
 
 namespace {
 
@@ -22,14 +23,15 @@ void KSoftContext2D::SetClipRegion(KRect rect) {
 }
 
 void KSoftContext2D::SetClipPath(const KSoftPath* path, KFillRule rule) {
-  mClipRings.Clear();
+  if (!mClipRings) return;
+  mClipRings->Clear();
   if (!path || !path->first || !stack) return;
   mClipRule = rule;
   // Clip paths are given in device coordinates: the user transform does not apply.
   const KSoftMatrix3D identity;
   KVertex2D** rings = nullptr;
   const unsigned count = FlattenPath(rings, path, &identity, true);
-  mClipRings.Set(rings, count, stack);
+  mClipRings->Set(rings, count, stack);
   FreeRings(rings, count, true);
 }
 

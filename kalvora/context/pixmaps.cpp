@@ -2,6 +2,7 @@
 #include "kalvora/context/KSoftContext2D.h"
 #include "kalvora/paint/patternrectangle.h"
 #include "kalvora/paint/pixmapdraw.h"
+#include "kalvora/raster/KClipRings.h"
 #include "kalvora/raster/rectangle.h"
 
 void KSoftContext2D::DrawPixmap(KSoftPixmap* pixmap, KVertex2D a, KVertex2D b) {
@@ -26,7 +27,7 @@ void KSoftContext2D::DrawAlphaMask(const KSoftPixmap* mask, int x0, int y0, int 
     if (!mApartMask.CopyFrom(*mask)) return;
     mask = &mApartMask;
   }
-  if (mClipRings.active) {
+  if (mClipRings->active) {
     kalvora::DrawClippedAlphaMask(Job(mFill, mFillRule), *mask, x0, y0, x1, y1);
     return;
   }

@@ -1,9 +1,11 @@
 // The drawing context's shapes: each public call as the stages it runs through.
 #include "kalvora/context/KSoftContext2D.h"
 #include "kalvora/geometry/ellipticalrect.h"
+#include "kalvora/paint/KStrips.h"
 #include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/paint/KTables.h"
 #include "kalvora/paint/patternrectangle.h"
+#include "kalvora/raster/KClipRings.h"
 #include "kalvora/raster/KStack.h"
 #include "kalvora/raster/polygon.h"
 #include "kalvora/raster/rectangle.h"
@@ -24,12 +26,12 @@ kalvora::PaintJob KSoftContext2D::Painting(const KPaint& paint) {
           .style = mStyle,
           .target = &mTarget,
           .paint = &Apart(paint),
-          .init = mStripInit.For(paint)};
+          .init = mStripInit->For(paint)};
 }
 
 RasterJob KSoftContext2D::Job(const KPaint& paint, KFillRule rule) {
-  return {Painting(paint),     stack, rule, mClipRings.active, mClipRule, mClipRings.nodes,
-          mClipRings.nodeCount};
+  return {Painting(paint),      stack, rule, mClipRings->active, mClipRule, mClipRings->nodes,
+          mClipRings->nodeCount};
 }
 
 kalvora::RectangleJob KSoftContext2D::RectJob(const KPaint& paint, KFillRule rule, bool antiAlias) {
@@ -97,7 +99,7 @@ void KSoftContext2D::DrawEllipticalRect(KVertex2D centre, KVertex2D half, KVerte
 
 // A straight line along an axis is a rectangle.
 void KSoftContext2D::RasterPolyline(const KVertex2D* points, unsigned count, bool closed) {
-  if (count == 2 && mTransform.IsOrth() && !mClipRings.active && startCap < 2 && endCap < 2 &&
+  if (count == 2 && mTransform.IsOrth() && !mClipRings->active && startCap < 2 && endCap < 2 &&
       !dashes) {
     KVertex2D p, q;
     if (kalvora::LineRectangle(points[0], points[1], halfWidth, startCap == 1, endCap == 1, p, q)) {

@@ -2,7 +2,7 @@
 #ifndef KALVORA_PAINT_KCOLORSTRIP_H
 #define KALVORA_PAINT_KCOLORSTRIP_H
 
-#include "kalvora/paint/KPaint.h"
+#include "kalvora/raster/PaintJob.h"
 
 namespace kalvora {
 

@@ -1,4 +1,4 @@
-// KPaint: one fill or stroke as plain data, and the table of what prepares each kind.
+// KPaint: one fill or stroke as plain data.
 #ifndef KALVORA_PAINT_KPAINT_H
 #define KALVORA_PAINT_KPAINT_H
 
@@ -6,12 +6,11 @@
 
 #include "kalvora/core/KColor32.h"
 #include "kalvora/core/KVertex2D.h"
-#include "kalvora/raster/PaintJob.h"
 
 class KSoftPixmap;
 struct KSoftColorRamp;
 
-/// What a paint is. The values index the strip table.
+/// What a paint is. The values index the tables of KStrips.
 enum KPaintType : std::int32_t {
   KPaintColor = 0,
   KPaintLinearGradient = 1,
@@ -32,16 +31,6 @@ struct KPaint {
   const KSoftColorRamp* radialRamp = nullptr;
   KVertex2D pickPoint = KVertex2D::Origin;
   bool* pickHit = nullptr;  ///< set to true on a hit, never cleared
-};
-
-/// One initialiser for each paint type that draws, in the order of KPaintType.
-struct KStripTable {
-  KStripInit init[KPaintNone];
-
-  /// That of a paint; null where it draws nothing.
-  KStripInit For(const KPaint& paint) const {
-    return paint.type >= 0 && paint.type < KPaintNone ? init[paint.type] : nullptr;
-  }
 };
 
 #endif

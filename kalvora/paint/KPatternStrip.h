@@ -6,8 +6,8 @@
 
 #include "kalvora/core/KFormat.h"
 #include "kalvora/core/KVertex2D.h"
-#include "kalvora/paint/KPaint.h"
 #include "kalvora/paint/samplers.h"
+#include "kalvora/raster/PaintJob.h"
 
 class KSoftPixmap;
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <new>
 
+#include "kalvora/paint/KPaint.h"
 #include "kalvora/paint/KSoftColorRamp.h"
 #include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/paint/composite.h"

@@ -4,6 +4,17 @@
 
 #include "kalvora/core/KFormat.h"
 #include "kalvora/paint/KPaint.h"
+#include "kalvora/raster/PaintJob.h"
+
+/// One initialiser for each paint type that draws, in the order of KPaintType.
+struct KStripTable {
+  KStripInit init[KPaintNone];
+
+  /// That of a paint; null where it draws nothing.
+  KStripInit For(const KPaint& paint) const {
+    return paint.type >= 0 && paint.type < KPaintNone ? init[paint.type] : nullptr;
+  }
+};
 
 /// F is KColor_0888_PM or KColor_8888_PM. Each initialiser reads style->paint, writes the paint
 /// words of the style context, and returns the solid and the coverage filler of the draw.

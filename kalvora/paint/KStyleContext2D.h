@@ -33,7 +33,7 @@ struct KPaintWords {
 };
 
 /// One row's span, its coverage, the clip, and the words of the current draw's paint.
-struct KALVORA_API KStyleContext2D : KRowStyle, KPaintWords {
+struct KStyleContext2D : KRowStyle, KPaintWords {
   KStyleContext2D();
   ~KStyleContext2D();
   KStyleContext2D(const KStyleContext2D&) = delete;

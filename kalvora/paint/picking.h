@@ -2,7 +2,7 @@
 #ifndef KALVORA_PAINT_PICKING_H
 #define KALVORA_PAINT_PICKING_H
 
-#include "kalvora/paint/KPaint.h"
+#include "kalvora/raster/PaintJob.h"
 
 /// Stores true through pickHit when the span covers the pick point's pixel: for the solid filler
 /// when the pixel lies in the span, for the coverage filler when its coverage is not 0 either.

@@ -7,6 +7,7 @@
 
 namespace kalvora {
 
+struct PaintJob;
 struct RasterJob;
 
 /// A paint that shows `pixmap` with an opacity of 0..256.

@@ -9,7 +9,7 @@
 
 /// Copies of rings that outlive the draws they clip. The memory is kept for the next ones, so that
 /// a clip path that is set in every frame takes nothing from the heap.
-class KALVORA_API KClipRings {
+class KClipRings {
  public:
   bool active = false;  ///< there is a clip path, if only one that lets nothing through
   KMergeNode* nodes = nullptr;

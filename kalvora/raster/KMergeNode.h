@@ -1,4 +1,4 @@
-// Merge nodes: the top vertices from which scan conversion starts, and the fill rule.
+// Merge nodes: the top vertices from which scan conversion starts.
 #ifndef KALVORA_RASTER_KMERGENODE_H
 #define KALVORA_RASTER_KMERGENODE_H
 
@@ -7,11 +7,6 @@
 #include "kalvora/core/KVertex2D.h"
 
 class KStack;
-
-/// A bit mask on the winding number: a point is inside when (winding & rule) != 0.
-using KFillRule = std::int32_t;
-inline constexpr KFillRule KFillNonZero = -1;
-inline constexpr KFillRule KFillEvenOdd = 1;
 
 /// A top vertex: one that is no lower than both its neighbours.
 struct KMergeNode {

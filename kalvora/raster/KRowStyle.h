@@ -41,7 +41,7 @@ struct KRowCoverage {
   const std::uint8_t* maskRow = nullptr;  ///< 8-bit coverage by absolute x, for alpha masks
 };
 
-struct KALVORA_API KRowStyle : KRowSpan, KRowCoverage {
+struct KRowStyle : KRowSpan, KRowCoverage {
   static constexpr std::int32_t kWholeOpacity = 0x10000;
 
   const KPaint* paint = nullptr;       ///< of the present draw, for its initialiser

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "kalvora/raster/KFillRule.h"
 #include "kalvora/raster/KMergeNode.h"
 #include "kalvora/raster/PaintJob.h"
 
