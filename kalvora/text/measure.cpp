@@ -106,8 +106,8 @@ FT_BBox PixelBox(const FT_GlyphSlotRec& glyph) {
   FT_BBox box = {0, 0, 0, 0};
   if (glyph.format == FT_GLYPH_FORMAT_BITMAP) {
     const FT_Bitmap& bitmap = glyph.bitmap;
-    box = {glyph.bitmap_left, glyph.bitmap_top - FT_Pos{bitmap.rows},
-           glyph.bitmap_left + FT_Pos{bitmap.width}, glyph.bitmap_top};
+    box = {glyph.bitmap_left, glyph.bitmap_top - static_cast<FT_Pos>(bitmap.rows),
+           glyph.bitmap_left + static_cast<FT_Pos>(bitmap.width), glyph.bitmap_top};
   } else if (glyph.format == FT_GLYPH_FORMAT_OUTLINE && glyph.outline.n_points > 0) {
     FT_Outline_Get_CBox(&glyph.outline, &box);
     box = {box.xMin >> 6, box.yMin >> 6, (box.xMax + 63) >> 6, (box.yMax + 63) >> 6};
