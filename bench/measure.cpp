@@ -82,8 +82,8 @@ struct Contestant {
 
 // Rounds of many draws, as many as the budget holds. Instructions are exact: one draw will do.
 void Schedule(Contestant& c, const Meter& meter, const Plan& plan) {
-  const double once = std::max(c.Round(meter), 0.01);
   if (meter.CountsInstructions()) return;
+  const double once = std::max(c.Round(meter), 0.01);
   c.draws = std::max(1L, std::lround(plan.round / once));
   const double round = once * static_cast<double>(c.draws);
   c.rounds =

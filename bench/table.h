@@ -18,11 +18,14 @@ class Table {
   void PrintRow(std::FILE* out, const Row& row) const;
   /// Mean and largest difference between Kalvora's picture and each peer's.
   void PrintDifferences(std::FILE* out, const Row& row) const;
-  /// Geometric means of the ratios, and what was left out.
+  /// Geometric means of the ratios by groups, and what was left out.
   void PrintSummary(std::FILE* out) const;
   void Print(std::FILE* out) const;
 
  private:
+  void PrintGoal(std::FILE* out, const Row& row) const;
+  void PrintGroups(std::FILE* out) const;
+
   bool instructions_;
   std::vector<Row> rows_;
 };
