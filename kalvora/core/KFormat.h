@@ -15,7 +15,8 @@ enum KFormat : std::int32_t {
   KFormat8888Straight = 6,  ///< 32-bit, straight alpha: for import and export only
 };
 
-/// How a pattern is sampled.
+/// How a pattern is sampled. Neighbours are those of the pixmap also where its rows are padded: a
+/// window of a larger picture shows nothing of what surrounds it.
 enum KSampling : std::int32_t {
   KSamplingNearest = 0,
   KSamplingBilinear = 1,

@@ -31,14 +31,14 @@ struct PairedCorners {
 
 PairedCorners Inside(const PatternPixels& p, const PatternPosition& at) {
   const std::uint8_t* top = PatternPixels::Pixel(p.Row(at.Row()), at.Column());
-  return {top, top + p.below};
+  return {top, top + p.stride};
 }
 
 Corners InClamped(const PatternPixels& p, const PatternPosition& at) {
   const std::int32_t column = at.Column(), row = at.Row();
   // Left of the pixmap there is only column 0, above it only row 0.
   const std::size_t right = column >= 0 && column < p.width - 1 ? sizeof(std::uint32_t) : 0;
-  const std::size_t down = row >= 0 && row < p.height - 1 ? p.below : 0;
+  const std::size_t down = row >= 0 && row < p.height - 1 ? p.stride : 0;
   const std::uint8_t* pixel =
       PatternPixels::Pixel(p.Row(Clamped(row, p.height)), Clamped(column, p.width));
   return {pixel, pixel + right, pixel + down, pixel + right + down};
@@ -48,7 +48,7 @@ Corners InTiled(const PatternPixels& p, const PatternPosition& at) {
   const std::int32_t left = at.Column(), row = at.Row();
   const std::int32_t right = left + 1 < p.width ? left + 1 : 0;
   const std::uint8_t* top = p.Row(row);
-  const std::uint8_t* bottom = row + 1 < p.height ? top + p.below : p.Row(0);
+  const std::uint8_t* bottom = row + 1 < p.height ? top + p.stride : p.Row(0);
   return {PatternPixels::Pixel(top, left), PatternPixels::Pixel(top, right),
           PatternPixels::Pixel(bottom, left), PatternPixels::Pixel(bottom, right)};
 }
@@ -131,7 +131,7 @@ void MixTiledRow(const PatternPixels& p, PatternPosition& at, std::uint32_t* to,
   const std::uint32_t period = static_cast<std::uint32_t>(p.width) << 16;
   const std::uint32_t lastColumn = period - 0x10000;
   const std::uint8_t* top = p.Row(at.Row());
-  const std::uint8_t* bottom = at.Row() + 1 < p.height ? top + p.below : p.Row(0);
+  const std::uint8_t* bottom = at.Row() + 1 < p.height ? top + p.stride : p.Row(0);
   while (n > 0) {
     int run = at.CountBelow(lastColumn, n);
     MixRow(top, bottom, at, to, run);
@@ -181,7 +181,7 @@ void BilinearSampler<R>::Read(std::uint32_t* to, int n) {
         return;
       }
       const std::uint8_t* row = p.Row(at.Row());
-      MixRow(row, row + p.below, at, out, count);
+      MixRow(row, row + p.stride, at, out, count);
     };
     inside_.Split(to, n, edge, inside);
   }

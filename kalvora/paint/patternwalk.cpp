@@ -44,7 +44,6 @@ PatternPixels::PatternPixels(const KSoftPixmap& pixmap) {
   if (columns == 0 || pixmap.height == 0) return;
   pixels = pixmap.pixels;
   stride = pixmap.stride;
-  below = std::size_t{columns} * kPixelSize;
   width = static_cast<std::int32_t>(std::min(columns, kReach));
   height = static_cast<std::int32_t>(std::min(pixmap.height, kReach));
 }

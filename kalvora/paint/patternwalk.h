@@ -14,14 +14,10 @@ namespace kalvora {
 
 /// The part of a pixmap that patterns read: columns and rows that 16.16 coordinates reach, and,
 /// where rows are stored closer together than they are wide, only the columns that all rows have
-/// room for. Whatever lies at `below` from one of these pixels, but for those of the last row, is
-/// the pixmap's memory too.
+/// room for.
 struct PatternPixels {
   const std::uint8_t* pixels = nullptr;
   std::size_t stride = 0;
-  /// From a pixel to its lower neighbour, in bilinear sampling: the pixmap's width, which is the
-  /// stride only where rows are not padded. Pictures rely on it.
-  std::size_t below = 0;
   std::int32_t width = 0;  ///< 1..32768, or 0 when there is nothing to read
   std::int32_t height = 0;
 

@@ -98,10 +98,7 @@ class Reference {
     const std::int64_t cr = right ? c + 1 : tile ? 0 : c;
     const auto fx = static_cast<Word>(((x & 0xFFFF) * 256 + 0x7F00) >> 16);
     const auto fy = static_cast<Word>(((y & 0xFFFF) * 256 + 0x7F00) >> 16);
-    const auto lower = [&](std::int64_t column) {
-      if (down) return At(r * p.stride + column * 4 + width * 4);
-      return At(column, tile ? 0 : r);
-    };
+    const auto lower = [&](std::int64_t column) { return At(column, down ? r + 1 : tile ? 0 : r); };
     return reference::Lerp(reference::Lerp(At(c, r), At(cr, r), fx),
                            reference::Lerp(lower(c), lower(cr), fx), fy);
   }
