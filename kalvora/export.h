@@ -3,6 +3,10 @@
 #ifndef KALVORA_EXPORT_H
 #define KALVORA_EXPORT_H
 
+#if __cplusplus < 202002L
+#error "Kalvora needs C++20: compile with -std=c++20"
+#endif
+
 #define KALVORA_VERSION_MAJOR 0
 #define KALVORA_VERSION_MINOR 1
 #define KALVORA_VERSION_PATCH 0

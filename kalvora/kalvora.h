@@ -3,6 +3,10 @@
 #ifndef KALVORA_KALVORA_H
 #define KALVORA_KALVORA_H
 
+#include "kalvora/export.h"
+
+// Older languages get one line of complaint from there, and no more.
+#if __cplusplus >= 202002L
 #include "kalvora/context/KSoftContext2D.h"
 #include "kalvora/core/KArray.h"
 #include "kalvora/core/KColor32.h"
@@ -16,7 +20,6 @@
 #include "kalvora/core/KVertex2D.h"
 #include "kalvora/display/KDisplay.h"
 #include "kalvora/display/KLinuxFb.h"
-#include "kalvora/export.h"
 #include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"
 #include "kalvora/paint/KFilters.h"
@@ -26,5 +29,6 @@
 #include "kalvora/text/KFTFont.h"
 #include "kalvora/text/KFTFontContext.h"
 #include "kalvora/text/KUtf8.h"
+#endif
 
 #endif
