@@ -104,7 +104,7 @@ struct Item {
     Stroke,            ///< path, pen
     Image,             ///< picture stretched onto box, then turned by matrix; filter
     Stamps,            ///< stamps in the colour of the paint
-    Text,              ///< text, font, size, from its first pen position on
+    Text,              ///< text in a font's size from box.left, box.top on, on the baseline
   } kind = Rectangle;
   Paint paint;
   Box box;
@@ -120,6 +120,7 @@ struct Item {
   std::u16string text;
   std::string font;
   double size = 0;
+  bool cold = false;  ///< in a size never used before, so that no glyph is ready
 };
 
 inline constexpr int kWidth = 800, kHeight = 600;

@@ -1,6 +1,8 @@
 // Crowds: see the header.
 #include "bench/crowds.h"
 
+#include <cmath>
+
 #include "bench/scenes.h"
 #include "tests/common/Random.h"
 
@@ -19,17 +21,12 @@ Scene NoisyLine(int points, double width, bool dashed) {
 }
 
 Scene FarDashes(double reach) {
-  const double x = reach - 400, y = reach - 300;
   Path path;
-  for (const Point p : {Point{-x, 150},
-                        {800 + x, 320},
-                        {250, -y},
-                        {430, 600 + y},
-                        {-x, 500},
-                        {800 + x, 80},
-                        {600, -y},
-                        {100, 600 + y}}) {
-    path.steps.size() % 2 ? path.LineTo(p) : path.MoveTo(p);
+  for (const double angle : {2.0, 2.2, 2.4, 2.6}) {
+    const double x = (reach - 400) * std::cos(angle), y = (reach - 400) * std::sin(angle);
+    const Point middle{400 * (angle - 1.8), 60};
+    path.MoveTo({middle.x - x, middle.y - y});
+    path.LineTo({middle.x + x, middle.y + y});
   }
   return Of(Stroke(path, {2, Join::Miter, Cap::Butt, 4, {6, 4}}));
 }

@@ -8,7 +8,7 @@ namespace bench {
 
 /// A chart of that many points at random heights.
 Scene NoisyLine(int points, double width, bool dashed);
-/// Four dashed lines from beyond one side of the target to beyond the other, to +-reach pixels.
+/// Four dashed lines across a corner of the target, to +-reach pixels.
 Scene FarDashes(double reach);
 /// A ring of spikes: as many edges, no crossing.
 Scene Ring(int edges);

@@ -8,6 +8,7 @@
 
 #include "bench/Peer.h"
 #include "bench/measure.h"
+#include "bench/plots.h"
 #include "bench/table.h"
 
 namespace {
@@ -24,12 +25,14 @@ constexpr const char* kHelp =
     "  --out FILE       also writes the table there, as Markdown\n"
     "  --pictures DIR   writes every peer's picture there (PPM), and prints the differences\n"
     "  --drawings DIR   the drawings, as tools/bench puts them together (build/bench/drawings)\n"
+    "  --plots FILE     instead of the table, draws time against edges, crossings, dashes and "
+    "pixels\n"
     "  --counter FILE   instead of time, instructions as the emulator's plugin counts them there\n"
     "  --help\n";
 
 struct Options {
   bench::Plan plan;
-  std::string out, counter, drawings = "build/bench/drawings";
+  std::string out, counter, plots, drawings = "build/bench/drawings";
   std::vector<std::string> filters;
   bool list = false;
 
@@ -60,6 +63,8 @@ Options Parse(int argc, char** argv) {
       options.plan.pictures = value();
     } else if (word == "--drawings") {
       options.drawings = value();
+    } else if (word == "--plots") {
+      options.plots = value();
     } else if (word == "--counter") {
       options.counter = value();
     } else if (word == "--help") {
@@ -98,6 +103,11 @@ int main(int argc, char** argv) {
     return 0;
   }
   const bench::Meter meter(options.counter);
+  if (!options.plots.empty()) {
+    if (bench::WritePlots(options.plots, meter, options.plan)) return 0;
+    std::perror(options.plots.c_str());
+    return 1;
+  }
   bench::Table table(meter.CountsInstructions());
   table.PrintHead(stdout);
   for (const bench::Workload& w : workloads) {

@@ -123,6 +123,7 @@ Row Measure(const Workload& workload, const Meter& meter, const Plan& plan) {
   const Scene scene = workload.make();
   std::vector<Contestant> contestants;
   for (const Peer& peer : Peers()) {
+    if (contestants.size() == plan.peers) break;
     Contestant c{&peer, std::make_unique<Pixels>(scene.width, scene.height), nullptr, 1, 1, {}};
     c.drawing = peer.prepare(scene, c.pixels->AsTarget());
     if (c.drawing) c.drawing->Draw();

@@ -37,6 +37,7 @@ struct Row {
 struct Plan {
   double budget = 120'000;  ///< microseconds for one peer and workload
   double round = 400;       ///< microseconds that a round lasts at least
+  std::size_t peers = 100;  ///< of the list, from Kalvora on, at most
   std::string pictures;     ///< a folder to write every picture into, as PPM; may be empty
 };
 

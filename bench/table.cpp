@@ -30,8 +30,8 @@ double GoalOnArm(const std::string& name) {
   static constexpr std::pair<std::string_view, double> kGoals[] = {
       {"rect/translucent", 0.7}, {"rect/clipped", 0}, {"rect/", 0.9},       {"linear/", 0.25},
       {"radial/", 0.3},          {"image/copy", 0.8}, {"image/alpha", 0.8}, {"image/", 0.35},
-      {"glyphs/", 0.5},          {"fill/icons", 0.5}, {"fill/", 0.4},       {"stroke/", 0.6},
-      {"drawing/", 0.8}};
+      {"glyphs/", 0.5},          {"text/", 0.5},      {"fill/icons", 0.5},  {"fill/", 0.4},
+      {"stroke/", 0.6},          {"drawing/", 0.8}};
   for (const auto& [prefix, goal] : kGoals) {
     if (name.starts_with(prefix)) return goal;
   }

@@ -9,7 +9,7 @@ BUILD_PACKAGES="g++ cmake ninja-build pkg-config libfreetype-dev libpng-dev libp
   libharfbuzz-dev"
 DEMO_PACKAGES="$BUILD_PACKAGES fonts-dejavu-core fonts-droid-fallback fonts-symbola"
 TEST_PACKAGES="$DEMO_PACKAGES libgtest-dev libbenchmark-dev libcairo2-dev libsdl2-dev xvfb"
-BENCH_PACKAGES="$BUILD_PACKAGES fonts-dejavu-core libbenchmark-dev libcairo2-dev libpixman-1-dev
+BENCH_PACKAGES="$BUILD_PACKAGES fonts-dejavu-core fonts-droid-fallback libbenchmark-dev libcairo2-dev libpixman-1-dev
   libagg-dev qtbase5-dev"
 FUZZ_PACKAGES="$TEST_PACKAGES clang libclang-rt-14-dev"
 

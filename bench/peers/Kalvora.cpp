@@ -57,6 +57,7 @@ struct Prepared {
   std::vector<KFixed> dashes;
   KFTFont font;
   std::vector<unsigned short> codes;
+  int draws = 0;
 };
 
 class KalvoraDrawing : public Drawing {
@@ -207,10 +208,17 @@ class KalvoraDrawing : public Drawing {
         break;
       case Item::Text:
         SetFill(p);
+        if (p.item->cold) p.font.SetFontSize(NextSize(p));
         context_.SetFont(&p.font);
         context_.DrawText(p.codes.data(), static_cast<unsigned>(p.codes.size()), p.a);
         break;
     }
+  }
+
+  // One of so many that their glyphs do not fit into the cache.
+  static KFixed NextSize(Prepared& p) {
+    p.draws = (p.draws + 1) % 4096;
+    return Fixed(p.item->size) + KFixed::FromRaw(p.draws);
   }
 
   void DrawStamps(Prepared& p) {

@@ -1,4 +1,5 @@
-// Glyphs: masks of a font's letters, at the pixels where a line of text would set them.
+// Text: lines in the library's own text call; and glyphs, as masks of a font's letters at the
+// pixels where a line of text would set them.
 #include <map>
 
 #include <ft2build.h>
@@ -12,6 +13,7 @@ namespace bench {
 namespace {
 
 constexpr const char* kFont = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
+constexpr const char* kIdeographs = "/usr/share/fonts/truetype/droid/DroidSansFallbackFull.ttf";
 constexpr std::u16string_view kLine =
     u"Sphinx of black quartz, judge my vow: 0123456789 & so on, as pangrams go.";
 
@@ -58,6 +60,37 @@ Scene Glyphs(int size) {
   return scene;
 }
 
+Item Line(std::u16string text, const char* font, double size, double x, double y, bool cold) {
+  Item item;
+  item.kind = Item::Text;
+  item.paint = Solid({20, 30, 60, 255});
+  item.text = std::move(text);
+  item.font = font;
+  item.size = size;
+  item.box = {x, y, x, y};
+  item.cold = cold;
+  return item;
+}
+
+Scene Lines(double size, bool cold) {
+  Scene scene;
+  for (int i = 0; i < 10; ++i) {
+    scene.items.push_back(Line(std::u16string(kLine), kFont, size, 4, 40 + i * 50, cold));
+  }
+  return scene;
+}
+
+// More glyphs than a cache of half a megabyte holds: none is left when its turn comes again.
+Scene Ideographs() {
+  Scene scene;
+  for (int i = 0; i < 50; ++i) {
+    std::u16string text;
+    for (int k = 0; k < 8; ++k) text += static_cast<char16_t>(0x4E00 + 7 * (8 * i + k));
+    scene.items.push_back(Line(text, kIdeographs, 48, 4 + i % 2 * 395, 50 + i % 10 * 55, false));
+  }
+  return scene;
+}
+
 }  // namespace
 
 void AddText(Workloads& rows) {
@@ -65,6 +98,11 @@ void AddText(Workloads& rows) {
                               {"glyphs/12", 0.7, [] { return Glyphs(12); }},
                               {"glyphs/16", 0.6, [] { return Glyphs(16); }},
                               {"glyphs/24", 0.6, [] { return Glyphs(24); }},
+                              {"text/warm-12", 0, [] { return Lines(12, false); }, true, 40},
+                              {"text/warm-16", 0, [] { return Lines(16, false); }, true, 40},
+                              {"text/warm-24", 0, [] { return Lines(24, false); }, true, 40},
+                              {"text/cold-16", 0, [] { return Lines(16, true); }, true, 40},
+                              {"text/ideographs-48", 0, Ideographs, true, 40},
                           });
 }
 
