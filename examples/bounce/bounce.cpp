@@ -7,6 +7,7 @@
 int main() {
   KSoftContext2D context;
   if (!context.SetDisplay(KDisplayFramebuffer, 0, KFormat0888PM, 3)) return 1;
+  context.SetFlatness(KFixed(0.125f));
   const int width = static_cast<int>(context.GetTarget().width);
   const int height = static_cast<int>(context.GetTarget().height);
   if (width <= 48 || height <= 48) return 1;

@@ -103,6 +103,7 @@ bool Save(unsigned width, unsigned height, unsigned frames, const Options& optio
   KSoftPixmap picture;
   picture.Create(width, height, KFormat0888PM);
   KSoftContext2D context;
+  context.SetFlatness(KFixed(0.125f));
   if (picture.pixels == nullptr || !context.RenderToTexture(&picture)) return false;
   dashboard::Dashboard panel(context, options.font);
   for (unsigned n = 0; n < frames; ++n) panel.Draw(n);
@@ -118,6 +119,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   KSoftContext2D context;
+  context.SetFlatness(KFixed(0.125f));
   if (!context.SetDisplay(options.display, options.index, KFormat0888PM, options.buffers)) {
     std::fprintf(stderr, "kalvora-dashboard: this display cannot be opened with %u buffers\n",
                  options.buffers);

@@ -63,6 +63,7 @@ void DrawWater(KSoftContext2D& context, double sun) {
 void PaintPhoto(KSoftPixmap& photo) {
   photo.Create(kWidth, kHeight, KFormat0888PM);
   KSoftContext2D context;
+  context.SetFlatness(KFixed(0.125f));
   if (photo.pixels == nullptr || !context.RenderToTexture(&photo)) return;
   const double sun = 236;
   FillBand(context, 0, kShore, KColor32(44, 46, 98, 255), KColor32(244, 156, 98, 255));

@@ -24,6 +24,7 @@ void Draw(const gallery::Scene& scene, const std::string& folder) {
   KSoftPixmap picture;
   picture.Create(gallery::kWidth, gallery::kHeight, KFormat8888PM);
   KSoftContext2D context;
+  context.SetFlatness(KFixed(0.125f));
   gallery::Kit kit;
   std::chrono::steady_clock::duration time{};
   for (int frame = 0; frame < 2; ++frame) {

@@ -30,6 +30,7 @@ void MakeMask(KSoftPixmap& mask) {
 void MakeChecks(KSoftPixmap& checks) {
   checks.Create(16, 16, KFormat8888PM);
   KSoftContext2D painter;
+  painter.SetFlatness(KFixed(0.125f));
   if (!checks.pixels || !painter.RenderToTexture(&checks)) return;
   painter.Clear(KColor32(250, 200, 60, 255));
   KSoftPath squares;

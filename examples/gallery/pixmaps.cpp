@@ -11,6 +11,7 @@ namespace {
 void MakeTile(KSoftPixmap& tile) {
   tile.Create(24, 24, KFormat8888PM);
   KSoftContext2D context;
+  context.SetFlatness(KFixed(0.125f));
   if (!tile.pixels || !context.RenderToTexture(&tile)) return;
   context.Clear(KColor32(240, 230, 210, 255));
   KSoftPath star, dot;

@@ -9,6 +9,7 @@ const Scene kScenes[kSceneCount] = {
     {"rays", Rays, "edges at every angle, thinner than a pixel in the middle"},
     {"flowers", Flowers, "cubic and quadratic curves"},
     {"landscape", Landscape, "layers of translucent curves"},
+    {"flatness", Flatness, "curves at 2, 1/2, 1/8 and 1/32 of a pixel"},
     {"rosette", Rosette, "one leaf under many rotations"},
     {"squares", Squares, "scaled, turned and skewed squares"},
     {"gradients", Gradients, "linear and radial, padded and repeated"},

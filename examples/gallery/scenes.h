@@ -18,7 +18,7 @@ struct Scene {
   const char* shows;
 };
 
-constexpr int kSceneCount = 18;
+constexpr int kSceneCount = 19;
 extern const Scene kScenes[kSceneCount];
 
 // fills.cpp
@@ -28,6 +28,8 @@ void Rays(KSoftContext2D& context, Kit& kit);
 // curves.cpp
 void Flowers(KSoftContext2D& context, Kit& kit);
 void Landscape(KSoftContext2D& context, Kit& kit);
+// flatness.cpp
+void Flatness(KSoftContext2D& context, Kit& kit);
 // transforms.cpp
 void Rosette(KSoftContext2D& context, Kit& kit);
 void Squares(KSoftContext2D& context, Kit& kit);

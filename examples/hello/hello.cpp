@@ -1,4 +1,4 @@
-// Draws an orange star on dark blue and writes it as hello.ppm.
+// Draws an orange star in a ring on dark blue and writes it as hello.ppm.
 #include <cstdio>
 
 #include "kalvora/kalvora.h"
@@ -8,6 +8,7 @@ int main() {
   picture.Create(200, 200, KFormat0888PM);
   KSoftContext2D context;
   if (!picture.pixels || !context.RenderToTexture(&picture)) return 1;
+  context.SetFlatness(KFixed(0.125f));  // curves within an eighth of a pixel
 
   context.Clear(KColor32(16, 32, 64, 255));
   KSoftPath star;
@@ -16,6 +17,12 @@ int main() {
   for (const auto& p : points) star.LineTo({KFixed::FromInt(p[0]), KFixed::FromInt(p[1])});
   context.SetFillColor(KColor32(255, 144, 0, 255));
   context.DrawPath(&star);
+  context.SetNoFill();
+  context.SetStrokeColor(KColor32(255, 208, 128, 255));
+  context.SetLineWidth(KFixed::FromInt(4));
+  const KVertex2D centre = {KFixed::FromInt(100), KFixed::FromInt(100)};
+  const KVertex2D radii = {KFixed::FromInt(94), KFixed::FromInt(94)};
+  context.DrawArc(centre, radii, KFixed::FromInt(0), KFixed::FromInt(360));
 
   std::FILE* file = std::fopen("hello.ppm", "wb");
   if (!file) return 1;

@@ -88,6 +88,7 @@ bool Canvas::AddLayer(unsigned width, unsigned height, KFormat format, KColor32 
   auto layer = std::make_unique<Layer>();
   layer->picture.Create(width, height, format);
   if (!layer->picture.pixels || !layer->context.RenderToTexture(&layer->picture)) return false;
+  layer->context.SetFlatness(KFixed(0.125f));
   layer->context.Clear(color);
   layer->context.SetNoFill();
   layers_.push_back(std::move(layer));

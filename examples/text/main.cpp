@@ -98,6 +98,7 @@ std::vector<std::u32string> Paragraphs(const std::string& text) {
 
 void Set(const Options& options) {
   KSoftContext2D context;
+  context.SetFlatness(KFixed(0.125f));
   typeset::Fonts fonts(options.fonts, KFixed::FromInt(options.size), context);
   typeset::Typesetter setter(fonts, context, options.shape);
   const KFixed width = KFixed::FromInt(options.width - 2 * kMargin);

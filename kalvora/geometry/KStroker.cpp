@@ -60,6 +60,8 @@ bool KStroker::SetDashes(const KFixed* lengths, unsigned count, KFixed phase) {
   return dashed || !wanted;
 }
 
+void KStroker::SetFlatness(KFixed tolerance) { flatness_ = tolerance; }
+
 void KStroker::ResetStroke() {
   startCap = endCap = 0;
   join = 1;

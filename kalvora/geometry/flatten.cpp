@@ -31,7 +31,7 @@ struct RingWriter {
 };
 
 void AddPieces(RingWriter& writer, const KSegment* segment, KVertex2D& current,
-               const KSoftMatrix3D* m) {
+               const KSoftMatrix3D* m, KFixed flatness) {
   const KVertex2D* p = segment->Points();
   const unsigned order = segment->Order();
   for (unsigned i = segment->Pieces(); i > 0; --i, p += order) {
@@ -42,9 +42,9 @@ void AddPieces(RingWriter& writer, const KSegment* segment, KVertex2D& current,
       // The curve's points go where the ring continues, its start point over the vertex that stands
       // there.
       KVertex2D* out = writer.Tail() - 1;
-      const int n = order == 2
-                        ? KStroker::GetBezierPts(out, current, m->Map(p[0]), end, 1)
-                        : KStroker::GetBezierPts(out, current, m->Map(p[0]), m->Map(p[1]), end, 1);
+      const int n =
+          order == 2 ? FlattenQuadratic(out, {current, m->Map(p[0]), end}, 1, flatness)
+                     : FlattenCubic(out, {current, m->Map(p[0]), m->Map(p[1]), end}, 1, flatness);
       for (int k = 0; k < n; ++k) out[k] = ring::Vertex(out[k]);
       writer.count += static_cast<unsigned>(n) - 1;
     }
@@ -88,7 +88,7 @@ unsigned KStroker::FlattenPath(KVertex2D**& rings, const KSoftPath* path, const 
       current = m->Map(*segment->Start());
       writer.Add(current);
     }
-    AddPieces(writer, segment, current, m);
+    AddPieces(writer, segment, current, m, Flatness());
     if (!segment->next || segment->next->Opens()) {
       ring::Close(writer.ring, writer.count);
       // What the reserve has too much goes back, so that the next ring follows closely.

@@ -34,6 +34,15 @@ constexpr std::int64_t kUnseen = std::int64_t{256} << 16;
 // Products with vectors of 28 bits fit.
 constexpr std::int64_t kMostFlatness = std::int64_t{1} << 34;
 
+/// Outlines leave their course by 3/10 of their tolerance, curves by 3/4 of theirs: where curves
+/// are the finer ones, outlines only keep up with them.
+std::int64_t ToleranceFor(KFixed curves) {
+  const std::int64_t flatness = curves.raw;
+  return std::clamp<std::int64_t>(
+      std::max(flatness, std::min<std::int64_t>(flatness * 5 / 2, kHalf.raw)), kFinest.raw,
+      kCoarsest.raw);
+}
+
 }  // namespace
 
 // The larger singular value s of the rows (a, b) and (c, d):
@@ -73,7 +82,7 @@ bool IsInPlane(const KSoftMatrix3D& m, KVertex2D p) {
   return fits(m.m0, m.m3, m.m6) && fits(m.m1, m.m4, m.m7);
 }
 
-Pen::Pen(KFixed halfWidth, const KSoftMatrix3D& m, KFixed quality)
+Pen::Pen(KFixed halfWidth, const KSoftMatrix3D& m, KFixed curves)
     : radius(std::min(halfWidth, kWidest)) {
   std::int64_t stretch = Stretch(m);
   // The radius in device pixels.
@@ -81,7 +90,7 @@ Pen::Pen(KFixed halfWidth, const KSoftMatrix3D& m, KFixed quality)
     return std::max<std::int64_t>(std::int64_t{radius.raw} * factor >> 16, 1);
   };
   std::int64_t reach = radiusBy(stretch);
-  std::int64_t tolerance = std::clamp(quality, kFinest, kCoarsest).raw;
+  std::int64_t tolerance = ToleranceFor(curves);
   if (reach > 2 * kDiagonal) {
     stretch = std::min(stretch, 2 * Squeeze(m, stretch));
     reach = radiusBy(stretch);

@@ -18,10 +18,11 @@ std::int64_t Squeeze(const KSoftMatrix3D& m, std::int64_t stretch);
 bool IsInPlane(const KSoftMatrix3D& m, KVertex2D p);
 
 /// The round pen of a stroke, and how finely curves must be cut for an outline that stays well
-/// within half the flatness tolerance: a quarter of a device pixel by default.
+/// within a quarter of a device pixel by default.
 struct Pen {
-  /// `quality` is the flatness tolerance in device pixels, KStroker::GeoQuality.
-  Pen(KFixed halfWidth, const KSoftMatrix3D& m, KFixed quality);
+  /// `curves` is the tolerance of flattened curves in device pixels. Outlines stay within half of
+  /// it from 0.5 up, where curves stay within three quarters; below, they are as near as curves.
+  Pen(KFixed halfWidth, const KSoftMatrix3D& m, KFixed curves);
 
   /// More than the steps of half a circle.
   static constexpr int kMostSteps = 512;

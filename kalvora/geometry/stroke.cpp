@@ -47,7 +47,7 @@ unsigned Stroke(const KStroker& settings, KVertex2D**& rings, const KSoftMatrix3
   if (most == 0) return 0;
 
   KStrokeBuilder builder({settings.startCap, settings.endCap, settings.join, settings.limitWidth},
-                         Pen(settings.halfWidth, m, KStroker::GeoQuality), m,
+                         Pen(settings.halfWidth, m, settings.Flatness()), m,
                          {onStack ? settings.stack : nullptr}, most);
   DashBudget drawing(pattern);
   forEach([&](const Subpath& subpath) {

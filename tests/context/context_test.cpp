@@ -129,6 +129,29 @@ TEST(Context, ABindResetsTheState) {
   EXPECT_EQ(t.Count(0xFF000000), 100u);
 }
 
+// A circle of radius 3 at the default loses a tenth of its area, at an eighth of a pixel 3 %.
+TEST(Context, FlatnessIsTheContextsOwnUntilItIsZero) {
+  Target t(8, 8), other(8, 8);
+  const auto missing = [](Target& target) {
+    target.context.Clear(KColor32(0, 0, 0, 0));
+    target.context.DrawArc(P(4, 4), P(3, 3), kalvora::kZero, KFixed::FromInt(360));
+    double sum = 0;
+    for (unsigned i = 0; i < 64; ++i) sum += (target.At(i % 8, i / 8) >> 24) / 255.0;
+    return 100 - 100 * sum / (9 * 3.14159265);
+  };
+  t.context.SetFlatness(KFixed(0.125f));
+  t.context.RenderToTexture(&t.pixmap);
+  EXPECT_NEAR(missing(t), 2.7, 0.3);
+  EXPECT_NEAR(missing(other), 10.2, 0.3);
+  KStroker::GeoQuality = KFixed(0.03125f);
+  EXPECT_NEAR(missing(t), 2.7, 0.3);
+  EXPECT_NEAR(missing(other), 0.8, 0.3);
+  t.context.SetFlatness(kalvora::kZero);
+  EXPECT_NEAR(missing(t), 0.8, 0.3);
+  t.context.RenderToTexture(&t.pixmap);
+  EXPECT_NEAR(missing(t), 10.2, 0.3);
+}
+
 TEST(Context, OpacityAndTranslucency) {
   const KVertex2D square[] = {P(0, 0), P(10, 0), P(10, 10), P(0, 10)};
   struct Case {

@@ -161,6 +161,8 @@ void Session::State() {
       return KSoftContext2D::SetGlobalAttribute(key, in.Below(2));
     }
     default:
+      if (in.Flag())
+        return Context().SetFlatness(KFixed::FromRaw(static_cast<std::int32_t>(in.Word())));
       KStroker::GeoQuality = KFixed::FromRaw(1024 + in.Byte() * 512);
   }
 }
