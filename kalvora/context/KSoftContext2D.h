@@ -244,6 +244,8 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   template <typename Names>
   KALVORA_LOCAL KGlyphExtents MeasureMasks(KGlyphMasks& masks, Names names,
                                            const kalvora::GlyphPlaces& places);
+  void SetUp(KGlyphMasks& masks) const;
+  void DrawColouredGlyph(const KSoftPixmap& glyph, int x, int y);
   bool CannotShow(const KFTFont* only, unsigned count, KVertex2D origin,
                   const KVertex2D* positions) const;
   void DrawOutlineAt(KVertex2D pen);

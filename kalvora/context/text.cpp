@@ -3,6 +3,8 @@
 
 #include "kalvora/context/KSoftContext2D.h"
 #include "kalvora/paint/KStyleContext2D.h"
+#include "kalvora/paint/pixmapdraw.h"
+#include "kalvora/raster/rectangle.h"
 #include "kalvora/support/KFlags.h"
 #include "kalvora/text/KFTFont.h"
 #include "kalvora/text/KGlyphMasks.h"
@@ -18,6 +20,15 @@ KSoftMatrix3D GlyphMatrix(const KSoftMatrix3D& m) {
   flipped.m1 = -m.m3;
   flipped.m3 = -m.m1;
   return flipped;
+}
+
+// A premultiplied colour, opaque and with its channels as they were.
+KColor32 Straight(KColor32 c) {
+  if (c.alpha == 0) return {0, 0, 0, 255};
+  const auto divided = [&](unsigned channel) {
+    return static_cast<std::uint8_t>(std::min(255u, (channel * 255 + c.alpha / 2) / c.alpha));
+  };
+  return {divided(c.blue), divided(c.green), divided(c.red), 255};
 }
 
 }  // namespace
@@ -84,11 +95,45 @@ void KSoftContext2D::DrawCodes(Codes codes, KVertex2D origin, const KVertex2D* p
 
 template <typename Names>
 void KSoftContext2D::DrawMasks(KGlyphMasks& masks, Names names, const GlyphPlaces& places) {
-  if (mQuarterPixels) masks.UseQuarters();
+  SetUp(masks);
   kalvora::ForEachGlyph(masks, names, places, [&](const KFTCacheData& glyph, int x, int y) {
-    DrawAlphaMask(&glyph.mask, x, y, x + static_cast<int>(glyph.mask.width),
-                  y + static_cast<int>(glyph.mask.height));
+    if (glyph.IsColoured()) {
+      DrawColouredGlyph(glyph.mask, x, y);
+    } else {
+      DrawAlphaMask(&glyph.mask, x, y, x + static_cast<int>(glyph.mask.width),
+                    y + static_cast<int>(glyph.mask.height));
+    }
   });
+}
+
+// What of this context's state glyphs depend on.
+void KSoftContext2D::SetUp(KGlyphMasks& masks) const {
+  if (mQuarterPixels) masks.UseQuarters();
+  // Picking and drawing nothing take the coverage.
+  if (mFill.type == KPaintColor) masks.UseColours(Straight(mFill.color));
+  if (mFill.type > KPaintColor && mFill.type < KPaintPick) masks.UseColours({0, 0, 0, 255});
+}
+
+// With the alpha and the opacity of the fill, and colours of its own.
+void KSoftContext2D::DrawColouredGlyph(const KSoftPixmap& glyph, int x, int y) {
+  if (glyph.width == 0 || mFill.type == KPaintNone || !CanDraw()) return;
+  KSoftPixmap pixmap;
+  pixmap.Create(glyph.width, glyph.height, glyph.format, glyph.pixels, glyph.stride);
+  pixmap.quality = KSamplingNearest;
+  const auto at = [](std::int64_t px, std::int64_t py) {
+    return KVertex2D{KFixed::FromInt(static_cast<std::int32_t>(px)),
+                     KFixed::FromInt(static_cast<std::int32_t>(py))};
+  };
+  const KVertex2D a = at(x, y);
+  const KVertex2D b = at(std::int64_t{x} + glyph.width, std::int64_t{y} + glyph.height);
+  const KSoftMatrix3D user = mTransform;
+  mTransform.Identity();
+  const int alpha = mFill.type == KPaintColor ? mFill.color.alpha : 255;
+  const KPaint paint = kalvora::PixmapPaint(pixmap, mFill.opacity * (alpha + (alpha >> 7)) >> 8);
+  if (kalvora::PlacePixmap(&pixmap, a, b, mTransform)) {
+    kalvora::RasterTRectangle(RectJob(paint, mFillRule, mRectAntiAlias), a, b);
+  }
+  mTransform = user;
 }
 
 // Measures ----------------------------------------------------------------------------------------
@@ -125,7 +170,7 @@ KGlyphExtents KSoftContext2D::MeasureCodes(Codes codes, KVertex2D origin,
 template <typename Names>
 KGlyphExtents KSoftContext2D::MeasureMasks(KGlyphMasks& masks, Names names,
                                            const GlyphPlaces& places) {
-  if (mQuarterPixels) masks.UseQuarters();
+  SetUp(masks);
   KGlyphExtents box = {INT32_MAX, INT32_MAX, INT32_MIN, INT32_MIN, KVertex2D::Origin};
   const auto include = [&](const KFTCacheData& glyph, int x, int y) {
     if (glyph.mask.width == 0 || glyph.mask.height == 0) return;

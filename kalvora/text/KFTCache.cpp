@@ -44,12 +44,12 @@ KFTFaceEntry* KFTCache::FindEntry(const KFTSharedFile* file) const {
   return entry;
 }
 
-KFTFaceEntry* KFTCache::OpenEntry(const char* path) {
+KFTFaceEntry* KFTCache::OpenEntry(const char* path, KError& why) {
   for (KFTFaceEntry* entry = faces; entry; entry = entry->next) {
     if (entry->file->file.IsAt(path)) return entry;
   }
   auto* file = new (std::nothrow) KFTSharedFile;
-  if (file && file->file.Map(path)) return Push(file);
+  if (file && file->file.Map(path, &why)) return Push(file);
   delete file;
   return nullptr;
 }

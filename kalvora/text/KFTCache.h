@@ -17,14 +17,24 @@ struct KFTCacheKey {
   std::int32_t faceIndex;       ///< of that font within its file
   std::uint32_t style;          ///< how it is named and rendered, as follows
 
-  static constexpr std::uint32_t kByIndex = 1;  ///< `ch` is a glyph index
-  static constexpr unsigned kHintingShift = 1;  ///< two bits: KHinting, as the font says
-  static constexpr unsigned kQuarterShift = 3;  ///< two bits: quarters of a pixel to the right
+  static constexpr std::uint32_t kByIndex = 1;   ///< `ch` is a glyph index
+  static constexpr unsigned kHintingShift = 1;   ///< two bits: KHinting, as the font says
+  static constexpr unsigned kQuarterShift = 3;   ///< two bits: quarters of a pixel to the right
+  static constexpr std::uint32_t kColours = 32;  ///< in colours, of a font that has them
+
+  std::uint32_t ink;  ///< what a font's layers have in place of the text's colour; else 0
 
   bool operator==(const KFTCacheKey& b) const {
     return ch == b.ch && xx == b.xx && xy == b.xy && yx == b.yx && yy == b.yy &&
-           fontSize == b.fontSize && file == b.file && faceIndex == b.faceIndex && style == b.style;
+           fontSize == b.fontSize && file == b.file && faceIndex == b.faceIndex &&
+           style == b.style && ink == b.ink;
   }
+  /// Names the glyph, moved to the right by a number of quarters.
+  void Name(std::uint32_t glyph, unsigned quarter) {
+    ch = hash = glyph;
+    style = (style & ~(3u << kQuarterShift)) | quarter << kQuarterShift;
+  }
+  unsigned Quarter() const { return style >> kQuarterShift & 3; }
   void Hold() const { file->Hold(); }
   void Drop() const { file->Drop(); }
   void Print() const;
@@ -32,10 +42,11 @@ struct KFTCacheKey {
 
 /// A glyph's mask and where it stands.
 struct KFTCacheData {
-  KSoftPixmap mask;                       ///< 8-bit coverage; 0 x 0 for a blank glyph
+  KSoftPixmap mask;  ///< 8-bit coverage, or premultiplied colours; 0 x 0 for a blank glyph
   KVertex2D origin = KVertex2D::Origin;   ///< from the pen to the mask's top left corner
   KVertex2D advance = KVertex2D::Origin;  ///< from this pen to the next
 
+  bool IsColoured() const { return mask.pixelShift != 0; }
   std::uint64_t ByteSize() const {
     return std::uint64_t{mask.width} * mask.height << mask.pixelShift;
   }
@@ -61,8 +72,9 @@ class KFTCache : public KLruCache<KFTCacheKey, KFTCacheData> {
   KFTCacheData* Spare();
   /// The entry of a file; null when this thread does not know it.
   KFTFaceEntry* FindEntry(const KFTSharedFile* file) const;
-  /// The entry of the file at `path`, which is mapped if it is new; null when that fails.
-  KFTFaceEntry* OpenEntry(const char* path);
+  /// The entry of the file at `path`, which is mapped if it is new; null when that fails, for
+  /// the reason in `why`.
+  KFTFaceEntry* OpenEntry(const char* path, KError& why);
   /// A new entry of a font in the caller's memory; null when memory runs out.
   KFTFaceEntry* AddEntry(const void* data, std::size_t size);
   /// Forgets the files that nothing holds but the list, except the one at `keepPath` (may be null).

@@ -1,45 +1,56 @@
 // KFTFont: loading, sizes, and the end of a font.
 #include "kalvora/text/KFTFont.h"
 
+#include <cerrno>
+#include <climits>
 #include <utility>
 
+#include "kalvora/support/failure.h"
 #include "kalvora/text/KFTCache.h"
 #include "kalvora/text/KFTLib.h"
-#include "kalvora/text/ft.h"
+#include "kalvora/text/strikes.h"
 
+using kalvora::Fail;
 using kalvora::FromF26Dot6;
 
 namespace {
 
 constexpr KFixed kFirstSize = KFixed::FromInt(18);
 
-// In 26.6, rounded a little under half a step, deliberately: glyphs have these sizes.
-FT_F26Dot6 CharSize(KFixed size) {
-  return static_cast<FT_F26Dot6>(((std::int64_t{size.raw} << 6) + 0x7F00) >> 16);
-}
-
-FT_Face OpenFace(FT_Library library, const KFTFontFile& file, int index) {
+FT_Error OpenFace(FT_Library library, const KFTFontFile& file, int index, FT_Face& face) {
   // FreeType takes a negative index for a question about the file.
-  if (index < 0) return nullptr;
+  if (index < 0) return FT_Err_Invalid_Argument;
   FT_Open_Args args = {};
   args.flags = FT_OPEN_MEMORY;
   args.memory_base = static_cast<const FT_Byte*>(file.data);
   args.memory_size = static_cast<FT_Long>(file.size);
-  FT_Face face = nullptr;
-  return FT_Open_Face(library, &args, index, &face) == 0 ? face : nullptr;
+  return FT_Open_Face(library, &args, index, &face);
+}
+
+// Whether FreeType lacks what the bitmaps of a face are packed with: tried with a first glyph.
+bool CannotUnpack(FT_Face face) {
+  if (!kalvora::IsBitmapOnly(*face) || !FT_HAS_COLOR(face)) return false;
+  FT_UInt index = 0;
+  FT_Get_First_Char(face, &index);
+  return FT_Select_Size(face, 0) == 0 &&
+         FT_Load_Glyph(face, index, FT_LOAD_COLOR) == FT_Err_Unimplemented_Feature;
 }
 
 }  // namespace
 
 bool KFTFont::LoadFont(const char* path, int index) {
-  if (!path) return false;
+  error = {};
+  if (!path) return Fail(error, KErrorArgument, 0, "no path of a font");
   if (face && file && file->file.IsAt(path) && index == faceIndex) return true;
   KFTLib* thread = MakeReady(path);
-  return thread && Open(thread, KFTCache::Existing()->OpenEntry(path), index);
+  return thread && Open(thread, KFTCache::Existing()->OpenEntry(path, error), index);
 }
 
 bool KFTFont::LoadFontFromMemory(const void* data, std::size_t bytes, int index) {
-  if (!data || bytes == 0 || bytes > PTRDIFF_MAX) return false;
+  error = {};
+  if (!data || bytes == 0 || bytes > LONG_MAX) {
+    return Fail(error, KErrorArgument, 0, "no memory with a font");
+  }
   if (face && file && file->file.Borrows(data, bytes) && index == faceIndex) return true;
   KFTLib* thread = MakeReady(nullptr);
   return thread && Open(thread, EntryOf(thread, data, bytes), index);
@@ -51,7 +62,9 @@ KFTLib* KFTFont::MakeReady(const char* keepPath) {
   KFTCache* threadCache = KFTCache::Thread();
   if (!cache) cache = threadCache;
   Release(keepPath);
-  return threadCache ? thread : nullptr;
+  if (thread && threadCache) return thread;
+  Fail(error, KErrorMemory, ENOMEM, "no memory for text");
+  return nullptr;
 }
 
 // Memory is known again only while a font uses it: afterwards it may hold anything.
@@ -65,16 +78,43 @@ KFTFaceEntry* KFTFont::EntryOf(const KFTLib* thread, const void* data, std::size
 
 // `entry` is null when there is no file.
 bool KFTFont::Open(KFTLib* thread, const KFTFaceEntry* entry, int index) {
-  if (!entry) return false;
+  if (!entry) {
+    if (error.code == KErrorNone) Fail(error, KErrorMemory, ENOMEM, "no memory for a font");
+    return false;
+  }
   Attach(thread, entry->file);
   faceIndex = index;
   thread->lends = false;
-  face = OpenFace(thread->library, file->file, index);
+  const FT_Error opened = OpenFace(thread->library, file->file, index, face);
   thread->lends = true;
-  if (!face) return false;
+  if (!CanBeDrawn(opened)) {
+    if (face) FT_Done_Face(std::exchange(face, nullptr));
+    return false;
+  }
   height = FromF26Dot6(face->size->metrics.height);
   size = kalvora::kZero;  // of the face before, which this one was never set to
   SetFontSize(kFirstSize);
+  return true;
+}
+
+// Says why, if it cannot.
+bool KFTFont::CanBeDrawn(int opened) {
+  const char* name = file->file.Name();
+  if (opened == FT_Err_Out_Of_Memory) {
+    return Fail(error, KErrorMemory, ENOMEM, "cannot load %s", name);
+  }
+  if (opened == FT_Err_Invalid_Argument && faceIndex != 0) {
+    return Fail(error, KErrorArgument, 0, "%s has no face %d", name, faceIndex);
+  }
+  if (opened != 0) {
+    return Fail(error, KErrorNotAFont, 0, "%s is no font (FreeType's error 0x%02x)", name, opened);
+  }
+  if (kalvora::IsBitmapOnly(*face) && !FT_HAS_FIXED_SIZES(face)) {
+    return Fail(error, KErrorNotAFont, 0, "%s has neither outlines nor bitmaps", name);
+  }
+  if (CannotUnpack(face)) {
+    return Fail(error, KErrorNotSupported, 0, "FreeType lacks what the bitmaps of %s need", name);
+  }
   return true;
 }
 
@@ -111,21 +151,25 @@ void KFTFont::Release(const char* keepPath) {
 void KFTFont::SetFontSize(KFixed newSize) {
   if (!face || newSize == size) return;
   size = newSize;
-  const FT_F26Dot6 charSize = CharSize(size);
   // A face that could not be set is of no size: the next call tries again.
-  if (FT_Set_Char_Size(face, charSize, charSize, 0, 0) == FT_Err_Out_Of_Memory) {
+  if (kalvora::SetSize(face, size) == FT_Err_Out_Of_Memory) {
     size = kalvora::kZero;
     return;
   }
-  height = FromF26Dot6(face->size->metrics.height);
+  height = Metric(face->size->metrics.height);
+}
+
+// A 26.6 metric of the face as the font shows it.
+KFixed KFTFont::Metric(std::int64_t v) const {
+  return FromF26Dot6(v) * kalvora::MetricScale(*this);
 }
 
 KFixed KFTFont::GetFontHeight() const { return face ? height : kalvora::kZero; }
 
 KFixed KFTFont::GetAscend() const {
-  return face ? FromF26Dot6(face->size->metrics.ascender) : kalvora::kZero;
+  return face ? Metric(face->size->metrics.ascender) : kalvora::kZero;
 }
 
 KFixed KFTFont::GetDescend() const {
-  return face ? FromF26Dot6(face->size->metrics.descender) : kalvora::kZero;
+  return face ? Metric(face->size->metrics.descender) : kalvora::kZero;
 }

@@ -8,6 +8,7 @@
 #include "kalvora/core/KRect.h"
 #include "kalvora/core/KVertex2D.h"
 #include "kalvora/export.h"
+#include "kalvora/support/KError.h"
 
 class KFTCache;
 class KFTFontContext;
@@ -58,13 +59,16 @@ class KALVORA_API KFTFont {
   KFTFont& operator=(const KFTFont&) = delete;
 
   /// Loads a face of a regular file at 18 pixels. True at once when it is loaded already. False
-  /// leaves the font empty: the file cannot be mapped, is no font, or has no such face. A null path
-  /// is false and changes nothing.
+  /// leaves the font empty: the file cannot be mapped, is no font, has no such face, or one that
+  /// cannot be drawn. A null path is false and changes nothing.
   bool LoadFont(const char* path, int index);
   /// Loads a face from `size` bytes of a font file in memory, which must stay as they are until the
   /// font is destroyed or has loaded another one.
   bool LoadFontFromMemory(const void* data, std::size_t size, int index);
-  /// In pixels. Faces of fixed sizes take the nearest they have.
+  /// Why the last LoadFont or LoadFontFromMemory returned false, or that it did not.
+  const KError& LastError() const { return error; }
+  /// In pixels. Faces that have nothing but bitmaps take their nearest size, of two equally near
+  /// ones the larger, and their metrics are those of that size; but bitmaps in colour are scaled.
   void SetFontSize(KFixed newSize);
   /// For this and every face that is loaded from now on; KHintingDefault at first. Glyphs of
   /// different hinting lie in the cache side by side.
@@ -120,7 +124,11 @@ class KALVORA_API KFTFont {
   void Attach(KFTLib* thread, KFTSharedFile* shared);
   void Detach();
 
+  bool CanBeDrawn(int opened);
+  KFixed Metric(std::int64_t v) const;
+
   KHinting hinting = KHintingDefault;
+  KError error;
 
   KFTLib* lib = nullptr;  // the library whose list of fonts this one is in
   KFTFont* nextFont = nullptr;

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "kalvora/export.h"
+#include "kalvora/support/KError.h"
 
 /// A font file mapped into memory, read-only, or memory of the caller's that holds one. The
 /// descriptor stays open as long as the mapping.
@@ -21,9 +22,9 @@ class KALVORA_API KFTFontFile {
   KFTFontFile(const KFTFontFile&) = delete;
   KFTFontFile& operator=(const KFTFontFile&) = delete;
 
-  /// Maps the regular file at `path`; on false call Unmap. Nothing but a regular file is mapped,
-  /// and opening never waits.
-  bool Map(const char* path);
+  /// Maps the regular file at `path`; on false call Unmap, and `why`, if not null, has the reason.
+  /// Nothing but a regular file is mapped, and opening never waits.
+  bool Map(const char* path, KError* why = nullptr);
   /// Takes memory that the caller keeps as it is until Unmap.
   void Borrow(const void* memory, std::size_t bytes);
   /// Whether this is what Borrow took.

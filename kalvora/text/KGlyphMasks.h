@@ -25,6 +25,9 @@ class KGlyphMasks {
   /// From here on glyphs stand on quarters of a pixel, if they have outlines that keep their
   /// shapes.
   void UseQuarters();
+  /// From here on glyphs of fonts that have colours are pixmaps in them; `ink` is what the font has
+  /// coloured as the text.
+  void UseColours(KColor32 ink);
   /// Takes from x, which is left on a whole pixel, the quarters for Find; 0 without UseQuarters.
   unsigned TakeQuarter(KFixed& x) const {
     if (!quarters) return 0;
@@ -38,22 +41,25 @@ class KGlyphMasks {
   /// thread. Null when the glyph cannot be had.
   const KFTCacheData* Find(std::uint32_t glyph, unsigned quarter = 0) {
     if (!cache) return nullptr;
-    key.ch = key.hash = glyph;
-    key.style = style | quarter << KFTCacheKey::kQuarterShift;
+    key.Name(glyph, quarter);
     const KFTCacheData* data = cache->Find(key);
     return data ? data : FindMissed();
   }
 
  private:
   const KFTCacheData* FindMissed();
+  KFTCacheKey KeyOf(const KFTFont& of) const;
   const KFTCacheData* Render(const KFTFont* from, std::uint32_t index, const KFTCacheKey& as);
 
   KFTFontContext& context;
   const KFTFont* font;
-  KFTCache* cache;          // null when nothing can be found
-  KFTCacheKey key;          // of the glyph that is looked for, in `font`
-  std::uint32_t style = 0;  // of all these glyphs
+  const bool byIndex;
+  KFTCache* cache;                              // null when nothing can be found
+  std::int32_t xx = 0, xy = 0, yx = 0, yy = 0;  // the glyph matrix
   bool quarters = false;
+  bool colours = false;
+  std::uint32_t inkOfText = 0;
+  KFTCacheKey key{};  // of the glyph that is looked for, in `font`
 };
 
 #endif

@@ -47,15 +47,27 @@ Coverage CoverageOf(unsigned pixelMode) {
   }
 }
 
+// Bytes to words of blue, green, red and alpha from the lowest byte up. Fonts may be wrong about
+// what is premultiplied.
+void CopyColours(const std::uint8_t* row, unsigned width, std::uint8_t* out) {
+  auto* words = static_cast<std::uint32_t*>(static_cast<void*>(out));
+  for (unsigned x = 0; x < width; ++x, row += 4) {
+    const std::uint32_t alpha = row[3];
+    const auto held = [&](int i) { return std::min<std::uint32_t>(row[i], alpha); };
+    words[x] = alpha << 24 | held(2) << 16 | held(1) << 8 | held(0);
+  }
+}
+
 }  // namespace
 
-bool kalvora::CopyGlyph(const FT_Bitmap& bitmap, KSoftPixmap& mask) {
+bool kalvora::CopyGlyph(const FT_Bitmap& bitmap, bool colours, KSoftPixmap& mask) {
   const Coverage coverage = CoverageOf(bitmap.pixel_mode);
   if (!bitmap.buffer || !coverage) {
     mask.Create(0, 0, KFormat8888PM, nullptr, 0);
     return true;
   }
-  mask.Create(bitmap.width, bitmap.rows, KFormatMask8, nullptr, 0);
+  const bool coloured = colours && bitmap.pixel_mode == FT_PIXEL_MODE_BGRA;
+  mask.Create(bitmap.width, bitmap.rows, coloured ? KFormat8888PM : KFormatMask8, nullptr, 0);
   if (!mask.pixels) return false;
 
   const unsigned top = bitmap.num_grays > 1 ? bitmap.num_grays - 1u : 255u;
@@ -65,7 +77,9 @@ bool kalvora::CopyGlyph(const FT_Bitmap& bitmap, KSoftPixmap& mask) {
   if (pitch < 0 && bitmap.rows > 0) row -= pitch * static_cast<std::ptrdiff_t>(bitmap.rows - 1);
   std::uint8_t* out = mask.pixels;
   for (unsigned y = 0; y < bitmap.rows; ++y) {
-    if (bitmap.pixel_mode == FT_PIXEL_MODE_GRAY && top == 255) {
+    if (coloured) {
+      CopyColours(row, bitmap.width, out);
+    } else if (bitmap.pixel_mode == FT_PIXEL_MODE_GRAY && top == 255) {
       std::copy_n(row, bitmap.width, out);
     } else {
       for (unsigned x = 0; x < bitmap.width; ++x) {

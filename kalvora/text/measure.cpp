@@ -4,10 +4,14 @@
 #include "kalvora/text/KFTCache.h"
 #include "kalvora/text/KFTFont.h"
 #include "kalvora/text/KFTFontContext.h"
-#include "kalvora/text/ft.h"
+#include "kalvora/text/resample.h"
+#include "kalvora/text/strikes.h"
+
+#include FT_COLOR_H
 
 using kalvora::FromF26Dot6;
-using kalvora::LoadFlags;
+using kalvora::GlyphBox;
+using kalvora::Scaled;
 
 bool KFTFont::GlyphIndex(std::uint32_t code, std::uint32_t& index) const {
   if (!face) return false;
@@ -52,8 +56,9 @@ void KFTFont::AdvancePenImpl(KVertex2D* pen, std::uint32_t ch, unsigned short ne
       if (!font->GlyphIndex(ch, index)) return;
     }
   }
-  if (FT_Load_Glyph(font->face, index, LoadFlags(*font)) != 0) return;
-  *pen = *pen + FromF26Dot6(font->face->glyph->advance);
+  KFixed scale;
+  if (kalvora::LoadDrawn(*font, index, 0, scale) != 0) return;
+  *pen = *pen + Scaled(FromF26Dot6(font->face->glyph->advance), scale);
 
   // Kerning never moves the pen, and must not: layouts made of these advances match what is drawn.
   // A font of this thread only has the next character looked up. (Of a font that this thread does
@@ -71,13 +76,15 @@ void KFTFont::GetBound(KRect& rect, const unsigned short* text, unsigned count) 
   for (unsigned i = 0; i < count; ++i) {
     std::uint32_t index = 0;
     GlyphIndex(text[i], index);
-    if (FT_Load_Glyph(face, index, LoadFlags(*this)) != 0) continue;
+    KFixed scale;
+    if (kalvora::LoadDrawn(*this, index, 0, scale) != 0) continue;
     const FT_GlyphSlot glyph = face->glyph;
-    const std::int64_t highest = y + glyph->metrics.horiBearingY;
+    const auto scaled = [&](std::int64_t v) { return v * scale.raw >> 16; };
+    const std::int64_t highest = y + scaled(glyph->metrics.horiBearingY);
     top = std::max(top, highest);
-    bottom = std::min(bottom, highest - glyph->metrics.height);
-    x += glyph->advance.x;
-    y += glyph->advance.y;
+    bottom = std::min(bottom, highest - scaled(glyph->metrics.height));
+    x += scaled(glyph->advance.x);
+    y += scaled(glyph->advance.y);
   }
   rect = {0, 0, static_cast<std::int16_t>(kalvora::Ceil(FromF26Dot6(x))),
           static_cast<std::int16_t>(kalvora::Ceil(FromF26Dot6(top - bottom)))};
@@ -100,30 +107,52 @@ KVertex2D KFTFont::GetGlyphAdvance(std::uint32_t glyph) const {
 
 namespace {
 
-// The pixels that a loaded glyph's mask will have, as FreeType renders it: those that the box of an
+// The pixels that a loaded glyph's mask will have, as it is rendered: those that the box of an
 // outline's control points touches.
-FT_BBox PixelBox(const FT_GlyphSlotRec& glyph) {
-  FT_BBox box = {0, 0, 0, 0};
+GlyphBox BoxOf(const FT_GlyphSlotRec& glyph, KFixed scale) {
+  GlyphBox box = {0, 0, 0, 0};
   if (glyph.format == FT_GLYPH_FORMAT_BITMAP) {
-    const FT_Bitmap& bitmap = glyph.bitmap;
-    box = {glyph.bitmap_left, glyph.bitmap_top - static_cast<FT_Pos>(bitmap.rows),
-           glyph.bitmap_left + static_cast<FT_Pos>(bitmap.width), glyph.bitmap_top};
+    box = {glyph.bitmap_left, -std::int64_t{glyph.bitmap_top},
+           std::int64_t{glyph.bitmap_left} + glyph.bitmap.width,
+           std::int64_t{glyph.bitmap.rows} - glyph.bitmap_top};
+    if (scale != kalvora::kOne) box = kalvora::MapBox(box, {scale.raw, 0, 0, scale.raw});
   } else if (glyph.format == FT_GLYPH_FORMAT_OUTLINE && glyph.outline.n_points > 0) {
-    FT_Outline_Get_CBox(&glyph.outline, &box);
-    box = {box.xMin >> 6, box.yMin >> 6, (box.xMax + 63) >> 6, (box.yMax + 63) >> 6};
+    FT_BBox points;
+    FT_Outline_Get_CBox(&glyph.outline, &points);
+    box = {points.xMin >> 6, -((points.yMax + 63) >> 6), (points.xMax + 63) >> 6,
+           -(points.yMin >> 6)};
   }
-  if (box.xMin == box.xMax || box.yMin == box.yMax) return {0, 0, 0, 0};
+  if (box.Width() == 0 || box.Height() == 0) return {0, 0, 0, 0};
   return box;
+}
+
+// A glyph that has layers is drawn as those: their box takes the place of its own.
+void IncludeLayers(const KFTFont& font, std::uint32_t glyph, GlyphBox& box) {
+  FT_LayerIterator layers = {};
+  FT_UInt layer, colour;
+  bool first = true;
+  KFixed scale;
+  while (FT_Get_Color_Glyph_Layer(font.face, glyph, &layer, &colour, &layers)) {
+    if (first) box = {0, 0, 0, 0};
+    first = false;
+    if (kalvora::LoadDrawn(font, layer, FT_LOAD_IGNORE_TRANSFORM, scale) != 0) continue;
+    const GlyphBox own = BoxOf(*font.face->glyph, scale);
+    if (own.Width() == 0) continue;
+    if (box.Width() == 0) box = own;
+    box = {std::min(box.left, own.left), std::min(box.top, own.top), std::max(box.right, own.right),
+           std::max(box.bottom, own.bottom)};
+  }
 }
 
 }  // namespace
 
 bool KFTFont::GetGlyphExtents(std::uint32_t glyph, KGlyphExtents& extents) const {
-  const FT_Int32 flags = face ? LoadFlags(*this) | FT_LOAD_IGNORE_TRANSFORM : 0;
-  if (!face || FT_Load_Glyph(face, glyph, flags) != 0) return false;
-  const FT_BBox box = PixelBox(*face->glyph);
-  const auto pixel = [](FT_Pos v) { return static_cast<std::int32_t>(v); };
-  extents = {pixel(box.xMin), -pixel(box.yMax), pixel(box.xMax), -pixel(box.yMin),
-             FromF26Dot6(face->glyph->advance)};
+  KFixed scale;
+  if (!face || kalvora::LoadDrawn(*this, glyph, FT_LOAD_IGNORE_TRANSFORM, scale) != 0) return false;
+  const KVertex2D advance = Scaled(FromF26Dot6(face->glyph->advance), scale);
+  GlyphBox box = BoxOf(*face->glyph, scale);
+  if (kalvora::HasColourLayers(*face)) IncludeLayers(*this, glyph, box);
+  const auto pixel = [](std::int64_t v) { return static_cast<std::int32_t>(v); };
+  extents = {pixel(box.left), pixel(box.top), pixel(box.right), pixel(box.bottom), advance};
   return true;
 }

@@ -105,14 +105,32 @@ TEST(Font, WhatIsNoFontIsRefusedAndLeavesNothingBehind) {
   std::filesystem::create_symlink(kLatin, path("link"));
   OnThread([&] {
     KFTFont font;
-    for (const std::string& name :
-         {path(""), path("absent"), path("empty"), path("text"), path("pipe"), path("loop"),
-          path(std::string(5000, 'x').c_str()), std::string(), std::string("/dev/zero")}) {
+    const std::pair<std::string, KErrorCode> refused[] = {
+        {path(""), KErrorFile},
+        {path("absent"), KErrorFile},
+        {path("empty"), KErrorNotAFont},
+        {path("text"), KErrorNotAFont},
+        {path("pipe"), KErrorFile},
+        {path("loop"), KErrorFile},
+        {path(std::string(5000, 'x').c_str()), KErrorFile},
+        {std::string(), KErrorFile},
+        {std::string("/dev/zero"), KErrorFile}};
+    for (const auto& [name, reason] : refused) {
       ASSERT_TRUE(font.LoadFont(kSerif, 0));
+      EXPECT_EQ(font.LastError().code, KErrorNone);
       EXPECT_FALSE(font.LoadFont(name.c_str(), 0)) << name;
+      EXPECT_EQ(font.LastError().code, reason) << name << font.LastError().text;
       EXPECT_EQ(font.face, nullptr) << name;
       EXPECT_FALSE(font.Exists('a'));
     }
+    font.LoadFont(path("absent").c_str(), 0);
+    EXPECT_EQ(font.LastError().systemError, ENOENT);
+    EXPECT_EQ(font.LastError().text,
+              "cannot open " + path("absent") + ": No such file or directory");
+    font.LoadFont(kLatin, 3);
+    EXPECT_EQ(font.LastError().text, std::string(kLatin) + " has no face 3");
+    EXPECT_EQ(font.LastError().code, KErrorArgument);
+    font.Release(nullptr);
     EXPECT_EQ(FacesKnown(), 0);
     EXPECT_TRUE(font.LoadFont(path("link").c_str(), 0));
   });

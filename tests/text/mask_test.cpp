@@ -361,7 +361,7 @@ TEST(GlyphMask, EveryPixelModeBecomesCoverage) {
     bitmap.num_grays = c.greys;
     bitmap.pixel_mode = c.mode;
     KSoftPixmap mask;
-    ASSERT_TRUE(kalvora::CopyGlyph(bitmap, mask));
+    ASSERT_TRUE(kalvora::CopyGlyph(bitmap, false, mask));
     ASSERT_TRUE(mask.width == width && mask.height == rows && mask.format == KFormatMask8);
     for (unsigned y = 0; y < rows; ++y) {
       const std::uint8_t* row = buffer.data() + pitch * (up ? rows - 1 - y : y);
@@ -388,12 +388,12 @@ TEST(GlyphMask, OtherKindsAreBlank) {
   for (const int mode : {+FT_PIXEL_MODE_NONE, +FT_PIXEL_MODE_LCD, +FT_PIXEL_MODE_LCD_V, 99}) {
     bitmap.pixel_mode = static_cast<unsigned char>(mode);
     mask.Create(3, 3, KFormatMask8);
-    EXPECT_TRUE(kalvora::CopyGlyph(bitmap, mask));
+    EXPECT_TRUE(kalvora::CopyGlyph(bitmap, false, mask));
     EXPECT_EQ(mask.width + mask.height, 0u);
   }
   bitmap.width = bitmap.rows = 0xFFFF;
   bitmap.pixel_mode = FT_PIXEL_MODE_GRAY;
-  EXPECT_FALSE(kalvora::CopyGlyph(bitmap, mask));
+  EXPECT_FALSE(kalvora::CopyGlyph(bitmap, false, mask));
 }
 
 // Outlines ----------------------------------------------------------------------------------------
