@@ -37,7 +37,7 @@ Mix SolidMix(std::uint32_t color, bool blend) {
 
 /// What the coverage filler makes of a pixel.
 Mix CoveredMix(std::uint32_t color, bool blend, std::int32_t coverage) {
-  const std::uint32_t w = static_cast<std::uint32_t>(coverage + 128) >> 8;
+  const auto w = static_cast<std::uint32_t>(CoverageWeight(coverage));
   if (!blend) return {256 - w, Lo(color) * w, Hi(color) * w, 0};
   const std::uint32_t s = Scale(color, w);
   return {256 - AlphaWeight(s), 0, 0, s};
