@@ -226,6 +226,8 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   void ResetState();
   bool CanDraw() const;
   const KPaint& Apart(const KPaint& paint);
+  void Describe(kalvora::PaintJob& job, const KPaint& paint);
+  void Describe(kalvora::RasterJob& job, const KPaint& paint, KFillRule rule);
   kalvora::PaintJob Painting(const KPaint& paint);
   kalvora::RasterJob Job(const KPaint& paint, KFillRule rule);
   kalvora::RectangleJob RectJob(const KPaint& paint, KFillRule rule, bool antiAlias);

@@ -106,7 +106,8 @@ void FillBox(const PaintJob& job, const PixelBox& box) {
 }
 
 void RasterTRectangle(const RectangleJob& job, KVertex2D p, KVertex2D q) {
-  if (job.transform->IsOrth() && !job.clipped) {
+  const KSoftMatrix3D& m = *job.transform;
+  if (!job.clipped && (m.linearIdentity || m.IsOrth())) {
     p = job.transform->Map(p);
     q = job.transform->Map(q);
     if (p.x > q.x) std::swap(p.x, q.x);

@@ -15,15 +15,30 @@ void EachRow(const Block& block, F row) {
   for (int y = 0; y < block.rows; ++y, to += block.stride) row(to, y);
 }
 
-/// Four vectors a turn.
+/// `count` vectors from p on.
+template <int count>
+void StoreSome(std::uint32_t* p, Words c) {
+#pragma GCC unroll 4
+  for (int k = 0; k < count; ++k) Store(p + k * kLanes, c);
+}
+
+/// As many vectors from the start as up to the end, which may overlap; a long row's others do not
+/// lie across two cache lines.
 inline void FillRow(std::uint32_t* to, int n, Words c) {
-  int i = 0;
-  for (; i + 4 * kLanes <= n; i += 4 * kLanes) {
-    for (int k = 0; k < 4; ++k) Store(to + i + k * kLanes, c);
+  std::uint32_t* const end = to + n;
+  if (kLanes == 1 || n < kLanes) return Pixels(to, n, [c](Words, auto) { return c; });
+  if (n <= 2 * kLanes) {
+    StoreSome<1>(to, c);
+    StoreSome<1>(end - kLanes, c);
+  } else {
+    StoreSome<1>(to, c);
+    constexpr std::uintptr_t kBytes = sizeof(Words);
+    const auto skipped = kBytes - (reinterpret_cast<std::uintptr_t>(to) & (kBytes - 1));
+    to += skipped / sizeof *to;
+    for (; to <= end - 4 * kLanes; to += 4 * kLanes) StoreSome<4>(to, c);
+    for (; to <= end - kLanes; to += kLanes) StoreSome<1>(to, c);
+    StoreSome<1>(end - kLanes, c);
   }
-  if (kLanes == 1 || n < kLanes) return Pixels(to + i, n - i, [c](Words, auto) { return c; });
-  for (; i + kLanes <= n; i += kLanes) Store(to + i, c);
-  Store(to + n - kLanes, c);
 }
 
 void Fill(const Block& block, std::uint32_t c) {
