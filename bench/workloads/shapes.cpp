@@ -45,7 +45,7 @@ Scene Grid(double size, int most, Add add) {
 }
 
 Scene Icons(double size) {
-  return Grid(size, 60, [=](Point p, int i) { return Fill(Icon(i, p, size)); });
+  return Grid(size, 60, [=](Point p, int i) { return Fill(Icon(i, p, size), kInk, true); });
 }
 
 Scene Circles(double radius) {
