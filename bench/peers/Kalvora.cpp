@@ -66,7 +66,7 @@ class KalvoraDrawing : public Drawing {
     pixmap_.Create(static_cast<unsigned>(target.width), static_cast<unsigned>(target.height),
                    KFormat8888PM, target.pixels);
     context_.RenderToTexture(&pixmap_);
-    SetFlatness(context_);
+    context_.SetFlatness(Fixed(0.125));
     for (const Item& item : scene.items) Prepare(prepared_.emplace_back(), item);
     if (scene.clip) {
       const auto at = [](double v) { return static_cast<std::int16_t>(v); };
@@ -85,15 +85,6 @@ class KalvoraDrawing : public Drawing {
   }
 
  private:
-  // An eighth of a pixel for this context; for the process, where contexts have none of their own.
-  static void SetFlatness(auto& context) {
-    if constexpr (requires { context.SetFlatness(Fixed(0.125)); }) {
-      context.SetFlatness(Fixed(0.125));
-    } else {
-      KStroker::GeoQuality = Fixed(0.125);
-    }
-  }
-
   static void Prepare(Prepared& p, const Item& item) {
     p.item = &item;
     p.color = Color32(item.paint.color);
