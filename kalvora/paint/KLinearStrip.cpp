@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
+#include <cstring>
 
 #include "kalvora/core/division.h"
 #include "kalvora/core/roots.h"
@@ -60,6 +61,90 @@ struct Axis {
   }
 };
 
+const PreparedRamp& RampOf(const KStyleContext2D* style) {
+  return *static_cast<const PreparedRamp*>(style->table1);
+}
+
+/// The next n pixels of a row.
+template <bool AA, bool Blend>
+void PaintRow(const Loops& loops, RampWalk& walk, std::uint32_t* to, const std::int32_t* coverage,
+              int n) {
+  while (n > 0) {
+    const int run = walk.Next(n);
+    if (walk.IsFlat()) {
+      if (!walk.IsEnd() || walk.Color() != 0) {
+        PutColor<AA, Blend>(loops, to, coverage, run, walk.Color());
+      }
+    } else if constexpr (!AA && !Blend) {
+      walk.Write(to, run);
+    } else {
+      std::uint32_t colors[kBlock];
+      for (int done = 0; done < run; done += kBlock) {
+        const int count = std::min(run - done, kBlock);
+        walk.Write(colors, count);
+        PutPixels<AA>(loops, to + done, colors, AA ? coverage + done : nullptr, count);
+      }
+    }
+    to += run;
+    if (AA) coverage += run;
+    n -= run;
+  }
+}
+
+/// Rows that are all alike: colours once, then copies.
+template <bool Blend>
+void PaintAcross(const Loops& loops, RampWalk walk, const Block& block) {
+  std::uint32_t colors[kBlock];
+  for (int x = 0; x < block.n; x += kBlock) {
+    const int n = std::min(block.n - x, kBlock);
+    std::uint32_t* to = block.to + x;
+    walk.WriteAll(colors, n);
+    for (int y = 0; y < block.rows; ++y, to += block.stride) {
+      if constexpr (Blend) {
+        PutPixels<false>(loops, to, colors, nullptr, n);
+      } else {
+        std::memcpy(to, colors, static_cast<std::size_t>(n) * sizeof *to);
+      }
+    }
+  }
+}
+
+/// Rows of one colour each, as many at a time as are alike.
+template <bool Blend>
+void PaintDown(const Loops& loops, RampWalk walk, Block block) {
+  std::uint32_t colors[kBlock];
+  for (int left = block.rows; left > 0; left -= kBlock) {
+    const int n = std::min(left, kBlock);
+    walk.WriteAll(colors, n);
+    for (int y = 0; y < n; y += block.rows, block.to += block.stride * block.rows) {
+      const std::uint32_t color = colors[y];
+      block.rows = 1;
+      while (y + block.rows < n && colors[y + block.rows] == color) ++block.rows;
+      (Blend ? loops.color.over : loops.color.fill)(block, color);
+    }
+  }
+}
+
+template <bool Blend>
+void PaintBlock(const KStyleContext2D* style, const KRowBlock& rows) {
+  const PreparedRamp& ramp = RampOf(style);
+  const Loops& loops = *style->loops;
+  Block block = {style->row + style->x0, rows.stride, style->x1 - style->x0, rows.rows};
+  if (Blend || !ramp.ShowsThrough()) {
+    using enum RampWalk::Direction;
+    if (ramp.line.stepY == 0) {
+      return PaintAcross<Blend>(loops, {ramp, style->x0, style->y, kAlongRow}, block);
+    }
+    if (ramp.line.stepX == 0) {
+      return PaintDown<Blend>(loops, {ramp, style->x0, style->y, kDownColumn}, block);
+    }
+  }
+  for (int y = 0; y < block.rows; ++y, block.to += block.stride) {
+    RampWalk walk(ramp, style->x0, style->y + y);
+    PaintRow<false, Blend>(loops, walk, block.to, nullptr, block.n);
+  }
+}
+
 }  // namespace
 
 bool PrepareLinear(KStyleContext2D* style) {
@@ -71,32 +156,16 @@ bool PrepareLinear(KStyleContext2D* style) {
   PreparedRamp* ramp = PrepareRamp(style, source, opacity, axis.scale, kLeastPeriod);
   if (!ramp) return false;
   ramp->SetLine(axis.line);
+  style->block = style->blend ? PaintBlock<true> : PaintBlock<false>;
   return true;
 }
 
 template <bool AA, bool Blend>
 void LinearSpan<AA, Blend>::Draw(const KStyleContext2D* style) {
-  RampWalk walk(*static_cast<const PreparedRamp*>(style->table1), style->x0, style->y);
-  for (std::int32_t x = style->x0; x < style->x1;) {
-    const int n = walk.Next(style->x1 - x);
-    const std::int32_t* coverage = AA ? style->lineBuffer + x : nullptr;
-    std::uint32_t* to = style->row + x;
-    x += n;
-    if (walk.IsFlat()) {
-      if (walk.IsEnd() && walk.Color() == 0) continue;
-      PutColor<AA, Blend>(to, coverage, n, walk.Color());
-    } else if constexpr (!AA && !Blend) {
-      walk.Write(to, n);
-    } else {
-      std::uint32_t block[kBlock];
-      for (int done = 0; done < n; done += kBlock) {
-        const int count = std::min(n - done, kBlock);
-        walk.Write(block, count);
-        OverPixels<AA ? Weight::kCoverage : Weight::kFull>(
-            to + done, block, AA ? coverage + done : nullptr, count, 256);
-      }
-    }
-  }
+  if (style->x0 >= style->x1) return;
+  RampWalk walk(RampOf(style), style->x0, style->y);
+  PaintRow<AA, Blend>(*style->loops, walk, style->row + style->x0,
+                      AA ? style->lineBuffer + style->x0 : nullptr, style->x1 - style->x0);
 }
 
 template struct LinearSpan<false, false>;

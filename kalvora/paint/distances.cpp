@@ -2,6 +2,7 @@
 #include "kalvora/paint/distances.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "kalvora/core/roots.h"
 
@@ -42,12 +43,24 @@ SquareSeries::SquareSeries(const OffsetRow& row) : Squares{Square(row.g), Square
   rise += 2 * static_cast<std::uint64_t>(dot);
 }
 
-// The squares fall to the vertex of a parabola and rise from there on.
-bool SquareSeries::StaysFrom(std::uint64_t limit, int n) const {
-  if (start >= limit && (n == 1 || static_cast<std::int64_t>(rise) >= 0)) return true;
-  const auto lastRise =
-      static_cast<std::int64_t>(rise + static_cast<std::uint64_t>(n - 2) * growth);
-  return n > 1 && At(n - 1) >= limit && lastRise <= 0;
+// s(i) = s(0) + rise i + growth i (i - 1) / 2 is a parabola, below the limit between the roots
+//
+//     i = v -+ sqrt(v^2 - 2 (s(0) - limit) / growth),   v = 1/2 - rise / growth
+//
+// Real numbers find them near enough.
+IndexRange SquareSeries::Below(std::uint64_t limit, int n) const {
+  if (growth == 0) return {0, start < limit ? n : 0};
+  const double scale = 1 / static_cast<double>(growth);
+  const double vertex = 0.5 - static_cast<double>(static_cast<std::int64_t>(rise)) * scale;
+  const double above = static_cast<double>(start) - static_cast<double>(limit);
+  const double square = vertex * vertex - 2 * above * scale;
+  // Rounding may take this much away from it.
+  const double margin = vertex * vertex * 0x1p-48;
+  if (square < -margin - 1) return {0, 0};
+  const double reach = std::sqrt(std::max(square, 0.0) + margin) + 2;
+  const auto held = [n](double i) { return static_cast<int>(std::clamp<double>(i, 0, n)); };
+  const int begin = held(std::floor(vertex - reach)), end = held(std::ceil(vertex + reach));
+  return {begin, std::max(begin, end)};
 }
 
 }  // namespace kalvora

@@ -22,6 +22,11 @@ struct OffsetRow {
   bool IsSeries(int n) const;
 };
 
+/// begin <= i < end.
+struct IndexRange {
+  int begin, end;
+};
+
 /// The squares of an OffsetRow that IsSeries.
 struct SquareSeries : Squares {
   explicit SquareSeries(const OffsetRow& row);
@@ -29,8 +34,8 @@ struct SquareSeries : Squares {
     const auto k = static_cast<std::uint64_t>(i);
     return start + k * rise + k * (k - 1) / 2 * growth;
   }
-  /// Certainly none of s(0) to s(n - 1) is below `limit`.
-  bool StaysFrom(std::uint64_t limit, int n) const;
+  /// The i of 0 to n - 1 with s(i) < limit, and possibly a few at either end that are not.
+  IndexRange Below(std::uint64_t limit, int n) const;
 };
 
 }  // namespace kalvora

@@ -53,15 +53,14 @@ std::uint64_t Part(std::int64_t v, std::int64_t width) {
 
 std::uint32_t Channel(std::uint32_t pixel, int i) { return pixel >> (8 * i) & 0xFF; }
 
-/// The difference of channel i from the pair's first stop to its second, modulo 2^64.
-std::uint64_t Rise(const StopPair& pair, int i) {
-  return std::uint64_t{Channel(pair.c1, i)} - Channel(pair.c0, i);
+/// What channel i of the pair grows by, 8.24, where t / (p1 - p0), 32 fraction bits, grows by f.
+std::uint32_t Growth(const StopPair& pair, int i, std::uint64_t f) {
+  const std::uint64_t rise = std::uint64_t{Channel(pair.c1, i)} - Channel(pair.c0, i);
+  return static_cast<std::uint32_t>((rise * f + 0x80) >> 8);
 }
 
-/// Channel i of the pair at f, 8.24.
-std::uint32_t ChannelAt(const StopPair& pair, int i, std::uint64_t f) {
-  return (Channel(pair.c0, i) << 24) + kRounding +
-         static_cast<std::uint32_t>(Rise(pair, i) * f >> 8);
+std::uint32_t FirstValue(const StopPair& pair, int i) {
+  return (Channel(pair.c0, i) << 24) + kRounding;
 }
 
 /// The colours and positions of a source, each stop after the other.
@@ -133,10 +132,15 @@ void PreparedRamp::SetLine(const RampLine& pixels) {
   for (std::uint32_t i = 0; i < pairCount; ++i) {
     StopPair& pair = Pairs()[i];
     const std::int64_t width = pair.p1 - pair.p0;
-    pair.f = Part(line.origin - pair.p0, width);
-    pair.fX = Part(line.stepX, width);
-    pair.fY = Part(line.stepY, width);
-    pair.fPeriod = repeats ? Part(last, width) : 0;
+    const std::uint64_t origin = Part(line.origin - pair.p0, width);
+    const std::uint64_t x = Part(line.stepX, width), y = Part(line.stepY, width);
+    const std::uint64_t period = repeats ? Part(last, width) : 0;
+    for (int c = 0; c < 4; ++c) {
+      pair.origin[c] = FirstValue(pair, c) + Growth(pair, c, origin);
+      pair.growX[c] = Growth(pair, c, x);
+      pair.growY[c] = Growth(pair, c, y);
+      pair.growPeriod[c] = Growth(pair, c, period);
+    }
   }
 }
 
@@ -148,17 +152,21 @@ std::uint32_t PreparedRamp::ColorAt(std::int64_t t) const {
                        [](const StopPair& p, std::int64_t at) { return p.p1 < at; });
   const std::uint64_t f = Part(t - pair->p0, pair->p1 - pair->p0);
   std::uint32_t color = 0;
-  for (int i = 0; i < 4; ++i) color |= ChannelAt(*pair, i, f) >> 24 << (8 * i);
+  for (int i = 0; i < 4; ++i)
+    color |= (FirstValue(*pair, i) + Growth(*pair, i, f)) >> 24 << (8 * i);
   return color;
 }
 
 int RampWalk::Next(int n) {
   ended_ = false;
-  const std::int64_t step = ramp_.line.stepX, first = ramp_.first, last = ramp_.last;
+  const std::int64_t step = step_, first = ramp_.first, last = ramp_.last;
   std::int64_t t = t_ - start_;
   if (ramp_.repeats) {
     if (t_ > first && t_ < last) {
       period_ = start_ = 0;
+    } else if (t >= last && t < 2 * last && start_ != 0) {
+      ++period_;
+      start_ += last;
     } else if (t < 0 || t >= last || start_ == 0) {
       period_ = FloorDivide(t_, last);
       start_ = period_ * last;
@@ -189,28 +197,42 @@ int RampWalk::Flat(std::uint32_t color, std::int64_t room, int n) {
 }
 
 void RampWalk::SetColors() {
-  const std::uint64_t f = pair_->f + static_cast<std::uint64_t>(y_) * pair_->fY -
-                          static_cast<std::uint64_t>(period_) * pair_->fPeriod;
-  const auto x = static_cast<std::uint32_t>(x_);
-  flat_ = true;
-  color_ = 0;
+  const auto x = static_cast<std::uint32_t>(x_), y = static_cast<std::uint32_t>(y_);
+  const auto period = static_cast<std::uint32_t>(period_);
+  const StopPair& pair = *pair_;
+  grow_ = direction_ == kAlongRow ? pair.growX : pair.growY;
+  std::uint32_t growth = color_ = 0;
   for (int i = 0; i < 4; ++i) {
-    grow_[i] = static_cast<std::uint32_t>(Rise(*pair_, i) * pair_->fX >> 8);
-    value_[i] = ChannelAt(*pair_, i, f) + x * grow_[i];
+    value_[i] =
+        pair.origin[i] + x * pair.growX[i] + y * pair.growY[i] - period * pair.growPeriod[i];
+    growth |= grow_[i];
     color_ |= value_[i] >> 24 << (8 * i);
-    flat_ = flat_ && grow_[i] == 0;
   }
+  flat_ = growth == 0;
 }
 
 int RampWalk::Advance(std::int64_t room, int n) {
-  const std::int64_t step = ramp_.line.stepX, size = step < 0 ? -step : step;
+  const std::int64_t size = step_ < 0 ? -step_ : step_;
   const int run = room >= size * (n - 1) ? n : static_cast<int>(room / size) + 1;
-  t_ += step * run;
-  x_ += run;
+  t_ += step_ * run;
+  (direction_ == kAlongRow ? x_ : y_) += run;
   return run;
 }
 
+void RampWalk::WriteAll(std::uint32_t* to, int n) {
+  while (n > 0) {
+    const int run = Next(n);
+    Write(to, run);
+    to += run;
+    n -= run;
+  }
+}
+
 void RampWalk::Write(std::uint32_t* to, int n) {
+  if (flat_) {
+    std::fill_n(to, n, color_);
+    return;
+  }
   ramp_.loops->gradient.series(to, n, value_, grow_);
   for (int i = 0; i < 4; ++i) value_[i] += static_cast<std::uint32_t>(n) * grow_[i];
 }

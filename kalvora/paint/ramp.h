@@ -35,16 +35,17 @@ struct RampScale {
 
 /// Two neighbouring stops, and the straight lines that channels follow between them:
 ///
-///     f = (t - p0) / (p1 - p0),   channel = c0 + 0x7F00 + f (c1 - c0)
+///     channel = c0 + 0x7F00 / 65536 + (t - p0) / (p1 - p0) (c1 - c0)
 ///
-/// f has 32 fraction bits, here and where it is modulo 2^64; of the channel, 16.16, the pixel takes
-/// the whole part.
+/// Channels are 8.24, blue, green, red, alpha, modulo 2^32; the pixel takes their whole parts.
 struct StopPair {
+  using Channels = std::uint32_t[4];
+
   std::int64_t p0, p1;    ///< the pair colours p0 < t <= p1
-  std::uint64_t f;        ///< of pixel (0, 0)
-  std::uint64_t fX, fY;   ///< what it grows by from a pixel to the next, and to the one below
-  std::uint64_t fPeriod;  ///< and from a period of the ramp to the next
   std::uint32_t c0, c1;   ///< pixels
+  Channels origin;        ///< of pixel (0, 0)
+  Channels growX, growY;  ///< what they grow by from a pixel to the next, and to the one below
+  Channels growPeriod;    ///< and from a period of the ramp to the next
 };
 
 /// A ramp, ready for a draw, followed in memory by its pairs.
@@ -58,6 +59,8 @@ struct PreparedRamp {
 
   StopPair* Pairs() { return reinterpret_cast<StopPair*>(this + 1); }
   const StopPair* Pairs() const { return reinterpret_cast<const StopPair*>(this + 1); }
+  /// An end colour of 0 leaves pixels beyond that end as they are.
+  bool ShowsThrough() const { return !repeats && (firstColor == 0 || lastColor == 0); }
   /// Puts the pixels of the draw on a line.
   void SetLine(const RampLine& pixels);
   /// The colour at t, of a ramp that is padded.
@@ -73,12 +76,21 @@ PreparedRamp* PrepareRamp(KStyleContext2D* style, const KSoftColorRamp* source,
                           std::int32_t opacity, const RampScale& scale, std::int64_t leastPeriod,
                           std::uint32_t words = 0);
 
-/// A walk along a row: a run of pixels of one colour, or between the same two stops, after the
-/// other.
+/// A walk along a row, or down a column: a run of pixels of one colour, or between the same two
+/// stops, after the other.
 class RampWalk {
  public:
-  RampWalk(const PreparedRamp& ramp, std::int32_t x, std::int32_t y)
-      : ramp_(ramp), pair_(ramp.Pairs()), t_(ramp.line.At(x, y)), x_(x), y_(y) {}
+  enum Direction { kAlongRow, kDownColumn };
+
+  RampWalk(const PreparedRamp& ramp, std::int32_t x, std::int32_t y,
+           Direction direction = kAlongRow)
+      : ramp_(ramp),
+        pair_(ramp.Pairs()),
+        direction_(direction),
+        step_(direction == kAlongRow ? ramp.line.stepX : ramp.line.stepY),
+        t_(ramp.line.At(x, y)),
+        x_(x),
+        y_(y) {}
 
   /// Starts the next run and returns its length, 1 to n.
   int Next(int n);
@@ -87,8 +99,10 @@ class RampWalk {
   /// The run lies beyond an end of a padded ramp, where a colour of 0 paints nothing.
   bool IsEnd() const { return ended_; }
   std::uint32_t Color() const { return color_; }
-  /// Writes the next n pixels of a run that is not flat.
+  /// Writes the next n pixels of a run.
   void Write(std::uint32_t* to, int n);
+  /// Writes n pixels of as many runs as there are.
+  void WriteAll(std::uint32_t* to, int n);
 
  private:
   int Flat(std::uint32_t color, std::int64_t room, int n);
@@ -98,6 +112,8 @@ class RampWalk {
 
   const PreparedRamp& ramp_;
   const StopPair* pair_;
+  Direction direction_;
+  std::int64_t step_;
   std::int64_t t_;
   std::int64_t start_ = 0;   // of the period that t lies in
   std::int64_t period_ = 0;  // and its number
@@ -105,8 +121,8 @@ class RampWalk {
   bool flat_ = false;
   bool ended_ = false;
   std::uint32_t color_ = 0;
-  std::uint32_t value_[4];  // channels, 8.24: blue, green, red, alpha
-  std::uint32_t grow_[4];   // and what they grow by per pixel
+  StopPair::Channels value_;
+  const std::uint32_t* grow_ = nullptr;
 };
 
 }  // namespace kalvora

@@ -22,34 +22,26 @@ int Difference(std::uint32_t a, std::uint32_t b) {
 
 void RampCells::Prepare(PreparedRamp* ramp, std::uint32_t* memory) {
   ramp_ = ramp;
-  period_ = ramp->repeats ? static_cast<std::uint32_t>(ramp->last) : 0;
+  table_.period = ramp->repeats ? static_cast<std::uint32_t>(ramp->last) : 0;
   // Where both end stops are one, distances up to it have the first colour.
   const std::int64_t end = ramp->pairCount > 0 ? ramp->last : ramp->last + 1;
   end_ = static_cast<std::uint64_t>(std::max<std::int64_t>(end, 0));
   ChooseShift();
-  count_ = static_cast<std::uint32_t>((end_ + Width() - 1) >> shift_);
-  colors_ = memory;
+  table_.count = static_cast<std::uint32_t>((end_ + Width() - 1) >> table_.shift);
+  table_.colors = memory;
   steep_ = memory + kMost + 1;
 
   // The table is the row of a gradient whose pixels lie in the middle of the cells.
+  showsThrough_ = ramp->ShowsThrough();
   ramp->repeats = false;
   ramp->SetLine({static_cast<std::int64_t>(Width() / 2), static_cast<std::int32_t>(Width()), 0});
-  RampWalk walk(*ramp, 0, 0);
-  for (std::uint32_t i = 0; i < count_;) {
-    const int n = walk.Next(static_cast<int>(count_ - i));
-    if (walk.IsFlat()) {
-      std::fill_n(colors_ + i, n, walk.Color());
-    } else {
-      walk.Write(colors_ + i, n);
-    }
-    i += static_cast<std::uint32_t>(n);
-  }
-  colors_[count_] = ramp->lastColor;
+  RampWalk(*ramp, 0, 0).WriteAll(memory, static_cast<int>(table_.count));
+  memory[table_.count] = ramp->lastColor;
 
   hasSteep_ = false;
   std::fill_n(steep_, kSteepWords, 0);
   for (std::uint32_t i = 0; i < ramp->pairCount; ++i) MarkSteep(ramp->Pairs()[i]);
-  if (ramp->first >= 0 && count_ > 0) Compare(ramp->first, ramp->firstColor);
+  if (ramp->first >= 0 && table_.count > 0) Compare(ramp->first, ramp->firstColor);
   // Distances beyond the end, in the last cell.
   if (end_ & (Width() - 1)) Compare(static_cast<std::int64_t>(end_) - 1, ramp->lastColor);
 }
@@ -65,7 +57,7 @@ void RampCells::ChooseShift() {
     const std::uint64_t width = static_cast<std::uint64_t>(pair.p1 - pair.p0) / (4 * levels);
     most = std::max(least, std::min(most, static_cast<int>(std::bit_width(width)) - 1));
   }
-  shift_ = most;
+  table_.shift = most;
 }
 
 /// Marks the cells of a pair whose colour is more than a level from that of some distance.
@@ -74,8 +66,9 @@ void RampCells::MarkSteep(const StopPair& pair) {
   const std::int64_t last = std::min(pair.p1, static_cast<std::int64_t>(end_) - 1);
   if (begin > last) return;
   const auto levels = static_cast<std::uint64_t>(Difference(pair.c0, pair.c1));
-  if (levels << shift_ > static_cast<std::uint64_t>(pair.p1 - pair.p0)) {
-    for (std::int64_t cell = begin >> shift_; cell <= last >> shift_; ++cell) SetSteep(cell);
+  if (levels << table_.shift > static_cast<std::uint64_t>(pair.p1 - pair.p0)) {
+    for (std::int64_t cell = begin >> table_.shift; cell <= last >> table_.shift; ++cell)
+      SetSteep(cell);
     return;
   }
   // Else only cells that other pairs share, at whose ends the pair's colours are furthest away.
@@ -88,8 +81,8 @@ void RampCells::MarkSteep(const StopPair& pair) {
 }
 
 void RampCells::Compare(std::int64_t distance, std::uint32_t color) {
-  const std::int64_t cell = distance >> shift_;
-  if (Difference(color, colors_[cell]) > 1) SetSteep(cell);
+  const std::int64_t cell = distance >> table_.shift;
+  if (Difference(color, table_.colors[cell]) > 1) SetSteep(cell);
 }
 
 void RampCells::SetSteep(std::int64_t cell) {
@@ -98,9 +91,9 @@ void RampCells::SetSteep(std::int64_t cell) {
 }
 
 std::uint32_t RampCells::ColorAt(std::uint32_t distance) const {
-  if (distance >= end_) return colors_[count_];
-  const std::uint32_t cell = distance >> shift_;
-  return IsSteep(cell) ? ramp_->ColorAt(distance) : colors_[cell];
+  if (distance >= end_) return table_.colors[table_.count];
+  const std::uint32_t cell = distance >> table_.shift;
+  return IsSteep(cell) ? ramp_->ColorAt(distance) : table_.colors[cell];
 }
 
 }  // namespace kalvora

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "kalvora/paint/loops/loops.h"
 #include "kalvora/paint/ramp.h"
 
 namespace kalvora {
@@ -22,19 +23,16 @@ class RampCells {
   /// for it.
   void Prepare(PreparedRamp* ramp, std::uint32_t* memory);
 
-  /// The period of a ramp that repeats, else 0.
-  std::uint32_t Period() const { return period_; }
+  const CellTable& Table() const { return table_; }
   /// From this distance on a ramp that is padded has its last colour.
   std::uint64_t End() const { return end_; }
-  int Shift() const { return shift_; }
-  /// How many there are. Behind them the table holds the last colour.
-  std::uint32_t Count() const { return count_; }
-  std::uint32_t EndColor() const { return colors_[count_]; }
+  std::uint32_t EndColor() const { return table_.colors[table_.count]; }
+  /// An end colour of 0 leaves pixels beyond that end as they are.
+  bool ShowsThrough() const { return showsThrough_; }
   /// A distance in a padded ramp lies at or beyond one of its ends.
   bool IsBeyond(std::uint32_t distance) const {
     return distance >= end_ || distance <= ramp_->first;
   }
-  const std::uint32_t* Colors() const { return colors_; }
   /// Some cells' distances have colours of their own.
   bool HasSteep() const { return hasSteep_; }
   bool IsSteep(std::uint32_t cell) const { return steep_[cell / 32] >> (cell % 32) & 1; }
@@ -42,20 +40,18 @@ class RampCells {
   std::uint32_t ColorAt(std::uint32_t distance) const;
 
  private:
-  std::uint64_t Width() const { return std::uint64_t{1} << shift_; }
+  std::uint64_t Width() const { return std::uint64_t{1} << table_.shift; }
   void ChooseShift();
   void MarkSteep(const StopPair& pair);
   void Compare(std::int64_t distance, std::uint32_t color);
   void SetSteep(std::int64_t cell);
 
   PreparedRamp* ramp_;
-  std::uint32_t period_;
+  CellTable table_;
   std::uint64_t end_;
-  int shift_;
-  std::uint32_t count_;
-  std::uint32_t* colors_;
   std::uint32_t* steep_;  // a bit for each cell, and one for the end
   bool hasSteep_;
+  bool showsThrough_;
 };
 
 }  // namespace kalvora

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "kalvora/core/roots.h"
+
 #include "tests/common/GuardedBuffer.h"
 #include "tests/common/Random.h"
 #include "tests/paint/reference.h"
@@ -175,6 +177,53 @@ TEST(Loops, FollowTheRulesInEveryWidth) {
           const int rows = row.rows ? random.Between(1, 4) : 1;
           ASSERT_NO_FATAL_FAILURE(Check(**width, row, Case(random, n, rows, edge)));
         }
+      }
+    }
+  }
+}
+
+TEST(Loops, GradientsInEveryWidth) {
+  Random random(9);
+  for (int round = 0; round < 20000; ++round) {
+    const int n = random.Between(1, 64), bits = random.Between(1, 29);
+    Word value[4], grow[4], table[2049], out[72], got[64];
+    for (int c = 0; c < 4; ++c) value[c] = random.Next(), grow[c] = random.Next();
+    std::uint64_t g[2], step[2];  // squares next to perfect ones, too
+    for (int i : {0, 1}) {
+      const auto part = [&](int most) {
+        return static_cast<std::uint64_t>(random.Between(-most, most));
+      };
+      g[i] = part(1 << bits), step[i] = part(1 << std::max(0, bits - 6));
+    }
+    if (random.OneIn(2)) g[1] = step[1] = 0;
+    const std::uint64_t length = step[0] * step[0] + step[1] * step[1];
+    const kalvora::Squares squares{g[0] * g[0] + g[1] * g[1] + random.Below(2),
+                                   2 * (g[0] * step[0] + g[1] * step[1]) + length, 2 * length};
+    const int shift = random.Between(0, 20);
+    const Word count = random.Below(2049);
+    const Word period = 1 + random.Below(2048u << shift);
+    for (Word& color : table) color = random.Next();
+    for (const Loops* const* width = kalvora::UsableLoops(); *width; ++width) {
+      const kalvora::GradientLoops& loops = (*width)->gradient;
+      loops.series(got, n, value, grow);
+      for (int i = 0; i < n; ++i) {
+        for (int c = 0; c < 4; ++c) {
+          ASSERT_EQ(reference::Channel(got[i], c),
+                    (value[c] + static_cast<Word>(i) * grow[c]) >> 24);
+        }
+      }
+      const auto roots = [&](auto want) {
+        std::uint64_t s = squares.start, rise = squares.rise;
+        for (int i = 0; i < n; ++i, s += rise, rise += squares.growth) {
+          ASSERT_EQ(out[i], want(kalvora::Root(s))) << (*width)->name << " root of " << s;
+        }
+      };
+      for (const Word turn : {0u, period}) {
+        loops.radial(got, n, squares, {table, count, shift, turn}, out);
+        ASSERT_NO_FATAL_FAILURE(roots([&](Word root) {
+          return turn ? root % turn >> shift : std::min(root >> shift, count);
+        }));
+        for (int i = 0; i < n; ++i) ASSERT_EQ(got[i], table[out[i]]);
       }
     }
   }

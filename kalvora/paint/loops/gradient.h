@@ -41,34 +41,6 @@ void SeriesRow(std::uint32_t* to, int n, const std::uint32_t* value, const std::
   if (i < n) Store(to + n - kLanes, from(n - kLanes).Pack());
 }
 
-/// floor(sqrt(s)) for s below 2^62.
-inline std::uint32_t Root(std::uint64_t s) {
-  auto root = static_cast<std::uint32_t>(__builtin_sqrt(static_cast<double>(s)));
-  if (std::uint64_t{root} * root > s) --root;
-  if ((std::uint64_t{root} + 1) * (std::uint64_t{root} + 1) <= s) ++root;
-  return root;
-}
-
-void Cells(std::uint32_t* out, int n, const Squares& squares, int shift, std::uint32_t count) {
-  std::uint64_t s = squares.start, rise = squares.rise;
-  for (int i = 0; i < n; ++i, s += rise, rise += squares.growth) {
-    const std::uint32_t cell = Root(s) >> shift;
-    out[i] = cell < count ? cell : count;
-  }
-}
-
-void CellsOfPeriod(std::uint32_t* out, int n, const Squares& squares, int shift,
-                   std::uint32_t period) {
-  std::uint64_t s = squares.start, rise = squares.rise;
-  for (int i = 0; i < n; ++i, s += rise, rise += squares.growth) {
-    out[i] = Root(s) % period >> shift;
-  }
-}
-
-void LookUp(std::uint32_t* to, int n, const std::uint32_t* index, const std::uint32_t* table) {
-  for (int i = 0; i < n; ++i) to[i] = table[index[i]];
-}
-
 }  // namespace
 }  // namespace kalvora::KALVORA_WIDTH
 

@@ -83,11 +83,22 @@ struct PixelLoops {
   PixelLoop lerp[kWeights];
 };
 
-/// A series of unsigned numbers whose second differences are constant, modulo 2^64.
+/// The squares |g + i step|^2 of vectors, i = 0, 1, ...: numbers whose second differences are
+/// constant, modulo 2^64.
 struct Squares {
   std::uint64_t start;   ///< s(0)
   std::uint64_t rise;    ///< s(1) - s(0)
   std::uint64_t growth;  ///< what the rise grows by
+};
+
+/// Colours of the distances from a centre, a cell being 2^shift of them; that behind the last of
+/// `count` cells, at most 2048, for all distances beyond, unless they count from 0 again after a
+/// period.
+struct CellTable {
+  const std::uint32_t* colors;
+  std::uint32_t count;
+  int shift;
+  std::uint32_t period;  ///< or 0
 };
 
 /// Loops of gradients.
@@ -95,13 +106,11 @@ struct GradientLoops {
   /// Pixel i has the whole parts of value[c] + i grow[c], 8.24, modulo 2^32, as its channels blue,
   /// green, red, alpha.
   void (*series)(std::uint32_t* to, int n, const std::uint32_t* value, const std::uint32_t* grow);
-  /// out[i] = min(floor(sqrt(s(i))) >> shift, count), all s below 2^62 and count <= 2048.
-  void (*cells)(std::uint32_t* out, int n, const Squares& s, int shift, std::uint32_t count);
-  /// out[i] = (floor(sqrt(s(i))) mod period) >> shift, all s below 2^62.
-  void (*cellsOfPeriod)(std::uint32_t* out, int n, const Squares& s, int shift,
-                        std::uint32_t period);
-  /// to[i] = table[index[i]]
-  void (*lookUp)(std::uint32_t* to, int n, const std::uint32_t* index, const std::uint32_t* table);
+  /// out[i] = table.colors[cell], cell = min(floor(sqrt(s(i))) >> shift, count), or with a period
+  /// (floor(sqrt(s(i))) mod period) >> shift; all s below 2^62. The cells go to `cells`, if that is
+  /// not null, and up to seven words more.
+  void (*radial)(std::uint32_t* to, int n, const Squares& s, const CellTable& table,
+                 std::uint32_t* cells);
 };
 
 /// All loops of one width.

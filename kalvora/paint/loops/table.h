@@ -7,6 +7,7 @@
 #include "kalvora/paint/loops/gradient.h"
 #include "kalvora/paint/loops/loops.h"
 #include "kalvora/paint/loops/pixels.h"
+#include "kalvora/paint/loops/radial.h"
 
 #define KALVORA_NAME(word) #word
 #define KALVORA_NAME_OF(macro) KALVORA_NAME(macro)
@@ -28,10 +29,7 @@ constinit const Loops kLoops = {
                         OverPixels<Weight::kOpacityThenCoverage>},
                .lerp = {nullptr, LerpPixels<Weight::kOpacity>, LerpPixels<Weight::kCoverage>,
                         LerpPixels<Weight::kCoverageOpacity>, nullptr}},
-    .gradient = {.series = SeriesRow,
-                 .cells = Cells,
-                 .cellsOfPeriod = CellsOfPeriod,
-                 .lookUp = LookUp},
+    .gradient = {.series = SeriesRow, .radial = Radial},
 };
 
 }  // namespace kalvora::KALVORA_WIDTH
