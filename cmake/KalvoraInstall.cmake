@@ -42,5 +42,8 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/KalvoraConfig.cmake
 # kalvora.pc finds the tree that it stands in, so that the tree can be moved.
 set(pkgconfig ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH KALVORA_PC_TO_PREFIX /prefix/${pkgconfig} /prefix)
+if(KALVORA_WITH_KMS)
+  set(KALVORA_PC_DRM ", libdrm")
+endif()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/kalvora.pc.in ${CMAKE_CURRENT_BINARY_DIR}/kalvora.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kalvora.pc DESTINATION ${pkgconfig})

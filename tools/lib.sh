@@ -5,7 +5,7 @@ set -eu
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 # Packages of Debian 12.
-BUILD_PACKAGES="g++ cmake ninja-build pkg-config libfreetype-dev libpng-dev libpugixml-dev
+BUILD_PACKAGES="g++ cmake ninja-build pkg-config libfreetype-dev libdrm-dev libpng-dev libpugixml-dev
   libharfbuzz-dev"
 DEMO_PACKAGES="$BUILD_PACKAGES fonts-dejavu-core fonts-droid-fallback fonts-symbola"
 TEST_PACKAGES="$DEMO_PACKAGES libgtest-dev libbenchmark-dev libcairo2-dev libsdl2-dev xvfb"

@@ -51,7 +51,7 @@ bool KSoftContext2D::RenderToTexture(KSoftPixmap* pixmap) {
   }
   if (pixmap->pixels && pixmap->pixelShift == 2 && !pixmap->HasWords()) {
     UnbindTarget();
-    return false;
+    return kalvora::Fail(mError, KErrorRows, 0, "the pixmap's rows do not lie at whole pixels");
   }
   mTarget.Create(pixmap->width, pixmap->height, pixmap->format, pixmap->pixels, pixmap->stride);
   mTarget.transform = pixmap->transform;

@@ -48,10 +48,12 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   // --- targets
   // -----------------------------------------------------------------------------------------
 
-  /// Binds a display: kind 0 is the device "/dev/fb<index>", kind 5 the 320 x 480 surface in shared
-  /// memory; 1 to 3 buffers (see KLinuxFb). Draw with formats 4 and 5; the other ones open a device
-  /// in their depth, and nothing is drawn into it. False when the display cannot be opened, which
-  /// leaves a bound pixmap as it was but a bound display closed, and for formats 0, 2, 3 and 6.
+  /// Binds a display: kind 0 is the device "/dev/fb<index>", kind 6 the mode-setting card
+  /// "/dev/dri/card<index>", kind 5 the 320 x 480 surface in shared memory; 1 to 3 buffers (see
+  /// KLinuxFb). Draw with formats 4 and 5, whatever pixels the device has; the other ones open a
+  /// device in their depth, and nothing is drawn into it. False when the display cannot be opened,
+  /// which leaves a bound pixmap as it was but a bound display closed, and for formats 0, 2, 3
+  /// and 6.
   bool SetDisplay(KDisplay display, unsigned index, KFormat format, unsigned buffers);
   /// Binds a pixmap of format 4 or 5, or with null unbinds; a display is closed. False for formats
   /// 0, 2, 3 and 6, and for 32-bit pixels whose address or stride is no multiple of 4: nothing can
@@ -116,9 +118,12 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   /// one pixel within the clip: x in bits 0-11, y in 12-23, then four 2-bit channels from the
   /// lowest byte up. Key 2: dumps the display's frame-rate history to its log and forgets it (value
   /// 1), or forgets it and makes room for so many samples. Key 3: the least time between two
-  /// samples in milliseconds. Key 6: text whose outlines are not hinted stands on quarters of a
-  /// pixel in x (value not 0), so that its spacing is even and it moves smoothly, or on whole ones,
-  /// as at first. Other keys are ignored.
+  /// samples in milliseconds. Keys 4 and 5 hold from the next SetDisplay on. Key 4: degrees
+  /// clockwise by which a display is turned, 0, 90, 180 or 270 (others are ignored); drawing stays
+  /// upright. Key 5: whether displays with less than 8 bits a channel are dithered (value not 0, as
+  /// at first). Key 6: text whose outlines are not hinted stands on quarters of a pixel in x (value
+  /// not 0), so that its spacing is even and it moves smoothly, or on whole ones, as at first.
+  /// Other keys are ignored.
   void SetAttribute(unsigned key, unsigned value);
   /// Process-wide debug flags: keys 0 to 4 set DisplayFps, DrawColoredOutlines, IgnoreAlpha,
   /// OnlyNearest and UseFontHinting to value != 0. Other keys are ignored.
@@ -222,7 +227,7 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   bool BorrowLineBuffer();
   void DropLineBuffer();
   void UnbindTarget();
-  void SetFpsAttribute(unsigned key, unsigned value);
+  void SetDisplayAttribute(unsigned key, unsigned value);
   void ResetState();
   bool CanDraw() const;
   const KPaint& Apart(const KPaint& paint);

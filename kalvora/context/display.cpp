@@ -56,14 +56,23 @@ void KSoftContext2D::Flip(bool copyBack, const KRect* dirty) {
   if (stack) stack->Collect();
 }
 
-void KSoftContext2D::SetFpsAttribute(unsigned key, unsigned value) {
+void KSoftContext2D::SetDisplayAttribute(unsigned key, unsigned value) {
   if (!mFb) return;
-  if (key == 3) {
-    mFb->SetFpsInterval(value);
-  } else if (value == 1) {
-    mFb->DumpFps();
-    mFb->ResetFps(0);
-  } else {
-    mFb->ResetFps(static_cast<int>(value));
+  switch (key) {
+    case 2:
+      if (value == 1) mFb->DumpFps();
+      mFb->ResetFps(value == 1 ? 0 : static_cast<int>(value));
+      break;
+    case 3:
+      mFb->SetFpsInterval(value);
+      break;
+    case 4:
+      mFb->SetRotation(value);
+      break;
+    case 5:
+      mFb->SetDithering(value != 0);
+      break;
+    default:
+      break;
   }
 }

@@ -61,8 +61,8 @@ void KSoftContext2D::SetStrokeOpacity(int opacity) {
 void KSoftContext2D::SetAttribute(unsigned key, unsigned value) {
   if (key == 0) mRectAntiAlias = value != 0;
   if (key == 1) WritePixel(value);
+  if (key >= 2 && key <= 5) SetDisplayAttribute(key, value);
   if (key == 6) mQuarterPixels = value != 0;
-  if (key == 2 || key == 3) SetFpsAttribute(key, value);
 }
 
 void KSoftContext2D::WritePixel(std::uint32_t value) {

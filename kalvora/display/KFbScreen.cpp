@@ -21,55 +21,84 @@
 using kalvora::Fail;
 using kalvora::ReasonOf;
 
-bool KFbScreen::Open(unsigned index, unsigned bitsPerPixel, KError& error) {
+namespace {
+
+bool IsField(const fb_bitfield& f) { return f.length != 0 && f.offset < 32; }
+
+KPixelLayout::Channel ChannelOf(const fb_bitfield& f) {
+  return {static_cast<std::uint8_t>(f.offset), static_cast<std::uint8_t>(f.length)};
+}
+
+/// What the driver's bit fields tell; the usual layout where they tell nothing.
+KPixelLayout LayoutOf(const fb_var_screeninfo& mode) {
+  if (!IsField(mode.red) || !IsField(mode.green) || !IsField(mode.blue)) {
+    return mode.bits_per_pixel == 16 ? KPixelLayout::Rgb565() : KPixelLayout{};
+  }
+  KPixelLayout layout{ChannelOf(mode.red), ChannelOf(mode.green), ChannelOf(mode.blue), 0};
+  if (IsField(mode.transp)) {
+    layout.ones = (0xFFFFFFFFu >> (32 - std::min(mode.transp.length, 32u))) << mode.transp.offset;
+  }
+  return layout;
+}
+
+}  // namespace
+
+bool KFbScreen::Open(unsigned index, unsigned bitsPerPixel, bool orSimilar, KError& error) {
   std::snprintf(path, sizeof path, "/dev/fb%d", static_cast<int>(index));
   fd = open(path, O_RDWR | O_CLOEXEC);
   if (fd < 0) return Fail(error, ReasonOf(errno, KErrorDevice), errno, "cannot open %s", path);
-  const auto refused = [&](const char* what) {
-    return Fail(error, ReasonOf(errno, KErrorDevice), errno, "%s: cannot %s", path, what);
-  };
-  const auto odd = [&](KErrorCode code) {
-    return Fail(error, code, 0, "%s answers with a mode that was not asked for", path);
-  };
-
   fb_var_screeninfo mode{};
-  if (ioctl(fd, FBIOGET_VSCREENINFO, &mode) < 0) return refused("read the mode");
-  if (bitsPerPixel != 0 && mode.bits_per_pixel != bitsPerPixel) {
-    mode.bits_per_pixel = bitsPerPixel;
-    if (ioctl(fd, FBIOPUT_VSCREENINFO, &mode) < 0) {
-      return Fail(error, KErrorFormat, errno, "%s: cannot set %u bits a pixel", path, bitsPerPixel);
-    }
-  }
   fb_fix_screeninfo memory{};
-  if (!TakeMode(mode, bitsPerPixel)) return odd(KErrorFormat);
-  if (!TakeMemory(memory)) return refused("read the layout");
-
+  if (!SetMode(mode, bitsPerPixel, orSimilar, error) || !TakeMemory(memory, orSimilar, error)) {
+    return false;
+  }
   if (memory.ypanstep != 0) {
     mode.xres_virtual = width;
     mode.yres_virtual = height * available;
     mode.xoffset = mode.yoffset = 0;
     // Drivers answer with what they made of the request, and the memory may have moved or shrunk.
-    if (ioctl(fd, FBIOPUT_VSCREENINFO, &mode) < 0) return refused("make room to pan");
-    if (!TakeMode(mode, bitsPerPixel)) return odd(KErrorDevice);
-    if (!TakeMemory(memory)) return refused("read the layout");
+    if (ioctl(fd, FBIOPUT_VSCREENINFO, &mode) < 0) return Refused("make room to pan", error);
+    if (!TakeMode(mode, orSimilar ? 0 : bitsPerPixel, error)) return false;
+    if (!TakeMemory(memory, orSimilar, error)) return false;
     available = std::min(available, mode.yres_virtual / height);
   }
-  // Rows are taken to follow each other without gaps; a driver that pads them cannot be served.
-  if (memory.line_length != 0 && memory.line_length != stride) {
-    return Fail(error, KErrorRows, 0, "%s: rows are %u bytes apart instead of %u", path,
-                memory.line_length, stride);
-  }
+  if (!TakeRows(mode, memory, orSimilar, error)) return false;
   mappingSize = memory.smem_len;
   void* const p = mmap(nullptr, mappingSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-  if (p == MAP_FAILED) return refused("map the memory");
+  if (p == MAP_FAILED) return Refused("map the memory", error);
   mapping = static_cast<std::uint8_t*>(p);
   return true;
 }
 
-bool KFbScreen::TakeMode(const fb_var_screeninfo& mode, unsigned bitsPerPixel) {
-  if (bitsPerPixel != 0 && mode.bits_per_pixel != bitsPerPixel) return false;
+/// A request that the driver has refused, by errno.
+bool KFbScreen::Refused(const char* what, KError& error) const {
+  return Fail(error, ReasonOf(errno, KErrorDevice), errno, "%s: cannot %s", path, what);
+}
+
+bool KFbScreen::SetMode(fb_var_screeninfo& mode, unsigned bitsPerPixel, bool orSimilar,
+                        KError& error) {
+  if (ioctl(fd, FBIOGET_VSCREENINFO, &mode) < 0) return Refused("read the mode", error);
+  if (bitsPerPixel != 0 && mode.bits_per_pixel != bitsPerPixel) {
+    fb_var_screeninfo changed = mode;
+    changed.bits_per_pixel = bitsPerPixel;
+    const bool granted = ioctl(fd, FBIOPUT_VSCREENINFO, &changed) == 0;
+    if (!granted && !orSimilar) {
+      return Fail(error, KErrorFormat, errno, "%s: cannot set %u bits a pixel", path, bitsPerPixel);
+    }
+    if (granted) mode = changed;
+  }
+  return TakeMode(mode, orSimilar ? 0 : bitsPerPixel, error);
+}
+
+bool KFbScreen::TakeMode(const fb_var_screeninfo& mode, unsigned bitsPerPixel, KError& error) {
+  if (bitsPerPixel != 0 && mode.bits_per_pixel != bitsPerPixel) {
+    return Fail(error, KErrorFormat, 0, "%s stays at %u bits a pixel", path, mode.bits_per_pixel);
+  }
   const std::uint64_t rowBytes = std::uint64_t{mode.xres} * (mode.bits_per_pixel >> 3);
-  if (rowBytes == 0 || rowBytes > UINT32_MAX || mode.yres == 0) return false;
+  if (rowBytes == 0 || rowBytes > UINT32_MAX || mode.yres == 0) {
+    return Fail(error, KErrorFormat, 0, "%s: %u x %u pixels of %u bits are no picture", path,
+                mode.xres, mode.yres, mode.bits_per_pixel);
+  }
   width = mode.xres;
   height = mode.yres;
   bpp = mode.bits_per_pixel;
@@ -77,9 +106,31 @@ bool KFbScreen::TakeMode(const fb_var_screeninfo& mode, unsigned bitsPerPixel) {
   return true;
 }
 
-bool KFbScreen::TakeMemory(fb_fix_screeninfo& memory) {
-  if (ioctl(fd, FBIOGET_FSCREENINFO, &memory) < 0) return false;
+bool KFbScreen::TakeMemory(fb_fix_screeninfo& memory, bool orSimilar, KError& error) {
+  if (ioctl(fd, FBIOGET_FSCREENINFO, &memory) < 0) return Refused("read the layout", error);
+  if (orSimilar) stride = std::max(stride, memory.line_length);
   available = static_cast<std::uint32_t>(memory.smem_len / (std::uint64_t{stride} * height));
+  return true;
+}
+
+/// Rows are taken to follow each other without gaps; a driver that pads them gets a shadow, if it
+/// may.
+bool KFbScreen::TakeRows(const fb_var_screeninfo& mode, const fb_fix_screeninfo& memory,
+                         bool orSimilar, KError& error) {
+  const std::uint32_t rowBytes = width * (bpp >> 3);
+  const std::uint32_t line = memory.line_length != 0 ? memory.line_length : rowBytes;
+  if (line < rowBytes || (line != rowBytes && !orSimilar)) {
+    return Fail(error, KErrorRows, 0, "%s: rows are %u bytes apart instead of %u", path, line,
+                rowBytes);
+  }
+  if (!orSimilar) return true;
+  layout = LayoutOf(mode);
+  wantsShadow = bpp != 32 || line != rowBytes || !layout.IsOurs();
+  const bool hasColours =
+      memory.visual == FB_VISUAL_TRUECOLOR || memory.visual == FB_VISUAL_DIRECTCOLOR;
+  if (bpp != 32 && (!hasColours || memory.type != FB_TYPE_PACKED_PIXELS)) {
+    return Fail(error, KErrorFormat, 0, "%s: its pixels of %u bits are no colours", path, bpp);
+  }
   return true;
 }
 
@@ -107,6 +158,7 @@ KShown KFbScreen::Show(unsigned index, const KRect* dirty, bool force,
   if (!force && mode.xoffset == 0 && mode.yoffset == top) return KShown::kFlipped;
   mode.xoffset = 0;
   mode.yoffset = top;
+  wanted = index;
   if (dirty != nullptr && !Flags.DisplayFps) {
     // A hint for drivers that can refresh a part of the panel.
     const auto pair = [](std::int16_t low, std::int16_t high) {
@@ -120,10 +172,22 @@ KShown KFbScreen::Show(unsigned index, const KRect* dirty, bool force,
     mode.reserved[0] = 0;
   }
   if (cancelled) return KShown::kNot;
-  // Some drivers refuse to pan, some say yes and stay where they were: their answer has the truth.
+  const bool shown = Pan(mode);
+  // Whoever comes back from the driver too late may have panned away from a newer frame.
+  for (unsigned latest = wanted; cancelled && latest != index; index = latest, latest = wanted) {
+    mode.yoffset = height * latest;
+    mode.reserved[0] = 0;
+    Pan(mode);
+  }
+  return shown ? KShown::kFlipped : KShown::kNot;
+}
+
+/// Some drivers refuse to pan, some say yes and stay where they were: their answer has the truth.
+bool KFbScreen::Pan(fb_var_screeninfo& mode) {
+  const std::uint32_t top = mode.yoffset;
   const bool panned = ioctl(fd, FBIOPAN_DISPLAY, &mode) == 0;
-  if (!panned && ioctl(fd, FBIOGET_VSCREENINFO, &mode) < 0) return KShown::kNot;
-  return mode.xoffset == 0 && mode.yoffset == top ? KShown::kFlipped : KShown::kNot;
+  if (!panned && ioctl(fd, FBIOGET_VSCREENINFO, &mode) < 0) return false;
+  return mode.xoffset == 0 && mode.yoffset == top;
 }
 
 int KFbScreen::WaitForVsync() {

@@ -12,7 +12,7 @@ class KFbScreen final : public KScreen {
  public:
   ~KFbScreen() override;
 
-  bool Open(unsigned index, unsigned bitsPerPixel, KError& error) override;
+  bool Open(unsigned index, unsigned bitsPerPixel, bool orSimilar, KError& error) override;
   bool MakeBuffers(unsigned count, KError& error) override;
   std::uint8_t* Address(unsigned index) const override;
   int MoverFd(unsigned index) const override { return index < available ? fd : -1; }
@@ -21,14 +21,20 @@ class KFbScreen final : public KScreen {
   int WaitForVsync() override;
 
  private:
-  bool TakeMode(const fb_var_screeninfo& mode, unsigned bitsPerPixel);
-  bool TakeMemory(fb_fix_screeninfo& memory);
+  bool SetMode(fb_var_screeninfo& mode, unsigned bitsPerPixel, bool orSimilar, KError& error);
+  bool TakeMode(const fb_var_screeninfo& mode, unsigned bitsPerPixel, KError& error);
+  bool TakeMemory(fb_fix_screeninfo& memory, bool orSimilar, KError& error);
+  bool TakeRows(const fb_var_screeninfo& mode, const fb_fix_screeninfo& memory, bool orSimilar,
+                KError& error);
+  bool Pan(fb_var_screeninfo& mode);
+  bool Refused(const char* what, KError& error) const;
 
   char path[32] = "";
   int fd = -1;
   std::uint8_t* mapping = nullptr;  ///< buffer 0; further buffers follow
   std::uint32_t mappingSize = 0;
-  std::uint32_t available = 0;  ///< whole buffers in the mapping
+  std::uint32_t available = 0;      ///< whole buffers in the mapping
+  std::atomic<unsigned> wanted{0};  ///< the buffer that somebody panned to last, or is about to
 };
 
 #endif

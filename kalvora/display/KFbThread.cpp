@@ -89,6 +89,7 @@ KFbThread::Outcome KFbThread::Serve() {
 
 bool KFbThread::Send(bool copyBack, unsigned back, const KRect* dirty, unsigned& shown) {
   bool sent = false;
+  if (IsCopy()) return false;
   if (flipSlot.TimedLock(kPatienceMs)) {
     shown = flipper->frontIndex.load(std::memory_order_relaxed);
     sent = flipSlot.Post({back, shown, copyBack, dirty});
@@ -119,6 +120,7 @@ void KFbThread::GiveUp() {
 }
 
 bool KFbThread::Stop() {
+  if (IsCopy()) return true;
   for (;;) {
     if (flipSlot.TimedLock(kPatienceMs)) {
       quit = true;

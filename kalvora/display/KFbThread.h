@@ -5,6 +5,7 @@
 #include <atomic>
 
 #include <pthread.h>
+#include <unistd.h>
 
 #include "kalvora/display/KLinuxFb.h"
 #include "kalvora/display/KMailSlot.h"
@@ -60,8 +61,8 @@ class KFbThread {
   /// on screen. False, with a line in the log, when the thread does not answer: it will then never
   /// flip again, and the caller has to.
   bool Send(bool copyBack, unsigned back, const KRect* dirty, unsigned& shown);
-  /// Ends the thread; the object must not be touched again. False when the thread is stuck in a
-  /// flip: the screen is then the thread's, which deletes it when it comes back.
+  /// Ends the thread, if there is one; the object must not be touched again. False when the thread
+  /// is stuck in a flip: the screen is then the thread's, which deletes it when it comes back.
   bool Stop();
 
   KFbThread(const KFbThread&) = delete;
@@ -70,13 +71,17 @@ class KFbThread {
  private:
   enum class Outcome { kNext, kQuit, kQuitWithFlipper };
 
-  KFbThread() = default;
+  KFbThread() : process(getpid()) {}
   ~KFbThread() = default;
   static void* FlipThreadFunc(void* fb);
+  /// A forked child has a copy of this object, and no thread: locks that the thread holds stay
+  /// locked there.
+  bool IsCopy() const { return process != getpid(); }
   Outcome Serve();
   bool AwaitAcknowledgement();
   void GiveUp();
 
+  const pid_t process;
   pthread_t thread{};
   KFlipper* flipper = nullptr;
   bool quit = false;      ///< written under either lock, read under both

@@ -30,7 +30,9 @@ void KFlipper::EndFlip(unsigned front, unsigned back, const KRect* dirty,
   if (cancelled) return;
   if (shown == KShown::kFlipped) frontIndex.store(back, std::memory_order_relaxed);
   if (shown == KShown::kNot) {
-    screen->CopyRect(front, back, Flags.DisplayFps ? nullptr : dirty, cancelled);
+    const KRect* const changed = Flags.DisplayFps ? nullptr : dirty;
+    screen->CopyRect(front, back, changed, cancelled);
+    screen->DrawnOver(front, changed);
   }
   if (screen->digitsLast) DrawFps(front);
 }

@@ -8,6 +8,7 @@
 #include "kalvora/display/KFbThread.h"
 #include "kalvora/display/KFlipper.h"
 #include "kalvora/display/KMsmAdm.h"
+#include "kalvora/display/KShadowScreen.h"
 #include "kalvora/display/screens.h"
 #include "kalvora/support/failure.h"
 
@@ -62,15 +63,20 @@ bool KLinuxFb::NeedFlipper() {
 KScreen* KLinuxFb::Screen() const { return flipper != nullptr ? flipper->screen : nullptr; }
 
 bool KLinuxFb::Open(KDisplay kind, unsigned fbIndex, unsigned bpp) {
+  return Open(kind, fbIndex, bpp, false);
+}
+
+bool KLinuxFb::Open(KDisplay kind, unsigned index, unsigned bpp, bool orSimilar) {
   error = {};
   if (!kalvora::IsScreen(kind))
     return Fail(error, KErrorArgument, 0, "no display of kind %d", kind);
   if (!NeedFlipper()) return false;
   if (flipper->screen != nullptr) Close();
   if (!NeedFlipper()) return false;
-  flipper->screen = kalvora::NewScreen(kind);
-  if (flipper->screen == nullptr) return Fail(error, KErrorMemory, ENOMEM, "no display");
-  if (!flipper->screen->Open(fbIndex, bpp, error)) return false;
+  flipper->screen = kalvora::NewScreen(kind, error);
+  if (flipper->screen == nullptr || !flipper->screen->Open(index, bpp, orSimilar, error)) {
+    return false;
+  }
   displayKind = kind;
   return true;
 }
@@ -90,18 +96,27 @@ void* KLinuxFb::SetDisplay(KDisplay kind, unsigned fbIndex, KFormat format, unsi
 }
 
 bool KLinuxFb::Bind(KDisplay kind, unsigned fbIndex, KFormat format, unsigned bufferCount) {
-  if (!Open(kind, fbIndex, DepthOf(format))) return false;
+  const bool isDrawn = format == KFormat0888PM || format == KFormat8888PM;
+  if (!Open(kind, fbIndex, DepthOf(format), isDrawn)) return false;
+  if (isDrawn && !AddShadow()) return false;
   KScreen& screen = *flipper->screen;
   if (!screen.MakeBuffers(bufferCount, error)) return false;
   flipper->bufferCount = bufferCount;
-  if (screen.Show(0, nullptr, true, kNeverCancelled) == KShown::kNot) {
-    return Fail(error, KErrorDevice, 0, "the display does not show its first buffer");
-  }
+  if (!screen.ShowFirst(error)) return false;
   backIndex = bufferCount > 1 ? 1 : 0;
   hasPrevDirty = false;
   asyncFlip = bufferCount > 2 && KFbThread::Start(*this) != nullptr;
   screen.isBound = !screen.wantsMover || StartMover();
   return screen.isBound;
+}
+
+/// Where the renderer cannot draw into the screen itself, or not upright, it draws into a shadow.
+bool KLinuxFb::AddShadow() {
+  if (rotation == 0 && !flipper->screen->wantsShadow) return true;
+  auto* const shadow = new (std::nothrow) KShadowScreen(flipper->screen, {rotation, dithering});
+  if (shadow == nullptr) return Fail(error, KErrorMemory, ENOMEM, "no display");
+  flipper->screen = shadow;
+  return shadow->Open(0, 0, true, error);
 }
 
 bool KLinuxFb::StartMover() {
@@ -129,7 +144,7 @@ void KLinuxFb::Close() {
 void* KLinuxFb::Flip(bool copyBack, const KRect* dirty) {
   if (flipper == nullptr) return nullptr;
   const unsigned count = flipper->bufferCount;
-  if (count < 2) {
+  if (count == 0) {
     flipper->DrawFps(backIndex);
     return BackBuffer();
   }
@@ -138,6 +153,11 @@ void* KLinuxFb::Flip(bool copyBack, const KRect* dirty) {
   if (dirty != nullptr) {
     clipped = screen.Clip(*dirty);
     dirty = &clipped;
+  }
+  if (count == 1) {
+    flipper->DrawFps(backIndex);
+    screen.DrawnOver(backIndex, dirty);
+    return BackBuffer();
   }
   unsigned shown = 0;
   if (asyncFlip) asyncFlip = flipWorker->Send(copyBack, backIndex, dirty, shown);
@@ -214,6 +234,12 @@ bool KLinuxFb::MoveRect(unsigned dst, unsigned src, const KRect* rect) {
   };
   const int stride = static_cast<int>(screen.stride);
   adm->Rectcpy32(to, from, inBuffer(dst), inBuffer(src), stride, stride);
+  return true;
+}
+
+bool KLinuxFb::SetRotation(unsigned degrees) {
+  if (degrees % 90 != 0 || degrees >= 360) return false;
+  rotation = degrees;
   return true;
 }
 

@@ -33,11 +33,24 @@ class KScreen;
 ///     screen; an empty one says that nothing was drawn.
 /// Frame-rate digits (flag DisplayFps) stay in a buffer until its area is drawn again.
 ///
-/// Device limits: rows must follow each other without gaps (a driver with a longer line is
-/// refused), and 32-bit copies go through the board's data mover unless the library was built
-/// without it. A driver that does not pan, whatever it says about that beforehand, is found out by
-/// its answers: finished frames are then copied to the buffer that it shows. A driver that answers
-/// as if it panned, and does not, cannot be found out.
+/// Kinds. A framebuffer device shows a buffer by panning to it. A driver that does not pan,
+/// whatever it says about that beforehand, is found out by its answers: finished frames are then
+/// copied to the buffer that it shows. A driver that answers as if it panned, and does not, cannot
+/// be found out. A mode-setting output (kind 6; the library needs libdrm for it) is the first
+/// connected connector of the card in its preferred mode, else in the first of its modes; pixels
+/// are XRGB8888, or RGB565 where the driver takes nothing else. Buffers are shown by page flips,
+/// whose events are the vertical sync. With one buffer, Flip hands the rectangle to drivers that
+/// want to know what was drawn. While the output is unplugged, or somebody else controls it (is DRM
+/// master), frames pass unseen; then they are seen again. Close brings the console's picture back.
+///
+/// Shadows. With formats 4 and 5 frames are drawn into 32-bit memory, and Flip converts what has
+/// changed, where a device has 16 or 24 bits a pixel and refuses 32, or another order of colours,
+/// or (a framebuffer device) rows with gaps between them, and where the screen is turned.
+/// The other formats open a device as it is, and refuse one whose rows have gaps.
+///
+/// Copies between buffers of a framebuffer device go through the board's data mover unless the
+/// library was built without it; the kinds 0 and 5 cannot be opened without the mover then, unless
+/// they have a shadow.
 ///
 /// All calls of one object come from one thread, the renderer. Failures are null or false, and
 /// leave the display closed.
@@ -54,8 +67,9 @@ class KALVORA_API KLinuxFb {
   KLinuxFb(const KLinuxFb&) = delete;
   KLinuxFb& operator=(const KLinuxFb&) = delete;
 
-  /// Binds a display: kind 0 is the device "/dev/fb<fbIndex>" in the depth of `format`, kind 5 the
-  /// shared-memory surface; 1 to 3 buffers. Returns the buffer of the first frame, or null.
+  /// Binds a display: kind 0 is the device "/dev/fb<fbIndex>" in the depth of `format`, kind 6 the
+  /// mode-setting card "/dev/dri/card<fbIndex>", kind 5 the shared-memory surface; 1 to 3 buffers.
+  /// Returns the buffer of the first frame, or null.
   void* SetDisplay(KDisplay kind, unsigned fbIndex, KFormat format, unsigned bufferCount);
   /// Opens and maps a display alone, a device in its own depth when `bpp` is 0.
   bool Open(KDisplay kind, unsigned fbIndex, unsigned bpp);
@@ -72,6 +86,13 @@ class KALVORA_API KLinuxFb {
   bool IsAsync() const { return asyncFlip; }
   /// Why the last SetDisplay or Open failed, or that it did not.
   const KError& LastError() const { return error; }
+
+  /// How many degrees clockwise frames are turned on their way to the screen, from the next
+  /// SetDisplay with format 4 or 5 on: 0, 90, 180 or 270. False for others, which change nothing.
+  bool SetRotation(unsigned degrees);
+  /// Whether screens with less than 8 bits a channel are dithered (they are), from the next
+  /// SetDisplay on; else colours are rounded to the nearest.
+  void SetDithering(bool on) { dithering = on; }
 
   /// The frame-rate history: its number of samples (0 keeps it), its dump to the log, and the least
   /// time between two samples.
@@ -93,6 +114,8 @@ class KALVORA_API KLinuxFb {
 
   bool NeedFlipper();
   KScreen* Screen() const;
+  bool Open(KDisplay kind, unsigned index, unsigned bpp, bool orSimilar);
+  bool AddShadow();
   bool Bind(KDisplay kind, unsigned fbIndex, KFormat format, unsigned bufferCount);
   bool StartMover();
   void* BackBuffer() const;
@@ -108,6 +131,8 @@ class KALVORA_API KLinuxFb {
   KMsmAdm* adm = nullptr;
   int fpsCapacity = 1;  ///< settings of the frame-rate history, for when the flipper is made anew
   int fpsIntervalMs = 500;
+  unsigned rotation = 0;
+  bool dithering = true;
   KError error;
 };
 

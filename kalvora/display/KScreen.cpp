@@ -1,10 +1,20 @@
-// What all screens do alike: clipping to the screen, and copies by the processor.
+// What all screens do alike: the first frame, clipping to the screen, and copies by the processor.
 #include "kalvora/display/KScreen.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 
 #include "kalvora/support/KMem.h"
+#include "kalvora/support/failure.h"
+
+bool KScreen::ShowFirst(KError& error) {
+  const std::atomic<bool> never{false};
+  errno = 0;
+  if (Show(0, nullptr, true, never) != KShown::kNot) return true;
+  return kalvora::Fail(error, kalvora::ReasonOf(errno, KErrorDevice), errno,
+                       "the display does not show its first buffer");
+}
 
 KRect KScreen::Clip(const KRect& rect) const {
   const auto clamp = [](std::int16_t v, std::uint32_t size) {

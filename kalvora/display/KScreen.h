@@ -7,6 +7,7 @@
 
 #include "kalvora/core/KRect.h"
 #include "kalvora/display/KDisplay.h"
+#include "kalvora/display/KPixelLayout.h"
 #include "kalvora/support/KError.h"
 
 /// What a screen did with a frame that it was to show.
@@ -28,6 +29,8 @@ class KScreen {
   std::uint32_t height = 0;
   std::uint32_t stride = 0;  ///< bytes from row to row
   std::uint32_t bpp = 0;     ///< bits of a pixel
+  KPixelLayout layout;
+  bool wantsShadow = false;  ///< the library cannot draw into it: other pixels, or other rows
 
   /// Traits of a kind.
   bool isSurface = false;   ///< frames are copied to buffer 0, and only the others take turns
@@ -42,8 +45,9 @@ class KScreen {
   KScreen(const KScreen&) = delete;
   KScreen& operator=(const KScreen&) = delete;
 
-  /// Opens display number `index`, with `bitsPerPixel` unless that is 0.
-  virtual bool Open(unsigned index, unsigned bitsPerPixel, KError& error) = 0;
+  /// Opens display number `index`, with `bitsPerPixel` unless that is 0. With `orSimilar` it may
+  /// have other pixels or rows all the same, and wants a shadow then.
+  virtual bool Open(unsigned index, unsigned bitsPerPixel, bool orSimilar, KError& error) = 0;
   /// Gives `count` buffers, 1 to 3, to the display.
   virtual bool MakeBuffers(unsigned count, KError& error) = 0;
   /// First pixel of a buffer, or null when there is no such buffer.
@@ -57,6 +61,10 @@ class KScreen {
   /// everything may.
   virtual KShown Show(unsigned index, const KRect* dirty, bool force,
                       const std::atomic<bool>& cancelled) = 0;
+  /// Shows the first buffer, whatever is on screen: the end of a bind.
+  virtual bool ShowFirst(KError& error);
+  /// Tells that the buffer on screen was drawn into, within `dirty` or anywhere.
+  virtual void DrawnOver(unsigned, const KRect*) {}
   /// Waits for the vertical sync and returns the microseconds that took; 0 when there is none.
   virtual int WaitForVsync() { return 0; }
 

@@ -13,7 +13,7 @@ KShmScreen::KShmScreen() {
   digitsLast = true;
 }
 
-bool KShmScreen::Open(unsigned, unsigned, KError& error) {
+bool KShmScreen::Open(unsigned, unsigned, bool, KError& error) {
   buffers[0] = static_cast<std::uint8_t*>(KShmem::Get());
   if (buffers[0] == nullptr) {
     return kalvora::Fail(error, kalvora::ReasonOf(errno, KErrorDevice), errno,

@@ -1,10 +1,15 @@
 // The kinds of screens: a further one is a class of its own and one more row here.
 #include "kalvora/display/screens.h"
 
+#include <cerrno>
 #include <new>
 
 #include "kalvora/display/KFbScreen.h"
 #include "kalvora/display/KShmScreen.h"
+#if KALVORA_KMS
+#include "kalvora/display/KKmsScreen.h"
+#endif
+#include "kalvora/support/failure.h"
 
 namespace kalvora {
 namespace {
@@ -20,6 +25,11 @@ constexpr struct {
 } kScreens[] = {
     {KDisplayFramebuffer, New<KFbScreen>},
     {KDisplayShared, New<KShmScreen>},
+#if KALVORA_KMS
+    {KDisplayKms, New<KKmsScreen>},
+#else
+    {KDisplayKms, nullptr},
+#endif
 };
 
 }  // namespace
@@ -31,11 +41,19 @@ bool IsScreen(KDisplay kind) {
   return false;
 }
 
-KScreen* NewScreen(KDisplay kind) {
+KScreen* NewScreen(KDisplay kind, KError& error) {
+  KScreen* screen = nullptr;
   for (const auto& row : kScreens) {
-    if (row.kind == kind) return row.make();
+    if (row.kind != kind) continue;
+    if (row.make == nullptr) {
+      Fail(error, KErrorNotSupported, 0, "this library was built without displays of kind %d",
+           kind);
+      return nullptr;
+    }
+    screen = row.make();
   }
-  return nullptr;
+  if (screen == nullptr) Fail(error, KErrorMemory, ENOMEM, "no display");
+  return screen;
 }
 
 }  // namespace kalvora

@@ -8,8 +8,9 @@ namespace kalvora {
 
 /// Whether there is such a kind of display.
 bool IsScreen(KDisplay kind);
-/// A screen of a kind that there is, not opened yet. Null when memory has run out.
-KScreen* NewScreen(KDisplay kind);
+/// A screen of a kind that there is, not opened yet. Null when it is not in this build, or when
+/// memory has run out.
+KScreen* NewScreen(KDisplay kind, KError& error);
 
 }  // namespace kalvora
 

@@ -22,8 +22,6 @@ constexpr unsigned kCopyRequest = 0x40044B01;  // of the data mover
 std::atomic<Rig*> active{nullptr};
 thread_local bool isRenderer = false;
 
-Rig::Who Caller() { return isRenderer ? Rig::kRenderer : Rig::kWorker; }
-
 /// A step of the code under test: now and then somebody else goes first.
 void Step() {
   Rig* const rig = active.load();
@@ -41,6 +39,10 @@ void Step() {
 }
 
 }  // namespace
+
+Rig* Rig::Active() { return active; }
+
+Rig::Who Rig::Caller() { return isRenderer ? kRenderer : kWorker; }
 
 sim::Settings Rig::Tiny(unsigned buffers) {
   sim::Settings s;
@@ -105,6 +107,11 @@ int Rig::Open(const char* path, int flags) {
   flags &= ~O_CLOEXEC;
   if (!Record(Text("open %s %d", path, flags))) return -1;
   const bool mover = std::strcmp(path, "/dev/msm_adm") == 0;
+  if (cardFd >= 0 && std::strcmp(path, "/dev/dri/card0") == 0) {
+    EXPECT_EQ(flags, O_RDWR | O_NONBLOCK);
+    ++descriptors;
+    return dup(cardFd);
+  }
   if (!mover && std::strcmp(path, "/dev/fb0") != 0) {
     errno = ENOENT;
     return -1;
@@ -115,10 +122,11 @@ int Rig::Open(const char* path, int flags) {
 
 void Rig::Closing(int fd) {
   const bool isFb = fb.Owns(fd);
-  if (!isFb && fd != moverFd) return;
-  if (!isFb) moverFd = -1;
+  const bool isCard = cardFd >= 0 && sim::SameFile(fd, cardFd);
+  if (!isFb && !isCard && fd != moverFd) return;
+  if (fd == moverFd) moverFd = -1;
   --descriptors;
-  Record(isFb ? "close fb" : "close mover", false);
+  Record(isFb ? "close fb" : isCard ? "close card" : "close mover", false);
 }
 
 std::string Rig::Describe(unsigned request, const void* argument) const {
@@ -154,7 +162,7 @@ std::string Rig::Describe(unsigned request, const void* argument) const {
 
 int Rig::Ioctl(int fd, unsigned request, void* argument) {
   if (!Record(Describe(request, argument))) return -1;
-  if (onRequest) onRequest(Caller(), request);
+  if (onRequest) onRequest(Rig::Caller(), request);
   int error = ENOTTY;
   if (fb.Owns(fd)) {
     error = VideoIoctl(request, argument);
@@ -185,6 +193,12 @@ WRAP(int, open, const char* path, int flags, ...) {
   Step();
   Rig* const rig = active;
   return rig != nullptr ? rig->Open(path, flags) : __real_open(path, flags);
+}
+
+WRAP(int, open64, const char* path, int flags, ...) {
+  Step();
+  Rig* const rig = active;
+  return rig != nullptr ? rig->Open(path, flags) : __real_open64(path, flags);
 }
 
 WRAP(int, close, int fd) {
@@ -232,6 +246,15 @@ WRAP(void*, mmap, void* p, std::size_t bytes, int prot, int flags, int fd, off_t
     rig->mappedBytes += bytes;
   }
   return __real_mmap(p, bytes, prot, flags, fd, offset);
+}
+
+WRAP(void*, mmap64, void* p, std::size_t bytes, int prot, int flags, int fd, off64_t offset) {
+  if (Rig* const rig = active; rig != nullptr && fd >= 0) {
+    EXPECT_TRUE(p == nullptr && prot == (PROT_READ | PROT_WRITE) && flags == MAP_SHARED);
+    if (!rig->Record("mmap card")) return MAP_FAILED;
+    rig->mappedBytes += bytes;
+  }
+  return __real_mmap64(p, bytes, prot, flags, fd, offset);
 }
 
 WRAP(int, munmap, void* p, std::size_t bytes) {
@@ -309,7 +332,7 @@ WRAP(int, pthread_create, pthread_t* thread, const pthread_attr_t* attributes, v
 
 WRAP(int, pthread_mutex_lock, pthread_mutex_t* mutex) {
   Step();
-  if (Rig* const rig = active; rig != nullptr && rig->onLock) rig->onLock(Caller());
+  if (Rig* const rig = active; rig != nullptr && rig->onLock) rig->onLock(Rig::Caller());
   return __real_pthread_mutex_lock(mutex);
 }
 

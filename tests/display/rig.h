@@ -35,8 +35,12 @@ class Rig {
   /// Checks that nothing was left: descriptors, mappings, segments, threads.
   ~Rig();
 
+  /// The one that exists.
+  static Rig* Active();
+
   /// The calls since the last Take, one a line, of the test's thread or of all others.
   enum Who { kRenderer, kWorker };
+  static Who Caller();
   std::string Take(Who who = kRenderer);
   /// The lines in the error log since the last call.
   std::string TakeLog();
@@ -65,6 +69,7 @@ class Rig {
   std::atomic<std::uint32_t> delays{0};  ///< not 0: random delays at every step, by this seed
 
   sim::Framebuffer fb;
+  int cardFd = -1;  ///< what "/dev/dri/card0" is opened as, if there is one (see Card)
 
   // The system's side, for the wrapped calls.
 

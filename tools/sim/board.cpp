@@ -45,6 +45,9 @@ Settings FromEnvironment() {
   }
   s.bpp = Number("KALVORA_SIM_DEPTH", 32, 8, 32);
   if (s.bpp % 8 != 0) Refuse("KALVORA_SIM_DEPTH", std::getenv("KALVORA_SIM_DEPTH"));
+  s.linePadding = Number("KALVORA_SIM_PADDING", 0, 0, 4096);
+  s.bgr = Number("KALVORA_SIM_BGR", 0, 0, 1) != 0;
+  s.onlyDepth = Number("KALVORA_SIM_ONLY_DEPTH", 0, 0, 1) != 0;
   s.buffers = Number("KALVORA_SIM_BUFFERS", 3, 1, 16);
   s.hz = Number("KALVORA_SIM_HZ", 60, 0, 1000000);
   s.panning = Number("KALVORA_SIM_PANNING", 1, 0, 1) != 0;

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
@@ -43,12 +44,13 @@ fb_bitfield Bits(unsigned offset, unsigned length) {
   return field;
 }
 
-void SetChannels(fb_var_screeninfo& mode) {
+void SetChannels(fb_var_screeninfo& mode, bool bgr) {
   const bool words = mode.bits_per_pixel >= 24;
   mode.red = words ? Bits(16, 8) : Bits(11, 5);
   mode.green = words ? Bits(8, 8) : Bits(5, 6);
   mode.blue = words ? Bits(0, 8) : Bits(0, 5);
   mode.transp = mode.bits_per_pixel == 32 ? Bits(24, 8) : Bits(0, 0);
+  if (bgr) std::swap(mode.red, mode.blue);
 }
 
 }  // namespace
@@ -64,7 +66,7 @@ Framebuffer::Framebuffer(const Settings& s) : settings(s) {
   mode.xres = mode.xres_virtual = s.width;
   mode.yres = mode.yres_virtual = s.height;
   mode.bits_per_pixel = s.bpp;
-  SetChannels(mode);
+  SetChannels(mode, s.bgr);
   size = (std::size_t{s.width} * 4 + s.linePadding) * s.height * s.buffers;
   fd = memfd_create("kalvora-sim-fb", MFD_CLOEXEC);
   if (fd < 0 || ftruncate(fd, static_cast<off_t>(size)) != 0) Die("simulated framebuffer");
@@ -108,13 +110,14 @@ int Framebuffer::GetVar(fb_var_screeninfo* var) const {
 int Framebuffer::PutVar(fb_var_screeninfo* var) {
   const unsigned bpp = var->bits_per_pixel;
   if (var->xres != settings.width || var->yres != settings.height) return EINVAL;
+  if (settings.onlyDepth && bpp != settings.bpp) return EINVAL;
   if (bpp != 8 && bpp != 16 && bpp != 24 && bpp != 32) return EINVAL;
   const std::size_t row = std::size_t{settings.width} * bpp / 8 + settings.linePadding;
   var->xres_virtual = var->xres;
   if (var->yres_virtual < var->yres) var->yres_virtual = var->yres;
   if (row * var->yres_virtual > size) return EINVAL;
   if (var->xoffset != 0 || var->yoffset + var->yres > var->yres_virtual) return EINVAL;
-  SetChannels(*var);
+  SetChannels(*var, settings.bgr);
   mode = *var;
   shown = mode.yoffset;
   panPending = false;
@@ -190,8 +193,12 @@ unsigned Framebuffer::LineLength() const {
 }
 
 Frame Framebuffer::FrameAt(unsigned yoffset) const {
-  return {memory + std::size_t{LineLength()} * yoffset, mode.xres, mode.yres, LineLength(),
-          mode.bits_per_pixel};
+  return {memory + std::size_t{LineLength()} * yoffset,
+          mode.xres,
+          mode.yres,
+          LineLength(),
+          mode.bits_per_pixel,
+          settings.bgr};
 }
 
 std::int64_t Framebuffer::NextSync() const {

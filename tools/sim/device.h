@@ -18,6 +18,8 @@ struct Settings {
   unsigned bpp = 32;
   unsigned buffers = 3;      ///< whole pictures that the memory holds, at 32 bits a pixel
   unsigned linePadding = 0;  ///< bytes behind each row
+  bool bgr = false;          ///< red in the lowest bits
+  bool onlyDepth = false;    ///< other depths are refused
   bool panning = true;
   bool vsync = true;  ///< the driver knows FBIO_WAITFORVSYNC
   unsigned hz = 60;   ///< vertical syncs a second; 0: a new one whenever asked
@@ -27,6 +29,7 @@ struct Settings {
 struct Frame {
   const std::uint8_t* pixels;
   unsigned width, height, stride, bpp;
+  bool bgr = false;
 };
 
 /// True when both descriptors lead to the same file.

@@ -2,6 +2,7 @@
 #include "tools/sim/png.h"
 
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include <png.h>
@@ -29,6 +30,7 @@ bool WritePng(const Frame& frame, const std::string& path) {
     const std::uint8_t* pixel = frame.pixels + std::size_t{frame.stride} * y;
     for (unsigned x = 0; x < frame.width; ++x, pixel += frame.bpp / 8, out += 3) {
       PutRgb(pixel, frame.bpp, out);
+      if (frame.bgr) std::swap(out[0], out[2]);
     }
   }
   png_image image;
