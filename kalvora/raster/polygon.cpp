@@ -1,10 +1,13 @@
 // RasterPolygon: from rings to the scan converter that suits them.
 #include "kalvora/raster/polygon.h"
 
+#include <algorithm>
+
 #include "kalvora/core/KSoftPixmap.h"
 #include "kalvora/raster/KRowStyle.h"
 #include "kalvora/raster/KStack.h"
 #include "kalvora/raster/ring.h"
+#include "kalvora/raster/sweep/SlopedEdge.h"
 
 namespace kalvora {
 namespace {
@@ -29,30 +32,100 @@ KMergeNode* AddClipNodes(const RasterJob& job, KMergeNode* nodes, unsigned count
   return merged;
 }
 
-void RasterNodes(const RasterJob& job, KMergeNode*& nodes, unsigned count) {
-  const KClip& clip = job.style->clip;
-  if (clip.x0 >= clip.x1 || clip.y0 >= clip.y1) return;
-  if (nodes[0].vertex->y.raw >> 16 >= clip.y1) return;
+// The rings that may touch what is drawn, and the pixels that they touch there. A ring beside the
+// clip, by more than the converter needs to see of what it crosses, cannot change anything inside.
+class SeenRings {
+ public:
+  SeenRings(const RasterJob& job, KVertex2D* const* rings, unsigned count)
+      : clip_(job.style->clip), stack_(job.stack), rings_(rings), count_(count) {
+    if (clip_.x0 >= clip_.x1 || clip_.y0 >= clip_.y1) return;
+    unsigned seen = 0;
+    for (unsigned i = 0; i < count; ++i) {
+      const bool kept = Include(rings[i]);
+      if (kept && kept_) kept_[seen] = rings[i];
+      if (!kept && !kept_ && !CopyFirst(i)) return;
+      seen += kept;
+    }
+    count_ = seen;
+    if (kept_) rings_ = kept_;
+  }
+  ~SeenRings() { stack_->DeAlloc(kept_); }
+  SeenRings(const SeenRings&) = delete;
+  SeenRings& operator=(const SeenRings&) = delete;
+
+  KVertex2D* const* Rings() const { return rings_; }
+  unsigned Count() const { return count_; }
+  /// Within the clip; empty when there is nothing to draw, or no memory.
+  const DrawnBox& Box() const { return box_; }
+
+ private:
+  bool CopyFirst(unsigned n) {
+    kept_ =
+        static_cast<KVertex2D**>(stack_->Alloc(static_cast<unsigned>(count_ * sizeof(KVertex2D*))));
+    if (kept_) {
+      std::copy_n(rings_, n, kept_);
+    } else {
+      box_ = {0, 0, 0, 0};
+    }
+    return kept_;
+  }
+  bool Include(const KVertex2D* ring) {
+    const KVertex2D* v = ring::First(ring);
+    Extent x{INT32_MAX, INT32_MIN}, y{INT32_MAX, INT32_MIN};
+    for (const KVertex2D* end = v + ring::Count(ring); v != end; ++v) {
+      x.Include(v->x.raw);
+      y.Include(v->y.raw);
+    }
+    const auto column = [](std::int32_t raw) {
+      return SlopedEdge::HoldX(KFixed::FromRaw(raw)) >> 16;
+    };
+    const std::int32_t left = column(x.low), right = column(x.high);
+    const std::int32_t top = y.low >> 16, bottom = y.high >> 16;
+    if (bottom < clip_.y0 || top >= clip_.y1 || right < clip_.x0 - DrawnBox::kMargin ||
+        left >= clip_.x1 + DrawnBox::kMargin) {
+      return false;
+    }
+    box_.x0 = std::max<std::int32_t>(std::min(box_.x0, left), clip_.x0);
+    box_.y0 = std::max<std::int32_t>(std::min(box_.y0, top), clip_.y0);
+    box_.x1 = std::min<std::int32_t>(std::max(box_.x1, right + 1), clip_.x1);
+    box_.y1 = std::min<std::int32_t>(std::max(box_.y1, bottom + 1), clip_.y1);
+    return true;
+  }
+
+  const KClip clip_;
+  KStack* stack_;
+  KVertex2D* const* rings_;
+  unsigned count_;
+  KVertex2D** kept_ = nullptr;
+  DrawnBox box_{INT32_MAX, INT32_MAX, INT32_MIN, INT32_MIN};
+};
+
+// One ring that winds once is inside under every rule that counts a winding of one. Which converter
+// draws a shape does not depend on what is seen of it.
+void RasterNodes(const RasterJob& job, KMergeNode*& nodes, unsigned count, const DrawnBox& box,
+                 bool oneRing) {
   if (job.clipped) {
     KMergeNode* merged = AddClipNodes(job, nodes, count);
     if (!merged) return;
     nodes = merged;
-    DrawComplexPolygon(job, nodes, nodes + count + job.clipNodeCount);
-  } else if (count == 1 && (job.fillRule & 1)) {
-    // One ring that winds once: inside under every rule that counts a winding of one.
+    DrawComplexPolygon(job, nodes, nodes + count + job.clipNodeCount, box);
+  } else if (count == 1 && oneRing && (job.fillRule & 1)) {
     DrawSimplePolygon(job, nodes[0].vertex);
   } else {
-    DrawComplexPolygon(job, nodes, nodes + count);
+    DrawComplexPolygon(job, nodes, nodes + count, box);
   }
 }
 
 }  // namespace
 
 void RasterPolygon(const RasterJob& job, KVertex2D* const* rings, unsigned count) {
+  const SeenRings seen(job, rings, count);
+  const DrawnBox& box = seen.Box();
+  if (box.x0 >= box.x1 || box.y0 >= box.y1) return;
   KMergeNode* nodes = nullptr;
-  const unsigned nodeCount = GetMergePts(nodes, rings, count, job.stack);
+  const unsigned nodeCount = GetMergePts(nodes, seen.Rings(), seen.Count(), job.stack);
   if (nodeCount == 0) return;
-  RasterNodes(job, nodes, nodeCount);
+  RasterNodes(job, nodes, nodeCount, box, count == 1);
   job.stack->DeAlloc(nodes);
 }
 

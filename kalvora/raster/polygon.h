@@ -20,6 +20,14 @@ struct RasterJob : PaintJob {
   unsigned clipNodeCount;
 };
 
+/// The pixels to be drawn, ends exclusive.
+struct DrawnBox {
+  /// What lies as far beside them, in pixels, is not looked at, but for what it winds around.
+  static constexpr std::int32_t kMargin = 33;
+
+  std::int32_t x0, y0, x1, y1;
+};
+
 /// Fills the area that the rings enclose under the fill rule, within the clip.
 void RasterPolygon(const RasterJob& job, KVertex2D* const* rings, unsigned count);
 /// The same for one ring; fewer than 3 vertices draw nothing.
@@ -27,8 +35,9 @@ void RasterPolygon(const RasterJob& job, KVertex2D* ring, unsigned vertexCount);
 
 /// Scan-converts one ring from its only top vertex.
 void DrawSimplePolygon(const RasterJob& job, const KVertex2D* top);
-/// Scan-converts everything that hangs from the sorted nodes [begin, end).
-void DrawComplexPolygon(const RasterJob& job, const KMergeNode* begin, const KMergeNode* end);
+/// Scan-converts everything that hangs from the sorted nodes [begin, end), within `box`.
+void DrawComplexPolygon(const RasterJob& job, const KMergeNode* begin, const KMergeNode* end,
+                        const DrawnBox& box);
 
 }  // namespace kalvora
 

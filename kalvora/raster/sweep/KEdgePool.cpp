@@ -1,5 +1,5 @@
 // KEdgePool: slots by bit mask.
-#include "kalvora/raster/KEdgePool.h"
+#include "kalvora/raster/sweep/KEdgePool.h"
 
 #include <bit>
 
@@ -7,23 +7,24 @@
 
 namespace kalvora {
 
-struct EdgeBlock {
-  std::uint32_t mask;   // a bit for each slot in use
-  EdgeBlock* older;     // the block allocated before this one
-  EdgeBlock* nextFree;  // the next block with a free slot
-  ActiveEdge slots[32];
+struct ChainBlock {
+  std::uint32_t mask;    // a bit for each slot in use
+  ChainBlock* older;     // the block allocated before this one
+  ChainBlock* nextFree;  // the next block with a free slot
+  Chain slots[32];
 };
 
-KEdgePool::~KEdgePool() {
+void KEdgePool::Release() {
   while (newest_) {
-    EdgeBlock* older = newest_->older;
+    ChainBlock* older = newest_->older;
     stack_->DeAlloc(newest_);
     newest_ = older;
   }
+  free_ = nullptr;
 }
 
 bool KEdgePool::AddBlock() {
-  auto* block = static_cast<EdgeBlock*>(stack_->Alloc(sizeof(EdgeBlock)));
+  auto* block = static_cast<ChainBlock*>(stack_->Alloc(sizeof(ChainBlock)));
   if (!block) return false;
   block->mask = 0;
   block->older = newest_;
@@ -32,21 +33,21 @@ bool KEdgePool::AddBlock() {
   return true;
 }
 
-ActiveEdge* KEdgePool::Take() {
+Chain* KEdgePool::Take() {
   if (!free_ && !AddBlock()) return nullptr;
-  EdgeBlock* block = free_;
+  ChainBlock* block = free_;
   const std::uint32_t taken = block->mask | (block->mask + 1);
   const std::uint32_t bit = taken & ~block->mask;
   block->mask = taken;
   if (taken == UINT32_MAX) free_ = block->nextFree;
-  ActiveEdge* edge = &block->slots[std::countr_zero(bit)];
+  Chain* edge = &block->slots[std::countr_zero(bit)];
   edge->block = block;
   edge->bit = bit;
   return edge;
 }
 
-void KEdgePool::Give(ActiveEdge* edge) {
-  EdgeBlock* block = edge->block;
+void KEdgePool::Give(Chain* edge) {
+  ChainBlock* block = edge->block;
   if (block->mask == UINT32_MAX) {
     block->nextFree = free_;
     free_ = block;

@@ -1,0 +1,96 @@
+// DifferenceLine: the coverage of a row, kept as differences between neighbouring pixels.
+#ifndef KALVORA_RASTER_SWEEP_DIFFERENCELINE_H
+#define KALVORA_RASTER_SWEEP_DIFFERENCELINE_H
+
+#include <cstdint>
+
+#include "kalvora/raster/sweep/SlopedEdge.h"
+
+class KStack;
+
+namespace kalvora {
+
+class KRowPainter;
+
+/// Collects areas to the right of pieces of edges: a pixel's coverage is the running sum of the
+/// differences up to it. A piece writes to the pixels that it passes through and to the one after
+/// them, whatever lies inside. Units are 2^-27 of a pixel.
+///
+/// Every piece is measured from its own top, and its heights at the borders of pixels too. So what
+/// is added for a piece down to one height and taken away down to another is exactly what lies
+/// between; sums are exact integers, in any order, wherever a piece is cut; and a pixel receives
+/// the same whatever else of the row lies inside the clip.
+class DifferenceLine {
+ public:
+  /// One pixel covered wholly.
+  static constexpr std::int32_t kFull = 2 * kWholeHeight;
+
+  /// For the columns [first, end). The memory comes from `stack`; see Ready.
+  DifferenceLine(KStack* stack, std::int32_t first, std::int32_t end);
+  ~DifferenceLine();
+  DifferenceLine(const DifferenceLine&) = delete;
+  DifferenceLine& operator=(const DifferenceLine&) = delete;
+
+  bool Ready() const { return line_; }
+  std::int32_t First() const { return first_; }
+  std::int32_t End() const { return first_ + width_; }
+
+  /// Adds `weight` times the area to the right of a piece of `edge`, from its top at xTop down
+  /// `height` (1 to kWholeHeight) to where x is xBottom.
+  void Add(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t height,
+           std::int32_t weight) {
+    const std::int32_t column = (xTop >> 16) - first_;
+    if (column != (xBottom >> 16) - first_) {
+      AddSlanted(edge, xTop, xBottom, height, weight);
+    } else {
+      AddUpright(column, (xTop & 0xFFFF) + (xBottom & 0xFFFF), height, weight);
+    }
+  }
+  /// The same for a vertical line.
+  void AddVertical(std::int32_t x, std::int32_t height, std::int32_t weight) {
+    AddUpright((x >> 16) - first_, 2 * (x & 0xFFFF), height, weight);
+  }
+
+  /// Paints the row and empties the line. `inside` says what lies to the left of the first column.
+  void Paint(KRowPainter& painter, std::int32_t* coverage, bool inside);
+
+ private:
+  // Within one column, counted from the first; `fractions` is the sum of those of both x.
+  void AddUpright(std::int32_t column, std::int32_t fractions, std::int32_t height,
+                  std::int32_t weight) {
+    if (static_cast<std::uint32_t>(column) >= static_cast<std::uint32_t>(width_)) {
+      if (column < 0) Put(0, 2 * height * weight);
+      return;
+    }
+    const auto beside = static_cast<std::int32_t>((std::int64_t{height} * fractions) >> 16);
+    line_[column] += static_cast<std::uint32_t>(weight * (2 * height - beside));
+    line_[column + 1] += static_cast<std::uint32_t>(weight * beside);
+    Mark(column);
+    Mark(column + 1);
+  }
+  void AddSlanted(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t height,
+                  std::int32_t weight);
+
+  void Put(std::int32_t column, std::int32_t value) {
+    line_[column] += static_cast<std::uint32_t>(value);
+    Mark(column);
+  }
+  void Mark(std::int32_t column) {
+    touched_[column >> 7] |= std::uint32_t{1} << ((column >> 2) & 31);
+  }
+  void MarkRange(std::int32_t from, std::int32_t last);
+  std::int32_t NextBlock(std::int32_t block, std::uint32_t flip) const;
+  void PaintLevel(KRowPainter& painter, std::int32_t* coverage, std::int32_t from, std::int32_t to,
+                  std::uint32_t sum);
+
+  KStack* stack_;
+  std::int32_t first_;
+  std::int32_t width_;
+  std::int32_t blocks_;               // of four columns, with the one after the last column
+  std::uint32_t* line_ = nullptr;     // wrapping around: only sums mean something
+  std::uint32_t* touched_ = nullptr;  // a bit for each block
+};
+
+}  // namespace kalvora
+
+#endif

@@ -1,0 +1,238 @@
+// GroupSweep: events, the list of chains in order, and their roles.
+#include "kalvora/raster/sweep/GroupSweep.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "kalvora/raster/KStack.h"
+
+namespace kalvora {
+namespace {
+
+bool AreInverted(ChainCursor& a, ChainCursor& b, std::int32_t y) { return a.XAt(y) > b.XAt(y); }
+
+// Where two pieces cross that are inverted at y, the lower end of what they have in common: rounded
+// up, from their own heights only.
+std::int32_t CrossingOf(ChainCursor& a, ChainCursor& b, std::int32_t y) {
+  const std::int32_t from = std::max(a.top, b.top);
+  const std::int64_t before = std::int64_t{b.XAt(from)} - a.XAt(from);
+  if (before <= 0) return from;
+  const std::int64_t whole = before + a.XAt(y) - b.XAt(y);
+  return from + static_cast<std::int32_t>((before * (y - from) + whole - 1) / whole);
+}
+
+}  // namespace
+
+void GroupSweep::Run(const RowEntry* entries, std::size_t count) {
+  if (count > UINT32_MAX / 2 / sizeof(Cursor)) return;
+  count_ = static_cast<std::uint32_t>(count);
+  cursors_ = static_cast<Cursor*>(stack_->Alloc(static_cast<unsigned>(
+      count * sizeof(Cursor) + EventTree::Words(count) * sizeof(std::uint32_t))));
+  if (!cursors_) return;
+  Prepare(entries);
+  const std::int32_t reached = Sweep();
+  if (reached < kWholeHeight) {
+    DrawInSlabs(reached);
+  } else {
+    Finish();
+  }
+  stack_->DeAlloc(cursors_);
+}
+
+void GroupSweep::Prepare(const RowEntry* entries) {
+  Cursor* last = &head_;
+  for (std::uint32_t i = 0; i < count_; ++i) {
+    Cursor& cursor = cursors_[i];
+    const Chain& chain = *entries[i].chain;
+    cursor.Begin(chain, top_);
+    cursor.chain = &chain;
+    cursor.role = cursor.assumed = chain.starts ? std::int8_t{0} : chain.role;
+    cursor.after = chain.after;
+    cursor.next = nullptr;
+    cursor.listed = !chain.starts;
+    if (!cursor.listed) continue;
+    cursor.previous = last;
+    last->next = &cursor;
+    last = &cursor;
+  }
+  Relabel();
+}
+
+// Labels leave room for those who come in between.
+void GroupSweep::Relabel() {
+  const std::uint32_t step = UINT32_MAX / (count_ + 1);
+  std::uint32_t label = 0;
+  for (Cursor* cursor = head_.next; cursor; cursor = cursor->next) cursor->label = label += step;
+  disturbedTo_ = UINT32_MAX;
+}
+
+// The height that the sweep has reached: the row's bottom, or where it gave up.
+std::int32_t GroupSweep::Sweep() {
+  EventTree tree(reinterpret_cast<std::uint32_t*>(cursors_ + count_), count_);
+  for (std::uint32_t i = 0; i < count_; ++i) {
+    Cursor& cursor = cursors_[i];
+    tree.Init(i, cursor.listed ? NextEvent(cursor) : Key(cursor.top, kStart));
+  }
+  tree.Build();
+  const std::size_t limit = kGenerous + 4 * std::size_t{count_};
+  now_ = 0;
+  for (;;) {
+    Cursor& cursor = cursors_[tree.First()];
+    const std::uint32_t key = tree.Key(tree.First());
+    if (key == EventTree::kNever) break;
+    const std::int32_t y = static_cast<std::int32_t>(key >> 2);
+    if (y > now_) {
+      Settle();
+      now_ = y;
+    }
+    if (++work_ > limit) {
+      Settle();
+      return now_;
+    }
+    switch (key & 3) {
+      case kEnd:
+        EndPiece(cursor, tree);
+        break;
+      case kCross:
+        Swap(cursor, tree);
+        break;
+      default:
+        Insert(cursor, y, tree);
+    }
+  }
+  Settle();
+  return kWholeHeight;
+}
+
+// Of a listed cursor: the end of its piece, or before that the crossing with its right neighbour.
+std::uint32_t GroupSweep::NextEvent(Cursor& cursor) {
+  std::uint32_t key = cursor.end < kWholeHeight ? Key(cursor.end, kEnd) : EventTree::kNever;
+  if (!cursor.next) return key;
+  const std::int32_t y = std::min(cursor.end, cursor.next->end);
+  if (!AreInverted(cursor, *cursor.next, y)) return key;
+  const std::int32_t at = std::max(CrossingOf(cursor, *cursor.next, y), now_);
+  return at < kWholeHeight ? std::min(key, Key(at, kCross)) : key;
+}
+
+void GroupSweep::AddDownTo(Cursor& cursor, std::int32_t y, std::int32_t weight) {
+  if (weight == 0 || y == cursor.top) return;
+  line_.Add(cursor.edge, cursor.xTop, cursor.XAt(y), y - cursor.top, weight);
+}
+
+void GroupSweep::EndPiece(Cursor& cursor, EventTree& tree) {
+  AddDownTo(cursor, cursor.end, cursor.role - cursor.assumed);
+  const std::int32_t x = cursor.xEnd;
+  if (!cursor.Next(cursor.chain->winding)) {
+    Remove(cursor, tree);
+    tree.Set(Index(cursor), EventTree::kNever);
+  } else if (cursor.xTop != x) {
+    Remove(cursor, tree);
+    Insert(cursor, cursor.top, tree);
+  } else {
+    Schedule(*cursor.previous, tree);
+    Schedule(cursor, tree);
+  }
+}
+
+void GroupSweep::Swap(Cursor& a, EventTree& tree) {
+  Cursor& b = *a.next;
+  Cursor& before = *a.previous;
+  before.next = &b;
+  b.previous = &before;
+  a.next = b.next;
+  if (a.next) a.next->previous = &a;
+  b.next = &a;
+  a.previous = &b;
+  std::swap(a.label, b.label);
+  if (disturbed_ == &a) disturbed_ = &before;
+  const bool inside = TakeRole(b, before.after, inside_(before.after));
+  TakeRole(a, b.after, inside);
+  Schedule(before, tree);
+  Schedule(b, tree);
+  Schedule(a, tree);
+}
+
+void GroupSweep::Remove(Cursor& cursor, EventTree& tree) {
+  Disturb(*cursor.previous, cursor.label);
+  cursor.listed = false;
+  cursor.previous->next = cursor.next;
+  if (cursor.next) cursor.next->previous = cursor.previous;
+  Schedule(*cursor.previous, tree);
+}
+
+// The search begins at the last one listed among those that stood further left when they came into
+// the row. Among equals the one that goes further left comes first.
+void GroupSweep::Insert(Cursor& cursor, std::int32_t y, EventTree& tree) {
+  Cursor* at = &head_;
+  for (std::uint32_t i = Index(cursor); i-- > 0;) {
+    ++work_;
+    if (!cursors_[i].listed) continue;
+    at = &cursors_[i];
+    break;
+  }
+  for (; at != &head_ && at->XAt(y) > cursor.xTop; at = at->previous) ++work_;
+  for (; at->next; at = at->next) {
+    ++work_;
+    Cursor& next = *at->next;
+    const std::int32_t x = next.XAt(y);
+    if (x > cursor.xTop) break;
+    if (x == cursor.xTop && !AreInverted(cursor, next, std::min(cursor.end, next.end))) break;
+  }
+  Link(cursor, *at);
+  Disturb(*at, cursor.label);
+  Schedule(*at, tree);
+  Schedule(cursor, tree);
+}
+
+void GroupSweep::Link(Cursor& cursor, Cursor& previous) {
+  cursor.listed = true;
+  cursor.previous = &previous;
+  cursor.next = previous.next;
+  previous.next = &cursor;
+  if (cursor.next) cursor.next->previous = &cursor;
+  const std::uint32_t limit = cursor.next ? cursor.next->label : UINT32_MAX;
+  cursor.label = previous.label + (limit - previous.label) / 2;
+  if (cursor.label == previous.label) Relabel();
+}
+
+// Windings may have changed after `from`, up to the label `to`.
+void GroupSweep::Disturb(Cursor& from, std::uint32_t to) {
+  if (!disturbed_ || from.label < disturbed_->label) disturbed_ = &from;
+  disturbedTo_ = std::max(disturbedTo_, to);
+}
+
+// The role of a chain from what is left of it; returns whether its right is inside.
+bool GroupSweep::TakeRole(Cursor& cursor, const Winding& left, bool wasInside) {
+  cursor.after = left;
+  cursor.after.Pass(*cursor.chain);
+  const bool inside = inside_(cursor.after);
+  const auto role = static_cast<std::int8_t>(int{inside} - int{wasInside});
+  if (role != cursor.role) {
+    AddDownTo(cursor, now_, cursor.role - role);
+    cursor.role = role;
+  }
+  return inside;
+}
+
+// Brings roles into accord with the order after starts and ends. Beyond the last chain that moved
+// it goes on as long as windings differ: the partner of a chain that ended may lie asleep beside
+// the clip.
+void GroupSweep::Settle() {
+  if (!disturbed_) return;
+  bool inside = inside_(disturbed_->after);
+  for (Cursor* cursor = disturbed_->next; cursor; cursor = cursor->next) {
+    const Winding before = cursor->after;
+    inside = TakeRole(*cursor, cursor->previous->after, inside);
+    if (cursor->label > disturbedTo_ && cursor->after == before) break;
+  }
+  disturbed_ = nullptr;
+  disturbedTo_ = 0;
+}
+
+void GroupSweep::Finish() {
+  for (Cursor* cursor = head_.next; cursor; cursor = cursor->next) {
+    AddDownTo(*cursor, kWholeHeight, cursor->role - cursor->assumed);
+  }
+}
+
+}  // namespace kalvora

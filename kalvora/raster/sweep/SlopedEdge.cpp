@@ -1,0 +1,58 @@
+// SlopedEdge: the walk from edge to edge, and the two slopes.
+#include "kalvora/raster/sweep/SlopedEdge.h"
+
+#include <bit>
+
+#include "kalvora/core/division.h"
+#include "kalvora/raster/ring.h"
+
+namespace kalvora {
+
+bool SlopedEdge::Find(const KVertex2D* v, std::int32_t direction, std::int32_t y, Extent& extent) {
+  for (;;) {
+    extent.Include(HoldX(v->x));
+    const KVertex2D* next = ring::Step(v, direction);
+    if (next->y < v->y) return false;
+    if (next->y.raw > y) {
+      // A horizontal edge never gets here: v is at or above y.
+      Set(v, next);
+      return true;
+    }
+    v = next;
+  }
+}
+
+void SlopedEdge::Set(const KVertex2D* upper, const KVertex2D* to) {
+  x0 = HoldX(upper->x);
+  y0 = upper->y.raw;
+  x1 = HoldX(to->x);
+  y1 = to->y.raw;
+  lower = to;
+  gain = 0;
+  hasRatio = false;
+}
+
+void SlopedEdge::FindRatio() {
+  const auto dy = static_cast<std::uint32_t>(y1) - static_cast<std::uint32_t>(y0);
+  const std::int64_t dx = std::int64_t{x1} - x0;
+  const auto width = static_cast<std::uint64_t>(dx < 0 ? -dx : dx);
+  const auto steep = static_cast<std::int64_t>((width << 32) / dy);
+  ratio = dx < 0 ? -steep : steep;
+  hasRatio = true;
+}
+
+// Both divided numbers are first moved to the top of their words, which gives 31 or 32 exact bits.
+// An edge so upright that its gain does not fit passes a row within less than a unit of x.
+void SlopedEdge::FindGain() {
+  const auto dy = static_cast<std::uint32_t>(y1) - static_cast<std::uint32_t>(y0);
+  const auto width = x0 < x1 ? static_cast<std::uint32_t>(x1) - static_cast<std::uint32_t>(x0)
+                             : static_cast<std::uint32_t>(x0) - static_cast<std::uint32_t>(x1);
+  const int high = std::countl_zero(dy);
+  const int wide = std::countl_zero(width);
+  gain = static_cast<std::uint32_t>((std::uint64_t{dy << high} << 31) / (width << wide));
+  const int places = 31 + high - wide - kHeightBits;
+  if (places < 0) gain = UINT32_MAX;
+  shift = static_cast<std::uint8_t>(std::max(places, 0));
+}
+
+}  // namespace kalvora

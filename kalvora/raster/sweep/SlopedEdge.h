@@ -1,0 +1,90 @@
+// SlopedEdge: one straight edge of a chain on its way down, and its exact geometry.
+#ifndef KALVORA_RASTER_SWEEP_SLOPEDEDGE_H
+#define KALVORA_RASTER_SWEEP_SLOPEDEDGE_H
+
+#include <algorithm>
+#include <cstdint>
+
+#include "kalvora/core/KVertex2D.h"
+
+namespace kalvora {
+
+/// Heights inside a row are counted downward from its top in units of 2^-26: so fine that within
+/// one of them no edge, however flat, moves by more than kFarthestStep pixels. Then a crossing,
+/// whose height is rounded to a unit, that lies this far beside the clip cannot change what is
+/// inside.
+inline constexpr std::int32_t kHeightBits = 10;  // beyond 16.16
+inline constexpr std::int32_t kWholeHeight = 0x10000 << kHeightBits;
+
+/// The columns that something touches, as a range of 16.16 x, ends included.
+struct Extent {
+  std::int32_t low, high;
+
+  void Include(std::int32_t x) {
+    low = std::min(low, x);
+    high = std::max(high, x);
+  }
+};
+
+/// An edge from an upper vertex down to a lower one. x at any y is computed from the upper vertex:
+/// it does not drift, and does not depend on where the clip begins.
+///
+/// Most edges of a small drawing lie within one row and one column: the two divisions are done when
+/// they are asked for.
+struct SlopedEdge {
+  /// x is held to +-16383 pixels, so that dx with 32 fraction bits fits a 64-bit word.
+  static constexpr std::int32_t kFarthestX = (1 << 30) - 1;
+
+  std::int64_t ratio;  ///< dx / dy with 32 fraction bits; see NeedRatio
+  std::int32_t x0, y0, x1, y1;
+  const KVertex2D* lower;
+  std::uint32_t gain;  ///< height / |dx| is gain / 2^shift; 0 as long as NeedGain was not called
+  std::uint8_t shift;
+  bool hasRatio;
+
+  static std::int32_t HoldX(KFixed x) { return std::clamp(x.raw, -kFarthestX, kFarthestX); }
+
+  /// Finds the first edge of a chain from `v` on that reaches below y, -1 backward, 1 forward
+  /// through the ring, and includes in `extent` the x of the vertices passed. False when the chain
+  /// turns upward before it does: it has ended.
+  bool Find(const KVertex2D* v, std::int32_t direction, std::int32_t y, Extent& extent);
+  /// Goes on along the chain from the lower end of this edge.
+  bool Continue(std::int32_t direction, std::int32_t y, Extent& extent) {
+    return Find(lower, direction, y, extent);
+  }
+
+  void NeedRatio() {
+    if (!hasRatio) FindRatio();
+  }
+  void NeedGain() {
+    if (gain == 0) FindGain();
+  }
+
+  /// x - x0 with 32 fraction bits and rounded up by half a unit, at y within the edge. One row
+  /// further down it is 65536 times the ratio more, exactly.
+  std::uint64_t TravelTo(std::int32_t y) const {
+    const auto height = static_cast<std::uint64_t>(std::int64_t{y} - y0);
+    return static_cast<std::uint64_t>(ratio) * height + (std::uint64_t{1} << 31);
+  }
+  std::int32_t AfterTravel(std::uint64_t travel) const {
+    return x0 + static_cast<std::int32_t>(travel >> 32);
+  }
+  /// x at y; the ratio must have been found.
+  std::int32_t XAt(std::int32_t y) const { return y == y1 ? x1 : AfterTravel(TravelTo(y)); }
+  /// x at a height below y.
+  std::int32_t XAt(std::int32_t y, std::int32_t height) const {
+    const std::int32_t units = height >> kHeightBits;
+    const std::int32_t rest = height & ((1 << kHeightBits) - 1);
+    return AfterTravel(TravelTo(y + units) +
+                       static_cast<std::uint64_t>((ratio >> kHeightBits) * rest));
+  }
+
+ private:
+  void Set(const KVertex2D* upper, const KVertex2D* to);
+  void FindRatio();
+  void FindGain();
+};
+
+}  // namespace kalvora
+
+#endif
