@@ -7,6 +7,7 @@
 #include "kalvora/paint/KPatternStrip.h"
 #include "kalvora/paint/KRadialStrip.h"
 #include "kalvora/paint/KStyleContext2D.h"
+#include "kalvora/paint/patternblock.h"
 #include "kalvora/paint/picking.h"
 
 namespace {
@@ -81,6 +82,7 @@ void KStrips<F>::InitPattern(KStyleContext2D* style, KFiller& solid, KFiller& co
       kalvora::SelectPatternFillers<F>(style, copy ? KSamplingCopy : pixmap->quality);
   solid = pair.solid;
   coverage = pair.coverage;
+  style->block = kalvora::SelectPatternBlock(style);
 }
 
 template <typename F>

@@ -48,9 +48,12 @@ PatternPixels::PatternPixels(const KSoftPixmap& pixmap) {
   height = static_cast<std::int32_t>(std::min(pixmap.height, kReach));
 }
 
-PatternPosition::PatternPosition(const KStyleContext2D* style) {
+PatternPosition::PatternPosition(const KStyleContext2D* style)
+    : PatternPosition(style, style->x0, style->y) {}
+
+PatternPosition::PatternPosition(const KStyleContext2D* style, std::int32_t x, std::int32_t y) {
   const KSoftMatrix3D& m = style->source->transform;
-  const KVertex2D p = m.Map({KFixed::FromInt(style->x0), KFixed::FromInt(style->y)});
+  const KVertex2D p = m.Map({KFixed::FromInt(x), KFixed::FromInt(y)});
   const bool straight = m.identity || m.linearIdentity;
   u = static_cast<std::uint32_t>(p.x.raw);
   v = static_cast<std::uint32_t>(p.y.raw);

@@ -55,6 +55,8 @@ struct PatternPosition {
 
   /// That of x0 of the row, through the transform of the source pixmap.
   explicit PatternPosition(const KStyleContext2D* style);
+  /// That of any device pixel.
+  PatternPosition(const KStyleContext2D* style, std::int32_t x, std::int32_t y);
 
   std::int32_t U() const { return static_cast<std::int32_t>(u); }
   std::int32_t V() const { return static_cast<std::int32_t>(v); }

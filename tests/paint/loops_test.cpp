@@ -121,6 +121,28 @@ std::vector<Row> Table() {
          return Mixed(c.mixes[x == 0 ? 0 : x == c.n - 1 ? 2 : 1], c.before[i]);
        }},
   };
+  table.push_back({"copyBlock", true,
+                   [](const Loops& l, const Case& c) {
+                     l.pixels.copyBlock(c.Pixels(), c.source.As<Word>(), c.stride);
+                   },
+                   [](const Case& c, std::size_t i, int) { return c.Source(i); }});
+  table.push_back({"overBlock", true,
+                   [](const Loops& l, const Case& c) {
+                     l.pixels.overBlock(c.Pixels(), c.source.As<Word>(), c.stride);
+                   },
+                   [](const Case& c, std::size_t i, int) {
+                     return reference::Composite(c.before[i], c.Source(i), true, 256);
+                   }});
+  // From the last pixel back to the first.
+  table.push_back({"pick", false,
+                   [](const Loops& l, const Case& c) {
+                     std::vector<Word> index;
+                     for (int i = c.n; i-- > 0;) index.push_back(static_cast<Word>(i));
+                     l.pixels.pick(c.pixels.As<Word>(), c.n, index.data(), c.source.As<Word>());
+                   },
+                   [](const Case& c, std::size_t i, int) {
+                     return c.Source(static_cast<std::size_t>(c.n - 1) - i);
+                   }});
   for (const bool blend : {true, false}) {
     table.push_back({blend ? "cover" : "lerp", false,
                      [=](const Loops& l, const Case& c) {
@@ -167,8 +189,8 @@ void Check(const Loops& loops, const Row& row, const Case& c) {
 TEST(Loops, FollowTheRulesInEveryWidth) {
   const std::vector<Row> table = Table();
   // Every pointer of the tables has its row, but for the two weights that lerp does without.
-  static_assert(sizeof(Loops::color) + sizeof(Loops::pixels) == 17 * sizeof(void*));
-  ASSERT_EQ(table.size(), 17u - 2);
+  static_assert(sizeof(Loops::color) + sizeof(Loops::pixels) == 20 * sizeof(void*));
+  ASSERT_EQ(table.size(), 20u - 2);
   for (const Loops* const* width = kalvora::UsableLoops(); *width; ++width) {
     for (const Row& row : table) {
       Random random(7);

@@ -8,13 +8,6 @@
 namespace kalvora::KALVORA_WIDTH {
 namespace {
 
-/// Calls row(first pixel, index) for each row of the block.
-template <typename F>
-void EachRow(const Block& block, F row) {
-  std::uint32_t* to = block.to;
-  for (int y = 0; y < block.rows; ++y, to += block.stride) row(to, y);
-}
-
 /// `count` vectors from p on.
 template <int count>
 void StoreSome(std::uint32_t* p, Words c) {

@@ -10,6 +10,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "kalvora/paint/loops/loops.h"
+
 #if KALVORA_LANES > 1 && defined(__SSE2__)
 #include <immintrin.h>
 #elif KALVORA_LANES > 1
@@ -273,6 +275,13 @@ void Pixels(std::uint32_t* to, int n, F f) {
   } else if (n == 1) {
     StorePart<1>(to, f(LoadPart<1>(to), At<1>{0}));
   }
+}
+
+/// Calls row(first pixel, index) for each row of the block.
+template <typename F>
+void EachRow(const Block& block, F row) {
+  std::uint32_t* to = block.to;
+  for (int y = 0; y < block.rows; ++y, to += block.stride) row(to, y);
 }
 
 }  // namespace

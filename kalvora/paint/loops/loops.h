@@ -81,6 +81,12 @@ struct PixelLoops {
   PixelLoop over[kWeights];
   /// Source pixels taken as opaque: d = lerp(d, s, w); none for kFull and kOpacityThenCoverage.
   PixelLoop lerp[kWeights];
+  /// d = s; rows of source pixels are `sourceStride` apart.
+  void (*copyBlock)(const Block& block, const std::uint32_t* source, std::ptrdiff_t sourceStride);
+  /// d = over(d, s)
+  void (*overBlock)(const Block& block, const std::uint32_t* source, std::ptrdiff_t sourceStride);
+  /// to[i] = table[index[i]]
+  void (*pick)(std::uint32_t* to, int n, const std::uint32_t* index, const std::uint32_t* table);
 };
 
 /// The squares |g + i step|^2 of vectors, i = 0, 1, ...: numbers whose second differences are

@@ -41,6 +41,38 @@ void LerpPixels(std::uint32_t* to, const std::uint32_t* source, const std::int32
   });
 }
 
+/// Long rows are the C library's business.
+inline void CopyRow(std::uint32_t* to, const std::uint32_t* source, int n) {
+  if (kLanes > 1 && n <= 16 * kLanes) {
+    Pixels(to, n, [source](Words, auto at) { return at(source); });
+  } else {
+    __builtin_memcpy(to, source, static_cast<std::size_t>(n) * sizeof *to);
+  }
+}
+
+void CopyBlock(const Block& block, const std::uint32_t* source, std::ptrdiff_t sourceStride) {
+  if (block.n <= 0) return;
+  EachRow(block,
+          [=](std::uint32_t* to, int y) { CopyRow(to, source + y * sourceStride, block.n); });
+}
+
+void OverBlock(const Block& block, const std::uint32_t* source, std::ptrdiff_t sourceStride) {
+  EachRow(block, [=](std::uint32_t* to, int y) {
+    const std::uint32_t* s = source + y * sourceStride;
+    Pixels(to, block.n, [s](Words d, auto at) { return Over(d, at(s)); });
+  });
+}
+
+void Pick(std::uint32_t* to, int n, const std::uint32_t* index, const std::uint32_t* table) {
+  int i = 0;
+  for (; i + 4 <= n; i += 4) {
+    const std::uint32_t a = table[index[i]], b = table[index[i + 1]];
+    const std::uint32_t c = table[index[i + 2]], d = table[index[i + 3]];
+    to[i] = a, to[i + 1] = b, to[i + 2] = c, to[i + 3] = d;
+  }
+  for (; i < n; ++i) to[i] = table[index[i]];
+}
+
 }  // namespace
 }  // namespace kalvora::KALVORA_WIDTH
 

@@ -28,7 +28,10 @@ constinit const Loops kLoops = {
                         OverPixels<Weight::kCoverage>, OverPixels<Weight::kCoverageOpacity>,
                         OverPixels<Weight::kOpacityThenCoverage>},
                .lerp = {nullptr, LerpPixels<Weight::kOpacity>, LerpPixels<Weight::kCoverage>,
-                        LerpPixels<Weight::kCoverageOpacity>, nullptr}},
+                        LerpPixels<Weight::kCoverageOpacity>, nullptr},
+               .copyBlock = CopyBlock,
+               .overBlock = OverBlock,
+               .pick = Pick},
     .gradient = {.series = SeriesRow, .radial = Radial},
 };
 

@@ -1,0 +1,131 @@
+// Fillers of whole blocks with a pixmap pattern.
+#include "kalvora/paint/patternblock.h"
+
+#include <algorithm>
+
+#include "kalvora/core/KSoftPixmap.h"
+#include "kalvora/paint/KStyleContext2D.h"
+#include "kalvora/paint/loops/loops.h"
+#include "kalvora/paint/patternwalk.h"
+#include "kalvora/support/KFlags.h"
+
+namespace kalvora {
+namespace {
+
+/// How source pixels get into the target.
+enum class Put { kCopy, kOver, kOverOpacity, kLerpOpacity };
+
+Put PutOf(const KStyleContext2D* style) {
+  if (Flags.IgnoreAlpha) return Put::kCopy;
+  if (style->source->hasAlpha) return style->opacity != 256 ? Put::kOverOpacity : Put::kOver;
+  return style->opacity != 256 ? Put::kLerpOpacity : Put::kCopy;
+}
+
+const std::uint32_t* Words(const std::uint8_t* row) {
+  return static_cast<const std::uint32_t*>(static_cast<const void*>(row));
+}
+
+void PutBlock(const KStyleContext2D* style, Put put, const Block& block,
+              const std::uint32_t* source, std::ptrdiff_t sourceStride) {
+  const PixelLoops& loops = style->loops->pixels;
+  if (put == Put::kCopy) return loops.copyBlock(block, source, sourceStride);
+  if (put == Put::kOver) return loops.overBlock(block, source, sourceStride);
+  const auto weight = static_cast<int>(Weight::kOpacity);
+  const PixelLoop loop = put == Put::kOverOpacity ? loops.over[weight] : loops.lerp[weight];
+  for (int y = 0; y < block.rows; ++y) {
+    loop(block.to + y * block.stride, source + y * sourceStride, nullptr, block.n, style->opacity);
+  }
+}
+
+/// The nearest pixels along rows of the pixmap, which all rows of the block pick from the same
+/// columns: so many columns at a time.
+class NearestColumns {
+ public:
+  static constexpr int kMost = 256;
+
+  NearestColumns(const KStyleContext2D* style, std::int32_t x0, int count)
+      : style_(style), source_(*style->source), n_(count), x0_(x0) {
+    PatternPosition at(style, x0, style->y);
+    if (Tiles()) {
+      at.WrapInto(source_);
+      for (int i = 0; i < n_; ++i, at.StepWrapped(source_)) columns_[i] = at.u >> 16;
+    } else {
+      for (int i = 0; i < n_; ++i, at.Step()) {
+        columns_[i] = static_cast<std::uint32_t>(Clamped(at.Column(), source_.width));
+      }
+    }
+  }
+
+  /// Fills these columns of all rows. A row that shows the same pixels as the one before is copied
+  /// from it, or mixed from the same picked ones.
+  void Fill(const KRowBlock& rows, Put put) {
+    std::uint32_t picked[kMost];
+    std::uint32_t* to = style_->row + x0_;
+    std::int32_t last = -1;
+    for (std::int32_t y = 0; y < rows.rows; ++y, to += rows.stride) {
+      const std::int32_t row = RowAt(style_->y + y);
+      const Block line{to, 0, n_, 1};
+      if (put == Put::kCopy) {
+        if (row == last) {
+          style_->loops->pixels.copyBlock(line, to - rows.stride, 0);
+        } else {
+          style_->loops->pixels.pick(to, n_, columns_, Words(source_.Row(row)));
+        }
+      } else {
+        if (row != last) style_->loops->pixels.pick(picked, n_, columns_, Words(source_.Row(row)));
+        PutBlock(style_, put, line, picked, 0);
+      }
+      last = row;
+    }
+  }
+
+ private:
+  bool Tiles() const { return style_->source->repeatRule != 0; }
+  std::int32_t RowAt(std::int32_t y) const {
+    PatternPosition at(style_, x0_, y);
+    if (!Tiles()) return Clamped(at.Row(), source_.height);
+    at.WrapInto(source_);
+    return at.Row();
+  }
+
+  const KStyleContext2D* style_;
+  const PatternPixels source_;
+  const int n_;
+  const std::int32_t x0_;
+  std::uint32_t columns_[kMost];
+};
+
+void FillNearestBlock(const KStyleContext2D* style, const KRowBlock& rows) {
+  const Put put = PutOf(style);
+  for (std::int32_t x = style->x0; x < style->x1; x += NearestColumns::kMost) {
+    NearestColumns columns(style, x, std::min(NearestColumns::kMost, style->x1 - x));
+    columns.Fill(rows, put);
+  }
+}
+
+/// Whole pixels: rows as they are where the block lies within the pixmap or one of its tiles.
+void FillCopiedBlock(const KStyleContext2D* style, const KRowBlock& rows) {
+  const PatternPixels p(*style->source);
+  const PatternPosition at(style);
+  const bool tile = style->source->repeatRule != 0;
+  const std::int32_t column = tile ? Wrapped(at.Column(), p.width) : at.Column();
+  const std::int32_t row = tile ? Wrapped(at.Row(), p.height) : at.Row();
+  const std::int32_t n = style->x1 - style->x0;
+  if (column < 0 || row < 0 || column + n > p.width || row + rows.rows > p.height) {
+    return FillNearestBlock(style, rows);
+  }
+  PutBlock(style, PutOf(style), {style->row + style->x0, rows.stride, n, rows.rows},
+           Words(PatternPixels::Pixel(p.Row(row), column)),
+           static_cast<std::ptrdiff_t>(p.stride / sizeof(std::uint32_t)));
+}
+
+}  // namespace
+
+KBlockFiller SelectPatternBlock(const KStyleContext2D* style) {
+  const KSoftMatrix3D& m = style->source->transform;
+  if (m.linearIdentity) return FillCopiedBlock;
+  const bool alongRows = m.m1 == kZero && m.m3 == kZero;
+  return alongRows && style->source->quality == KSamplingNearest ? FillNearestBlock : nullptr;
+}
+
+}  // namespace kalvora

@@ -1,0 +1,113 @@
+// Blocks: what a paint's fillers of whole blocks paint is what its fillers of rows paint.
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "kalvora/core/KSoftPixmap.h"
+#include "kalvora/paint/KPaint.h"
+#include "kalvora/raster/KRowPainter.h"
+
+#include "tests/paint/span.h"
+
+namespace {
+
+using kalvora::CoverageMask;
+using kalvora::KRowPainter;
+using kalvora::PaintJob;
+using kalvora::PixelBox;
+
+constexpr int kWidth = 45, kHeight = 9;
+
+/// A target with its style record; a picture and a mask to draw.
+struct Board {
+  explicit Board(Random& random) {
+    for (auto* words : {&pixels, &picture}) {
+      for (auto& p : *words) p = Span::Premultiplied(random.Next());
+    }
+    for (auto& m : mask)
+      m = static_cast<std::uint8_t>(random.Next() >> (random.OneIn(2) ? 24 : 31));
+    target.Create(kWidth, kHeight, KFormat8888PM, pixels.data());
+    style.lineBuffer = line.data();
+    style.clip = {0, 0, kWidth, kHeight};
+  }
+
+  std::vector<std::uint32_t> pixels = std::vector<std::uint32_t>(kWidth * kHeight);
+  std::vector<std::uint32_t> picture = std::vector<std::uint32_t>(kWidth * kHeight);
+  std::vector<std::uint8_t> mask = std::vector<std::uint8_t>(kWidth * kHeight);
+  std::vector<std::int32_t> line = std::vector<std::int32_t>(kWidth);
+  KSoftPixmap target;
+  KStyleContext2D style;
+};
+
+/// The paint's own initialiser, without what it says of blocks.
+void InitRows(KStyleContext2D* style, KFiller& solid, KFiller& coverage) {
+  Strips(false).init[style->paint->type](style, solid, coverage);
+  style->block = style->edged = nullptr;
+}
+
+/// A colour, or a picture that is moved or scaled, at any opacity.
+KPaint AnyPaint(Random& random, KSoftPixmap& picture) {
+  KPaint paint;
+  paint.type = random.OneIn(2) ? KPaintColor : KPaintPixmap;
+  paint.color = KColor32::FromWord(Span::Pixel(random));
+  paint.translucent = random.OneIn(2);
+  paint.opacity = random.OneIn(2) ? 256 : random.Between(0, 256);
+  paint.pixmap = &picture;
+  picture.hasAlpha = random.OneIn(2);
+  picture.repeatRule = random.OneIn(2) ? KRepeatTile : KRepeatClamp;
+  picture.SetQuality(KSamplingNearest);
+  picture.transform.Identity();
+  if (random.OneIn(2)) {
+    picture.transform.Scale(
+        {Fixed(random.Between(-0x28000, 0x28000)), Fixed(random.Between(-0x28000, 0x28000))});
+  }
+  if (random.OneIn(2)) {
+    picture.transform.Translate(
+        {Fixed(random.Between(-60 << 16, 60 << 16)), Fixed(random.Between(-20 << 16, 20 << 16))});
+  }
+  return paint;
+}
+
+TEST(Blocks, AreWhatRowsPaint) {
+  Random random(3);
+  for (int round = 0; round < 6000; ++round) {
+    Board blocks(random), rows(random);
+    rows.pixels = blocks.pixels;
+    KSoftPixmap picture;
+    const auto width = static_cast<unsigned>(random.Between(1, kWidth));
+    picture.Create(width, static_cast<unsigned>(random.Between(1, kHeight)), KFormat8888PM,
+                   blocks.picture.data(), random.OneIn(2) ? 4 * width : 4 * kWidth);
+    const KPaint paint = AnyPaint(random, picture);
+    const int x0 = random.Between(0, kWidth), y0 = random.Between(0, kHeight);
+    const PixelBox box({0, 0, kWidth, kHeight}, x0, y0, random.Between(x0, kWidth),
+                       random.Between(y0, kHeight));
+    const auto edge = [&] {
+      return random.OneIn(2) ? KRowBlock::kNoEdge : random.Between(0, 0x10000);
+    };
+    const std::int32_t left = edge(), right = edge(),
+                       share = random.OneIn(2) ? 0x10000 : random.Between(0, 0x10000);
+    const CoverageMask mask{blocks.mask.data(), kWidth, 0, 0};
+    const bool masked = paint.type == KPaintColor && random.OneIn(3);
+
+    for (Board* board : {&blocks, &rows}) {
+      PaintJob job{.record = &board->style,
+                   .style = &board->style,
+                   .target = &board->target,
+                   .paint = &paint,
+                   .init = board == &rows ? InitRows : Strips(false).init[paint.type],
+                   .mask = masked ? &mask : nullptr};
+      if (masked && board == &blocks) job.init = KStrips<KColor_8888_PM>::InitColorWithAaChecks;
+      KRowPainter painter(job);
+      ASSERT_TRUE(painter.Bind(share));
+      if (masked && board == &blocks) {
+        painter.Masked(box);
+      } else {
+        painter.Box(box, masked ? KRowBlock::kNoEdge : left, masked ? KRowBlock::kNoEdge : right);
+      }
+      ASSERT_EQ(board->line, std::vector<std::int32_t>(kWidth)) << "coverage left behind";
+    }
+    ASSERT_EQ(blocks.pixels, rows.pixels) << "round " << round;
+  }
+}
+
+}  // namespace
