@@ -13,6 +13,12 @@
 
 using kalvora::RasterJob;
 
+namespace {
+
+KRect RectOf(const KClip& clip) { return {clip.x0, clip.y0, clip.x1, clip.y1}; }
+
+}  // namespace
+
 // A pattern that lies in the target is drawn from a copy: what a draw writes it never reads.
 const KPaint& KSoftContext2D::Apart(const KPaint& paint) {
   if (paint.type != KPaintPixmap || !paint.pixmap || !paint.pixmap->Overlaps(mTarget)) return paint;
@@ -72,7 +78,8 @@ void KSoftContext2D::DrawPath(const KSoftPath* path) {
   }
   if (mStroke.type != KPaintNone) {
     KVertex2D** rings = nullptr;
-    const unsigned count = StrokePath(path, rings, &mTransform, true);
+    const KRect clip = RectOf(mStyle->clip);
+    const unsigned count = StrokePath(path, rings, &mTransform, true, &clip);
     FillStroke(rings, count);
   }
 }
@@ -130,7 +137,8 @@ void KSoftContext2D::RasterPolyline(const KVertex2D* points, unsigned count, boo
     }
   }
   KVertex2D** rings = nullptr;
-  const unsigned ringCount = StrokePoly(points, count, rings, &mTransform, true, closed);
+  const KRect clip = RectOf(mStyle->clip);
+  const unsigned ringCount = StrokePoly(points, count, rings, &mTransform, true, closed, &clip);
   FillStroke(rings, ringCount);
 }
 

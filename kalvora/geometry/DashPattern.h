@@ -16,6 +16,8 @@ class DashPattern {
   DashPattern(const KFixed* lengths, std::uint32_t count, std::uint32_t phase);
 
   bool IsSolid() const { return !start_.lengths; }
+  /// The longest dash or gap.
+  KFixed Longest() const { return longest_; }
   /// The state at a subpath's start.
   const KDash& Start() const { return start_; }
   /// How many ends of dashes and gaps lie on the subpath: never too few, and no more than one above
@@ -29,6 +31,9 @@ class DashPattern {
 
  private:
   KDash start_;
+  KFixed longest_ = kZero;
+  std::int64_t round_ = 0;  // length of the whole pattern, 32 fraction bits
+  std::uint64_t boundariesOfRound_ = 0;
 };
 
 }  // namespace kalvora

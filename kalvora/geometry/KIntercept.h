@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "kalvora/core/KVertex2D.h"
+#include "kalvora/geometry/Visible.h"
 
 /// A stretch of the path as the joins see it.
 struct KStretch {
@@ -13,6 +14,13 @@ struct KStretch {
   std::int64_t length;  ///< of the straight line, 16.16; 0 for curves
 
   KStretch Reversed() const { return {-direction, -offset, length}; }
+};
+
+/// A way along which a dash pattern runs: one line or one curve.
+struct KDashWay {
+  kalvora::Seen seen;       ///< what of it can show
+  std::int64_t done = 0;    ///< how far the walk has come, 32 fraction bits
+  std::int64_t length = 0;  ///< of the whole way; only known where not everything can show
 };
 
 /// Where a walk along a dashed subpath stands in the pattern.
@@ -24,15 +32,20 @@ struct KDash {
   std::uint32_t count = 0;
   std::uint32_t index = 0;
   bool on = true;
-  std::int64_t left = 0;  ///< of the present dash or gap, 32 fraction bits
-  bool held = false;      ///< within the first dash, which is drawn at the end
+  std::int64_t left = 0;   ///< of the present dash or gap, 32 fraction bits
+  std::int64_t round = 0;  ///< length of the whole pattern; 0 when dashes meet without a gap
+  bool hidden = false;     ///< within a dash that nobody sees and that ends on this way
+  bool held = false;       ///< within the first dash, which is drawn at the end
   std::int64_t heldLength = 0;
   bool last = false;     ///< the next boundary ends the walk
   bool stopped = false;  ///< it has ended
 
-  bool Draws() const { return on && !held; }
+  bool Draws() const { return on && !held && !hidden; }
   /// Goes on to the next dash or gap.
   void Advance();
+  /// At the end of a gap before a dash that nobody sees, or of such a dash: goes on to the next
+  /// one. False when something is to be drawn here, or goes to its end.
+  bool PassBoundary(const KDashWay& way);
 };
 
 /// The working state of one stroke, subpath by subpath.

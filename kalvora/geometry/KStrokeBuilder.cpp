@@ -29,8 +29,13 @@ std::uint32_t RoomFor(const Subpath& subpath) {
 }  // namespace
 
 KStrokeBuilder::KStrokeBuilder(const KStrokeStyle& style, const Pen& pen, const KSoftMatrix3D& m,
-                               Memory memory, std::uint64_t mostRings)
-    : style_(style), pen_(pen), matrix_(m), out_(m, memory), k_{.radius = pen.radius} {
+                               const Visible& visible, Memory memory, std::uint64_t mostRings)
+    : style_(style),
+      pen_(pen),
+      matrix_(m),
+      visible_(visible),
+      out_(m, memory),
+      k_{.radius = pen.radius} {
   out_.AllocList(mostRings);
 }
 

@@ -6,6 +6,7 @@
 
 #include "kalvora/geometry/KIntercept.h"
 #include "kalvora/geometry/StrokeRings.h"
+#include "kalvora/geometry/Visible.h"
 #include "kalvora/geometry/bezier.h"
 #include "kalvora/geometry/pen.h"
 #include "kalvora/geometry/subpath.h"
@@ -29,7 +30,7 @@ class KStrokeBuilder {
  public:
   /// `m` maps to device space. Memory for at most `mostRings` rings is taken at once.
   KStrokeBuilder(const KStrokeStyle& style, const kalvora::Pen& pen, const KSoftMatrix3D& m,
-                 kalvora::Memory memory, std::uint64_t mostRings);
+                 const kalvora::Visible& visible, kalvora::Memory memory, std::uint64_t mostRings);
 
   /// Appends a subpath's outline, solid or cut into dashes that begin in the state `start`.
   void StrokeSubpath(const kalvora::Subpath& subpath);
@@ -95,12 +96,21 @@ class KStrokeBuilder {
   template <int ORDER>
   void DashPiece(kalvora::Bezier<ORDER> rest);
   void DashLeg(kalvora::Span from, kalvora::Span leg);
+  /// The way along a curve: what of it can show, piece by piece.
+  template <int ORDER>
+  KDashWay WayAlong(const kalvora::Bezier<ORDER>& curve) const;
+  /// Goes on over so much of a way when nothing on it is to be drawn.
+  bool CountDashes(std::int64_t length);
+  /// Passes whole rounds of the pattern, from within a gap, over what nobody sees.
+  void SkipRounds();
 
   const KStrokeStyle style_;
   const kalvora::Pen pen_;
   const KSoftMatrix3D& matrix_;
+  const kalvora::Visible& visible_;
   kalvora::StrokeRings out_;
   KIntercept k_;
+  KDashWay way_;
   std::uint32_t reserve_ = 0;  // room for the next ring
   bool crossed_ = false;       // the last join took the crossing of its inner sides
   kalvora::Side inner_ = kalvora::Side::kLeft;  // of the last join

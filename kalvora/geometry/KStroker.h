@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "kalvora/core/KRect.h"
 #include "kalvora/core/KSoftMatrix3D.h"
 
 class KSoftPath;
@@ -77,12 +78,14 @@ class KALVORA_API KStroker {
   /// than 65536 dashes and gaps (131072 in one stroke). `rings` and
   /// the rings come from the scratch stack or the C heap, as `onStack` says; release them with
   /// FreeStroke. 0 and null when there is nothing to fill (an empty path, a half width of 0 or
-  /// less) or memory runs out; nothing stays allocated then.
+  /// less) or memory runs out; nothing stays allocated then. With `clip`, in device pixels,
+  /// subpaths and dashes that cannot show within it may be left out.
   unsigned StrokePath(const KSoftPath* path, KVertex2D**& rings, const KSoftMatrix3D* m,
-                      bool onStack);
+                      bool onStack, const KRect* clip = nullptr);
   /// The same for one polyline; `closed` joins the last point to the first. One point is a dot.
   unsigned StrokePoly(const KVertex2D* points, unsigned count, KVertex2D**& rings,
-                      const KSoftMatrix3D* m, bool onStack, bool closed);
+                      const KSoftMatrix3D* m, bool onStack, bool closed,
+                      const KRect* clip = nullptr);
   /// Releases a stroke's rings, last to first, and their array.
   void FreeStroke(KVertex2D** rings, unsigned count, bool onStack);
 

@@ -76,6 +76,66 @@ void KStrokeBuilder::ComputeDash(KVertex2D p, Span heading) {
   if (dash.on) ComputeInit();
 }
 
+// What nobody sees
+// ---------------------------------------------------------------------------------
+
+void KStrokeBuilder::SkipRounds() {
+  const KDash& dash = k_.dash;
+  if (dash.on || dash.round == 0 || way_.seen.IsAll()) return;
+  std::int64_t to = way_.done;
+  if (way_.done < way_.seen.begin) to = std::min(way_.seen.begin, way_.length);
+  if (way_.done > way_.seen.end) to = way_.length;
+  if (to - way_.done >= dash.round) way_.done += (to - way_.done) / dash.round * dash.round;
+}
+
+// All of it or nothing: where a curve is cut depends on where it was cut before.
+bool KStrokeBuilder::CountDashes(std::int64_t length) {
+  if (way_.seen.IsAll() || k_.dash.Draws()) return false;
+  KDash dash = k_.dash;
+  KDashWay way = way_;
+  while (dash.left < length) {
+    length -= dash.left;
+    way.done += dash.left;
+    if (!dash.PassBoundary(way)) return false;
+  }
+  dash.left -= length;
+  way.done += length;
+  k_.dash = dash;
+  way_ = way;
+  return true;
+}
+
+template <int ORDER>
+KDashWay KStrokeBuilder::WayAlong(const Bezier<ORDER>& curve) const {
+  const auto sidesOf = [this](Span p) { return visible_.SidesOf(Bezier<ORDER>::Narrow(p)); };
+  unsigned any = 0;
+  for (const Span p : curve.p) any |= sidesOf(p);
+  if (any == 0 || !curve.IsInPlane(matrix_)) return {};
+
+  KDashWay way{{INT64_MAX, 0}, 0, 0};
+  const auto add = [&](const Bezier<ORDER>& piece, std::int64_t length) {
+    unsigned sides = ~0u;
+    for (const Span p : piece.p) sides &= sidesOf(p);
+    if (sides == 0) {
+      way.seen.begin = std::min(way.seen.begin, way.length);
+      way.seen.end = way.length + length;
+    }
+    way.length += length;
+  };
+  Subdivide(
+      curve, pen_, matrix_, [&](const Bezier<ORDER>& piece) { add(piece, GetBezierLen(piece)); },
+      [&](const Bezier<ORDER>& piece) {
+        std::int64_t length = 0;
+        for (int i = 0; i < ORDER; ++i) {
+          if (!IsNothing(piece.Leg(i))) length += LengthOf(piece.Leg(i));
+        }
+        add(piece, length);
+      });
+  return way;
+}
+
+// The walk along lines and curves -----------------------------------------------------------------
+
 // Lengths are measured on the untransformed points.
 void KStrokeBuilder::DashPoly(const KVertex2D* points, unsigned pieces) {
   KDash& dash = k_.dash;
@@ -84,17 +144,20 @@ void KStrokeBuilder::DashPoly(const KVertex2D* points, unsigned pieces) {
     const Span v = Between(from, points[i]);
     if (v.IsZero()) continue;
     const std::int64_t length = LengthOf(Widen(v));
-    std::int64_t done = 0;
-    while (dash.left < length - done) {
-      done += dash.left;
-      const Span way = Part(v, Ratio(done, length));
+    way_ = {visible_.Of(from, points[i], length), 0, length};
+    for (;;) {
+      SkipRounds();
+      if (dash.left >= length - way_.done) break;
+      way_.done += dash.left;
+      if (dash.PassBoundary(way_)) continue;
+      const Span way = Part(v, Ratio(way_.done, length));
       const KVertex2D cut = from + KVertex2D{KFixed::FromRaw(static_cast<std::int32_t>(way.x)),
                                              KFixed::FromRaw(static_cast<std::int32_t>(way.y))};
       if (dash.Draws()) OffsetPoly(&cut, 1);
       ComputeDash(cut, v);
       if (dash.stopped) return;
     }
-    dash.left -= length - done;
+    dash.left -= length - way_.done;
     if (dash.Draws()) {
       OffsetPoly(&points[i], 1);
     } else {
@@ -108,6 +171,7 @@ void KStrokeBuilder::Dash(const KVertex2D* points, unsigned pieces) {
   for (; pieces > 0 && !k_.dash.stopped; --pieces, points += ORDER) {
     const auto curve = Bezier<ORDER>::From(k_.point, points);
     if (curve.IsPoint()) continue;
+    way_ = WayAlong(curve);
     if (k_.dash.Draws()) Turn(curve.FirstLeg(), false);
     Subdivide(
         curve, pen_, matrix_, [this](const Bezier<ORDER>& piece) { DashPiece(piece); },
@@ -128,17 +192,23 @@ void KStrokeBuilder::DashPiece(Bezier<ORDER> rest) {
     }
   };
   std::int64_t length = GetBezierLen(rest);
+  if (CountDashes(length)) {
+    k_.point = rest.End();
+    return;
+  }
   while (!dash.stopped && dash.left < length) {
     Bezier<ORDER> head, tail;
     const std::int64_t accuracy = Ratio(std::min(pen_.flatness >> 6, length), length);
     rest.ReParam(head, tail, ParameterAt(rest, Ratio(dash.left, length), accuracy));
     draw(head);
     length -= dash.left;
+    way_.done += dash.left;
     ComputeDash(head.End(), tail.FirstLeg());
     rest = tail;
   }
   if (dash.stopped) return;
   dash.left -= length;
+  way_.done += length;
   draw(rest);
 }
 
@@ -153,15 +223,21 @@ void KStrokeBuilder::DashLeg(Span from, Span leg) {
     }
   };
   const std::int64_t length = LengthOf(leg);
+  if (CountDashes(length)) {
+    k_.point = Bezier<3>::Narrow(from + leg);
+    return;
+  }
   std::int64_t done = 0;
   while (!dash.stopped && dash.left < length - done) {
     done += dash.left;
+    way_.done += dash.left;
     const KVertex2D cut = Bezier<3>::Narrow(from + Part(leg, Ratio(done, length)));
     draw(cut);
     ComputeDash(cut, leg);
   }
   if (dash.stopped) return;
   dash.left -= length - done;
+  way_.done += length - done;
   draw(Bezier<3>::Narrow(from + leg));
 }
 

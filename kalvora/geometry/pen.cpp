@@ -83,17 +83,17 @@ bool IsInPlane(const KSoftMatrix3D& m, KVertex2D p) {
 }
 
 Pen::Pen(KFixed halfWidth, const KSoftMatrix3D& m, KFixed curves)
-    : radius(std::min(halfWidth, kWidest)) {
-  std::int64_t stretch = Stretch(m);
+    : radius(std::min(halfWidth, kWidest)), stretch(Stretch(m)) {
   // The radius in device pixels.
   const auto radiusBy = [this](std::int64_t factor) {
     return std::max<std::int64_t>(std::int64_t{radius.raw} * factor >> 16, 1);
   };
-  std::int64_t reach = radiusBy(stretch);
+  std::int64_t seen = stretch;  // by the sides of the pen that show
+  std::int64_t reach = radiusBy(seen);
   std::int64_t tolerance = ToleranceFor(curves);
   if (reach > 2 * kDiagonal) {
-    stretch = std::min(stretch, 2 * Squeeze(m, stretch));
-    reach = radiusBy(stretch);
+    seen = std::min(stretch, 2 * Squeeze(m, stretch));
+    reach = radiusBy(seen);
     if (reach > 2 * kDiagonal) reach = tolerance = kUnseen;
   }
 
@@ -116,7 +116,7 @@ Pen::Pen(KFixed halfWidth, const KSoftMatrix3D& m, KFixed curves)
 
   flatness = tolerance == kUnseen
                  ? kMostFlatness
-                 : std::min(3 * (tolerance << 31) / (kCurvePart * stretch), kMostFlatness);
+                 : std::min(3 * (tolerance << 31) / (kCurvePart * seen), kMostFlatness);
 }
 
 }  // namespace kalvora

@@ -28,6 +28,8 @@ struct Pen {
   static constexpr int kMostSteps = 512;
 
   KFixed radius;
+  /// The largest factor by which the matrix stretches a length, 16.16.
+  std::int64_t stretch;
   /// Rotation by one step along a circle of this radius, 30 fraction bits.
   std::int32_t stepCos, stepSin;
   /// By how much the points of such a polygon stand outside the circle to enclose the circle's own

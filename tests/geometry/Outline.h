@@ -13,9 +13,9 @@
 class Outline {
  public:
   static Outline Of(KStroker& stroker, const KSoftPath& path, const KSoftMatrix3D& m,
-                    bool onStack = true) {
+                    bool onStack = true, const KRect* clip = nullptr) {
     KVertex2D** rings = nullptr;
-    const unsigned count = stroker.StrokePath(&path, rings, &m, onStack);
+    const unsigned count = stroker.StrokePath(&path, rings, &m, onStack, clip);
     return Outline(stroker, rings, count, onStack);
   }
   static Outline Of(KStroker& stroker, const std::vector<KVertex2D>& points, bool closed,

@@ -213,6 +213,7 @@ constexpr double kTolerance = 0.25;
 
 struct Tally {
   int judged = 0, skipped = 0;
+  std::size_t hidden = 0;
 };
 
 void Check(const Case& c, Random& random, Tally& tally) {
@@ -248,6 +249,48 @@ void Check(const Case& c, Random& random, Tally& tally) {
   }
 }
 
+/// With a clip, nothing is missing within it.
+void CheckClipped(const Case& c, Random& random, Tally& tally) {
+  KStroker stroker;
+  Apply(c, stroker);
+  const Outline whole = Outline::Of(stroker, c.path, c.matrix);
+  const auto edge = [&] { return static_cast<std::int16_t>(random.Between(-150, 150)); };
+  const std::int16_t x = edge(), y = edge();
+  const KRect clip = {x, y, static_cast<std::int16_t>(x + 20), static_cast<std::int16_t>(y + 20)};
+  const Outline seen = Outline::Of(stroker, c.path, c.matrix, true, &clip);
+  for (int i = 0; i < 20; ++i) {
+    const Pt p{x + random.Below(20001) / 1000.0, y + random.Below(20001) / 1000.0};
+    ASSERT_EQ(seen.Winding(p), whole.Winding(p)) << "at " << p.x << ' ' << p.y;
+  }
+  tally.hidden += whole.rings.size() - seen.rings.size();
+}
+
+// Dashes of 5 with gaps of 3 along lines that go far beyond the clip, and beyond the plane.
+TEST(DashesBeyondTheClip, AreCountedNotBuilt) {
+  const KRect clip = {0, 0, 200, 200};
+  const double ends[][2] = {{-100, 7300}, {-7999, 8000}, {-29999.5, 30000}, {50, 32767}};
+  for (const auto& [from, to] : ends) {
+    for (const int scale : {1, 4}) {
+      KStroker stroker;
+      const KFixed dashes[] = {ToFixed(5), ToFixed(3)};
+      stroker.SetDashes(dashes, 2, ToFixed(1.5));
+      stroker.SetLineWidth(ToFixed(2));
+      KSoftPath path;
+      path.MoveTo({ToFixed(from), ToFixed(from)});
+      path.LineTo({ToFixed(to), ToFixed(to)});
+      KSoftMatrix3D m;
+      m.Scale({KFixed::FromInt(scale), KFixed::FromInt(scale)});
+      const Outline seen = Outline::Of(stroker, path, m, true, &clip);
+      EXPECT_LT(seen.rings.size(), 60u);
+      for (double at = std::max(from, 0.0); at * scale < 200; at += 0.17) {
+        const double along = std::fmod((at - from) * std::sqrt(2.0) + 1.5, 8);
+        if (std::min({along, std::abs(along - 5), 8 - along}) < 0.01) continue;
+        EXPECT_EQ(seen.Winding({at * scale, at * scale}) != 0, along < 5) << from << ' ' << at;
+      }
+    }
+  }
+}
+
 struct Kind {
   const char* name;
   bool curves, dashed;
@@ -262,12 +305,14 @@ TEST_P(RandomStrokes, AreTheIdealOnes) {
   for (int i = 0; i < kind.cases; ++i) {
     Generator generator(static_cast<std::uint64_t>(i));
     const Case c = generator.Make(kind.curves, kind.dashed);
+    ASSERT_NO_FATAL_FAILURE(CheckClipped(c, generator.random, tally)) << "case " << i;
     ASSERT_NO_FATAL_FAILURE(Check(c, generator.random, tally))
         << "case " << i << ": h " << c.style.h << " join " << c.style.join << " caps "
         << c.style.startCap << c.style.endCap << " limit " << c.style.limit;
   }
   EXPECT_LT(tally.skipped, kind.cases / 3);
   EXPECT_GT(tally.judged, kind.cases * 10);
+  EXPECT_GT(tally.hidden, static_cast<std::size_t>(kind.cases));
 }
 
 INSTANTIATE_TEST_SUITE_P(Stroke, RandomStrokes,
