@@ -24,9 +24,10 @@ struct KTextBox {
 /// A primary font, what stands in for the characters it lacks, and the matrix glyphs are seen
 /// through.
 ///
-/// Glyph masks come from a cache that all contexts of a thread share: 400 KB of masks, least
-/// recently used first to go. Masks from it hold their font files in memory until they go. Hinting
-/// is not part of what a mask is known by: masks made before SetGlobalAttribute switched it stay.
+/// Glyph masks come from a cache that all contexts of a thread share: 400 KB of masks if
+/// SetCacheBudget says nothing else, least recently used first to go. Masks in it hold their font
+/// files in memory until they go. Of hinting, what a font says is part of what a mask is known by;
+/// what the process says is not: masks made before SetGlobalAttribute switched it stay.
 /// The coverage in a mask is FreeType's, whose versions, and 32-bit and 64-bit builds, may differ
 /// by a level here and there; what is made of it is the same everywhere.
 ///
@@ -91,7 +92,7 @@ class KALVORA_API KFTFontContext {
   /// Always null.
   KSoftPixmap* LoadPixmap(KSoftPixmap* pixmap, KVertex2D* origin, KVertex2D* advance, int ch,
                           KColor32 color);
-  /// Does nothing.
+  /// Does nothing. See TrimCache.
   void ClearCache() {}
 
   /// A box of whole pixels around `count` characters as m would show them, or false when m turns or
@@ -104,6 +105,12 @@ class KALVORA_API KFTFontContext {
   // The calling thread's cache.
 
   static unsigned GetCacheSize();  ///< bytes of masks
+  /// How many bytes of masks it holds at most, 400 KB at first; what is too much goes at once, the
+  /// least recently used first. With 0 every glyph is rendered whenever it is drawn.
+  static void SetCacheBudget(unsigned bytes);
+  /// Lets go of all masks, and of the files that no font has loaded: they are unmapped, and what
+  /// lies at their paths by now is what LoadFont finds. Fonts stay as they are.
+  static void TrimCache();
   /// Every pointer may be null. One character can count two misses: in the primary font and in a
   /// fallback.
   static void GetCacheStats(int* hits, int* misses, int* evictions, int* watermark,

@@ -81,6 +81,12 @@ class KLruCache {
     return true;
   }
 
+  /// The size of all data from here on; forgets old entries until it is kept.
+  void SetBudget(std::uint32_t bytes) {
+    maxSize = bytes;
+    while (curSize > maxSize) Evict();
+  }
+
   /// Forgets the least recently used entry.
   void Evict() {
     Node* node = lru;

@@ -1,4 +1,4 @@
-// KFTFontContext: what the calling thread's cache has been doing.
+// KFTFontContext: the calling thread's cache: its size, and what it has been doing.
 #include <cstdio>
 
 #include <pthread.h>
@@ -33,6 +33,17 @@ bool IsDumpDue() {
 unsigned KFTFontContext::GetCacheSize() {
   const KFTCache* cache = KFTCache::Thread();
   return cache ? cache->curSize : 0;
+}
+
+void KFTFontContext::SetCacheBudget(unsigned bytes) {
+  if (KFTCache* cache = KFTCache::Thread()) cache->SetBudget(bytes);
+}
+
+void KFTFontContext::TrimCache() {
+  KFTCache* cache = KFTCache::Existing();
+  if (!cache) return;
+  while (cache->lru) cache->Evict();
+  cache->Purge(nullptr, nullptr);
 }
 
 void KFTFontContext::GetCacheStats(int* hits, int* misses, int* evictions, int* watermark,

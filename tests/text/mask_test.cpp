@@ -1,4 +1,5 @@
 // Glyph masks and outlines, against FreeType asked directly; the cache's key and statistics.
+#include <filesystem>
 #include <iterator>
 #include <tuple>
 
@@ -278,6 +279,43 @@ TEST(Mask, OneLargerThanTheCacheIsReplacedByTheNext) {
       EXPECT_EQ(Loaded(context, 'W').mask, nullptr);
     }
   });
+}
+
+// A file that is replaced by a rename is seen once no font, and no mask, has the old one.
+TEST(Mask, TrimmingForgetsFilesAndTheBudgetIsKept) {
+  const std::string path = testing::TempDir() + "kalvora-replaced.ttf";
+  const auto replace = [&](const char* by) {
+    std::filesystem::copy_file(by, path + "~", std::filesystem::copy_options::overwrite_existing);
+    std::filesystem::rename(path + "~", path);
+  };
+  replace(kLatin);
+  OnThread([&] {
+    KFTFontContext context;
+    const auto isSans = [&] {
+      KFTFont font;
+      EXPECT_TRUE(font.LoadFont(path.c_str(), 0));
+      context.SetFont(&font);
+      for (const int c : {'W', 'i', 'm'}) EXPECT_NE(Loaded(context, c).mask, nullptr);
+      context.SetFont(nullptr);
+      return font.Exists(0x0628);
+    };
+    EXPECT_TRUE(isSans());
+    replace(kSerif);
+    EXPECT_TRUE(isSans());  // from the mapping that the masks hold
+    KFTFontContext::TrimCache();
+    EXPECT_EQ(KFTFontContext::GetCacheSize(), 0u);
+    EXPECT_EQ(KFTCache::Existing()->faces, nullptr);
+    EXPECT_FALSE(isSans());
+    const unsigned three = KFTFontContext::GetCacheSize();
+    KFTFontContext::SetCacheBudget(three - 1);
+    EXPECT_EQ(KFTCache::Existing()->items, 2u);
+    EXPECT_FALSE(isSans());
+    EXPECT_LT(KFTFontContext::GetCacheSize(), three);
+    KFTFontContext::SetCacheBudget(0);
+    EXPECT_FALSE(isSans());
+    EXPECT_EQ(KFTFontContext::GetCacheSize(), 0u);
+  });
+  std::filesystem::remove(path);
 }
 
 // Two masks in a bucket, which shows the newer one first.
