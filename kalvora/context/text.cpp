@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "kalvora/context/KSoftContext2D.h"
+#include "kalvora/paint/KMaskPainter.h"
 #include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/paint/pixmapdraw.h"
 #include "kalvora/raster/rectangle.h"
@@ -95,13 +96,21 @@ void KSoftContext2D::DrawCodes(Codes codes, KVertex2D origin, const KVertex2D* p
 
 template <typename Names>
 void KSoftContext2D::DrawMasks(KGlyphMasks& masks, Names names, const GlyphPlaces& places) {
+  if (mFill.type == KPaintNone || !CanDraw()) return;
   SetUp(masks);
+  const kalvora::RasterJob job = Job(mFill, mFillRule);
+  kalvora::KMaskPainter painter(job);
   kalvora::ForEachGlyph(masks, names, places, [&](const KFTCacheData& glyph, int x, int y) {
+    if (glyph.mask.width == 0) return;  // blank
+    const int right = x + static_cast<int>(glyph.mask.width);
+    const int bottom = y + static_cast<int>(glyph.mask.height);
     if (glyph.IsColoured()) {
       DrawColouredGlyph(glyph.mask, x, y);
+      painter.Bind();
+    } else if (job.clipped) {
+      kalvora::DrawClippedAlphaMask(job, glyph.mask, x, y, right, bottom);
     } else {
-      DrawAlphaMask(&glyph.mask, x, y, x + static_cast<int>(glyph.mask.width),
-                    y + static_cast<int>(glyph.mask.height));
+      painter.Draw(glyph.mask, x, y, right, bottom);
     }
   });
 }
@@ -116,7 +125,6 @@ void KSoftContext2D::SetUp(KGlyphMasks& masks) const {
 
 // With the alpha and the opacity of the fill, and colours of its own.
 void KSoftContext2D::DrawColouredGlyph(const KSoftPixmap& glyph, int x, int y) {
-  if (glyph.width == 0 || mFill.type == KPaintNone || !CanDraw()) return;
   KSoftPixmap pixmap;
   pixmap.Create(glyph.width, glyph.height, glyph.format, glyph.pixels, glyph.stride);
   pixmap.quality = KSamplingNearest;

@@ -4,8 +4,7 @@
 #include <algorithm>
 
 #include "kalvora/core/KSoftPixmap.h"
-#include "kalvora/paint/KStrips.h"
-#include "kalvora/raster/KRowPainter.h"
+#include "kalvora/paint/KMaskPainter.h"
 #include "kalvora/raster/rectangle.h"
 #include "kalvora/raster/ring.h"
 
@@ -20,14 +19,6 @@ void FinishTransform(KSoftMatrix3D& t, KVertex2D a, const KSoftMatrix3D& m) {
   t.Combine(&m);
   t.Translate(kMinusHalf);
   t.Inverse();
-}
-
-/// What a draw of the mask at the device pixel (x0, y0) touches, within a clip rectangle.
-PixelBox MaskBox(const KClip& clip, const KSoftPixmap& mask, int x0, int y0, int x1, int y1) {
-  if (!mask.pixels || mask.pixelShift != 0) return {};
-  const std::int64_t columns = std::min(mask.width, mask.stride);
-  return {clip, x0, y0, std::min<std::int64_t>(x1, x0 + columns),
-          std::min<std::int64_t>(y1, std::int64_t{y0} + mask.height)};
 }
 
 }  // namespace
@@ -70,18 +61,7 @@ bool PlaceSubPixmap(KSoftPixmap* pixmap, KVertex2D a, KVertex2D b, KVertex2D s0,
 }
 
 void DrawAlphaMask(const PaintJob& job, const KSoftPixmap& mask, int x0, int y0, int x1, int y1) {
-  const PixelBox box = MaskBox(job.style->clip, mask, x0, y0, x1, y1);
-  if (box.IsEmpty()) return;
-  const CoverageMask bytes{mask.pixels, mask.stride, x0, y0};
-  PaintJob masked = job;
-  masked.mask = &bytes;
-  if (job.paint->type != KPaintColor) return FillBox(masked, box);
-  // Colours have fillers that read the bytes themselves.
-  masked.init = job.target->format == KFormat0888PM
-                    ? KStrips<KColor_0888_PM>::InitColorWithAaChecks
-                    : KStrips<KColor_8888_PM>::InitColorWithAaChecks;
-  KRowPainter painter(masked);
-  if (painter.Bind()) painter.Masked(box);
+  KMaskPainter(job).Draw(mask, x0, y0, x1, y1);
 }
 
 // A mask under a clip path is its rectangle drawn as a polygon, which meets the clip path in the
