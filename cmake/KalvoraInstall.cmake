@@ -47,3 +47,15 @@ if(KALVORA_WITH_KMS)
 endif()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/kalvora.pc.in ${CMAKE_CURRENT_BINARY_DIR}/kalvora.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kalvora.pc DESTINATION ${pkgconfig})
+
+# Installs the kit Kalvora${name}: find_package(Kalvora COMPONENTS ${name}) gives Kalvora::${name}, and
+# pkg-config has it under its name in lower case.
+function(kalvora_install_kit name description requires)
+  install(TARGETS Kalvora${name} EXPORT Kalvora${name}Targets)
+  install(EXPORT Kalvora${name}Targets NAMESPACE Kalvora:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kalvora)
+  string(TOLOWER ${name} lower)
+  set(pkgconfig ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+  file(RELATIVE_PATH KALVORA_PC_TO_PREFIX /prefix/${pkgconfig} /prefix)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/kalvora-kit.pc.in ${PROJECT_BINARY_DIR}/kalvora-${lower}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/kalvora-${lower}.pc DESTINATION ${pkgconfig})
+endfunction()

@@ -6,9 +6,11 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 # Packages of Debian 12.
 BUILD_PACKAGES="g++ cmake ninja-build pkg-config libfreetype-dev libdrm-dev libpng-dev libpugixml-dev
-  libharfbuzz-dev"
-DEMO_PACKAGES="$BUILD_PACKAGES fonts-dejavu-core fonts-droid-fallback fonts-symbola"
-TEST_PACKAGES="$DEMO_PACKAGES libgtest-dev libbenchmark-dev libcairo2-dev libsdl2-dev xvfb"
+  libharfbuzz-dev libfribidi-dev"
+DEMO_PACKAGES="$BUILD_PACKAGES fonts-dejavu-core fonts-droid-fallback fonts-symbola fonts-noto-core
+  fonts-noto-color-emoji fonts-nanum"
+TEST_PACKAGES="$DEMO_PACKAGES unicode-data libpango1.0-dev libgtest-dev libbenchmark-dev libcairo2-dev libsdl2-dev
+  xvfb"
 BENCH_PACKAGES="$BUILD_PACKAGES fonts-dejavu-core fonts-droid-fallback libbenchmark-dev libcairo2-dev libpixman-1-dev
   libagg-dev qtbase5-dev"
 FUZZ_PACKAGES="$TEST_PACKAGES clang libclang-rt-14-dev"

@@ -1,77 +1,33 @@
-// kalvora-text: sets a UTF-8 text and writes a PNG.
+// kalvora-text: sets a UTF-8 text in lines and writes them as a PNG.
 #include <cstdio>
-#include <cstdlib>
-#include <exception>
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <string>
-#include <vector>
+#include <memory>
+
+#include <unistd.h>
+
+#include "kalvora/kalvora.h"
+#include "kalvora/typeset/typeset.h"
 
 #include "examples/common/Error.h"
 #include "examples/common/png.h"
-#include "examples/text/Fonts.h"
-#include "examples/text/Typesetter.h"
-#include "examples/text/utf8.h"
+#include "examples/text/Options.h"
 
 namespace {
 
-constexpr char kUsage[] =
-    "usage: kalvora-text [--font FILE]... [--size PIXELS] [--width PIXELS] [--shape] INPUT OUTPUT\n"
-    "INPUT is a UTF-8 text, - for standard input; a line of it is a paragraph. OUTPUT is a PNG.\n"
-    "The first font is the text's, the others stand in for characters that it lacks.\n"
-    "--shape places all text with HarfBuzz, not only scripts that need it.\n";
-
 constexpr int kMargin = 20;
 
-struct Options {
-  std::vector<std::string> fonts;
-  int size = 20;
-  int width = 520;
-  bool shape = false;
-  std::vector<std::string> files;
-};
-
-int Number(const char* text, int low, int high) {
-  char* end = nullptr;
-  const long value = std::strtol(text, &end, 10);
-  if (*text == '\0' || *end != '\0' || value < low || value > high) {
-    throw examples::Error(std::string(text) + " is not a number from " + std::to_string(low) +
-                          " to " + std::to_string(high));
-  }
-  return static_cast<int>(value);
-}
-
-Options Parse(int argc, char** argv) {
-  Options options;
-  for (int i = 1; i < argc; ++i) {
-    const std::string word = argv[i];
-    const auto value = [&] {
-      if (++i == argc) throw examples::Error(word + " lacks its value");
-      return argv[i];
-    };
-    if (word == "--font") {
-      options.fonts.emplace_back(value());
-    } else if (word == "--size") {
-      options.size = Number(value(), 4, 400);
-    } else if (word == "--width") {
-      options.width = Number(value(), 3 * kMargin, 8000);
-    } else if (word == "--shape") {
-      options.shape = true;
-    } else if (word.size() > 1 && word[0] == '-') {
-      throw examples::Error("unknown option " + word);
-    } else {
-      options.files.push_back(word);
-    }
-  }
-  if (options.files.size() != 2) throw examples::Error("name an input and an output");
-  if (options.fonts.empty()) {
-    options.fonts = {"/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf",
-                     "/usr/share/fonts/truetype/droid/DroidSansFallbackFull.ttf",
-                     "/usr/share/fonts/truetype/ancient-scripts/Symbola_hint.ttf"};
-  }
-  return options;
-}
+// Where nothing else is asked for: those of them that are installed.
+const char* const kFonts[] = {"/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf",
+                              "/usr/share/fonts/truetype/noto/NotoNaskhArabic-Regular.ttf",
+                              "/usr/share/fonts/truetype/noto/NotoSansDevanagari-Regular.ttf",
+                              "/usr/share/fonts/truetype/noto/NotoSansTamil-Regular.ttf",
+                              "/usr/share/fonts/truetype/noto/NotoSansThai-Regular.ttf",
+                              "/usr/share/fonts/truetype/droid/DroidSansFallbackFull.ttf",
+                              "/usr/share/fonts/truetype/nanum/NanumGothic.ttf",
+                              "/usr/share/fonts/truetype/noto/NotoColorEmoji.ttf",
+                              "/usr/share/fonts/truetype/ancient-scripts/Symbola_hint.ttf"};
 
 std::string Read(const std::string& path) {
   std::ifstream file;
@@ -83,59 +39,80 @@ std::string Read(const std::string& path) {
   return {std::istreambuf_iterator<char>(input), {}};
 }
 
-std::vector<std::u32string> Paragraphs(const std::string& text) {
-  std::vector<std::u32string> paragraphs(1);
-  for (const char32_t character : typeset::DecodeUtf8(text)) {
-    if (character == U'\n') {
-      paragraphs.emplace_back();
-    } else if (character >= U' ') {
-      paragraphs.back() += character;
-    }
+using Fonts = std::vector<std::unique_ptr<KTypeface>>;
+
+Fonts LoadFonts(const std::vector<std::string>& paths) {
+  Fonts fonts;
+  for (const std::string& path : paths) {
+    fonts.push_back(std::make_unique<KTypeface>());
+    if (!fonts.back()->Load(path.c_str())) throw examples::Error(path + " is not a font");
   }
-  if (paragraphs.back().empty()) paragraphs.pop_back();
-  return paragraphs;
+  for (const char* path : kFonts) {
+    if (!paths.empty() || access(path, R_OK) != 0) continue;
+    fonts.push_back(std::make_unique<KTypeface>());
+    if (!fonts.back()->Load(path)) fonts.pop_back();
+  }
+  if (fonts.empty()) throw examples::Error("no font is installed: name one with --font");
+  return fonts;
 }
 
-void Set(const Options& options) {
-  KSoftContext2D context;
-  context.SetFlatness(KFixed(0.125f));
-  typeset::Fonts fonts(options.fonts, KFixed::FromInt(options.size), context);
-  typeset::Typesetter setter(fonts, context, options.shape);
-  const KFixed width = KFixed::FromInt(options.width - 2 * kMargin);
-  std::vector<std::u32string> lines;
-  for (const std::u32string& paragraph : Paragraphs(Read(options.files[0]))) {
-    for (std::u32string& line : setter.BreakLines(paragraph, width))
-      lines.push_back(std::move(line));
+void List(const KParagraph& text, const Fonts& fonts) {
+  for (std::size_t line = 0; line < text.LineCount(); ++line) {
+    for (const KPlacedGlyph& glyph : text.GlyphsOf(line)) {
+      std::size_t font = 0;
+      while (font < fonts.size() && fonts[font].get() != glyph.face) ++font;
+      std::printf("%zu %zu %u %.3f %.3f %zu\n", line, font, glyph.index,
+                  static_cast<double>(glyph.x) / 65536, static_cast<double>(glyph.y) / 65536,
+                  glyph.offset);
+    }
   }
+}
 
-  const KFixed leading = setter.LineHeight();
-  const auto height = (static_cast<std::int64_t>(lines.size()) * leading.raw >> 16) + 2 * kMargin;
+void Draw(const KParagraph& text, int width, const std::string& path) {
+  const std::int64_t height = KRoundLength(text.Height()) + 2 * kMargin;
   if (height > 32000) throw examples::Error("the text is too long for one picture");
   KSoftPixmap picture;
-  picture.Create(static_cast<unsigned>(options.width), static_cast<unsigned>(height),
-                 KFormat0888PM);
+  picture.Create(static_cast<unsigned>(width), static_cast<unsigned>(height), KFormat0888PM);
+  KSoftContext2D context;
   if (!picture.pixels || !context.RenderToTexture(&picture)) {
     throw examples::Error("not enough memory");
   }
-  fonts.Use();
   context.Clear(KColor32(255, 255, 255, 255));
-  context.SetFillColor(KColor32(20, 24, 40, 255));
-  KVertex2D left = {KFixed::FromInt(kMargin), KFixed::FromInt(kMargin) + setter.Ascent()};
-  int lost = 0;
-  for (const std::u32string& line : lines) {
-    lost += setter.DrawLine(line, left, width);
-    left.y += leading;
+  text.Draw(context, {KFixed::FromInt(kMargin), KFixed::FromInt(kMargin)});
+  examples::WritePng(picture, path);
+  std::printf("%zu lines\n", text.LineCount());
+}
+
+void Run(const Options& options) {
+  const Fonts fonts = LoadFonts(options.fonts);
+  std::vector<KTypeface*> faces;
+  for (const auto& font : fonts) faces.push_back(font.get());
+  KParagraph text;
+  text.SetStyle({faces[0], KFixed::FromInt(options.size), KColor32(20, 24, 40, 255)});
+  text.SetFallbacks(std::span(faces).subspan(1));
+  KParagraphFormat format = options.format;
+  format.width = KPixels(options.width - 2 * kMargin);
+  text.SetFormat(format);
+  std::string input = Read(options.input);
+  if (input.ends_with('\n')) input.pop_back();
+  if (!text.SetText(input)) throw examples::Error("the text is too long");
+  if (options.list) {
+    List(text, fonts);
+  } else {
+    Draw(text, options.width, options.output);
   }
-  examples::WritePng(picture, options.files[1]);
-  std::printf("%zu lines\n", lines.size());
-  if (lost > 0) std::printf("%d glyphs have no character code and are left out\n", lost);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   try {
-    Set(Parse(argc, argv));
+    const Options options = ParseOptions(argc, argv);
+    if (options.help) {
+      std::fputs(kUsage, stdout);
+    } else {
+      Run(options);
+    }
   } catch (const std::exception& error) {
     std::fprintf(stderr, "kalvora-text: %s\n%s", error.what(), kUsage);
     return 1;

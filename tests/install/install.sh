@@ -25,10 +25,26 @@ build_hello() {
   cmp "$work/$2-cmake/hello.ppm" "$work/$2-pkgconfig/hello.ppm"
 }
 
+# build_kits TREE NAME [PKG-CONFIG OPTION]: a program on the kits, where they were built.
+build_kits() {
+  lib=$(dirname "$(find "$1" -name 'libKalvora.*' | head -n 1)")
+  [ -e "$lib/pkgconfig/kalvora-typeset.pc" ] || return 0
+  font=/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf
+  "$cmake" -G "$generator" -S "$source/tests/install/kits" -B "$work/$2-kits" \
+    -DCMAKE_PREFIX_PATH="$1" -DCMAKE_CXX_COMPILER="$cxx"
+  "$cmake" --build "$work/$2-kits"
+  export PKG_CONFIG_PATH="$lib/pkgconfig"
+  # shellcheck disable=SC2046 # a list of words
+  "$cxx" -std=c++20 "$source/tests/install/kits/main.cpp" $(pkg-config $3 --cflags --libs kalvora-typeset) \
+    -o "$work/$2-kits/main-pkgconfig"
+  test "$("$work/$2-kits/main" $font)" = "$(LD_LIBRARY_PATH=$lib "$work/$2-kits/main-pkgconfig" $font)"
+}
+
 "$cmake" --install "$build" --prefix "$work/first" >/dev/null
 mv "$work/first" "$work/tree"
 test -L "$(find "$work/tree" -name libKalvora.so)"
 build_hello "$work/tree" shared ""
+build_kits "$work/tree" shared ""
 
 "$cmake" -G "$generator" -S "$source" -B "$work/archive" -DBUILD_SHARED_LIBS=OFF -DCMAKE_BUILD_TYPE=Debug \
   -DCMAKE_CXX_COMPILER="$cxx" -DKALVORA_BUILD_EXAMPLES=OFF -DKALVORA_BUILD_TOOLS=OFF \
@@ -36,6 +52,7 @@ build_hello "$work/tree" shared ""
 "$cmake" --build "$work/archive"
 "$cmake" --install "$work/archive" --prefix "$work/static" >/dev/null
 build_hello "$work/static" static --static
+build_kits "$work/static" static --static
 cmp "$work/shared-cmake/hello.ppm" "$work/static-cmake/hello.ppm"
 if ldd "$work/static-cmake/hello" | grep libKalvora; then exit 1; fi
 

@@ -26,3 +26,22 @@ refuses text '"kalvora/context/KSoftContext2D.h"'
 refuses core '"KFixed.h"'
 refuses core '"kalvora/kalvora.h"'
 refuses attic '"kalvora/export.h"'
+
+# A kit knows the public headers, itself, and no other kit.
+kit() {
+  rm -rf "$work"
+  mkdir -p "$work/$(dirname "$1")"
+  echo "#include $2" >"$work/$1"
+  "$check" kalvora "$work"
+}
+kit letters/x.cpp '"kalvora/core/KFixed.h"'
+kit letters/x.cpp '"kits/letters/y.h"'
+kit letters/include/kalvora/letters/x.h '"kalvora/letters/y.h"'
+for case in 'letters/x.cpp "kalvora/raster/ring.h"' 'letters/x.cpp <kalvora/raster/ring.h>' \
+  'letters/x.cpp "kits/numbers/y.h"' 'letters/x.cpp "y.h"' \
+  'letters/include/kalvora/letters/x.h "kits/letters/y.h"'; do
+  if kit "${case%% *}" "${case#* }"; then
+    echo "$case?"
+    exit 1
+  fi
+done
