@@ -65,13 +65,19 @@ void Write(const Pixels& pixels, const std::string& path) {
   std::fclose(file);
 }
 
+std::string FileName(const Plan& plan, const Workload& workload, const Peer& peer) {
+  std::string name = workload.name;
+  std::replace(name.begin(), name.end(), '/', '-');
+  return plan.pictures + "/" + name + "-" + peer.name + ".ppm";
+}
+
 struct Contestant {
   const Peer* peer;
   std::unique_ptr<Pixels> pixels;
   std::unique_ptr<Drawing> drawing;
   long draws = 1;  // a round
   std::size_t rounds = 1;
-  std::vector<double> costs;
+  std::vector<double> costs{};
 
   double Round(const Meter& meter) {
     const double start = meter.Now();
@@ -80,26 +86,69 @@ struct Contestant {
   }
 };
 
+constexpr double kSlow = 1e6;  // microseconds: the first draw is enough
+
 // Rounds of many draws, as many as the budget holds. Instructions are exact: one draw will do.
-void Schedule(Contestant& c, const Meter& meter, const Plan& plan) {
+void Schedule(Contestant& c, double first, const Meter& meter, const Plan& plan) {
   if (meter.CountsInstructions()) return;
+  if (first > kSlow) {
+    c.costs = {first};
+    c.rounds = 0;
+    return;
+  }
   const double once = std::max(c.Round(meter), 0.01);
   c.draws = std::max(1L, std::lround(plan.round / once));
   const double round = once * static_cast<double>(c.draws);
-  c.rounds =
-      static_cast<std::size_t>(std::clamp(plan.budget / round, once > 5e5 ? 1.0 : 3.0, 301.0));
+  c.rounds = static_cast<std::size_t>(std::clamp(plan.budget / round, 3.0, 301.0));
+}
+
+// Everybody who can draws once, into pixels of their own.
+std::vector<Contestant> DrawOnce(const Scene& scene, const Meter& meter, const Plan& plan) {
+  std::vector<Contestant> contestants;
+  for (const Peer& peer : Peers()) {
+    if (contestants.size() == plan.peers) break;
+    Contestant c{&peer, std::make_unique<Pixels>(scene.width, scene.height), nullptr};
+    c.drawing = peer.prepare(scene, c.pixels->AsTarget());
+    if (c.drawing) c.costs = {c.Round(meter)};
+    contestants.push_back(std::move(c));
+  }
+  return contestants;
+}
+
+// The pictures are those of the first draw.
+std::vector<std::optional<Result>> Judge(const std::vector<Contestant>& contestants,
+                                         const Workload& workload, const Plan& plan) {
+  std::vector<std::optional<Result>> results;
+  for (const Contestant& c : contestants) {
+    auto& result = results.emplace_back();
+    if (!c.drawing) continue;
+    if (!plan.pictures.empty()) Write(*c.pixels, FileName(plan, workload, *c.peer));
+    result.emplace().difference = Compare(*contestants[0].pixels, *c.pixels);
+    result->same = result->difference.mean <= workload.tolerance;
+  }
+  return results;
+}
+
+void TakeTurns(std::vector<Contestant>& contestants, const Meter& meter, const Plan& plan) {
+  std::size_t rounds = 0;
+  for (Contestant& c : contestants) {
+    if (!c.drawing) continue;
+    const double first = c.costs[0];
+    c.costs.clear();
+    Schedule(c, first, meter, plan);
+    rounds = std::max(rounds, c.rounds);
+  }
+  for (std::size_t round = 0; round < rounds; ++round) {
+    for (Contestant& c : contestants) {
+      if (c.drawing && round < c.rounds) c.costs.push_back(c.Round(meter));
+    }
+  }
 }
 
 double Median(std::vector<double> values) {
   const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
   std::nth_element(values.begin(), middle, values.end());
   return *middle;
-}
-
-std::string FileName(const Plan& plan, const Workload& workload, const Peer& peer) {
-  std::string name = workload.name;
-  std::replace(name.begin(), name.end(), '/', '-');
-  return plan.pictures + "/" + name + "-" + peer.name + ".ppm";
 }
 
 }  // namespace
@@ -121,34 +170,9 @@ std::optional<double> Row::RatioToFastest() const {
 
 Row Measure(const Workload& workload, const Meter& meter, const Plan& plan) {
   const Scene scene = workload.make();
-  std::vector<Contestant> contestants;
-  for (const Peer& peer : Peers()) {
-    if (contestants.size() == plan.peers) break;
-    Contestant c{&peer, std::make_unique<Pixels>(scene.width, scene.height), nullptr, 1, 1, {}};
-    c.drawing = peer.prepare(scene, c.pixels->AsTarget());
-    if (c.drawing) c.drawing->Draw();
-    contestants.push_back(std::move(c));
-  }
-
-  Row row{&workload, std::vector<std::optional<Result>>(contestants.size())};
-  std::size_t rounds = 0;
-  for (std::size_t i = 0; i < contestants.size(); ++i) {
-    Contestant& c = contestants[i];
-    if (!c.drawing) continue;
-    if (!plan.pictures.empty()) Write(*c.pixels, FileName(plan, workload, *c.peer));
-    Result& result = row.results[i].emplace();
-    result.difference = Compare(*contestants[0].pixels, *c.pixels);
-    result.same = result.difference.mean <= workload.tolerance;
-  }
-  for (Contestant& c : contestants) {
-    if (c.drawing) Schedule(c, meter, plan);
-    rounds = std::max(rounds, c.rounds);
-  }
-  for (std::size_t round = 0; round < rounds; ++round) {
-    for (Contestant& c : contestants) {
-      if (c.drawing && round < c.rounds) c.costs.push_back(c.Round(meter));
-    }
-  }
+  std::vector<Contestant> contestants = DrawOnce(scene, meter, plan);
+  Row row{&workload, Judge(contestants, workload, plan)};
+  TakeTurns(contestants, meter, plan);
   for (std::size_t i = 0; i < contestants.size(); ++i) {
     if (row.results[i]) row.results[i]->cost = Median(std::move(contestants[i].costs));
   }
