@@ -144,6 +144,11 @@ class CairoDrawing : public Drawing {
     cairo_close_path(cr_);
   }
 
+  void FillByRule(const Item& i) {
+    cairo_set_fill_rule(cr_, i.evenOdd ? CAIRO_FILL_RULE_EVEN_ODD : CAIRO_FILL_RULE_WINDING);
+    cairo_fill(cr_);
+  }
+
   void SetPen(const Pen& pen) {
     cairo_set_line_width(cr_, pen.width);
     cairo_set_line_join(cr_, pen.join == Join::Bevel   ? CAIRO_LINE_JOIN_BEVEL
@@ -191,7 +196,6 @@ class CairoDrawing : public Drawing {
   void Draw(Prepared& p) {
     const Item& i = *p.item;
     cairo_set_source(cr_, p.pattern);
-    cairo_set_fill_rule(cr_, i.evenOdd ? CAIRO_FILL_RULE_EVEN_ODD : CAIRO_FILL_RULE_WINDING);
     switch (i.kind) {
       case Item::Rectangle:
         cairo_rectangle(cr_, i.box.left, i.box.top, i.box.Width(), i.box.Height());
@@ -208,11 +212,11 @@ class CairoDrawing : public Drawing {
         break;
       case Item::Polygon:
         for (const Point q : i.points) cairo_line_to(cr_, q.x, q.y);
-        cairo_fill(cr_);
+        FillByRule(i);
         break;
       case Item::Fill:
         Trace(i.path);
-        cairo_fill(cr_);
+        FillByRule(i);
         break;
       case Item::Stroke:
         SetPen(i.pen);

@@ -142,15 +142,19 @@ class KalvoraDrawing : public Drawing {
                                                    : KSamplingBicubic);
   }
 
+  // There is no stroke outside DrawStroke.
   void SetFill(const Prepared& p) {
-    context_.SetNoStroke();
     context_.SetFillColor(p.color);
     if (p.item->paint.kind == Paint::Linear) context_.SetFillLGrad(&p.ramp);
     if (p.item->paint.kind == Paint::Radial) context_.SetFillRGrad(&p.ramp);
+  }
+
+  void SetFillAndRule(const Prepared& p) {
+    SetFill(p);
     context_.SetFillRule(p.item->evenOdd ? KFillEvenOdd : KFillNonZero);
   }
 
-  void SetStroke(const Prepared& p) {
+  void DrawStroke(const Prepared& p) {
     const Pen& pen = p.item->pen;
     context_.SetNoFill();
     context_.SetStrokeColor(p.color);
@@ -161,6 +165,8 @@ class KalvoraDrawing : public Drawing {
     context_.SetCaps(static_cast<unsigned>(pen.cap), static_cast<unsigned>(pen.cap));
     context_.SetMiterLimit(Fixed(pen.miterLimit));
     context_.SetDashes(p.dashes.data(), static_cast<unsigned>(p.dashes.size()), Fixed(0));
+    context_.DrawPath(&p.path);
+    context_.SetNoStroke();
   }
 
   void Draw(Prepared& p) {
@@ -178,16 +184,15 @@ class KalvoraDrawing : public Drawing {
         context_.DrawArc(p.a, p.radii, Fixed(0), Fixed(360));
         break;
       case Item::Polygon:
-        SetFill(p);
+        SetFillAndRule(p);
         context_.DrawPolygon(p.points.data(), static_cast<unsigned>(p.points.size()), true);
         break;
       case Item::Fill:
-        SetFill(p);
+        SetFillAndRule(p);
         context_.DrawPath(&p.path);
         break;
       case Item::Stroke:
-        SetStroke(p);
-        context_.DrawPath(&p.path);
+        DrawStroke(p);
         break;
       case Item::Image:
         context_.SetTransform(p.matrix);
