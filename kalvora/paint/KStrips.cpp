@@ -9,6 +9,8 @@
 #include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/paint/patternblock.h"
 #include "kalvora/paint/picking.h"
+#include "kalvora/paint/stretchblock.h"
+#include "kalvora/support/KFlags.h"
 
 namespace {
 
@@ -83,6 +85,10 @@ void KStrips<F>::InitPattern(KStyleContext2D* style, KFiller& solid, KFiller& co
   solid = pair.solid;
   coverage = pair.coverage;
   style->block = kalvora::SelectPatternBlock(style);
+  if (style->block) return;
+  style->block = style->edged = kalvora::SelectStretchBlock(
+      style, pixmap->hasAlpha && !Flags.IgnoreAlpha ? kalvora::kSampleAlpha<F, true>
+                                                    : kalvora::kSampleAlpha<F, false>);
 }
 
 template <typename F>

@@ -1,46 +1,13 @@
 // Bicubic sampling.
+#include "kalvora/paint/bicubic.h"
+
 #include <algorithm>
 
 #include "kalvora/paint/KStyleContext2D.h"
-#include "kalvora/paint/KTables.h"
 #include "kalvora/paint/samplers.h"
 
 namespace kalvora {
 namespace {
-
-constexpr int kTaps = 4;
-
-/// Four pixels along one axis, and their weights.
-struct Taps {
-  std::int32_t index[kTaps];
-  std::int32_t weight[kTaps];  // 16.16
-};
-
-/// The pixels one before `i` to two after it, of `count`.
-template <KRepeatRule R>
-void FindTaps(Taps& taps, std::int32_t i, std::int32_t count) {
-  if constexpr (R == KRepeatTile) {
-    const auto next = [count](std::int32_t k) { return k + 1 < count ? k + 1 : 0; };
-    taps.index[1] = Wrapped(i, count);
-    taps.index[0] = (taps.index[1] > 0 ? taps.index[1] : count) - 1;
-    taps.index[2] = next(taps.index[1]);
-    taps.index[3] = next(taps.index[2]);
-  } else {
-    for (int j = 0; j < kTaps; ++j) taps.index[j] = Clamped(i - 1 + j, count);
-  }
-}
-
-template <KRepeatRule R>
-Taps TapsAt(std::int32_t v, std::int32_t count) {
-  Taps taps;
-  FindTaps<R>(taps, v >> 16, count);
-  const std::int64_t f = v & 0xFFFF;
-  const std::int32_t* line = &KTables::KBicubic[static_cast<std::size_t>(f >> 11) * 2 * kTaps];
-  for (int j = 0; j < kTaps; ++j) {
-    taps.weight[j] = static_cast<std::int32_t>((line[2 * j] * f >> 16) + line[2 * j + 1]);
-  }
-  return taps;
-}
 
 /// A sum of weighed channels, 16.16, as a channel.
 std::uint32_t ToChannel(std::int64_t sum) {

@@ -8,9 +8,6 @@
 namespace kalvora {
 namespace {
 
-/// An 8-bit weight, 0..256, from the fraction of a coordinate: (f 256 + 0x7F00) >> 16.
-std::uint32_t FractionWeight(std::uint32_t v) { return ((v & 0xFFFF) + 0x7F) >> 8; }
-
 /// A pixel with its right neighbour, its lower one, and the right neighbour of that.
 struct Corners {
   const std::uint8_t* topLeft;

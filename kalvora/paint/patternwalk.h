@@ -48,6 +48,9 @@ inline std::int32_t Wrapped(std::int32_t i, std::int32_t count) {
   return rest < 0 ? rest + count : rest;
 }
 
+/// An 8-bit weight, 0..256, from the fraction of a coordinate: (f 256 + 0x7F00) >> 16.
+inline std::uint32_t FractionWeight(std::uint32_t v) { return ((v & 0xFFFF) + 0x7F) >> 8; }
+
 /// A position in the pattern, 16.16, and what it grows by per device pixel. It wraps like all
 /// coordinates.
 struct PatternPosition {

@@ -3,6 +3,7 @@
 #define KALVORA_PAINT_SAMPLERS_H
 
 #include "kalvora/core/KFormat.h"
+#include "kalvora/paint/loops/loops.h"
 #include "kalvora/paint/patternwalk.h"
 
 namespace kalvora {
@@ -34,13 +35,6 @@ class BilinearSampler {
   PatternPixels source_;
   PatternPosition at_;
   InsideRun inside_;
-};
-
-/// What the top byte of a bicubic sample is.
-enum class SampleAlpha {
-  kNone,   ///< 0
-  kPlain,  ///< sampled like the colours
-  kBound,  ///< sampled, and no colour is let above it, as premultiplied pixels must be
 };
 
 /// Sixteen neighbours.

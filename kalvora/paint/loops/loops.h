@@ -89,6 +89,34 @@ struct PixelLoops {
   void (*pick)(std::uint32_t* to, int n, const std::uint32_t* index, const std::uint32_t* table);
 };
 
+/// What the top byte of a bicubic sample is.
+enum class SampleAlpha {
+  kNone,   ///< 0
+  kPlain,  ///< sampled like the colours
+  kBound,  ///< sampled, and no colour is let above it, as premultiplied pixels must be
+};
+
+/// Loops of patterns that are stretched along their rows. Columns come in arrays of offsets, in
+/// bytes from the start of a source row, and weights; these arrays, and what `across` loops write,
+/// have room for n rounded up to a multiple of 8, and are 0 there.
+struct StretchLoops {
+  /// out[i] = lerp(p, the pixel behind p, weight[i]), p being the pixel at offset[i]
+  void (*mixAcross)(std::uint32_t* out, int n, const std::uint8_t* row, const std::uint32_t* offset,
+                    const std::uint32_t* weight);
+  /// to[i] = lerp(a[i], b[i], weight)
+  void (*mixDown)(std::uint32_t* to, int n, const std::uint32_t* a, const std::uint32_t* b,
+                  std::uint32_t weight);
+  /// out[4 i + c] = the sum of channel c of the four pixels from offset[i] on, times weight[4 i] to
+  /// weight[4 i + 3], below 2^31.
+  void (*cubicAcross)(std::int32_t* out, int n, const std::uint8_t* row,
+                      const std::uint32_t* offset, const std::int32_t* weight);
+  /// Channel c of to[i] = the sum of (rows[j][4 i + c] weight[j]) >> 16, j = 0..3, held to
+  /// 0..255.0, plus 0x7F00, its whole part. Rows are read up to a multiple of 8 pixels, and a word
+  /// more.
+  void (*cubicDown)(std::uint32_t* to, int n, const std::int32_t* const* rows,
+                    const std::int32_t* weight, SampleAlpha alpha);
+};
+
 /// The squares |g + i step|^2 of vectors, i = 0, 1, ...: numbers whose second differences are
 /// constant, modulo 2^64.
 struct Squares {
@@ -124,6 +152,7 @@ struct Loops {
   const char* name;
   ColorLoops color;
   PixelLoops pixels;
+  StretchLoops stretch;
   GradientLoops gradient;
 };
 

@@ -53,32 +53,6 @@ struct PixelSquares {
 
 // A vector of pixels at a time. -------------------------------------------------------------------
 
-typedef std::uint64_t Longs __attribute__((vector_size(4 * KALVORA_LANES)));
-
-/// The low or the high words of as many squares as a vector has lanes. Two vectors hold them, in
-/// pairs that lie where joining them costs least.
-#if KALVORA_LANES == 8
-inline Words LowWords(Longs a, Longs b) {
-  return __builtin_shufflevector(reinterpret_cast<Words>(a), reinterpret_cast<Words>(b), 0, 2, 8,
-                                 10, 4, 6, 12, 14);
-}
-inline Words HighWords(Longs a, Longs b) {
-  return __builtin_shufflevector(reinterpret_cast<Words>(a), reinterpret_cast<Words>(b), 1, 3, 9,
-                                 11, 5, 7, 13, 15);
-}
-constexpr int kFirstPixels[] = {0, 1, 4, 5}, kSecondPixels[] = {2, 3, 6, 7};
-#else
-inline Words LowWords(Longs a, Longs b) {
-  return __builtin_shufflevector(reinterpret_cast<Words>(a), reinterpret_cast<Words>(b), 0, 2, 4,
-                                 6);
-}
-inline Words HighWords(Longs a, Longs b) {
-  return __builtin_shufflevector(reinterpret_cast<Words>(a), reinterpret_cast<Words>(b), 1, 3, 5,
-                                 7);
-}
-constexpr int kFirstPixels[] = {0, 1}, kSecondPixels[] = {2, 3};
-#endif
-
 /// s(i), s(i + kLanes), ... of half the lanes.
 struct HalfSeries {
   Longs s, rise, growth;

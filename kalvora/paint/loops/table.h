@@ -8,6 +8,7 @@
 #include "kalvora/paint/loops/loops.h"
 #include "kalvora/paint/loops/pixels.h"
 #include "kalvora/paint/loops/radial.h"
+#include "kalvora/paint/loops/stretch.h"
 
 #define KALVORA_NAME(word) #word
 #define KALVORA_NAME_OF(macro) KALVORA_NAME(macro)
@@ -32,6 +33,10 @@ constinit const Loops kLoops = {
                .copyBlock = CopyBlock,
                .overBlock = OverBlock,
                .pick = Pick},
+    .stretch = {.mixAcross = MixAcross,
+                .mixDown = MixDown,
+                .cubicAcross = CubicAcross,
+                .cubicDown = CubicDown},
     .gradient = {.series = SeriesRow, .radial = Radial},
 };
 

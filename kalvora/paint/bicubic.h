@@ -1,0 +1,51 @@
+// Where bicubic samples come from along one axis.
+#ifndef KALVORA_PAINT_BICUBIC_H
+#define KALVORA_PAINT_BICUBIC_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "kalvora/core/KFormat.h"
+#include "kalvora/paint/KTables.h"
+#include "kalvora/paint/patternwalk.h"
+
+namespace kalvora {
+
+inline constexpr int kTaps = 4;
+
+/// Four pixels along one axis, and their weights.
+struct Taps {
+  std::int32_t index[kTaps];
+  std::int32_t weight[kTaps];  // 16.16
+};
+
+/// The pixels one before `i` to two after it, of `count`.
+template <KRepeatRule R>
+void FindTaps(Taps& taps, std::int32_t i, std::int32_t count) {
+  if constexpr (R == KRepeatTile) {
+    const auto next = [count](std::int32_t k) { return k + 1 < count ? k + 1 : 0; };
+    taps.index[1] = Wrapped(i, count);
+    taps.index[0] = (taps.index[1] > 0 ? taps.index[1] : count) - 1;
+    taps.index[2] = next(taps.index[1]);
+    taps.index[3] = next(taps.index[2]);
+  } else {
+    for (int j = 0; j < kTaps; ++j) taps.index[j] = Clamped(i - 1 + j, count);
+  }
+}
+
+/// The taps of a coordinate, 16.16, whole numbers meaning the centres of pixels.
+template <KRepeatRule R>
+Taps TapsAt(std::int32_t v, std::int32_t count) {
+  Taps taps;
+  FindTaps<R>(taps, v >> 16, count);
+  const std::int64_t f = v & 0xFFFF;
+  const std::int32_t* line = &KTables::KBicubic[static_cast<std::size_t>(f >> 11) * 2 * kTaps];
+  for (int j = 0; j < kTaps; ++j) {
+    taps.weight[j] = static_cast<std::int32_t>((line[2 * j] * f >> 16) + line[2 * j + 1]);
+  }
+  return taps;
+}
+
+}  // namespace kalvora
+
+#endif

@@ -1,0 +1,191 @@
+// Loops of stretched patterns (StretchLoops in loops.h).
+#ifndef KALVORA_PAINT_LOOPS_STRETCH_H
+#define KALVORA_PAINT_LOOPS_STRETCH_H
+
+#include "kalvora/paint/loops/lanes.h"
+#include "kalvora/paint/loops/loops.h"
+
+namespace kalvora::KALVORA_WIDTH {
+namespace {
+
+/// A vector of pixels and those behind them in memory.
+struct Pairs {
+  Words left, right;
+
+  Pairs(const std::uint8_t* row, const std::uint32_t* offset) {
+#if KALVORA_LANES > 1
+    const Longs first = LoadLongs(row, offset, kFirstPixels);
+    const Longs second = LoadLongs(row, offset, kSecondPixels);
+    left = LowWords(first, second);
+    right = HighWords(first, second);
+#else
+    left = Load(row + offset[0]);
+    right = Load(row + offset[0] + sizeof(std::uint32_t));
+#endif
+  }
+};
+
+void MixAcross(std::uint32_t* out, int n, const std::uint8_t* row, const std::uint32_t* offset,
+               const std::uint32_t* weight) {
+  for (int i = 0; i < n; i += kLanes) {
+    const Pairs pairs(row, offset + i);
+    Store(out + i, Lerp(pairs.left, pairs.right, Both(Load(weight + i))));
+  }
+}
+
+void MixDown(std::uint32_t* to, int n, const std::uint32_t* a, const std::uint32_t* b,
+             std::uint32_t weight) {
+  const Words both = Both(All(weight));
+  Pixels(to, n, [=](Words, auto at) { return Lerp(at(a), at(b), both); });
+}
+
+// Bicubic: channels as words, four a pixel. -------------------------------------------------------
+
+#if KALVORA_LANES == 8
+/// Four words from both halves of a vector, added up.
+inline __m128i AddHalves(Words v) {
+  const auto both = reinterpret_cast<__m256i>(v);
+  return _mm_add_epi32(_mm256_castsi256_si128(both), _mm256_extracti128_si256(both, 1));
+}
+#endif
+
+void CubicAcross(std::int32_t* out, int n, const std::uint8_t* row, const std::uint32_t* offset,
+                 const std::int32_t* weight) {
+  for (int i = 0; i < n; ++i, out += 4, weight += 4) {
+    const std::uint8_t* p = row + offset[i];
+#if KALVORA_LANES == 8
+    const Words w = LoadPart<4>(weight);
+    const Words sum = LoadBytes<8>(p) * __builtin_shufflevector(w, w, 0, 0, 0, 0, 1, 1, 1, 1) +
+                      LoadBytes<8>(p + 8) * __builtin_shufflevector(w, w, 2, 2, 2, 2, 3, 3, 3, 3);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), AddHalves(sum));
+#elif KALVORA_LANES == 4
+    Words sum = {};
+    for (int j = 0; j < 4; ++j) {
+      sum += LoadBytes<4>(p + 4 * j) * All(static_cast<std::uint32_t>(weight[j]));
+    }
+    Store(out, sum);
+#else
+    for (int c = 0; c < 4; ++c) {
+      out[c] =
+          p[c] * weight[0] + p[c + 4] * weight[1] + p[c + 8] * weight[2] + p[c + 12] * weight[3];
+    }
+#endif
+  }
+}
+
+/// The sum of (rows[j][i] weight[j]) >> 16, j = 0..3, of a vector of signed words from `at` on.
+inline Words WeighedSum(const std::int32_t* const* rows, int at, const std::int32_t* weight) {
+#if KALVORA_LANES > 1 && defined(__SSE2__)
+  // Products of the even words, and of the odd ones, which are the even ones a word further on. As
+  // 64-bit words the upper halves hold anything.
+  Longs even = {}, odd = {};
+#if KALVORA_LANES == 8
+  const auto product = [](const std::int32_t* row, std::int32_t w) {
+    const auto words = reinterpret_cast<__m256i>(Load(row));
+    return reinterpret_cast<Longs>(_mm256_mul_epi32(words, _mm256_set1_epi32(w))) >> 16;
+  };
+#else
+  const auto product = [](const std::int32_t* row, std::int32_t w) {
+    const Words words = Load(row), weights = All(static_cast<std::uint32_t>(w));
+    const auto unsignedProduct = reinterpret_cast<Words>(
+        _mm_mul_epu32(reinterpret_cast<__m128i>(words), reinterpret_cast<__m128i>(weights)));
+    // Of unsigned words: negative factors are 2^32 too large.
+    const Words excess = (weights & NegativeLanes(words)) + (words & NegativeLanes(weights));
+    return (reinterpret_cast<Longs>(unsignedProduct) >> 16) - reinterpret_cast<Longs>(excess << 16);
+  };
+#endif
+  for (int j = 0; j < 4; ++j) {
+    even += product(rows[j] + at, weight[j]);
+    odd += product(rows[j] + at + 1, weight[j]);
+  }
+  const Longs low = Longs{} + 0xFFFFFFFF;
+  return reinterpret_cast<Words>((even & low) | odd << 32);
+#elif KALVORA_LANES == 4
+  int32x4_t sum = vdupq_n_s32(0);
+  for (int j = 0; j < 4; ++j) {
+    const int32x4_t row = vld1q_s32(rows[j] + at);
+    sum = vaddq_s32(sum, vcombine_s32(vshrn_n_s64(vmull_n_s32(vget_low_s32(row), weight[j]), 16),
+                                      vshrn_n_s64(vmull_n_s32(vget_high_s32(row), weight[j]), 16)));
+  }
+  return vreinterpretq_u32_s32(sum);
+#else
+  std::uint32_t sum = 0;
+  for (int j = 0; j < 4; ++j) {
+    sum += static_cast<std::uint32_t>((std::int64_t{rows[j][at]} * weight[j]) >> 16);
+  }
+  return sum;
+#endif
+}
+
+/// Pixels of four vectors of channels, signed and held to 0..255.
+inline Words PackChannels(const Ints (&v)[4]) {
+#if KALVORA_LANES == 8
+  const auto part = [&v](int i) { return reinterpret_cast<__m256i>(v[i]); };
+  const auto bytes = reinterpret_cast<Words>(_mm256_packus_epi16(
+      _mm256_packs_epi32(part(0), part(1)), _mm256_packs_epi32(part(2), part(3))));
+  return __builtin_shufflevector(bytes, bytes, 0, 4, 1, 5, 2, 6, 3, 7);
+#elif KALVORA_LANES == 4 && defined(__SSE2__)
+  const auto part = [&v](int i) { return reinterpret_cast<__m128i>(v[i]); };
+  return reinterpret_cast<Words>(
+      _mm_packus_epi16(_mm_packs_epi32(part(0), part(1)), _mm_packs_epi32(part(2), part(3))));
+#elif KALVORA_LANES == 4
+  const auto half = [&v](int i) {
+    return vqmovun_s16(vcombine_s16(vqmovn_s32(v[i]), vqmovn_s32(v[i + 1])));
+  };
+  return vreinterpretq_u32_u8(vcombine_u8(half(0), half(2)));
+#else
+  const auto held = [&v](int i) {
+    return static_cast<std::uint32_t>(v[i] < 0 ? 0 : v[i] > 255 ? 255 : v[i]) << (8 * i);
+  };
+  return held(0) | held(1) | held(2) | held(3);
+#endif
+}
+
+/// No channel above the pixel's alpha.
+inline Words BoundByAlpha(Words p) {
+  Words alpha = p >> 24;
+#if KALVORA_LANES > 1
+  typedef std::uint8_t Bytes __attribute__((vector_size(4 * KALVORA_LANES)));
+  alpha |= alpha << 8;
+  alpha |= alpha << 16;
+  const Bytes a = reinterpret_cast<Bytes>(alpha), c = reinterpret_cast<Bytes>(p);
+  return reinterpret_cast<Words>(c < a ? c : a);
+#else
+  Words result = alpha << 24;
+  for (int shift = 0; shift < 24; shift += 8) {
+    const Words c = p >> shift & 0xFF;
+    result |= (c < alpha ? c : alpha) << shift;
+  }
+  return result;
+#endif
+}
+
+void CubicDown(std::uint32_t* to, int n, const std::int32_t* const* rows,
+               const std::int32_t* weight, SampleAlpha alpha) {
+  for (int i = 0; i < n; i += kLanes) {
+    Ints channels[4];
+    for (int k = 0; k < 4; ++k) {
+      const Words sum = WeighedSum(rows, 4 * i + k * kLanes, weight) + 0x7F00;
+#if KALVORA_LANES > 1
+      channels[k] = reinterpret_cast<Ints>(sum) >> 16;
+#else
+      channels[k] = static_cast<Ints>(sum) >> 16;
+#endif
+    }
+    Words p = PackChannels(channels);
+    if (alpha == SampleAlpha::kNone) p &= 0xFFFFFF;
+    if (alpha == SampleAlpha::kBound) p = BoundByAlpha(p);
+    if (i + kLanes <= n) {
+      Store(to + i, p);
+    } else {
+      std::uint32_t last[kLanes];
+      Store(last, p);
+      for (int k = i; k < n; ++k) to[k] = last[k - i];
+    }
+  }
+}
+
+}  // namespace
+}  // namespace kalvora::KALVORA_WIDTH
+
+#endif
