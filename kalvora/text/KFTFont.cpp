@@ -85,8 +85,11 @@ bool KFTFont::Open(KFTLib* thread, const KFTFaceEntry* entry, int index) {
   Attach(thread, entry->file);
   faceIndex = index;
   thread->lends = false;
-  const FT_Error opened = OpenFace(thread->library, file->file, index, face);
+  thread->ranOut = false;
+  FT_Error opened = OpenFace(thread->library, file->file, index, face);
   thread->lends = true;
+  // FreeType opens a face without its colours when there is no memory for those.
+  if (thread->ranOut) opened = FT_Err_Out_Of_Memory;
   if (!CanBeDrawn(opened)) {
     if (face) FT_Done_Face(std::exchange(face, nullptr));
     return false;

@@ -17,7 +17,7 @@ struct KFTLib {
   FT_LibraryRec_* library = nullptr;
   KFTFont* fonts = nullptr;  ///< every font that holds a file of this thread
   FT_MemoryRec_ memory;      ///< the C heap, as FreeType wants it
-  bool ranOut = false;       ///< whether it has ever failed to give memory
+  bool ranOut = false;       ///< whether it failed to give memory since somebody looked last
 
   /// FreeType takes a list node for every composite glyph that it loads, and gives it back at once.
   /// Those come from here, so that loading glyphs again takes nothing from the heap.

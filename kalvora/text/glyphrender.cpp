@@ -1,6 +1,7 @@
 // Rendering of glyphs by FreeType, and of its bitmaps under a matrix.
 #include "kalvora/text/glyphrender.h"
 
+#include "kalvora/text/KFTLib.h"
 #include "kalvora/text/glyphmask.h"
 #include "kalvora/text/resample.h"
 #include "kalvora/text/strikes.h"
@@ -84,10 +85,14 @@ bool Take(const KFTFont& font, std::uint32_t index, const KFTCacheKey& as, KFTCa
 // Layers of colours are loaded while they are rendered: the transform stays until then.
 bool RenderGlyph(const KFTFont& font, std::uint32_t index, const KFTCacheKey& as,
                  KFTCacheData& data) {
+  KFTLib* lib = KFTLib::Thread();
+  if (!lib) return false;
+  lib->ranOut = false;
   FT_Matrix matrix = {as.xx, as.xy, as.yx, as.yy};
   FT_Vector right = {16 * static_cast<FT_Pos>(as.Quarter()), 0};
   FT_Set_Transform(font.face, &matrix, &right);
-  const bool rendered = Take(font, index, as, data);
+  // Layers that there is no memory for are not missed by FreeType, which renders the outline then.
+  const bool rendered = Take(font, index, as, data) && !lib->ranOut;
   FT_Set_Transform(font.face, nullptr, nullptr);
   if (rendered && data.mask.width == 0) data.origin = KVertex2D::Origin;
   return rendered;

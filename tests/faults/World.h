@@ -27,6 +27,6 @@ struct Scene {
 };
 
 /// Each is a small picture, so that the allocations of one are few.
-extern const Scene kScenes[15];
+extern const Scene kScenes[16];
 
 #endif

@@ -3,6 +3,7 @@
 #include <iterator>
 
 #include "tests/faults/World.h"
+#include "tests/text/tinyfonts.h"
 
 namespace {
 
@@ -255,14 +256,29 @@ void Fallbacks(World& w) {
   w.context.SetFallbackFonts(nullptr, nullptr);
 }
 
+// Fonts in memory, colours, bitmaps that are scaled.
+void Colours(World& w) {
+  w.context.Transform().Scale(P(2.5, 3));
+  const KVertex2D place = P(2, 20);
+  w.latin.LoadFontFromMemory(kBitmaps.data(), kBitmaps.size(), 0);
+  w.context.SetFont(&w.latin);
+  w.context.DrawText("AB", place);
+  w.serif.LoadFontFromMemory(kLayers.data(), kLayers.size(), 0);
+  w.context.SetFont(&w.serif);
+  w.context.DrawText("AB", P(20, 24));
+  const std::uint32_t glyph = 1;
+  w.context.DrawGlyphs(&w.serif, &glyph, &place, 1);
+}
+
 }  // namespace
 
-const Scene kScenes[15] = {
+const Scene kScenes[16] = {
     {"polygons", Polygons},   {"paths", Paths},         {"clip paths", ClipPaths},
     {"strokes", Strokes},     {"shapes", Shapes},       {"gradients", Gradients},
     {"patterns", Patterns},   {"pixmaps", Pixmaps},     {"masks", Masks},
     {"filters", Filters},     {"offscreen", Offscreen}, {"rebind", Rebind},
     {"glyphs", Glyphs, true}, {"outlines", Outlines},   {"fallbacks", Fallbacks, true},
+    {"colours", Colours},
 };
 
 void World::Draw(void (*scene)(World&)) {

@@ -30,6 +30,18 @@ inline bool ExerciseFont(const char* path, int index, int seed) {
   KRect bound = {};
   font.GetBound(bound, text, kCount);
   context.DrawText(text, kCount, {fixed(2), fixed(40)});
+  // What has come since, on the same glyphs: UTF-8, indices, quarters, hinting, measures.
+  font.SetHinting(static_cast<KHinting>(seed % 4));
+  context.SetAttribute(6, seed & 1);
+  context.DrawText("Bt\u0416\U0001F600\xFF", {fixed(2), fixed(40)});
+  const KVertex2D places[] = {{fixed(9), fixed(20)}, {fixed(30), fixed(50)}};
+  for (std::uint32_t glyph = 0; glyph < 6; glyph += 2) {
+    const std::uint32_t glyphs[] = {glyph, glyph + 1};
+    KGlyphExtents extents;
+    if (font.GetGlyphExtents(glyph, extents)) context.MeasureGlyphs(&font, glyphs, places, 2);
+    context.DrawGlyphs(&font, glyphs, places, 2);
+    context.DrawGlyphPaths(&font, glyphs, places, 2);
+  }
   context.Transform().Rotate(fixed(30));
   context.DrawText(text, kCount, {fixed(2), fixed(40)});
   context.DrawTextWithPaths(text, kCount, {fixed(2), fixed(20)}, nullptr);
