@@ -160,9 +160,11 @@ void* KLinuxFb::Flip(bool copyBack, const KRect* dirty) {
     return BackBuffer();
   }
   unsigned shown = 0;
-  if (asyncFlip) asyncFlip = flipWorker->Send(copyBack, backIndex, dirty, shown);
+  const bool wasAsync = asyncFlip;
+  if (wasAsync) asyncFlip = flipWorker->Send(copyBack, backIndex, dirty, shown);
   if (!asyncFlip) {
-    ProcessFlip(flipper->frontIndex, backIndex, copyBack, dirty);
+    // The screen may lack what a thread that was given up had to show: the first frame is whole.
+    ProcessFlip(flipper->frontIndex, backIndex, copyBack, wasAsync ? nullptr : dirty);
     shown = flipper->frontIndex;
   }
   // The buffers take turns, but nothing is drawn into one that is or may stay on screen: a surface,

@@ -28,6 +28,7 @@ KShadowScreen::KShadowScreen(KScreen* other, const KShadowStyle& how) : device(o
 }
 
 KShadowScreen::~KShadowScreen() {
+  device->isBound = isBound;
   delete device;
   for (std::uint8_t* frame : frames) std::free(frame);
 }

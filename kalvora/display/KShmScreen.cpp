@@ -38,7 +38,7 @@ bool KShmScreen::MakeBuffers(unsigned count, KError& error) {
 
 KShmScreen::~KShmScreen() {
   for (unsigned i = 1; i < 3; ++i) std::free(buffers[i]);
-  if (buffers[0] != nullptr) KShmem::Release(buffers[0]);
+  if (buffers[0] != nullptr) isBound ? KShmem::Release(buffers[0]) : KShmem::Discard(buffers[0]);
 }
 
 KShown KShmScreen::Show(unsigned index, const KRect* dirty, bool,

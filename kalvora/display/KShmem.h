@@ -15,6 +15,8 @@ struct KShmem {
   static void* Get();
   /// Detaches what Get returned. The segment itself stays.
   static void Release(void* p);
+  /// The same for a bind that has failed: a segment that was made for it goes, too.
+  static void Discard(void* p);
 };
 
 #endif

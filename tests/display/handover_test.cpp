@@ -141,6 +141,34 @@ TEST(HandOver, GivesUpAThreadThatHangs) {
   }
 }
 
+/// The thread comes back from panning when newer frames are on screen already: they stay there. And
+/// what it had to show is not missing from them.
+TEST(HandOver, KeepsTheLatestFrameWhenALatePanEnds) {
+  Rig rig;
+  rig.syncTakesUs = 0;
+  Barrier barrier;
+  rig.onPan = [&](fb_var_screeninfo& mode) {
+    if (Rig::Caller() == Rig::kWorker) barrier.Stay();
+    return rig.fb.Ioctl(FBIOPAN_DISPLAY, &mode);
+  };
+  Display display;
+  barrier.Arm();
+  display.DrawAndFlip();
+  barrier.AwaitVisitor();
+  const auto* const first = static_cast<const std::uint8_t*>(display.buffer) - 2 * 960;
+  const KRect corner{0, 0, 1, 1};
+  rig.Take();
+  display.DrawAndFlip(true, &corner);
+  EXPECT_EQ(rig.Take().find("UPDT"), std::string::npos);  // the whole screen
+  const auto* const latest = static_cast<const std::uint8_t*>(display.buffer);
+  display.DrawAndFlip(true, &corner);
+  EXPECT_NE(rig.Take().find("UPDT"), std::string::npos);
+  barrier.Open();
+  display.fb.Close();  // does not wait for a thread in the driver
+  EXPECT_TRUE(rig.ThreadsEnd());
+  EXPECT_EQ(rig.fb.Shown().pixels - rig.fb.Memory(), latest - first);
+}
+
 /// Closing while the thread is in the driver leaves it the device, and the display can open
 /// another. The settings of the frame-rate history stay.
 TEST(HandOver, LeavesTheDeviceToAStuckThread) {

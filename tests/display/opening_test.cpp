@@ -124,6 +124,25 @@ TEST(Opening, OfSharedMemory) {
   }
 }
 
+/// A bind that fails takes away the segment that it made, and no other.
+TEST(Opening, OfSharedMemoryLeavesNothingWhenItFails) {
+  for (const bool ours : {true, false}) {
+    for (const bool before : {true, false}) {
+      for (int n = 0; n < 6; ++n) {
+        SCOPED_TRACE(testing::Message() << ours << before << n);
+        Rig rig;
+        rig.segmentIsOurs = ours;
+        KLinuxFb fb;
+        if (before) fb.SetDisplay(KDisplayShared, 0, KFormat8888PM, 1);
+        rig.FailCall(n);
+        const bool works = fb.SetDisplay(KDisplayShared, 0, KFormat8888PM, 2) != nullptr;
+        const bool stays = works || before || (!ours && n > 0);
+        EXPECT_EQ(rig.hasSegment, stays);
+      }
+    }
+  }
+}
+
 TEST(Opening, TheDeviceAloneCanBeOpened) {
   Rig rig;
   KLinuxFb fb;

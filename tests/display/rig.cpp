@@ -12,6 +12,7 @@
 #include <sys/ioctl.h>
 #include <sys/ipc.h>
 #include <sys/mman.h>
+#include <sys/shm.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -219,7 +220,20 @@ extern "C" int __wrap_ioctl(int fd, unsigned long request, ...) {
 }
 
 extern "C" int __wrap_shmget(key_t key, std::size_t bytes, int flags) {
-  return active.load()->Record(Text("shmget %d %zu %d", key, bytes, flags)) ? 7 : -1;
+  Rig* const rig = active.load();
+  if (!rig->Record(Text("shmget %d %zu %d", key, bytes, flags))) return -1;
+  if ((flags & IPC_CREAT) != 0) rig->hasSegment = true;
+  return 7;
+}
+
+extern "C" int __wrap_shmctl(int, int command, shmid_ds* segment) {
+  Rig* const rig = active.load();
+  if (command == IPC_RMID) rig->hasSegment = false;
+  if (command == IPC_RMID) return 0;
+  segment->shm_cpid = rig->segmentIsOurs ? getpid() : 1;
+  segment->shm_nattch = static_cast<shmatt_t>(rig->attached.load());
+  segment->shm_dtime = rig->segmentDetached ? 1 : 0;
+  return 0;
 }
 
 extern "C" void* __wrap_shmat(int id, const void*, int) {
@@ -233,6 +247,7 @@ extern "C" int __wrap_shmdt(const void* p) {
   Rig* const rig = active;
   EXPECT_EQ(p, rig->surface.data());
   --rig->attached;
+  rig->segmentDetached = true;
   rig->Record("shmdt", false);
   return 0;
 }

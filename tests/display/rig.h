@@ -86,6 +86,9 @@ class Rig {
   std::atomic<int> threads{0};
   std::atomic<std::size_t> mappedBytes{0};
   std::vector<std::uint8_t> surface;
+  bool hasSegment = false;
+  bool segmentIsOurs = true;  ///< this process made it
+  std::atomic<bool> segmentDetached{false};
 
  private:
   int VideoIoctl(unsigned request, void* argument);
