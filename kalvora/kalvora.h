@@ -7,6 +7,7 @@
 
 // Older languages get one line of complaint from there, and no more.
 #if __cplusplus >= 202002L
+#include "kalvora/context/KLibrary.h"
 #include "kalvora/context/KSoftContext2D.h"
 #include "kalvora/core/KArray.h"
 #include "kalvora/core/KColor32.h"
@@ -19,6 +20,7 @@
 #include "kalvora/core/KSoftPixmap.h"
 #include "kalvora/core/KVertex2D.h"
 #include "kalvora/display/KDisplay.h"
+#include "kalvora/display/KDisplayFacts.h"
 #include "kalvora/display/KLinuxFb.h"
 #include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"

@@ -1,12 +1,16 @@
 // A ball that bounces over the framebuffer /dev/fb0 for ten seconds.
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 
 #include "kalvora/kalvora.h"
 
 int main() {
   KSoftContext2D context;
-  if (!context.SetDisplay(KDisplayFramebuffer, 0, KFormat0888PM, 3)) return 1;
+  if (!context.SetDisplay(KDisplayFramebuffer, 0, KFormat0888PM, 3)) {
+    std::fprintf(stderr, "bounce: %s\n", context.LastError().text);
+    return 1;
+  }
   context.SetFlatness(KFixed(0.125f));
   const int width = static_cast<int>(context.GetTarget().width);
   const int height = static_cast<int>(context.GetTarget().height);

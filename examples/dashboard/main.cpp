@@ -13,10 +13,13 @@
 namespace {
 
 constexpr char kUsage[] =
-    "kalvora-dashboard [--display fb0|shm] [--buffers N] [--frames N] [--font FILE] [--save FILE]\n"
+    "kalvora-dashboard [--display fb0|kms0|shm] [--rotate DEGREES] [--buffers N] [--frames N]\n"
+    "                  [--font FILE] [--save FILE]\n"
     "\n"
     "  --display fb0   the framebuffer device /dev/fb0 (fb1 and so on likewise); the default\n"
+    "  --display kms0  the mode-setting card /dev/dri/card0 (kms1 and so on likewise)\n"
     "  --display shm   the shared-memory surface, to be seen with kalvora-viewer\n"
+    "  --rotate DEGREES  turns the picture clockwise by 90, 180 or 270 degrees\n"
     "  --buffers N     1, 2 or 3 (3); 1 for boards that cannot pan\n"
     "  --frames N      ends after N frames (0: never)\n"
     "  --font FILE     the font of the lettering (DejaVu Sans)\n"
@@ -27,6 +30,7 @@ constexpr char kUsage[] =
 struct Options {
   KDisplay display = KDisplayFramebuffer;
   unsigned index = 0;
+  unsigned rotation = 0;
   unsigned buffers = 3;
   unsigned frames = 0;
   const char* font = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
@@ -45,21 +49,30 @@ bool ParseDisplay(const char* name, Options& options) {
     options.display = KDisplayShared;
     return true;
   }
+  if (std::strncmp(name, "kms", 3) == 0) {
+    options.display = KDisplayKms;
+    return ParseNumber(name + 3, 63, options.index);
+  }
   return std::strncmp(name, "fb", 2) == 0 && ParseNumber(name + 2, 31, options.index);
 }
 
 bool Parse(int argc, char** argv, Options& options) {
-  const option names[] = {
-      {"display", required_argument, nullptr, 'd'}, {"buffers", required_argument, nullptr, 'b'},
-      {"frames", required_argument, nullptr, 'f'},  {"font", required_argument, nullptr, 't'},
-      {"save", required_argument, nullptr, 's'},    {nullptr, 0, nullptr, 0}};
+  const option names[] = {{"display", required_argument, nullptr, 'd'},
+                          {"buffers", required_argument, nullptr, 'b'},
+                          {"frames", required_argument, nullptr, 'f'},
+                          {"font", required_argument, nullptr, 't'},
+                          {"save", required_argument, nullptr, 's'},
+                          {"rotate", required_argument, nullptr, 'r'},
+                          {nullptr, 0, nullptr, 0}};
   bool good = true;
   for (int name; good && (name = getopt_long(argc, argv, "", names, nullptr)) != -1;) {
     if (name == 't') options.font = optarg;
     if (name == 's') options.save = optarg;
-    good = name == 't' || name == 's' || (name == 'd' && ParseDisplay(optarg, options)) ||
-           (name == 'b' && ParseNumber(optarg, 3, options.buffers) && options.buffers > 0) ||
-           (name == 'f' && ParseNumber(optarg, 1000000000, options.frames));
+    good =
+        name == 't' || name == 's' || (name == 'd' && ParseDisplay(optarg, options)) ||
+        (name == 'r' && ParseNumber(optarg, 270, options.rotation) && options.rotation % 90 == 0) ||
+        (name == 'b' && ParseNumber(optarg, 3, options.buffers) && options.buffers > 0) ||
+        (name == 'f' && ParseNumber(optarg, 1000000000, options.frames));
   }
   return good && optind == argc;
 }
@@ -71,7 +84,7 @@ using Clock = std::chrono::steady_clock;
 /// Draws frames until it has drawn enough, or until a signal. Frames are a sixtieth of a second
 /// apart where nothing else holds them: a device with several buffers waits for its vertical sync.
 unsigned Run(KSoftContext2D& context, const Options& options) {
-  const bool paced = options.display == KDisplayFramebuffer && options.buffers > 1;
+  const bool paced = options.display != KDisplayShared && options.buffers > 1;
   dashboard::Dashboard panel(context, options.font);
   Clock::time_point due = Clock::now();
   unsigned n = 0;
@@ -120,9 +133,9 @@ int main(int argc, char** argv) {
   }
   KSoftContext2D context;
   context.SetFlatness(KFixed(0.125f));
+  context.SetAttribute(4, options.rotation);
   if (!context.SetDisplay(options.display, options.index, KFormat0888PM, options.buffers)) {
-    std::fprintf(stderr, "kalvora-dashboard: this display cannot be opened with %u buffers\n",
-                 options.buffers);
+    std::fprintf(stderr, "kalvora-dashboard: %s\n", context.LastError().text);
     return 1;
   }
   std::signal(SIGINT, [](int) { stopped = 1; });

@@ -1,6 +1,8 @@
 // Kit: see the header.
 #include "examples/gallery/Kit.h"
 
+#include <cstdio>
+
 namespace gallery {
 
 namespace {
@@ -30,7 +32,9 @@ KSoftPixmap& Kit::Pixmap(void (*make)(KSoftPixmap&)) {
 
 KFTFont& Kit::Font(const char* path) {
   KFTFont& font = Next(fonts, nextFont);
-  font.LoadFont(path, 0);
+  if (!font.LoadFont(path, 0)) {
+    std::fprintf(stderr, "kalvora-gallery: %s\n", font.LastError().text);
+  }
   return font;
 }
 

@@ -44,9 +44,7 @@ KPixelLayout LayoutOf(const fb_var_screeninfo& mode) {
 }  // namespace
 
 bool KFbScreen::Open(unsigned index, unsigned bitsPerPixel, bool orSimilar, KError& error) {
-  std::snprintf(path, sizeof path, "/dev/fb%d", static_cast<int>(index));
-  fd = open(path, O_RDWR | O_CLOEXEC);
-  if (fd < 0) return Fail(error, ReasonOf(errno, KErrorDevice), errno, "cannot open %s", path);
+  if (!OpenDevice(index, error)) return false;
   fb_var_screeninfo mode{};
   fb_fix_screeninfo memory{};
   if (!SetMode(mode, bitsPerPixel, orSimilar, error) || !TakeMemory(memory, orSimilar, error)) {
@@ -68,6 +66,29 @@ bool KFbScreen::Open(unsigned index, unsigned bitsPerPixel, bool orSimilar, KErr
   if (p == MAP_FAILED) return Refused("map the memory", error);
   mapping = static_cast<std::uint8_t*>(p);
   return true;
+}
+
+bool KFbScreen::Look(unsigned index, KDisplayFacts& facts, KError& error) {
+  if (!OpenDevice(index, error)) return false;
+  fb_var_screeninfo mode{};
+  fb_fix_screeninfo memory{};
+  if (ioctl(fd, FBIOGET_VSCREENINFO, &mode) < 0) return Refused("read the mode", error);
+  facts.width = mode.xres;
+  facts.height = mode.yres;
+  facts.bpp = mode.bits_per_pixel;
+  if (!TakeMode(mode, 0, error) || !TakeMemory(memory, true, error)) return false;
+  std::snprintf(facts.driver, sizeof facts.driver, "%.16s", memory.id);
+  facts.flips = memory.ypanstep != 0;
+  facts.buffers = std::min(available, 3u);
+  const bool fits = TakeRows(mode, memory, true, error);
+  facts.hasShadow = wantsShadow;
+  return fits && MakeBuffers(1, error);
+}
+
+bool KFbScreen::OpenDevice(unsigned index, KError& error) {
+  std::snprintf(path, sizeof path, "/dev/fb%d", static_cast<int>(index));
+  fd = open(path, O_RDWR | O_CLOEXEC);
+  return fd >= 0 || Fail(error, ReasonOf(errno, KErrorDevice), errno, "cannot open %s", path);
 }
 
 /// A request that the driver has refused, by errno.

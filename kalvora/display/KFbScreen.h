@@ -13,6 +13,7 @@ class KFbScreen final : public KScreen {
   ~KFbScreen() override;
 
   bool Open(unsigned index, unsigned bitsPerPixel, bool orSimilar, KError& error) override;
+  bool Look(unsigned index, KDisplayFacts& facts, KError& error) override;
   bool MakeBuffers(unsigned count, KError& error) override;
   std::uint8_t* Address(unsigned index) const override;
   int MoverFd(unsigned index) const override { return index < available ? fd : -1; }
@@ -21,6 +22,7 @@ class KFbScreen final : public KScreen {
   int WaitForVsync() override;
 
  private:
+  bool OpenDevice(unsigned index, KError& error);
   bool SetMode(fb_var_screeninfo& mode, unsigned bitsPerPixel, bool orSimilar, KError& error);
   bool TakeMode(const fb_var_screeninfo& mode, unsigned bitsPerPixel, KError& error);
   bool TakeMemory(fb_fix_screeninfo& memory, bool orSimilar, KError& error);

@@ -29,6 +29,9 @@ bool KKmsScreen::Open(unsigned index, unsigned bitsPerPixel, bool orSimilar, KEr
   if (drmGetCap(output.fd, DRM_CAP_DUMB_BUFFER, &hasDumb) != 0 || hasDumb == 0) {
     return Fail(error, KErrorDevice, 0, "%s has no buffers that a processor can draw into", path);
   }
+  if (drmIsMaster(output.fd) == 0) {
+    return Fail(error, KErrorBusy, 0, "somebody else controls %s", path);
+  }
   if (!ChooseOutput(error)) return false;
   width = output.mode.hdisplay;
   height = output.mode.vdisplay;
@@ -44,6 +47,25 @@ bool KKmsScreen::Open(unsigned index, unsigned bitsPerPixel, bool orSimilar, KEr
   }
   return Fail(error, ReasonOf(errno, KErrorFormat), errno, "%s takes no buffer of %u bits a pixel",
               path, bitsPerPixel);
+}
+
+/// Opening shows nothing yet.
+bool KKmsScreen::Look(unsigned index, KDisplayFacts& facts, KError& error) {
+  const bool opens = Open(index, 32, true, error);
+  if (output.fd < 0) return false;
+  drmVersion* const version = drmGetVersion(output.fd);
+  if (version != nullptr) {
+    std::snprintf(facts.driver, sizeof facts.driver, "%s", version->name);
+    drmFreeVersion(version);
+  }
+  facts.width = output.mode.hdisplay;
+  facts.height = output.mode.vdisplay;
+  facts.bpp = bpp;
+  facts.hasShadow = wantsShadow;
+  facts.flips = opens;
+  KError ignored;
+  while (opens && facts.buffers < 3 && MakeBuffers(facts.buffers + 1, ignored)) ++facts.buffers;
+  return opens;
 }
 
 bool KKmsScreen::ChooseOutput(KError& error) {
@@ -101,7 +123,7 @@ std::uint32_t KKmsScreen::ChooseCrtc(const drmModeRes& resources,
 
 bool KKmsScreen::MakeBuffers(unsigned count, KError& error) {
   for (unsigned i = 1; i < count; ++i) {
-    if (!MakeBuffer(buffers[i], bpp)) {
+    if (buffers[i].pixels == nullptr && !MakeBuffer(buffers[i], bpp)) {
       return Fail(error, KErrorBuffers, errno, "%s gives %u buffers instead of %u", path, i, count);
     }
     if (buffers[i].pitch != stride) {

@@ -18,6 +18,7 @@ class KKmsScreen final : public KScreen {
   ~KKmsScreen() override;
 
   bool Open(unsigned index, unsigned bitsPerPixel, bool orSimilar, KError& error) override;
+  bool Look(unsigned index, KDisplayFacts& facts, KError& error) override;
   bool MakeBuffers(unsigned count, KError& error) override;
   std::uint8_t* Address(unsigned index) const override {
     return index < 3 ? buffers[index].pixels : nullptr;

@@ -35,6 +35,11 @@ unsigned DepthOf(KFormat format) {
   }
 }
 
+bool OpenMover(KMsmAdm& mover, KError& error) {
+  return mover.Open() ||
+         Fail(error, KErrorDataMover, errno, "cannot open the data mover %s", KMsmAdm::kPath);
+}
+
 bool Contains(const KRect& outer, const KRect& inner) {
   return inner.left >= outer.left && inner.top >= outer.top && inner.right <= outer.right &&
          inner.bottom <= outer.bottom;
@@ -81,6 +86,21 @@ bool KLinuxFb::Open(KDisplay kind, unsigned index, unsigned bpp, bool orSimilar)
   return true;
 }
 
+bool KLinuxFb::Look(KDisplay kind, unsigned index, KDisplayFacts& facts, KError& error) {
+  facts = {};
+  error = {};
+  if (!kalvora::IsScreen(kind))
+    return Fail(error, KErrorArgument, 0, "no display of kind %d", kind);
+  KScreen* const screen = kalvora::NewScreen(kind, error);
+  bool works = screen != nullptr && screen->Look(index, facts, error);
+  if (works && kUseMover && screen->wantsMover && !screen->wantsShadow) {
+    KMsmAdm mover;
+    works = OpenMover(mover, error);
+  }
+  delete screen;
+  return works;
+}
+
 void* KLinuxFb::SetDisplay(KDisplay kind, unsigned fbIndex, KFormat format, unsigned bufferCount) {
   Close();
   error = {};
@@ -123,8 +143,7 @@ bool KLinuxFb::StartMover() {
   if constexpr (!kUseMover) return true;
   adm = new (std::nothrow) KMsmAdm;
   if (adm == nullptr) return Fail(error, KErrorMemory, ENOMEM, "no data mover");
-  return adm->Open() ||
-         Fail(error, KErrorDataMover, errno, "cannot open the data mover %s", KMsmAdm::kPath);
+  return OpenMover(*adm, error);
 }
 
 void KLinuxFb::Close() {

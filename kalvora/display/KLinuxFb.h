@@ -7,6 +7,7 @@
 #include "kalvora/core/KFormat.h"
 #include "kalvora/core/KRect.h"
 #include "kalvora/display/KDisplay.h"
+#include "kalvora/display/KDisplayFacts.h"
 #include "kalvora/export.h"
 #include "kalvora/support/KError.h"
 
@@ -78,6 +79,10 @@ class KALVORA_API KLinuxFb {
   void Close();
   /// Shows the drawn buffer and returns the next, or null when no display is bound.
   void* Flip(bool copyBack, const KRect* dirty);
+
+  /// What there is to tell about a display, and whether SetDisplay could open it with format 4 and
+  /// one buffer, or why not. Shows nothing and changes nothing. Any thread may ask.
+  static bool Look(KDisplay kind, unsigned index, KDisplayFacts& facts, KError& error);
 
   std::uint32_t Width() const;
   std::uint32_t Height() const;

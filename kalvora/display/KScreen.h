@@ -7,6 +7,7 @@
 
 #include "kalvora/core/KRect.h"
 #include "kalvora/display/KDisplay.h"
+#include "kalvora/display/KDisplayFacts.h"
 #include "kalvora/display/KPixelLayout.h"
 #include "kalvora/support/KError.h"
 
@@ -48,6 +49,9 @@ class KScreen {
   /// Opens display number `index`, with `bitsPerPixel` unless that is 0. With `orSimilar` it may
   /// have other pixels or rows all the same, and wants a shadow then.
   virtual bool Open(unsigned index, unsigned bitsPerPixel, bool orSimilar, KError& error) = 0;
+  /// Instead of Open: finds out what there is to tell, and whether words could be drawn into it,
+  /// without changing anything. False with the reason when they could not.
+  virtual bool Look(unsigned index, KDisplayFacts& facts, KError& error) = 0;
   /// Gives `count` buffers, 1 to 3, to the display.
   virtual bool MakeBuffers(unsigned count, KError& error) = 0;
   /// First pixel of a buffer, or null when there is no such buffer.

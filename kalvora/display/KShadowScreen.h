@@ -25,6 +25,9 @@ class KShadowScreen final : public KScreen {
 
   /// Takes on the shape of the other screen, which is open already.
   bool Open(unsigned index, unsigned bitsPerPixel, bool orSimilar, KError& error) override;
+  bool Look(unsigned index, KDisplayFacts& facts, KError& error) override {
+    return device->Look(index, facts, error);
+  }
   bool MakeBuffers(unsigned count, KError& error) override;
   std::uint8_t* Address(unsigned index) const override {
     return index < 3 ? frames[index] : nullptr;

@@ -26,6 +26,15 @@ bool KShmScreen::Open(unsigned, unsigned, bool, KError& error) {
   return true;
 }
 
+/// There is always a surface to be had.
+bool KShmScreen::Look(unsigned, KDisplayFacts& facts, KError&) {
+  facts.width = KShmem::kWidth;
+  facts.height = KShmem::kHeight;
+  facts.bpp = 32;
+  facts.buffers = 3;
+  return true;
+}
+
 bool KShmScreen::MakeBuffers(unsigned count, KError& error) {
   for (unsigned i = 1; i < count; ++i) {
     buffers[i] = static_cast<std::uint8_t*>(std::calloc(std::size_t{height} + 1, stride));

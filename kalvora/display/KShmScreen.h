@@ -12,6 +12,7 @@ class KShmScreen final : public KScreen {
   ~KShmScreen() override;
 
   bool Open(unsigned index, unsigned bitsPerPixel, bool orSimilar, KError& error) override;
+  bool Look(unsigned index, KDisplayFacts& facts, KError& error) override;
   bool MakeBuffers(unsigned count, KError& error) override;
   std::uint8_t* Address(unsigned index) const override {
     return index < 3 ? buffers[index] : nullptr;

@@ -72,6 +72,16 @@ extern "C" int drmGetCap(int, std::uint64_t, std::uint64_t* value) {
   return Of("cap") != nullptr ? 0 : -1;
 }
 
+extern "C" int drmIsMaster(int) { return active.load()->isMaster ? 1 : 0; }
+
+extern "C" drmVersionPtr drmGetVersion(int) {
+  static char name[] = "card";
+  drmVersion version{};
+  version.name = name;
+  return new drmVersion(version);
+}
+extern "C" void drmFreeVersion(drmVersionPtr p) { delete p; }
+
 extern "C" drmModeResPtr drmModeGetResources(int) {
   if (Of("resources") == nullptr) return nullptr;
   drmModeRes resources{};

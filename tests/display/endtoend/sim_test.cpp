@@ -52,6 +52,24 @@ TEST(Bounce, MovesOneBall) {
   EXPECT_EQ(Shell(kRunSim + " --size 48x48 " BOUNCE).status, 1);
 }
 
+TEST(Info, ListsTheDisplays) {
+  const std::string board = kRunSim + " --size 64x48 --no-mover --only-depth --depth ";
+  const Result text = Shell(board + "32 " INFO);
+  EXPECT_EQ(text.status, 0);
+  EXPECT_NE(text.output.find("\n/dev/fb0\n  driver   kalvora-sim\n"
+                             "  screen   64 x 48, 32 bits a pixel\n"
+                             "  buffers  3, shown by flips\n"),
+            std::string::npos)
+      << text.output;
+  const char* const opens = KALVORA_MSM_ADM ? "cannot open the data mover" : "yes";
+  EXPECT_NE(text.output.find(std::string("  opens    ") + opens), std::string::npos);
+  const Result json = Shell(board + "16 " INFO " --json | python3 -c 'import json, sys; " +
+                            "d = json.load(sys.stdin)[\"displays\"][0]; " +
+                            "print(d[\"path\"], d[\"bits\"], d[\"shadow\"], d[\"opens\"])'");
+  EXPECT_EQ(json.output, "/dev/fb0 16 True True\n");
+  EXPECT_EQ(Shell(INFO " --what").status, 2);
+}
+
 /// The frames that the dashboard shows when it draws 40.
 std::vector<std::string> Frames(const std::string& board, const std::string& options) {
   Folder folder;
@@ -73,6 +91,9 @@ TEST(Dashboard, ShowsTheSameFramesWithAnyNumberOfBuffers) {
     const auto one = Frames(board + " --no-panning --buffers 1", "--buffers 1");
     ASSERT_FALSE(one.empty());
     EXPECT_EQ(one.back(), two.back());
+    for (const std::string odd : {" --padding 40", " --bgr", " --bgr --depth 24 --only-depth"}) {
+      EXPECT_EQ(Frames(board + odd, "--buffers 3"), two) << odd;
+    }
   }
 }
 
@@ -81,11 +102,21 @@ TEST(Dashboard, SaysWhatIsWrong) {
                                     "--display fb", "--frames -1", "more"}) {
     EXPECT_EQ(Shell(std::string(DASHBOARD " ") + options).status, 2) << options;
   }
-  for (const std::string board : {"--buffers 2", "--depth 32 --no-mover"}) {
-    const Result result = Shell(kRunSim + " --hz 0 " + board + " " DASHBOARD " --frames 2");
-    const bool fails = KALVORA_MSM_ADM || board == "--buffers 2";
-    EXPECT_EQ(result.status, fails ? 1 : 0) << board << result.output;
-    EXPECT_EQ(result.output.find("cannot be opened") != std::string::npos, fails) << result.output;
+  const struct {
+    std::string board, answer;
+    bool fails;
+  } boards[] = {
+      {"--buffers 2", "/dev/fb0 has memory for 2 buffers, not for 3", true},
+      {"--no-mover", "cannot open the data mover /dev/msm_adm: No such file or directory",
+       KALVORA_MSM_ADM != 0},
+      {"--no-mover --depth 16 --only-depth", "", false},  // a shadow needs none
+  };
+  for (const auto& b : boards) {
+    const Result result = Shell(kRunSim + " --hz 0 " + b.board + " " DASHBOARD " --frames 2");
+    EXPECT_EQ(result.status, b.fails ? 1 : 0) << b.board << result.output;
+    if (b.fails) {
+      EXPECT_EQ(result.output, "kalvora-dashboard: " + b.answer + "\n");
+    }
   }
 }
 
