@@ -1,4 +1,5 @@
-# Installs the library, its public headers, the CMake package and kalvora.pc.
+# Installs the library, its public headers, the CMake package and kalvora.pc, in three components: library,
+# development, tools.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -25,19 +26,35 @@ endfunction()
 kalvora_reached_headers(kalvora/kalvora.h headers)
 foreach(header IN LISTS headers)
   get_filename_component(folder ${header} DIRECTORY)
-  install(FILES ${PROJECT_SOURCE_DIR}/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder})
+  install(FILES ${PROJECT_SOURCE_DIR}/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder}
+    COMPONENT development)
 endforeach()
 
-install(TARGETS Kalvora EXPORT KalvoraTargets)
+# Installs a library, and what find_package needs to know of it.
+function(kalvora_install_library target export)
+  install(TARGETS ${target} EXPORT ${export}
+    LIBRARY COMPONENT library NAMELINK_COMPONENT development
+    ARCHIVE COMPONENT development)
+  install(EXPORT ${export} NAMESPACE Kalvora:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kalvora
+    COMPONENT development)
+endfunction()
+kalvora_install_library(Kalvora KalvoraTargets)
+
+# Installs a program, which finds the library beside it, and its manual page.
+function(kalvora_install_program target)
+  file(RELATIVE_PATH libraries /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries}")
+  install(TARGETS ${target} RUNTIME COMPONENT tools)
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/man/${target}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools OPTIONAL)
+endfunction()
 
 set(package ${CMAKE_INSTALL_LIBDIR}/cmake/Kalvora)
-install(EXPORT KalvoraTargets NAMESPACE Kalvora:: DESTINATION ${package})
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/KalvoraConfig.cmake.in
   ${CMAKE_CURRENT_BINARY_DIR}/KalvoraConfig.cmake INSTALL_DESTINATION ${package})
 write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/KalvoraConfigVersion.cmake
   COMPATIBILITY SameMinorVersion)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/KalvoraConfig.cmake
-  ${CMAKE_CURRENT_BINARY_DIR}/KalvoraConfigVersion.cmake DESTINATION ${package})
+  ${CMAKE_CURRENT_BINARY_DIR}/KalvoraConfigVersion.cmake DESTINATION ${package} COMPONENT development)
 
 # kalvora.pc finds the tree that it stands in, so that the tree can be moved.
 set(pkgconfig ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
@@ -46,16 +63,15 @@ if(KALVORA_WITH_KMS)
   set(KALVORA_PC_DRM ", libdrm")
 endif()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/kalvora.pc.in ${CMAKE_CURRENT_BINARY_DIR}/kalvora.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kalvora.pc DESTINATION ${pkgconfig})
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kalvora.pc DESTINATION ${pkgconfig} COMPONENT development)
 
 # Installs the kit Kalvora${name}: find_package(Kalvora COMPONENTS ${name}) gives Kalvora::${name}, and
 # pkg-config has it under its name in lower case.
 function(kalvora_install_kit name description requires)
-  install(TARGETS Kalvora${name} EXPORT Kalvora${name}Targets)
-  install(EXPORT Kalvora${name}Targets NAMESPACE Kalvora:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kalvora)
+  kalvora_install_library(Kalvora${name} Kalvora${name}Targets)
   string(TOLOWER ${name} lower)
   set(pkgconfig ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
   file(RELATIVE_PATH KALVORA_PC_TO_PREFIX /prefix/${pkgconfig} /prefix)
   configure_file(${PROJECT_SOURCE_DIR}/cmake/kalvora-kit.pc.in ${PROJECT_BINARY_DIR}/kalvora-${lower}.pc @ONLY)
-  install(FILES ${PROJECT_BINARY_DIR}/kalvora-${lower}.pc DESTINATION ${pkgconfig})
+  install(FILES ${PROJECT_BINARY_DIR}/kalvora-${lower}.pc DESTINATION ${pkgconfig} COMPONENT development)
 endfunction()

@@ -2,7 +2,22 @@
 # shellcheck shell=bash
 
 set -eu
+tool=$(realpath "$0")
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+# What a tool says of itself: the comment that it begins with.
+usage() { sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$tool"; }
+refuse_usage() {
+  echo "$(basename "$tool"): $*" >&2
+  usage >&2
+  exit 2
+}
+for argument; do
+  [ "$argument" != --help ] || { usage; exit 0; }
+done
+
+# For tools that take none: no_arguments "$@"
+no_arguments() { [ $# -eq 0 ] || refuse_usage "unknown argument $1"; }
 
 # Packages of Debian 12.
 BUILD_PACKAGES="g++ cmake ninja-build pkg-config libfreetype-dev libdrm-dev libpng-dev libpugixml-dev
