@@ -84,7 +84,7 @@ void KStrips<F>::InitPattern(KStyleContext2D* style, KFiller& solid, KFiller& co
       kalvora::SelectPatternFillers<F>(style, copy ? KSamplingCopy : pixmap->quality);
   solid = pair.solid;
   coverage = pair.coverage;
-  style->block = kalvora::SelectPatternBlock(style);
+  kalvora::SelectPatternBlock(style);
   if (style->block) return;
   style->block = style->edged = kalvora::SelectStretchBlock(
       style, pixmap->hasAlpha && !Flags.IgnoreAlpha ? kalvora::kSampleAlpha<F, true>

@@ -37,6 +37,25 @@ void PutBlock(const KStyleContext2D* style, Put put, const Block& block,
   }
 }
 
+/// What the coverage fillers do with source pixels of one coverage.
+PixelLoop CoveredLoop(const KStyleContext2D* style, Put put) {
+  const PixelLoops& loops = style->loops->pixels;
+  const bool copy = style->source->transform.linearIdentity;
+  const auto full = static_cast<int>(Weight::kCoverage);
+  const auto part = static_cast<int>(Weight::kCoverageOpacity);
+  const auto twice = static_cast<int>(Weight::kOpacityThenCoverage);
+  switch (put) {
+    case Put::kCopy:
+      return loops.lerp[full];
+    case Put::kOver:
+      return loops.over[full];
+    case Put::kOverOpacity:
+      return loops.over[copy ? twice : part];
+    default:
+      return loops.lerp[part];
+  }
+}
+
 /// The nearest pixels along rows of the pixmap, which all rows of the block pick from the same
 /// columns: so many columns at a time.
 class NearestColumns {
@@ -79,6 +98,16 @@ class NearestColumns {
     }
   }
 
+  /// Fills a single column, weighed by a coverage.
+  void FillCovered(const KRowBlock& rows, Put put, std::int32_t coverage) {
+    const PixelLoop loop = CoveredLoop(style_, put);
+    std::uint32_t* to = style_->row + x0_;
+    for (std::int32_t y = 0; y < rows.rows; ++y, to += rows.stride) {
+      const std::uint32_t* pixel = Words(source_.Row(RowAt(style_->y + y))) + columns_[0];
+      loop(to, pixel, &coverage, 1, style_->opacity);
+    }
+  }
+
  private:
   bool Tiles() const { return style_->source->repeatRule != 0; }
   std::int32_t RowAt(std::int32_t y) const {
@@ -95,37 +124,48 @@ class NearestColumns {
   std::uint32_t columns_[kMost];
 };
 
-void FillNearestBlock(const KStyleContext2D* style, const KRowBlock& rows) {
+void FillNearest(const KStyleContext2D* style, std::int32_t x0, std::int32_t x1,
+                 const KRowBlock& rows) {
   const Put put = PutOf(style);
-  for (std::int32_t x = style->x0; x < style->x1; x += NearestColumns::kMost) {
-    NearestColumns columns(style, x, std::min(NearestColumns::kMost, style->x1 - x));
-    columns.Fill(rows, put);
+  for (std::int32_t x = x0; x < x1; x += NearestColumns::kMost) {
+    NearestColumns(style, x, std::min(NearestColumns::kMost, x1 - x)).Fill(rows, put);
   }
 }
 
 /// Whole pixels: rows as they are where the block lies within the pixmap or one of its tiles.
-void FillCopiedBlock(const KStyleContext2D* style, const KRowBlock& rows) {
+void FillCopied(const KStyleContext2D* style, std::int32_t x0, std::int32_t x1,
+                const KRowBlock& rows) {
   const PatternPixels p(*style->source);
-  const PatternPosition at(style);
+  const PatternPosition at(style, x0, style->y);
   const bool tile = style->source->repeatRule != 0;
   const std::int32_t column = tile ? Wrapped(at.Column(), p.width) : at.Column();
   const std::int32_t row = tile ? Wrapped(at.Row(), p.height) : at.Row();
-  const std::int32_t n = style->x1 - style->x0;
-  if (column < 0 || row < 0 || column + n > p.width || row + rows.rows > p.height) {
-    return FillNearestBlock(style, rows);
+  if (column < 0 || row < 0 || column + (x1 - x0) > p.width || row + rows.rows > p.height) {
+    return FillNearest(style, x0, x1, rows);
   }
-  PutBlock(style, PutOf(style), {style->row + style->x0, rows.stride, n, rows.rows},
+  PutBlock(style, PutOf(style), {style->row + x0, rows.stride, x1 - x0, rows.rows},
            Words(PatternPixels::Pixel(p.Row(row), column)),
            static_cast<std::ptrdiff_t>(p.stride / sizeof(std::uint32_t)));
 }
 
+void FillBlock(const KStyleContext2D* style, const KRowBlock& rows) {
+  const auto fill = style->source->transform.linearIdentity ? FillCopied : FillNearest;
+  const bool left = rows.left != KRowBlock::kNoEdge;
+  const std::int32_t x0 = style->x0 + left;
+  const bool right = rows.right != KRowBlock::kNoEdge && x0 < style->x1;
+  const std::int32_t x1 = style->x1 - right;
+  if (x0 < x1) fill(style, x0, x1, rows);
+  const Put put = PutOf(style);
+  if (left) NearestColumns(style, style->x0, 1).FillCovered(rows, put, rows.left);
+  if (right) NearestColumns(style, x1, 1).FillCovered(rows, put, rows.right);
+}
+
 }  // namespace
 
-KBlockFiller SelectPatternBlock(const KStyleContext2D* style) {
+void SelectPatternBlock(KStyleContext2D* style) {
   const KSoftMatrix3D& m = style->source->transform;
-  if (m.linearIdentity) return FillCopiedBlock;
-  const bool alongRows = m.m1 == kZero && m.m3 == kZero;
-  return alongRows && style->source->quality == KSamplingNearest ? FillNearestBlock : nullptr;
+  const bool nearest = style->source->quality == KSamplingNearest && m.m1 == kZero && m.m3 == kZero;
+  if (m.linearIdentity || nearest) style->block = style->edged = FillBlock;
 }
 
 }  // namespace kalvora

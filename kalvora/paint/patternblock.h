@@ -6,9 +6,9 @@
 
 namespace kalvora {
 
-/// The filler of blocks for the pattern and the opacity in the style record: for copies, and for
-/// nearest sampling whose rows run along the pixmap's. Null for others.
-KBlockFiller SelectPatternBlock(const KStyleContext2D* style);
+/// Sets the fillers of blocks for the pattern and the opacity in the style record: for copies, and
+/// for nearest sampling whose rows run along the pixmap's.
+void SelectPatternBlock(KStyleContext2D* style);
 
 }  // namespace kalvora
 
