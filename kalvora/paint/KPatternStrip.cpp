@@ -31,31 +31,33 @@ constexpr Weight WeightFor() {
   return Alpha && S == KSamplingCopy ? Weight::kOpacityThenCoverage : Weight::kCoverageOpacity;
 }
 
-template <bool AA, bool Opacity, bool Alpha, KSampling S, KRepeatRule R, SampleAlpha SA>
-void DrawPattern(const KStyleContext2D* style) {
-  if (style->x0 >= style->x1) return;
+/// Reads the span, and puts it in the target by `loop`, or as it is where that is null.
+template <KSampling S, KRepeatRule R, SampleAlpha SA>
+void DrawSampled(const KStyleContext2D* style, PixelLoop loop) {
   typename SamplerOf<S, R, SA>::type sampler(style);
   int n = style->x1 - style->x0;
   std::uint32_t* to = style->row + style->x0;
-  if constexpr (!AA && !Opacity && !Alpha) {
-    sampler.Read(to, n);
-  } else {
-    constexpr int kIndex = static_cast<int>(WeightFor<AA, Opacity, Alpha, S>());
-    const std::int32_t* coverage = AA ? style->lineBuffer + style->x0 : nullptr;
-    std::uint32_t block[kBlock];
-    while (n > 0) {
-      const int count = std::min(n, kBlock);
-      sampler.Read(block, count);
-      if constexpr (Alpha) {
-        style->loops->pixels.over[kIndex](to, block, coverage, count, style->opacity);
-      } else {
-        style->loops->pixels.lerp[kIndex](to, block, coverage, count, style->opacity);
-      }
-      to += count;
-      if (AA) coverage += count;
-      n -= count;
-    }
+  if (!loop) return sampler.Read(to, n);
+  const std::int32_t* coverage = style->lineBuffer + style->x0;
+  std::uint32_t block[kBlock];
+  while (n > 0) {
+    const int count = std::min(n, kBlock);
+    sampler.Read(block, count);
+    loop(to, block, coverage, count, style->opacity);
+    to += count;
+    coverage += count;
+    n -= count;
   }
+}
+
+template <bool AA, bool Opacity, bool Alpha, KSampling S, KRepeatRule R, SampleAlpha SA>
+void DrawPattern(const KStyleContext2D* style) {
+  if (style->x0 >= style->x1) return;
+  constexpr int kIndex = static_cast<int>(WeightFor<AA, Opacity, Alpha, S>());
+  const PixelLoops& loops = style->loops->pixels;
+  DrawSampled<S, R, SA>(style, !AA && !Opacity && !Alpha ? nullptr
+                               : Alpha                   ? loops.over[kIndex]
+                                                         : loops.lerp[kIndex]);
 }
 
 // The table of one layout: samplings, edge rules, and then opacity and alpha as in an index of two

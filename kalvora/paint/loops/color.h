@@ -65,42 +65,58 @@ struct Mixes {
   }
 };
 
-/// Rows of at least K pixels: a vector at either end, whose lanes know whether they are outer
-/// columns, and others between. At most 2 K pixels when K is not kLanes.
-template <int K>
+/// The mixes of the columns from `x` on, of n.
+Mixes MixesAt(int x, int n, const Mix& left, const Mix& inner, const Mix& right) {
+  const Words column = Series(static_cast<std::uint32_t>(x), 1);
+  Mixes mixes(inner);
+  mixes.Replace(Equal(column, All(static_cast<std::uint32_t>(n - 1))), right);
+  mixes.Replace(Equal(column, All(0)), left);
+  return mixes;
+}
+
+/// Rows of at least a vector: one at either end, and others between.
 void EdgedRows(const Block& block, const Mix& left, const Mix& inner, const Mix& right) {
-  const int end = block.n - K;
-  const Mixes between(inner);
-  Mixes first = between, last = between;
-  const Words column = Series(0, 1), right0 = All(static_cast<std::uint32_t>(block.n - 1));
-  const Words endColumn = column + static_cast<std::uint32_t>(end);
-  first.Replace(Equal(column, right0), right);
-  first.Replace(Equal(column, All(0)), left);
-  last.Replace(Equal(endColumn, right0), right);
-  last.Replace(Equal(endColumn, All(0)), left);
+  const int end = block.n - kLanes;
+  const Mixes first = MixesAt(0, block.n, left, inner, right), between(inner);
+  const Mixes last = MixesAt(end, block.n, left, inner, right);
   const bool plain = (inner.rest | inner.lo | inner.hi) == 0;
   EachRow(block, [&](std::uint32_t* to, int) {
-    const Words begin = first.Of(LoadPart<K>(to)), finish = last.Of(LoadPart<K>(to + end));
+    // The ends may overlap: both are made of the pixels as they were.
+    const Words begin = first.Of(Load(to)), finish = last.Of(Load(to + end));
     if (plain) {
-      if (end > K) FillRow(to + K, end - K, between.add);
+      if (end > kLanes) FillRow(to + kLanes, end - kLanes, between.add);
     } else {
-      for (int i = K; i < end; i += K) StorePart<K>(to + i, between.Of(LoadPart<K>(to + i)));
+      for (int i = kLanes; i < end; i += kLanes) Store(to + i, between.Of(Load(to + i)));
     }
-    StorePart<K>(to, begin);
-    StorePart<K>(to + end, finish);
+    Store(to, begin);
+    Store(to + end, finish);
+  });
+}
+
+/// A vector would touch more than the column.
+void EdgedColumn(const Block& block, const Mix& mix) {
+  EachRow(block, [&](std::uint32_t* to, int) {
+    constexpr std::uint32_t m = kFieldMask;
+    const std::uint32_t lo = (*to & m) * mix.rest + mix.lo, hi = (*to >> 8 & m) * mix.rest + mix.hi;
+    *to = ((lo >> 8 & m) | (hi & ~m)) + mix.add;
   });
 }
 
 void Edged(const Block& block, const Mix& left, const Mix& inner, const Mix& right) {
   const int n = block.n;
-  if (n >= kLanes) return EdgedRows<kLanes>(block, left, inner, right);
-  if constexpr (kLanes > 4) {
-    if (n >= 4) return EdgedRows<4>(block, left, inner, right);
-  }
-  if constexpr (kLanes > 1) {
-    if (n >= 2) return EdgedRows<2>(block, left, inner, right);
-    if (n == 1) return EdgedRows<1>(block, left, inner, right);
-  }
+  if (n <= 0) return;
+  if (n == 1) return EdgedColumn(block, left);
+  if (n >= kLanes) return EdgedRows(block, left, inner, right);
+#if KALVORA_LANES > 1
+  const Mixes mixes = MixesAt(0, n, left, inner, right);
+#if KALVORA_LANES == 8
+  const Part part(n);
+#else
+  const Part<2> part;
+  if (n == 3) EdgedColumn({block.to + 2, block.stride, 1, block.rows}, right);
+#endif
+  EachRow(block, [&](std::uint32_t* to, int) { part.Store(to, mixes.Of(part.Load(to))); });
+#endif
 }
 
 void Cover(std::uint32_t* to, const std::int32_t* coverage, int n, std::uint32_t c) {

@@ -82,73 +82,83 @@ inline Words NegativeLanes(Words w) {
 /// The bits of `a` where `mask` has ones, of `b` elsewhere.
 inline Words Select(Words mask, Words a, Words b) { return (a & mask) | (b & ~mask); }
 
-// The first K lanes of a vector, from K words; the others hold anything. K is kLanes or a smaller
-// power of two.
+// The first lanes of a vector: as many as a Part says, 1..kLanes. The others hold anything.
 
-template <int K>
-Words LoadPart(const void* p) {
-  if constexpr (K == kLanes) return Load(p);
-#if KALVORA_LANES > 1 && defined(__SSE2__)
-  __m128i v;
-  if constexpr (K == 4) v = _mm_loadu_si128(static_cast<const __m128i*>(p));
-  if constexpr (K == 2) v = _mm_loadl_epi64(static_cast<const __m128i*>(p));
-  if constexpr (K == 1) v = _mm_cvtsi32_si128(LoadAs<std::int32_t>(p));
 #if KALVORA_LANES == 8
-  return reinterpret_cast<Words>(_mm256_zextsi128_si256(v));
-#else
-  return reinterpret_cast<Words>(v);
-#endif
-#elif KALVORA_LANES > 1
-  if constexpr (K == 2) return vcombine_u32(vcreate_u32(LoadAs<std::uint64_t>(p)), vdup_n_u32(0));
-  return vdupq_n_u32(LoadAs<std::uint32_t>(p));
-#endif
-}
+/// Any number of lanes.
+class Part {
+ public:
+  explicit Part(int count)
+      : count_(count),
+        mask_(_mm256_cmpgt_epi32(_mm256_set1_epi32(count),
+                                 _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7))) {}
+  Words Load(const void* p) const {
+    return reinterpret_cast<Words>(_mm256_maskload_epi32(static_cast<const int*>(p), mask_));
+  }
+  void Store(void* p, Words v) const {
+    _mm256_maskstore_epi32(static_cast<int*>(p), mask_, reinterpret_cast<__m256i>(v));
+  }
+  Words Bytes(const std::uint8_t* p) const {
+    std::uint64_t bytes = 0;
+    const int two = count_ & 4, one = two + (count_ & 2);
+    if (count_ & 1) bytes = p[one];
+    if (count_ & 2) bytes = bytes << 16 | LoadAs<std::uint16_t>(p + two);
+    if (count_ & 4) bytes = bytes << 32 | LoadAs<std::uint32_t>(p);
+    return reinterpret_cast<Words>(
+        _mm256_cvtepu8_epi32(_mm_set_epi64x(0, static_cast<long long>(bytes))));
+  }
 
+ private:
+  int count_;
+  __m256i mask_;
+};
+#elif KALVORA_LANES == 4
+/// One or two lanes.
 template <int K>
-void StorePart(void* p, Words v) {
-  if constexpr (K == kLanes) return Store(p, v);
-#if KALVORA_LANES > 1 && defined(__SSE2__)
-#if KALVORA_LANES == 8
-  const __m128i low = _mm256_castsi256_si128(reinterpret_cast<__m256i>(v));
-#else
-  const __m128i low = reinterpret_cast<__m128i>(v);
-#endif
-  if constexpr (K == 4) _mm_storeu_si128(static_cast<__m128i*>(p), low);
-  if constexpr (K == 2) _mm_storel_epi64(static_cast<__m128i*>(p), low);
-  if constexpr (K == 1) {
+class Part {
+ public:
+#if defined(__SSE2__)
+  Words Load(const void* p) const {
+    const auto* low = static_cast<const __m128i*>(p);
+    return reinterpret_cast<Words>(K == 2 ? _mm_loadl_epi64(low)
+                                          : _mm_cvtsi32_si128(LoadAs<std::int32_t>(p)));
+  }
+  void Store(void* p, Words v) const {
+    const __m128i low = reinterpret_cast<__m128i>(v);
+    if constexpr (K == 2) return _mm_storel_epi64(static_cast<__m128i*>(p), low);
     const std::int32_t word = _mm_cvtsi128_si32(low);
     __builtin_memcpy(p, &word, sizeof word);
   }
-#elif KALVORA_LANES > 1
-  if constexpr (K < kLanes) __builtin_memcpy(p, &v, K * sizeof(std::uint32_t));
-#endif
-}
-
-/// K bytes, one in each lane.
-template <int K>
-Words LoadBytes(const std::uint8_t* p) {
-#if KALVORA_LANES == 1
-  return *p;
 #else
+  Words Load(const void* p) const {
+    if constexpr (K == 2) return vcombine_u32(vcreate_u32(LoadAs<std::uint64_t>(p)), vdup_n_u32(0));
+    return vdupq_n_u32(LoadAs<std::uint32_t>(p));
+  }
+  void Store(void* p, Words v) const { __builtin_memcpy(p, &v, K * sizeof(std::uint32_t)); }
+#endif
+  Words Bytes(const std::uint8_t* p) const { return Words{p[0], p[K - 1], 0, 0}; }
+};
+#endif
+
+/// All lanes.
+struct Whole {
+  Words Load(const void* p) const { return KALVORA_WIDTH::Load(p); }
+  void Store(void* p, Words v) const { KALVORA_WIDTH::Store(p, v); }
+  /// A byte for each lane.
+  Words Bytes(const std::uint8_t* p) const {
 #if KALVORA_LANES == 8
-  if constexpr (K == 8) {
     const __m128i v = _mm_loadl_epi64(static_cast<const __m128i*>(static_cast<const void*>(p)));
     return reinterpret_cast<Words>(_mm256_cvtepu8_epi32(v));
-  }
-#endif
-  std::uint32_t bytes = 0;
-  __builtin_memcpy(&bytes, p, K <= 4 ? K : 4);
-#if KALVORA_LANES == 8
-  return reinterpret_cast<Words>(_mm256_cvtepu8_epi32(_mm_cvtsi32_si128(static_cast<int>(bytes))));
+#elif KALVORA_LANES == 1
+    return *p;
 #elif defined(__SSE2__)
-  const __m128i v = _mm_cvtsi32_si128(static_cast<int>(bytes));
-  const __m128i zero = _mm_setzero_si128();
-  return reinterpret_cast<Words>(_mm_unpacklo_epi16(_mm_unpacklo_epi8(v, zero), zero));
+    const __m128i v = _mm_cvtsi32_si128(LoadAs<std::int32_t>(p)), zero = _mm_setzero_si128();
+    return reinterpret_cast<Words>(_mm_unpacklo_epi16(_mm_unpacklo_epi8(v, zero), zero));
 #else
-  return vmovl_u16(vget_low_u16(vmovl_u8(vcreate_u8(bytes))));
+    return vmovl_u16(vget_low_u16(vmovl_u8(vcreate_u8(LoadAs<std::uint32_t>(p)))));
 #endif
-#endif
-}
+  }
+};
 
 #if KALVORA_LANES > 1
 
@@ -312,44 +322,43 @@ inline Words BothMask(Words m) {
 #endif
 }
 
-/// Which lanes of the pixels a loop is at: reads the same ones of another array.
-template <int K>
+/// Which of the pixels a loop is at: reads the same ones of another array.
+template <typename P>
 struct At {
   int i;
+  P part;
 
-  Words operator()(const std::uint32_t* p) const { return LoadPart<K>(p + i); }
-  Words operator()(const std::int32_t* p) const { return LoadPart<K>(p + i); }
-  Words Bytes(const std::uint8_t* p) const { return LoadBytes<K>(p + i); }
-  /// The index of each lane's pixel.
-  Words Index() const { return Series(static_cast<std::uint32_t>(i), 1); }
+  Words operator()(const std::uint32_t* p) const { return part.Load(p + i); }
+  Words operator()(const std::int32_t* p) const { return part.Load(p + i); }
+  Words Bytes(const std::uint8_t* p) const { return part.Bytes(p + i); }
 };
 
-/// K <= n <= 2 K pixels, as two vectors that may overlap: both are made of the pixels as they were.
-template <int K, typename F>
-void BothEnds(std::uint32_t* to, int n, F f) {
-  const Words first = f(LoadPart<K>(to), At<K>{0});
-  const Words last = f(LoadPart<K>(to + n - K), At<K>{n - K});
-  StorePart<K>(to, first);
-  StorePart<K>(to + n - K, last);
+template <typename P, typename F>
+void PixelsAt(std::uint32_t* to, int i, P part, F f) {
+  part.Store(to + i, f(part.Load(to + i), At<P>{i, part}));
 }
 
 /// to[i] = f(to[i], at), i = 0..n - 1, where at(array) reads array[i], in no order: f must not
-/// remember anything.
+/// remember anything. The last vector may overlap the one before, and so is made at first.
 template <typename F>
 void Pixels(std::uint32_t* to, int n, F f) {
-  if constexpr (kLanes == 1) {
-    for (int i = 0; i < n; ++i) to[i] = f(to[i], At<1>{i});
-  } else if (n >= kLanes) {
-    const Words last = f(Load(to + n - kLanes), At<kLanes>{n - kLanes});
-    for (int i = 0; i < n - kLanes; i += kLanes) Store(to + i, f(Load(to + i), At<kLanes>{i}));
-    Store(to + n - kLanes, last);
-  } else if (kLanes > 4 && n >= 4) {
-    BothEnds<4>(to, n, f);
-  } else if (n >= 2) {
-    BothEnds<2>(to, n, f);
-  } else if (n == 1) {
-    StorePart<1>(to, f(LoadPart<1>(to), At<1>{0}));
+#if KALVORA_LANES == 1
+  for (int i = 0; i < n; ++i) PixelsAt(to, i, Whole{}, f);
+#else
+  if (n >= kLanes) {
+    const int end = n - kLanes;
+    const Words last = f(Load(to + end), At<Whole>{end, {}});
+    for (int i = 0; i < end; i += kLanes) PixelsAt(to, i, Whole{}, f);
+    return Store(to + end, last);
   }
+  if (n <= 0) return;
+#if KALVORA_LANES == 8
+  PixelsAt(to, 0, Part(n), f);
+#else
+  if (n & 2) PixelsAt(to, 0, Part<2>{}, f);
+  if (n & 1) PixelsAt(to, n - 1, Part<1>{}, f);
+#endif
+#endif
 }
 
 /// Calls row(first pixel, index) for each row of the block.
