@@ -54,14 +54,14 @@ void CubicAcross(std::int32_t* out, int n, const std::uint8_t* row, const std::u
   for (int i = 0; i < n; ++i, out += 4, weight += 4) {
     const std::uint8_t* p = row + offset[i];
 #if KALVORA_LANES == 8
-    const Words w = LoadPart<4>(weight);
-    const Words sum = LoadBytes<8>(p) * __builtin_shufflevector(w, w, 0, 0, 0, 0, 1, 1, 1, 1) +
-                      LoadBytes<8>(p + 8) * __builtin_shufflevector(w, w, 2, 2, 2, 2, 3, 3, 3, 3);
+    const Words w = reinterpret_cast<Words>(_mm256_zextsi128_si256(LoadAs<__m128i>(weight)));
+    const Words sum = Whole{}.Bytes(p) * __builtin_shufflevector(w, w, 0, 0, 0, 0, 1, 1, 1, 1) +
+                      Whole{}.Bytes(p + 8) * __builtin_shufflevector(w, w, 2, 2, 2, 2, 3, 3, 3, 3);
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), AddHalves(sum));
 #elif KALVORA_LANES == 4
     Words sum = {};
     for (int j = 0; j < 4; ++j) {
-      sum += LoadBytes<4>(p + 4 * j) * All(static_cast<std::uint32_t>(weight[j]));
+      sum += Whole{}.Bytes(p + 4 * j) * All(static_cast<std::uint32_t>(weight[j]));
     }
     Store(out, sum);
 #else
