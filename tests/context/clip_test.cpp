@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/common/Random.h"
-#include "tests/context/Target.h"
+#include "tests/common/Target.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/common/Random.h"
-#include "tests/context/Scene.h"
+#include "tests/common/Scene.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include "tests/common/Hash.h"
 #include "tests/common/Random.h"
-#include "tests/context/Scene.h"
+#include "tests/common/Scene.h"
 
 namespace {
 

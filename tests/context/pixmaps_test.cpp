@@ -5,7 +5,7 @@
 
 #include "kalvora/support/KFlags.h"
 
-#include "tests/context/Target.h"
+#include "tests/common/Target.h"
 
 namespace {
 

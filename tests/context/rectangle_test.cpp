@@ -7,7 +7,7 @@
 #include "kalvora/core/channels.h"
 
 #include "tests/common/Random.h"
-#include "tests/context/Target.h"
+#include "tests/common/Target.h"
 
 namespace {
 

@@ -20,13 +20,12 @@ struct World {
   void LoadFonts();
 };
 
-struct Scene {
+/// What one test draws: a small picture, so that its allocations are few.
+struct Frame {
   const char* name;
   void (*draw)(World&);
   bool warmFonts = false;  ///< the fonts are loaded before anything fails
 };
-
-/// Each is a small picture, so that the allocations of one are few.
-extern const Scene kScenes[16];
+extern const Frame kFrames[10];
 
 #endif

@@ -15,7 +15,7 @@
 #include "tests/common/GuardedBuffer.h"
 #include "tests/faults/World.h"
 
-void PrintTo(const Scene& scene, std::ostream* out) { *out << scene.name; }
+void PrintTo(const Frame& frame, std::ostream* out) { *out << frame.name; }
 
 namespace {
 
@@ -27,21 +27,21 @@ struct Outcome {
 
 /// A frame in which the n-th allocation fails (0: none), and another without failures, by a new
 /// context on a new thread, whose text caches are empty.
-Outcome DrawTwice(const Scene& scene, int failing, bool persistently) {
+Outcome DrawTwice(const Frame& frame, int failing, bool persistently) {
   Outcome outcome{};
   std::thread([&] {
     GuardedBuffer pixels(World::kBytes);
     std::memset(pixels.data(), 0x11, pixels.size());
     const int before = Allocations::Live();
     std::optional<World> world;
-    if (scene.warmFonts) world.emplace(pixels.data()).LoadFonts();
+    if (frame.warmFonts) world.emplace(pixels.data()).LoadFonts();
     {
       const Allocations allocations(failing, persistently);
       if (!world) world.emplace(pixels.data());
-      world->Draw(scene.draw);
+      world->Draw(frame.draw);
       outcome.calls = allocations.Count();
     }
-    world->Draw(scene.draw);
+    world->Draw(frame.draw);
     world.reset();
     KFTCache::TlsCacheDestructor(KFTCache::TlsCache.Get());
     KFTLib::TlsLibDestructor(KFTLib::TlsLib.Get());
@@ -53,7 +53,7 @@ Outcome DrawTwice(const Scene& scene, int failing, bool persistently) {
   return outcome;
 }
 
-class Faults : public testing::TestWithParam<Scene> {};
+class Faults : public testing::TestWithParam<Frame> {};
 
 TEST_P(Faults, LeaveTheNextFrameRight) {
   const Outcome want = DrawTwice(GetParam(), 0, false);
@@ -69,6 +69,6 @@ TEST_P(Faults, LeaveTheNextFrameRight) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Faults, testing::ValuesIn(kScenes));
+INSTANTIATE_TEST_SUITE_P(All, Faults, testing::ValuesIn(kFrames));
 
 }  // namespace

@@ -7,7 +7,7 @@
 #include "kalvora/support/KFlags.h"
 
 #include "tests/common/Random.h"
-#include "tests/context/Target.h"
+#include "tests/common/Target.h"
 #include "tests/text/fonts.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/common/Random.h"
-#include "tests/context/Target.h"
+#include "tests/common/Target.h"
 #include "tests/text/exercise.h"
 #include "tests/text/fonts.h"
 #include "tests/text/tinyfonts.h"

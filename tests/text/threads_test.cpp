@@ -11,7 +11,7 @@
 
 #include "tests/common/Hash.h"
 #include "tests/common/Random.h"
-#include "tests/context/Target.h"
+#include "tests/common/Target.h"
 #include "tests/text/fonts.h"
 
 namespace {

@@ -1,5 +1,5 @@
 // Scene: one draw of every kind with any paint, transform and clip path.
-#include "tests/context/Scene.h"
+#include "tests/common/Scene.h"
 
 #include "kalvora/kalvora.h"
 
@@ -58,7 +58,7 @@ class Scene {
     const bool opaque = random.OneIn(2);
     const unsigned width = 1 + random.Below(20), height = 1 + random.Below(20);
     pixmap.Create(width, height, opaque ? KFormat0888PM : KFormat8888PM);
-    for (unsigned y = 0; y < pixmap.height; ++y) {
+    for (unsigned y = 0; pixmap.pixels && y < pixmap.height; ++y) {
       for (unsigned x = 0; x < pixmap.width; ++x) {
         KColor32 c = Color();
         if (opaque) c.alpha = 255;
@@ -185,7 +185,7 @@ void DrawMask(Scene& s) {
   KSoftPixmap mask;
   const unsigned columns = 1 + s.random.Below(40);
   mask.Create(columns, 1 + s.random.Below(40), KFormatMask8);
-  for (unsigned i = 0; i < mask.stride * mask.height; ++i) {
+  for (unsigned i = 0; mask.pixels && i < mask.stride * mask.height; ++i) {
     mask.pixels[i] = static_cast<std::uint8_t>(s.random.OneIn(3) ? 255 : s.random.Below(256));
   }
   const int x = s.random.Between(-20, kSize), y = s.random.Between(-20, kSize);
@@ -215,19 +215,30 @@ const Family kFamilies[9] = {
 
 void PrintTo(const Family& family, std::ostream* out) { *out << family.name; }
 
+// After the bind.
+static void Compose(Scene& scene, const Family& family, const KRect* clip) {
+  KSoftContext2D& context = scene.context;
+  if (scene.random.OneIn(4)) {
+    const KSoftPath& path = scene.Outline();
+    context.SetClipPath(&path, scene.random.OneIn(2) ? KFillNonZero : KFillEvenOdd);
+  }
+  if (clip) context.SetClipRegion(*clip);
+  context.SetFillRule(scene.random.OneIn(2) ? KFillNonZero : KFillEvenOdd);
+  scene.Paint();
+  scene.Turn(context.Transform());
+  if (family.draw) family.draw(scene);
+}
+
+void DrawScene(KSoftContext2D& context, const Family& family, std::uint64_t seed) {
+  Scene scene(context, seed);
+  Compose(scene, family, nullptr);
+}
+
 void DrawScene(Target& t, const Family& family, std::uint64_t seed, const KRect* clip) {
   t.context.RenderToTexture(&t.pixmap);
   Scene scene(t.context, seed);
   for (unsigned i = 0; i < kSceneSize * kSceneSize; ++i) {
     t.buffer.As<std::uint32_t>()[i] = scene.random.Next() | 0xFF000000;
   }
-  if (scene.random.OneIn(4)) {
-    const KSoftPath& path = scene.Outline();
-    t.context.SetClipPath(&path, scene.random.OneIn(2) ? KFillNonZero : KFillEvenOdd);
-  }
-  if (clip) t.context.SetClipRegion(*clip);
-  t.context.SetFillRule(scene.random.OneIn(2) ? KFillNonZero : KFillEvenOdd);
-  scene.Paint();
-  scene.Turn(t.context.Transform());
-  if (family.draw) family.draw(scene);
+  Compose(scene, family, clip);
 }

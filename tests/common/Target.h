@@ -1,6 +1,6 @@
 // Target: a bound pixmap that ends at a guard page.
-#ifndef KALVORA_TESTS_CONTEXT_TARGET_H
-#define KALVORA_TESTS_CONTEXT_TARGET_H
+#ifndef KALVORA_TESTS_COMMON_TARGET_H
+#define KALVORA_TESTS_COMMON_TARGET_H
 
 #include <cstring>
 

@@ -1,14 +1,14 @@
-// Scenes: small pictures by every subsystem.
+// Frames: small pictures by every subsystem.
 #include <cstring>
 #include <iterator>
 
+#include "tests/common/Scene.h"
 #include "tests/faults/World.h"
 #include "tests/text/tinyfonts.h"
 
 namespace {
 
 KFixed F(double v) { return KFixed(static_cast<float>(v)); }
-KVertex2D P(double x, double y) { return {F(x), F(y)}; }
 
 constexpr KColor32 kInk{20, 60, 140, 200};
 
@@ -40,15 +40,6 @@ void MakeTile(KSoftPixmap& tile) {
   }
 }
 
-void Polygons(World& w) {
-  const KVertex2D star[] = {P(48, 2), P(70, 75), P(5, 30), P(90, 30), P(25, 75)};
-  w.context.SetFillColor(kInk);
-  w.context.DrawPolygon(star, 5, true);
-  w.context.SetFillRule(KFillEvenOdd);
-  w.context.SetFillOpacity(100);
-  w.context.DrawPolygon(star, 5, true);
-}
-
 void Paths(World& w) {
   KSoftPath* path = w.context.CreatePath();
   if (!path) return;
@@ -64,37 +55,27 @@ void Paths(World& w) {
   w.context.DestroyPath(path);
 }
 
-void ClipPaths(World& w) {
-  KSoftPath leaf, comb;
-  AddLeaf(leaf);
-  AddComb(comb, 40);
-  w.context.SetClipPath(&leaf, KFillEvenOdd);
-  w.context.SetFillColor(kInk);
-  w.context.DrawRectangle(P(3, 3), P(90, 70));
-  w.context.SetClipPath(&comb, KFillNonZero);
-  w.context.SetFillColor({250, 90, 0, 255});
-  w.context.DrawPath(&leaf);
-  w.context.ResetClip();
+// Any draw with any paint, pen, transform and clip path: 12 scenes of every family but text.
+void Families(World& w) {
+  for (unsigned family = 0; family < 8; ++family) {
+    for (std::uint64_t seed = 1; seed <= 12; ++seed) {
+      w.context.RenderToTexture(&w.target);
+      DrawScene(w.context, kFamilies[family], seed);
+    }
+  }
 }
 
+// Long dashed outlines, and outlines on the heap.
 void Strokes(World& w) {
   KSoftPath leaf;
   AddLeaf(leaf);
   const KFixed dashes[] = {F(7), F(3), F(1), F(3)};
   w.context.SetNoFill();
   w.context.SetStrokeColor(kInk);
-  w.context.SetLineWidth(F(9));
-  w.context.SetJoin(kRoundJoin);
-  w.context.DrawPath(&leaf);
   w.context.SetLineWidth(F(2.5));
-  w.context.SetStrokeColor({0, 0, 0, 255});
   w.context.SetCaps(kRoundCap, kSquareCap);
   w.context.SetDashes(dashes, 4, F(2));
   w.context.DrawPath(&leaf);
-  const KVertex2D zigzag[] = {P(5, 5), P(90, 20), P(5, 60), P(90, 75)};
-  w.context.DrawPolygon(zigzag, 4, false);
-  w.context.SetDashes(nullptr, 0, F(0));
-  w.context.DrawLine(P(0, 0), P(96, 80));
   for (const bool flat : {false, true}) {  // outlines on the heap
     const KSoftMatrix3D& m = w.context.Transform();
     KVertex2D** rings = nullptr;
@@ -102,85 +83,6 @@ void Strokes(World& w) {
                                 : w.context.StrokePath(&leaf, rings, &m, false);
     w.context.FreeStroke(rings, count, false);
   }
-}
-
-void Shapes(World& w) {
-  w.context.SetStrokeColor({0, 0, 0, 255});
-  w.context.SetFillColor(kInk);
-  w.context.DrawRectangle(P(5.5, 5.5), P(40, 30));
-  w.context.DrawRectangle(P(50, 5.5), P(90, 30), P(8, 4));
-  w.context.DrawEllipticalRect(P(25, 55), P(20, 15), P(9, 15));
-  w.context.DrawArc(P(70, 55), P(20, 18), F(20), F(250));
-}
-
-// Weighed by an opacity and stretched: the stops are copied for the draw.
-void Gradients(World& w) {
-  const KColorStop stops[] = {
-      {F(0), {255, 0, 0, 255}}, {F(0.4), {0, 255, 0, 120}}, {F(1), {0, 0, 255, 255}}};
-  KSoftMatrix3D skewed;
-  skewed.Set(F(1.5), F(0.2), F(0.4), F(1), F(3), F(0));
-  KSoftColorRamp linear, radial, turned;
-  linear.SetLinear(P(0, 0), P(60, 40), stops, 3, KSpreadRepeat);
-  radial.SetRadial(P(40, 30), F(25), stops, 3, KSpreadRepeat);
-  turned.SetRadial(P(30, 40), F(20), skewed, stops, 2);
-  const auto band = [&](double y) { w.context.DrawRectangle(P(3, y), P(93, y + 18.5)); };
-  w.context.SetFillLGrad(&linear);
-  w.context.SetFillOpacity(90);
-  band(0);
-  w.context.SetFillOpacity(256);
-  w.context.SetFillRGrad(&radial);
-  band(20);
-  w.context.SetFillOpacity(150);
-  w.context.SetFillRGrad(&turned);
-  band(40);
-  w.context.SetStrokeLGrad(&linear);
-  w.context.SetStrokeOpacity(200);
-  w.context.SetLineWidth(F(6));
-  w.context.DrawLine(P(5, 70), P(90, 65));
-}
-
-void Patterns(World& w) {
-  KSoftPixmap tile;
-  MakeTile(tile);
-  tile.transform.Rotate(F(30));
-  w.context.SetFillPixmap(&tile);
-  for (const KRepeatRule rule : {KRepeatClamp, KRepeatTile}) {
-    tile.repeatRule = rule;
-    w.context.DrawRectangle(P(48 * rule + 1, 4), P(48 * rule + 47, 76), P(5, 5));
-  }
-}
-
-void Pixmaps(World& w) {
-  KSoftPixmap tile, part;
-  MakeTile(tile);
-  w.context.DrawPixmap(&tile, P(2, 2), P(40, 38));
-  w.context.Transform().Rotate(F(15));
-  tile.SetQuality(KSamplingBicubic);
-  w.context.DrawPixmap(&tile, P(50, 2), P(88, 30));
-  w.context.DrawSubPixmap(&tile, P(40, 20), P(80, 60), P(1, 2), P(6, 6));
-  w.context.Transform().Identity();
-  std::uint32_t words[63];
-  if (!tile.pixels) return;
-  tile.Get(words);
-  part.Create(9, 7, KFormat8888PM);
-  part.Set(KFormat0888PM, words, 0u, false);
-  w.context.DrawPixmap(&part, P(2, 44), P(40, 78));
-}
-
-void Masks(World& w) {
-  KSoftPixmap mask, colored;
-  KSoftPath leaf;
-  AddLeaf(leaf);
-  mask.Create(50, 40, KFormatMask8);
-  if (mask.pixels) std::memset(mask.pixels, 150, std::size_t{mask.stride} * mask.height);
-  w.context.SetFillColor({0, 120, 60, 255});
-  w.context.DrawAlphaMask(&mask, 3, 3, 53, 43);
-  w.context.SetClipPath(&leaf, KFillEvenOdd);
-  w.context.DrawAlphaMask(&mask, 40, 20, 90, 60);
-  w.context.ResetClip();
-  if (!mask.pixels) return;
-  colored.CreateFromAlphaMask(KFormat8888PM, 50, 40, {90, 0, 90, 255}, mask.pixels, mask.stride);
-  w.context.DrawPixmap(&colored, P(2, 50), P(52, 78));
 }
 
 void Filters(World& w) {
@@ -272,10 +174,8 @@ void Colours(World& w) {
 
 }  // namespace
 
-const Scene kScenes[16] = {
-    {"polygons", Polygons},   {"paths", Paths},         {"clip paths", ClipPaths},
-    {"strokes", Strokes},     {"shapes", Shapes},       {"gradients", Gradients},
-    {"patterns", Patterns},   {"pixmaps", Pixmaps},     {"masks", Masks},
+const Frame kFrames[10] = {
+    {"families", Families},   {"paths", Paths},         {"strokes", Strokes},
     {"filters", Filters},     {"offscreen", Offscreen}, {"rebind", Rebind},
     {"glyphs", Glyphs, true}, {"outlines", Outlines},   {"fallbacks", Fallbacks, true},
     {"colours", Colours},
