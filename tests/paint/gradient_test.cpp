@@ -193,11 +193,11 @@ TEST(Gradients, AreFunctionsOfThePixel) {
       ramp.axis.Translate({KFixed::FromInt(random.Between(-50, 150)), Fixed(0)});
     }
     const Place place(ramp.axis, radial);
-    // Shorter axes and periods show what is left of a ramp, or noise.
+    const bool repeat = ramp.spread == KSpreadRepeat;
     const double last = stops.positions.back() * place.Unit();
-    const bool repeat = ramp.spread == KSpreadRepeat && last > 0;
-    if (!radial && (place.length < 0.5 || (repeat && last < 4))) continue;
-    if (radial && ramp.spread == KSpreadRepeat && stops.positions.back() <= 0) continue;
+    // Shorter axes and periods show what is left of a ramp, or noise.
+    if (repeat && last < (radial ? 1 : 4)) continue;
+    if (place.length < 0.5) continue;
     ++checked;
 
     // The colours: those of a ramp that was weighed beforehand, drawn as if it were opaque.
