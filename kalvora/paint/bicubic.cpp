@@ -9,6 +9,8 @@
 namespace kalvora {
 namespace {
 
+constexpr int kMost = 64;  // pixels that are placed at a time
+
 /// A sum of weighed channels, 16.16, as a channel.
 std::uint32_t ToChannel(std::int64_t sum) {
   return static_cast<std::uint32_t>((std::clamp<std::int64_t>(sum, 0, 0xFF0000) + 0x7F00) >> 16);
@@ -44,21 +46,47 @@ std::uint32_t SampleBicubic(const PatternPixels& source, std::int32_t u, std::in
 
 template <KRepeatRule R, SampleAlpha A>
 BicubicSampler<R, A>::BicubicSampler(const KStyleContext2D* style)
-    : source_(*style->source), at_(style) {
+    : loops_(style->loops->turn), source_(*style->source), at_(style) {
   at_.ShiftHalf();
   if constexpr (R == KRepeatTile) at_.WrapInto(source_);
 }
 
 template <KRepeatRule R, SampleAlpha A>
 void BicubicSampler<R, A>::Read(std::uint32_t* to, int n) {
+  for (; n > 0; n -= kMost, to += kMost) ReadSome(to, std::min(n, kMost));
+}
+
+template <KRepeatRule R, SampleAlpha A>
+void BicubicSampler<R, A>::ReadSome(std::uint32_t* to, int n) {
+  std::uint32_t offset[kMost];
+  std::int32_t x[kTaps * kMost], y[kTaps * kMost];
+  // Sixteen pixels that lie together go through the loop; others are sampled one by one.
+  const bool large = source_.width >= kTaps && source_.height >= kTaps && source_.HasShortOffsets();
+  const auto together = [](std::int32_t i, std::int32_t count) { return i > 0 && i + 2 < count; };
+  int begin = 0;  // of those that wait for the loop
+  const auto flush = [&](int end) {
+    loops_.cubic(to + begin, end - begin, source_.pixels, source_.stride, offset + begin,
+                 x + kTaps * begin, y + kTaps * begin, A);
+    begin = end + 1;
+  };
   for (int i = 0; i < n; ++i) {
-    to[i] = SampleBicubic<R, A>(source_, at_.U(), at_.V());
+    const std::int32_t column = at_.Column(), row = at_.Row();
+    if (large && together(column, source_.width) && together(row, source_.height)) {
+      const std::uint8_t* first = PatternPixels::Pixel(source_.Row(row - 1), column - 1);
+      offset[i] = static_cast<std::uint32_t>(first - source_.pixels);
+      FindWeights(x + kTaps * i, at_.U());
+      FindWeights(y + kTaps * i, at_.V());
+    } else {
+      flush(i);
+      to[i] = SampleBicubic<R, A>(source_, at_.U(), at_.V());
+    }
     if constexpr (R == KRepeatTile) {
       at_.StepWrapped(source_);
     } else {
       at_.Step();
     }
   }
+  flush(n);
 }
 
 #define KALVORA_INSTANTIATE(R, A)                                                               \

@@ -33,16 +33,21 @@ void FindTaps(Taps& taps, std::int32_t i, std::int32_t count) {
   }
 }
 
-/// The taps of a coordinate, 16.16, whole numbers meaning the centres of pixels.
+/// The weights of a coordinate, 16.16, whole numbers meaning the centres of pixels.
+inline void FindWeights(std::int32_t* weight, std::int32_t v) {
+  const std::int64_t f = v & 0xFFFF;
+  const std::int32_t* line = &KTables::KBicubic[static_cast<std::size_t>(f >> 11) * 2 * kTaps];
+  for (int j = 0; j < kTaps; ++j) {
+    weight[j] = static_cast<std::int32_t>((line[2 * j] * f >> 16) + line[2 * j + 1]);
+  }
+}
+
+/// Both.
 template <KRepeatRule R>
 Taps TapsAt(std::int32_t v, std::int32_t count) {
   Taps taps;
   FindTaps<R>(taps, v >> 16, count);
-  const std::int64_t f = v & 0xFFFF;
-  const std::int32_t* line = &KTables::KBicubic[static_cast<std::size_t>(f >> 11) * 2 * kTaps];
-  for (int j = 0; j < kTaps; ++j) {
-    taps.weight[j] = static_cast<std::int32_t>((line[2 * j] * f >> 16) + line[2 * j + 1]);
-  }
+  FindWeights(taps.weight, v);
   return taps;
 }
 

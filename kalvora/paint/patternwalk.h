@@ -23,6 +23,10 @@ struct PatternPixels {
 
   explicit PatternPixels(const KSoftPixmap& pixmap);
 
+  /// Offsets of pixels from the first one fit in 32 bits.
+  bool HasShortOffsets() const {
+    return std::uint64_t{stride} * static_cast<std::uint32_t>(height) <= UINT32_MAX;
+  }
   const std::uint8_t* Row(std::int32_t r) const {
     return pixels + static_cast<std::size_t>(r) * stride;
   }

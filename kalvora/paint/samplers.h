@@ -32,6 +32,10 @@ class BilinearSampler {
   void Read(std::uint32_t* to, int n);
 
  private:
+  void ReadPlaced(std::uint32_t* to, int n);
+  void Step();
+
+  const TurnLoops& loops_;
   PatternPixels source_;
   PatternPosition at_;
   InsideRun inside_;
@@ -45,6 +49,9 @@ class BicubicSampler {
   void Read(std::uint32_t* to, int n);
 
  private:
+  void ReadSome(std::uint32_t* to, int n);
+
+  const TurnLoops& loops_;
   PatternPixels source_;
   PatternPosition at_;
 };

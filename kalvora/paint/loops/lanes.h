@@ -30,12 +30,15 @@ typedef std::int32_t Ints __attribute__((vector_size(4 * KALVORA_LANES)));
 typedef float Floats __attribute__((vector_size(4 * KALVORA_LANES)));
 typedef std::uint16_t Fields __attribute__((vector_size(4 * KALVORA_LANES)));  // two a word
 
+inline Ints AsInts(Words w) { return reinterpret_cast<Ints>(w); }
 inline Fields AsFields(Words w) { return reinterpret_cast<Fields>(w); }
 inline Words AsWords(Fields f) { return reinterpret_cast<Words>(f); }
 #else
 using Words = std::uint32_t;
 using Ints = std::int32_t;
 using Floats = float;
+
+inline Ints AsInts(Words w) { return static_cast<Ints>(w); }
 #endif
 
 // Vectors may lie at any address.
@@ -74,9 +77,9 @@ inline Words Equal(Words a, Words b) {
 /// All bits of the lanes whose signed word is negative.
 inline Words NegativeLanes(Words w) {
 #if KALVORA_LANES > 1
-  return reinterpret_cast<Words>(reinterpret_cast<Ints>(w) >> 31);
+  return reinterpret_cast<Words>(AsInts(w) >> 31);
 #else
-  return static_cast<Words>(static_cast<Ints>(w) >> 31);
+  return static_cast<Words>(AsInts(w) >> 31);
 #endif
 }
 /// The bits of `a` where `mask` has ones, of `b` elsewhere.
@@ -159,6 +162,14 @@ struct Whole {
 #endif
   }
 };
+
+/// The first n lanes, 0..kLanes.
+inline void StoreFirst(std::uint32_t* p, Words v, int n) {
+  if (n == kLanes) return Store(p, v);
+  std::uint32_t words[kLanes];
+  Store(words, v);
+  for (int i = 0; i < n; ++i) p[i] = words[i];
+}
 
 #if KALVORA_LANES > 1
 

@@ -117,6 +117,31 @@ struct StretchLoops {
                     const std::int32_t* weight, SampleAlpha alpha);
 };
 
+/// Where the pixels of a turned pattern lie: 16.16 coordinates of the first, and what they grow by.
+struct Places {
+  std::uint32_t u, v, du, dv;
+};
+
+/// Loops of patterns that are turned. Pixels come in arrays of offsets, in bytes from the start of
+/// the source, below 2^32, and of weights; these have room for n rounded up to a multiple of 8, and
+/// are read so far: their last offsets are good ones too.
+struct TurnLoops {
+  /// offset[i] = (v_i >> 16) stride + (u_i >> 16) 4, for coordinates that stay in 0..2^31, and the
+  /// weights of their fractions: ((f & 0xFFFF) + 0x7F) >> 8.
+  void (*place)(std::uint32_t* offset, std::uint32_t* weightX, std::uint32_t* weightY, int n,
+                const Places& places, std::uint32_t stride);
+  /// out[i] = lerp(lerp(p, the pixel behind p, x), lerp(q, the pixel behind q, x), y), p being the
+  /// pixel at top[i], q that at bottom[i], x and y the weights
+  void (*mix)(std::uint32_t* out, int n, const std::uint8_t* source, const std::uint32_t* top,
+              const std::uint32_t* bottom, const std::uint32_t* weightX,
+              const std::uint32_t* weightY);
+  /// What cubicAcross makes of the four pixels from offset[i] on and of those in the three rows
+  /// below, by the weights x[4 i] on, and cubicDown of those by y[4 i] on.
+  void (*cubic)(std::uint32_t* out, int n, const std::uint8_t* source, std::size_t stride,
+                const std::uint32_t* offset, const std::int32_t* x, const std::int32_t* y,
+                SampleAlpha alpha);
+};
+
 /// The squares |g + i step|^2 of vectors, i = 0, 1, ...: numbers whose second differences are
 /// constant, modulo 2^64.
 struct Squares {
@@ -153,6 +178,7 @@ struct Loops {
   ColorLoops color;
   PixelLoops pixels;
   StretchLoops stretch;
+  TurnLoops turn;
   GradientLoops gradient;
 };
 

@@ -134,10 +134,12 @@ inline Words PackChannels(const Ints (&v)[4]) {
   };
   return vreinterpretq_u32_u8(vcombine_u8(half(0), half(2)));
 #else
-  const auto held = [&v](int i) {
-    return static_cast<std::uint32_t>(v[i] < 0 ? 0 : v[i] > 255 ? 255 : v[i]) << (8 * i);
-  };
-  return held(0) | held(1) | held(2) | held(3);
+  std::uint32_t pixel = 0;
+  for (int c = 0; c < 4; ++c) {
+    const std::int32_t held = v[c] < 0 ? 0 : v[c] > 255 ? 255 : v[c];
+    pixel |= static_cast<std::uint32_t>(held) << (8 * c);
+  }
+  return pixel;
 #endif
 }
 
@@ -160,28 +162,21 @@ inline Words BoundByAlpha(Words p) {
 #endif
 }
 
+/// Pixels of sums, 16.16, four a pixel.
+inline Words ToPixels(const Words (&sums)[4], SampleAlpha alpha) {
+  Ints channels[4];
+  for (int k = 0; k < 4; ++k) channels[k] = AsInts(sums[k] + 0x7F00) >> 16;
+  const Words p = PackChannels(channels);
+  if (alpha == SampleAlpha::kNone) return p & 0xFFFFFF;
+  return alpha == SampleAlpha::kBound ? BoundByAlpha(p) : p;
+}
+
 void CubicDown(std::uint32_t* to, int n, const std::int32_t* const* rows,
                const std::int32_t* weight, SampleAlpha alpha) {
   for (int i = 0; i < n; i += kLanes) {
-    Ints channels[4];
-    for (int k = 0; k < 4; ++k) {
-      const Words sum = WeighedSum(rows, 4 * i + k * kLanes, weight) + 0x7F00;
-#if KALVORA_LANES > 1
-      channels[k] = reinterpret_cast<Ints>(sum) >> 16;
-#else
-      channels[k] = static_cast<Ints>(sum) >> 16;
-#endif
-    }
-    Words p = PackChannels(channels);
-    if (alpha == SampleAlpha::kNone) p &= 0xFFFFFF;
-    if (alpha == SampleAlpha::kBound) p = BoundByAlpha(p);
-    if (i + kLanes <= n) {
-      Store(to + i, p);
-    } else {
-      std::uint32_t last[kLanes];
-      Store(last, p);
-      for (int k = i; k < n; ++k) to[k] = last[k - i];
-    }
+    Words sums[4];
+    for (int k = 0; k < 4; ++k) sums[k] = WeighedSum(rows, 4 * i + k * kLanes, weight);
+    StoreFirst(to + i, ToPixels(sums, alpha), n - i < kLanes ? n - i : kLanes);
   }
 }
 

@@ -9,6 +9,7 @@
 #include "kalvora/paint/loops/pixels.h"
 #include "kalvora/paint/loops/radial.h"
 #include "kalvora/paint/loops/stretch.h"
+#include "kalvora/paint/loops/turn.h"
 
 #define KALVORA_NAME(word) #word
 #define KALVORA_NAME_OF(macro) KALVORA_NAME(macro)
@@ -37,6 +38,7 @@ constinit const Loops kLoops = {
                 .mixDown = MixDown,
                 .cubicAcross = CubicAcross,
                 .cubicDown = CubicDown},
+    .turn = {.place = Place, .mix = MixTurned, .cubic = CubicTurned},
     .gradient = {.series = SeriesRow, .radial = Radial},
 };
 
