@@ -105,48 +105,49 @@ void DifferenceLine::MarkRange(std::int32_t from, std::int32_t last) {
   }
 }
 
-// The first block from `block` on that is touched, or with all bits flipped that is not.
-std::int32_t DifferenceLine::NextBlock(std::int32_t block, std::uint32_t flip) const {
-  std::int32_t word = block >> 5;
-  const std::int32_t words = (blocks_ + 31) >> 5;
-  if (word >= words) return blocks_;
-  std::uint32_t bits = (touched_[word] ^ flip) & (UINT32_MAX << (block & 31));
-  while (bits == 0) {
-    if (++word == words) return blocks_;
-    bits = touched_[word] ^ flip;
+// Writes the coverage of columns up to `to`, and empties their differences up to the end of a
+// block.
+std::uint32_t DifferenceLine::SumUp(std::int32_t* coverage, std::int32_t from, std::int32_t to,
+                                    std::uint32_t sum) {
+  std::uint32_t* line = line_;
+  for (std::int32_t column = from; column < to; ++column) {
+    sum += line[column];
+    line[column] = 0;
+    coverage[column] = Settled(sum);
   }
-  return std::min(32 * word + std::countr_zero(bits), blocks_);
-}
-
-// Pixels that no piece touches are all alike.
-void DifferenceLine::PaintLevel(KRowPainter& painter, std::int32_t* coverage, std::int32_t from,
-                                std::int32_t to, std::uint32_t sum) {
-  const std::int32_t level = Settled(sum);
-  if (level == 0 || from >= to) return;
-  if (level == kWhole) return painter.Solid(from, to);
-  std::fill(coverage + from, coverage + to, level);
-  painter.Covered(from, to);
+  return sum;
 }
 
 void DifferenceLine::Paint(KRowPainter& painter, std::int32_t* coverage, bool inside) {
   std::uint32_t sum = inside ? kFull : 0;
   std::int32_t done = 0;
-  for (std::int32_t block = NextBlock(0, 0); block < blocks_;) {
-    const std::int32_t after = NextBlock(block, UINT32_MAX);
-    std::int32_t from = 4 * block;
-    const std::int32_t to = std::min(4 * after, width_);
-    PaintLevel(painter, coverage, first_ + done, first_ + std::min(from, width_), sum);
-    for (std::int32_t column = from; column < to; ++column) {
-      sum += line_[column];
-      coverage[first_ + column] = Settled(sum);
+  coverage += first_;
+  // Pixels that no piece touches are all alike.
+  const auto paintLevel = [&](std::int32_t to) {
+    const std::int32_t level = Settled(sum);
+    if (level == 0 || done >= to) return;
+    if (level == kWhole) return painter.Solid(first_ + done, first_ + to);
+    std::fill(coverage + done, coverage + to, level);
+    painter.Covered(first_ + done, first_ + to);
+  };
+  const std::int32_t words = (blocks_ + 31) >> 5;
+  for (std::int32_t word = 0; word < words; ++word) {
+    std::uint32_t bits = touched_[word];
+    touched_[word] = 0;
+    while (bits != 0) {
+      const int first = std::countr_zero(bits);
+      const int count = std::countr_one(bits >> first);
+      bits &= count == 32 ? 0 : ~(((std::uint32_t{1} << count) - 1) << first);
+      const std::int32_t from = std::min(128 * word + 4 * first, width_);
+      const std::int32_t to = std::min(from + 4 * count, width_);
+      paintLevel(from);
+      sum = SumUp(coverage, from, to, sum);
+      painter.Covered(first_ + from, first_ + to);
+      done = to;
     }
-    std::fill(line_ + from, line_ + 4 * after, 0u);
-    painter.Covered(first_ + from, first_ + to);
-    done = to;
-    block = NextBlock(after, 0);
   }
-  PaintLevel(painter, coverage, first_ + done, first_ + width_, sum);
-  std::fill_n(touched_, (blocks_ + 31) >> 5, 0u);
+  line_[width_] = 0;
+  paintLevel(width_);
 }
 
 }  // namespace kalvora

@@ -2,6 +2,7 @@
 #ifndef KALVORA_RASTER_SWEEP_DIFFERENCELINE_H
 #define KALVORA_RASTER_SWEEP_DIFFERENCELINE_H
 
+#include <algorithm>
 #include <cstdint>
 
 #include "kalvora/raster/sweep/SlopedEdge.h"
@@ -40,10 +41,18 @@ class DifferenceLine {
   void Add(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t height,
            std::int32_t weight) {
     const std::int32_t column = (xTop >> 16) - first_;
-    if (column != (xBottom >> 16) - first_) {
-      AddSlanted(edge, xTop, xBottom, height, weight);
-    } else {
+    const std::int32_t over = (xBottom >> 16) - first_ - column;
+    if (over == 0) {
       AddUpright(column, (xTop & 0xFFFF) + (xBottom & 0xFFFF), height, weight);
+    } else if (over == 1 && IsDrawn(column) && IsDrawn(column + 1)) {
+      const std::uint32_t toBorder = 0x10000 - static_cast<std::uint32_t>(xTop & 0xFFFF);
+      AddTwo(column, HeightAfter(edge, toBorder, height), xTop, xBottom, height, weight);
+    } else if (over == -1 && IsDrawn(column) && IsDrawn(column - 1)) {
+      const auto toBorder = static_cast<std::uint32_t>(xTop & 0xFFFF);
+      AddTwo(column - 1, height - HeightAfter(edge, toBorder, height), xBottom, xTop, height,
+             weight);
+    } else {
+      AddSlanted(edge, xTop, xBottom, height, weight);
     }
   }
   /// The same for a vertical line.
@@ -55,18 +64,43 @@ class DifferenceLine {
   void Paint(KRowPainter& painter, std::int32_t* coverage, bool inside);
 
  private:
+  bool IsDrawn(std::int32_t column) const {
+    return static_cast<std::uint32_t>(column) < static_cast<std::uint32_t>(width_);
+  }
+  // Height that the edge gains over a distance in x; not more than that of the piece.
+  static std::int32_t HeightAfter(SlopedEdge& edge, std::uint32_t distance, std::int32_t height) {
+    edge.NeedGain();
+    const std::uint64_t product = std::uint64_t{edge.gain} * distance;
+    return static_cast<std::int32_t>(
+        std::min<std::uint64_t>(product >> edge.shift, static_cast<std::uint32_t>(height)));
+  }
+  // height x fraction, a fraction of up to 2.0 in 16.16.
+  static std::int32_t Share(std::int32_t height, std::int32_t fraction) {
+    return static_cast<std::int32_t>((std::int64_t{height} * fraction) >> 16);
+  }
   // Within one column, counted from the first; `fractions` is the sum of those of both x.
   void AddUpright(std::int32_t column, std::int32_t fractions, std::int32_t height,
                   std::int32_t weight) {
-    if (static_cast<std::uint32_t>(column) >= static_cast<std::uint32_t>(width_)) {
+    if (!IsDrawn(column)) {
       if (column < 0) Put(0, 2 * height * weight);
       return;
     }
-    const auto beside = static_cast<std::int32_t>((std::int64_t{height} * fractions) >> 16);
+    const std::int32_t beside = Share(height, fractions);
     line_[column] += static_cast<std::uint32_t>(weight * (2 * height - beside));
     line_[column + 1] += static_cast<std::uint32_t>(weight * beside);
     Mark(column);
     Mark(column + 1);
+  }
+  // In a column and the next one; see AddSlanted.
+  void AddTwo(std::int32_t column, std::int32_t reached, std::int32_t low, std::int32_t high,
+              std::int32_t height, std::int32_t weight) {
+    const std::int32_t entering = Share(reached, 0x10000 - (low & 0xFFFF));
+    const std::int32_t beyond = Share(height - reached, high & 0xFFFF);
+    line_[column] += static_cast<std::uint32_t>(weight * entering);
+    line_[column + 1] += static_cast<std::uint32_t>(weight * (2 * height - beyond - entering));
+    line_[column + 2] += static_cast<std::uint32_t>(weight * beyond);
+    Mark(column);
+    Mark(column + 2);
   }
   void AddSlanted(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t height,
                   std::int32_t weight);
@@ -79,9 +113,8 @@ class DifferenceLine {
     touched_[column >> 7] |= std::uint32_t{1} << ((column >> 2) & 31);
   }
   void MarkRange(std::int32_t from, std::int32_t last);
-  std::int32_t NextBlock(std::int32_t block, std::uint32_t flip) const;
-  void PaintLevel(KRowPainter& painter, std::int32_t* coverage, std::int32_t from, std::int32_t to,
-                  std::uint32_t sum);
+  std::uint32_t SumUp(std::int32_t* coverage, std::int32_t from, std::int32_t to,
+                      std::uint32_t sum);
 
   KStack* stack_;
   std::int32_t first_;

@@ -59,13 +59,14 @@ void RowSweep::Walk(RowEntry& entry) {
   std::int32_t y = chain.starts ? chain.edge.y0 : top_;
   Extent extent{x, x};
   if (chain.starts) extent.Include(chain.xBottom);
-  SlopedEdge& edge = chain.turns ? chain.below : chain.edge;
-  if (chain.turns) edge = chain.edge;
-  while (edge.y1 <= bottom_) {
-    if (chain.role != 0) line_.Add(edge, x, edge.x1, (edge.y1 - y) << kHeightBits, chain.role);
-    y = edge.y1;
-    x = edge.x1;
-    if (!edge.Continue(chain.winding, y, extent)) {
+  SlopedEdge* at = &chain.edge;
+  while (at->y1 <= bottom_) {
+    if (chain.role != 0) line_.Add(*at, x, at->x1, (at->y1 - y) << kHeightBits, chain.role);
+    y = at->y1;
+    x = at->x1;
+    const KVertex2D* vertex = at->lower;
+    at = &chain.below;
+    if (!at->Find(vertex, chain.winding, y, extent)) {
       extent.Include(x);
       chain.xBottom = x;
       chain.ends = changed_ = true;
@@ -73,8 +74,9 @@ void RowSweep::Walk(RowEntry& entry) {
       entry.high = extent.high;
       return;
     }
-    x = edge.x0;
+    x = at->x0;
   }
+  SlopedEdge& edge = *at;
   edge.NeedRatio();
   chain.travel = edge.TravelTo(bottom_);
   chain.xBottom = edge.AfterTravel(chain.travel);
