@@ -23,7 +23,7 @@ struct RasterJob : PaintJob {
 /// The pixels to be drawn, ends exclusive.
 struct DrawnBox {
   /// What lies as far beside them, in pixels, is not looked at, but for what it winds around.
-  static constexpr std::int32_t kMargin = 33;
+  static constexpr std::int32_t kMargin = 66;
 
   std::int32_t x0, y0, x1, y1;
 };

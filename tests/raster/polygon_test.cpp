@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "kalvora/raster/sweep/longdivision.h"
+
 #include "tests/common/Random.h"
 #include "tests/raster/AreaReference.h"
 #include "tests/raster/Canvas.h"
@@ -242,6 +244,19 @@ TEST(Polygon, ClipRectanglesCrop) {
         ASSERT_EQ(cropped.At(x, y), inside ? whole.At(x, y) : 0) << i << " at " << x << "," << y;
       }
     }
+  }
+}
+
+// Without a divider quotients are the divider's own.
+TEST(Polygon, LongDivision) {
+  Random random(23);
+  for (int i = 0; i < 100000; ++i) {
+    const std::uint32_t spread = random.Next() >> random.Below(32);
+    const std::uint32_t d = (random.OneIn(2) ? spread : 0u - spread) | 0x80000000u;
+    const std::uint32_t hi = random.OneIn(4) ? d - 1 - (spread & 3) : random.Below(d);
+    const std::uint32_t lo = random.OneIn(2) ? random.Next() : 0;
+    const auto quotient = static_cast<std::uint32_t>((std::uint64_t{hi} << 32 | lo) / d);
+    ASSERT_EQ(kalvora::DivideByNewton(hi, lo, d), quotient) << hi << " " << lo << " " << d;
   }
 }
 

@@ -5,20 +5,24 @@
 #include <utility>
 
 #include "kalvora/raster/KStack.h"
+#include "kalvora/raster/sweep/longdivision.h"
 
 namespace kalvora {
 namespace {
 
 bool AreInverted(ChainCursor& a, ChainCursor& b, std::int32_t y) { return a.XAt(y) > b.XAt(y); }
 
-// Where two pieces cross that are inverted at y, the lower end of what they have in common: rounded
-// up, from their own heights only.
+// Where two pieces cross that are inverted at y, the lower end of what they have in common: from
+// their own heights only, and up to two units below where they meet.
 std::int32_t CrossingOf(ChainCursor& a, ChainCursor& b, std::int32_t y) {
   const std::int32_t from = std::max(a.top, b.top);
-  const std::int64_t before = std::int64_t{b.XAt(from)} - a.XAt(from);
+  const std::int32_t before = b.XAt(from) - a.XAt(from);
   if (before <= 0) return from;
-  const std::int64_t whole = before + a.XAt(y) - b.XAt(y);
-  return from + static_cast<std::int32_t>((before * (y - from) + whole - 1) / whole);
+  const auto part = static_cast<std::uint32_t>(before);
+  const std::uint32_t whole = part + static_cast<std::uint32_t>(a.XAt(y) - b.XAt(y));
+  const auto height = static_cast<std::uint32_t>(y - from);
+  const std::uint64_t meet = (FractionOf(part, whole) + std::uint64_t{1}) * height >> 32;
+  return from + static_cast<std::int32_t>(std::min<std::uint64_t>(meet + 1, height));
 }
 
 }  // namespace

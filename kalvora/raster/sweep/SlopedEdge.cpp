@@ -5,6 +5,7 @@
 
 #include "kalvora/core/division.h"
 #include "kalvora/raster/ring.h"
+#include "kalvora/raster/sweep/longdivision.h"
 
 namespace kalvora {
 
@@ -35,8 +36,14 @@ void SlopedEdge::Set(const KVertex2D* upper, const KVertex2D* to) {
 void SlopedEdge::FindRatio() {
   const auto dy = static_cast<std::uint32_t>(y1) - static_cast<std::uint32_t>(y0);
   const std::int64_t dx = std::int64_t{x1} - x0;
-  const auto width = static_cast<std::uint64_t>(dx < 0 ? -dx : dx);
-  const auto steep = static_cast<std::int64_t>((width << 32) / dy);
+  auto width = static_cast<std::uint32_t>(dx < 0 ? -dx : dx);
+  std::int64_t steep = 0;
+  if (width >= dy) {
+    const auto [whole, rest] = DivModDivider(width, dy);
+    steep = static_cast<std::int64_t>(whole) * (std::int64_t{1} << 32);
+    width = rest;
+  }
+  steep += FractionOf(width, dy);
   ratio = dx < 0 ? -steep : steep;
   hasRatio = true;
 }
@@ -49,7 +56,8 @@ void SlopedEdge::FindGain() {
                              : static_cast<std::uint32_t>(x0) - static_cast<std::uint32_t>(x1);
   const int high = std::countl_zero(dy);
   const int wide = std::countl_zero(width);
-  gain = static_cast<std::uint32_t>((std::uint64_t{dy << high} << 31) / (width << wide));
+  const std::uint32_t most = dy << high;
+  gain = DivideLong(most >> 1, most << 31, width << wide);
   const int places = 31 + high - wide - kHeightBits;
   if (places < 0) gain = UINT32_MAX;
   shift = static_cast<std::uint8_t>(std::max(places, 0));

@@ -10,9 +10,8 @@
 namespace kalvora {
 
 /// Heights inside a row are counted downward from its top in units of 2^-26: so fine that within
-/// one of them no edge, however flat, moves by more than kFarthestStep pixels. Then a crossing,
-/// whose height is rounded to a unit, that lies this far beside the clip cannot change what is
-/// inside.
+/// two of them, the rounding of a crossing, no edge moves by more than 64 pixels, however flat it
+/// is. So crossings that lie further than that beside the pixels drawn cannot change them.
 inline constexpr std::int32_t kHeightBits = 10;  // beyond 16.16
 inline constexpr std::int32_t kWholeHeight = 0x10000 << kHeightBits;
 
