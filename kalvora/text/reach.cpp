@@ -31,14 +31,17 @@ void Reach::Include(const KFTFont& font, KFixed size) {
     margin = std::max(margin, std::int64_t{face.available_sizes[i].y_ppem} * 1024 * 2);
   }
   if (FT_HAS_FIXED_SIZES(&face)) margin = std::max(margin, std::int64_t{size.raw} * 2);
-  Box own = {0, 0, 0, 0};
+  // Some fonts say too little: glyphs of a usual size are always reckoned with.
+  const std::int64_t em = std::max<std::int64_t>(size.raw, 0);
+  Box own = {-em, -2 * em, 2 * em, em};
   std::int64_t widest = 0;
   if (face.units_per_EM > 0) {
     const auto pixels = [&](std::int64_t units) {
       return std::clamp<std::int64_t>(units, -(1 << 24), 1 << 24) * size.raw / face.units_per_EM;
     };
-    own = {pixels(face.bbox.xMin), -pixels(face.bbox.yMax), pixels(face.bbox.xMax),
-           -pixels(face.bbox.yMin)};
+    own = {std::min(own.left, pixels(face.bbox.xMin)), std::min(own.top, -pixels(face.bbox.yMax)),
+           std::max(own.right, pixels(face.bbox.xMax)),
+           std::max(own.bottom, -pixels(face.bbox.yMin))};
     widest = pixels(face.max_advance_width);
   }
   box = {std::min(box.left, own.left - margin), std::min(box.top, own.top - margin),
