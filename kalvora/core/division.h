@@ -3,6 +3,7 @@
 #ifndef KALVORA_CORE_DIVISION_H
 #define KALVORA_CORE_DIVISION_H
 
+#include <array>
 #include <bit>
 #include <cstdint>
 
@@ -184,6 +185,57 @@ constexpr std::uint32_t MulDivDivider(std::uint32_t a, std::uint32_t b, std::uin
   const std::uint64_t product = std::uint64_t{a} * b;
   return Divide(static_cast<std::uint32_t>(product >> 32), static_cast<std::uint32_t>(product), 32,
                 c);
+}
+
+// 64-bit quotients. -------------------------------------------------------------------------------
+
+/// 2^63 / d at the middles of the intervals of d's first eight bits.
+inline constexpr auto kReciprocals = [] {
+  std::array<std::uint32_t, 128> table{};
+  for (std::uint32_t i = 0; i < table.size(); ++i) {
+    table[i] = static_cast<std::uint32_t>((std::uint64_t{1} << 63) /
+                                          ((2 * std::uint64_t{i + 128} + 1) << 23));
+  }
+  return table;
+}();
+
+/// 2^63 / d modulo 2^32 for d of 2^31 and more, within 4 units and at most 2 too large: two Newton
+/// steps x' = x (2 - d x) from a table that is right to eight bits.
+constexpr std::uint32_t ReciprocalByNewton(std::uint32_t d) {
+  std::uint32_t x = kReciprocals[(d >> 24) - 128];
+  for (int i = 0; i < 2; ++i) {
+    const auto product = static_cast<std::uint32_t>(std::uint64_t{d} * x >> 32);
+    x = static_cast<std::uint32_t>(std::uint64_t{x} * (0u - product) >> 31);
+  }
+  return x;
+}
+
+/// floor(a / b), b > 0, by multiplications where it has at most 31 bits.
+constexpr std::uint64_t QuotientByNewton(std::uint64_t a, std::uint64_t b) {
+  if (a < b) return 0;
+  const int up = std::countl_zero(b), bits = up - std::countl_zero(a);
+  if (bits > 30) return a / b;
+  // Both as fractions of 32 bits. The reciprocal is made too small rather than too large: by 2 for
+  // itself and by 2 for the divisor's lost bits; few units are missing then.
+  const auto high = static_cast<std::uint32_t>(a << (up - bits) >> 32);
+  const auto divisor = static_cast<std::uint32_t>(b << up >> 32);
+  const std::uint32_t reciprocal = ReciprocalByNewton(divisor) - 5;
+  std::uint64_t quotient = std::uint64_t{high} * reciprocal >> (63 - bits);
+  for (std::uint64_t rest = a - quotient * b; rest >= b; rest -= b) ++quotient;
+  return quotient;
+}
+
+/// floor(a / b), b > 0.
+constexpr std::uint64_t Quotient(std::uint64_t a, std::uint64_t b) {
+  if constexpr (!kHasDivider64) return QuotientByNewton(a, b);
+  return a / b;
+}
+
+/// a / b toward zero, b > 0.
+constexpr std::int64_t Quotient(std::int64_t a, std::int64_t b) {
+  const auto divisor = static_cast<std::uint64_t>(b);
+  return a < 0 ? -static_cast<std::int64_t>(Quotient(static_cast<std::uint64_t>(-a), divisor))
+               : static_cast<std::int64_t>(Quotient(static_cast<std::uint64_t>(a), divisor));
 }
 
 }  // namespace kalvora

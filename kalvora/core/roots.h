@@ -30,24 +30,28 @@ constexpr std::uint32_t Root(Word v) {
   return static_cast<std::uint32_t>(root);
 }
 
+/// 1 / sqrt at the middles of the intervals from 16/64 on, 30 fraction bits. (A table inside the
+/// function would be copied to the stack at every call.)
+inline constexpr auto kInverseRoots = [] {
+  std::array<std::uint32_t, 48> table{};
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    const std::uint64_t middle = (2 * (std::uint64_t{i} + 16) + 1) << 57;
+    table[i] = static_cast<std::uint32_t>((std::uint64_t{1} << 62) / Root(middle));
+  }
+  return table;
+}();
+
 /// 1 / sqrt(m / 2^32) for m of 2^30 and more, 30 fraction bits: three Newton steps
 /// y' = y (3 - m y^2) / 2 from a table that is right to six bits.
 constexpr std::uint32_t InverseRoot(std::uint32_t m) {
-  constexpr auto kFirst = [] {
-    std::array<std::uint32_t, 48> table{};
-    for (std::size_t i = 0; i < table.size(); ++i) {
-      const std::uint64_t middle = (2 * (std::uint64_t{i} + 16) + 1) << 57;
-      table[i] = static_cast<std::uint32_t>((std::uint64_t{1} << 62) / Root(middle));
-    }
-    return table;
-  }();
-  std::uint64_t y = kFirst[(m >> 26) - 16];
+  // All in words of 32 bits, whose products one instruction forms.
+  std::uint32_t y = kInverseRoots[(m >> 26) - 16];
   for (int i = 0; i < 3; ++i) {
-    const std::uint64_t squared = y * y >> 31;
-    const std::uint64_t product = m * squared >> 32;
-    y = y * ((std::uint64_t{3} << 29) - product) >> 30;
+    const auto squared = static_cast<std::uint32_t>(std::uint64_t{y} * y >> 31);
+    const auto product = static_cast<std::uint32_t>(std::uint64_t{m} * squared >> 32);
+    y = static_cast<std::uint32_t>(std::uint64_t{y} * ((3u << 29) - product) >> 30);
   }
-  return static_cast<std::uint32_t>(y);
+  return y;
 }
 
 }  // namespace kalvora

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "kalvora/core/division.h"
 #include "kalvora/geometry/bezier.h"
 
 using namespace kalvora;
@@ -71,7 +72,7 @@ std::uint32_t DashPattern::Boundaries(const Subpath& subpath) const {
     std::int64_t length = LengthOf(Between(from, to)) + 1;
     length = (length << kExtraBits) + length;
     if (length > round_) {
-      const std::int64_t rounds = length / round_;
+      const std::int64_t rounds = Quotient(length, round_);
       boundaries += static_cast<std::uint64_t>(rounds) * boundariesOfRound_;
       length -= rounds * round_;
     }

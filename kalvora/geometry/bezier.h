@@ -97,7 +97,7 @@ constexpr std::int64_t RoughLength(Span v) { return std::max(Extent(v), Bound(v)
 
 /// The most steps of one piece, and the most that one may turn (20 degrees, 16.16).
 inline constexpr std::int64_t kMostSteps = 6;
-inline constexpr std::int64_t kMostStepTurn = 22876;
+inline constexpr std::uint32_t kMostStepTurn = 22876;
 
 /// Mean height of a curve above its chord, to the left of it as seen on the screen: the area
 /// between them, a sum of products of the control points, over the chord's length.
@@ -112,10 +112,10 @@ std::int64_t MeanHeight(const Bezier<ORDER>& piece) {
   for (Span& s : v) s = {s.x >> shift, s.y >> shift};
   const std::int64_t length = RoughLength(v[ORDER - 1]);
   if (length == 0) return 0;
+  if constexpr (ORDER == 2) return Quotient(Cross(v[0], v[1]), 3 * length) << shift;
   const std::int64_t area =
-      ORDER == 2 ? Cross(v[0], v[1]) / 3
-                 : (3 * (Cross(v[0], v[1]) + Cross(v[0], v[2])) + 6 * Cross(v[1], v[2])) / 20;
-  return area / length << shift;
+      3 * (Cross(v[0], v[1]) + Cross(v[0], v[ORDER - 1])) + 6 * Cross(v[1], v[ORDER - 1]);
+  return Quotient(area, 20 * length) << shift;
 }
 
 /// Whether every control point lies so near to the chord that the curve stays within `flatness`.
@@ -181,19 +181,22 @@ std::int64_t StepsOf(const Bezier<ORDER>& piece, const Pen& pen) {
     const std::int64_t ahead = Dot(leg[i], leg[i + 1]);
     if (ahead <= 0) return 0;
     across[i] = Abs(Cross(leg[i], leg[i + 1])) << 16;
-    turn += across[i] / ahead;
+    turn += Quotient(across[i], ahead);
     const Span change = leg[i + 1] - leg[i];
     bend = std::max(bend, Abs(Cross(chord, change)));
   }
-  turn = std::max({turn, (ORDER - 1) * across[0] / Dot(leg[0], leg[0]),
-                   (ORDER - 1) * across[ORDER - 2] / Dot(leg[ORDER - 1], leg[ORDER - 1])});
+  const auto rate = [](std::int64_t sine, Span v) {
+    return Quotient((ORDER - 1) * sine, std::max<std::int64_t>(Dot(v, v), 1));
+  };
+  turn = std::max({turn, rate(across[0], leg[0]), rate(across[ORDER - 2], leg[ORDER - 1])});
   if (turn > 4 * kOne.raw) return 0;
 
   // max |B''| / 8: B'' = 2 (leg 2 - leg 1) for a quadratic, 6 times a difference for a cubic.
-  const std::int64_t height = bend / std::max<std::int64_t>(RoughLength(chord), 1) << shift;
+  const std::int64_t height = Quotient(bend, std::max<std::int64_t>(RoughLength(chord), 1))
+                              << shift;
   const std::int64_t sag = ORDER == 2 ? height / 4 : height / 4 * 3;
   const std::int64_t swing = (pen.radius.raw * turn >> 16) * turn >> 3;
-  std::int64_t n = (turn + kMostStepTurn - 1) / kMostStepTurn;
+  std::int64_t n = (static_cast<std::uint32_t>(turn) + kMostStepTurn - 1) / kMostStepTurn;
   n = std::max<std::int64_t>(n, 1);
   while (n <= kMostSteps && n * n * pen.flatness < sag + swing) ++n;
   return n;

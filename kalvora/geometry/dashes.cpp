@@ -22,7 +22,7 @@ std::int64_t GetBezierLen(const Bezier<ORDER>& piece) {
   const std::int64_t chord = LengthOf(piece.p[ORDER] - piece.p[0]);
   std::int64_t polygon = 0;
   for (int i = 0; i < ORDER; ++i) polygon += LengthOf(piece.Leg(i));
-  return (2 * chord + (ORDER - 1) * polygon) / (ORDER + 1);
+  return Quotient(2 * chord + (ORDER - 1) * polygon, std::int64_t{ORDER + 1});
 }
 
 /// The parameter, 30 fraction bits, at which a piece that turns little has gone `part` of its way:
@@ -31,19 +31,24 @@ template <int ORDER>
 std::int64_t ParameterAt(const Bezier<ORDER>& piece, std::int64_t part, std::int64_t accuracy) {
   const Span chord = piece.p[ORDER] - piece.p[0];
   const int shift = ReducingShift(chord);
-  std::int64_t x[ORDER + 1];
+  // Both below 2^28: a quarter of their product leaves 30 bits, and words suffice from here on.
+  std::int32_t x[ORDER + 1];
   for (int i = 0; i <= ORDER; ++i) {
     const Span v = piece.p[i] - piece.p[0];
-    x[i] = Dot({v.x >> shift, v.y >> shift}, {chord.x >> shift, chord.y >> shift});
-    x[i] >>= Unit::kBits - 2;
+    const std::int64_t along =
+        Dot({v.x >> shift, v.y >> shift}, {chord.x >> shift, chord.y >> shift});
+    x[i] = static_cast<std::int32_t>(along >> (Unit::kBits - 2));
   }
-  const std::int64_t wanted = x[ORDER] * part >> Unit::kBits;
-  std::int64_t t = 0;
-  for (std::int64_t step = Unit::kOne >> 1; step > accuracy; step >>= 1) {
-    std::int64_t y[ORDER + 1];
+  const auto wanted = static_cast<std::int32_t>(x[ORDER] * part >> Unit::kBits);
+  std::int32_t t = 0;
+  for (std::int32_t step = Unit::kOne >> 1; step > accuracy; step >>= 1) {
+    std::int32_t y[ORDER + 1];
     for (int i = 0; i <= ORDER; ++i) y[i] = x[i];
     for (int n = ORDER; n > 0; --n) {
-      for (int i = 0; i < n; ++i) y[i] += (y[i + 1] - y[i]) * (t + step) >> Unit::kBits;
+      for (int i = 0; i < n; ++i) {
+        y[i] +=
+            static_cast<std::int32_t>(std::int64_t{y[i + 1] - y[i]} * (t + step) >> Unit::kBits);
+      }
     }
     if (y[0] < wanted) t += step;
   }

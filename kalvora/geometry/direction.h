@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "kalvora/core/KVertex2D.h"
+#include "kalvora/core/division.h"
 #include "kalvora/core/roots.h"
 
 namespace kalvora {
@@ -70,7 +71,7 @@ constexpr std::int64_t Ratio(std::int64_t part, std::int64_t whole) {
     part >>= 1;
     whole >>= 1;
   }
-  return part * Unit::kOne / whole;
+  return Quotient(part * Unit::kOne, whole);
 }
 
 /// v t for t in 0..1, 30 fraction bits. Long vectors keep what 2^-13 units can tell.
@@ -94,7 +95,11 @@ constexpr Polar ToPolar(Span v) {
   const std::int64_t x = shift >= 0 ? v.x * (std::int64_t{1} << shift) : v.x >> -shift;
   const std::int64_t y = shift >= 0 ? v.y * (std::int64_t{1} << shift) : v.y >> -shift;
   // The squared length, 2^58 to 2^61, as m / 2^32 in 1/4 to 1.
-  const auto square = static_cast<std::uint64_t>(x * x + y * y);
+  const auto squareOf = [](std::int64_t component) {
+    const auto word = static_cast<std::int32_t>(component);
+    return std::int64_t{word} * word;
+  };
+  const auto square = static_cast<std::uint64_t>(squareOf(x) + squareOf(y));
   const int half = std::countl_zero(square) / 2;
   const auto m = static_cast<std::uint32_t>(square << 2 * half >> 32);
   const std::int64_t inverse = InverseRoot(m);

@@ -52,6 +52,19 @@ TEST(Division, LoopsDividersAndExactQuotientsAgree) {
   }
 }
 
+// Quotients of every length, a third of them at a whole number or one beside it.
+TEST(Division, WideQuotientsAreExact) {
+  Random random(2);
+  for (int i = 0; i < kCases; ++i) {
+    const std::uint64_t b = random.Next64() >> random.Below(64) | 1;
+    const std::uint64_t near = b * (random.Next() >> random.Below(32)) + random.Below(3) - 1;
+    const std::uint64_t a = random.OneIn(3) ? near : random.Next64() >> random.Below(64);
+    ASSERT_EQ(QuotientByNewton(a, b), a / b) << a << ' ' << b;
+    const auto n = static_cast<std::int64_t>(a) / 2, d = static_cast<std::int64_t>(b >> 1) + 1;
+    ASSERT_EQ(Quotient(n, d), n / d) << n << ' ' << d;
+  }
+}
+
 TEST(Division, QuotientKeepsItsPeculiarities) {
   const struct {
     std::uint32_t a, b, quotient;
