@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
-#include <cstring>
 
 #include "kalvora/core/division.h"
 #include "kalvora/core/roots.h"
@@ -94,18 +93,18 @@ void PaintRow(const Loops& loops, RampWalk& walk, std::uint32_t* to, const std::
 /// Rows that are all alike: colours once, then copies.
 template <bool Blend>
 void PaintAcross(const Loops& loops, RampWalk walk, const Block& block) {
-  std::uint32_t colors[kBlock];
-  for (int x = 0; x < block.n; x += kBlock) {
-    const int n = std::min(block.n - x, kBlock);
-    std::uint32_t* to = block.to + x;
+  if constexpr (!Blend) {
+    walk.WriteAll(block.to, block.n);
+    loops.pixels.copyBlock({block.to + block.stride, block.stride, block.n, block.rows - 1},
+                           block.to, 0);
+    return;
+  }
+  constexpr int kMost = 256;
+  std::uint32_t colors[kMost];
+  for (int x = 0; x < block.n; x += kMost) {
+    const int n = std::min(block.n - x, kMost);
     walk.WriteAll(colors, n);
-    for (int y = 0; y < block.rows; ++y, to += block.stride) {
-      if constexpr (Blend) {
-        PutPixels<false>(loops, to, colors, nullptr, n);
-      } else {
-        std::memcpy(to, colors, static_cast<std::size_t>(n) * sizeof *to);
-      }
-    }
+    loops.pixels.overBlock({block.to + x, block.stride, n, block.rows}, colors, 0);
   }
 }
 

@@ -17,6 +17,7 @@ struct Placed {
 
   std::uint32_t top[kRoom], bottom[kRoom], weightX[kRoom], weightY[kRoom];
 
+  Placed() { Set(0, 0, 0, 0, 0); }
   void Set(int i, std::size_t first, std::size_t second, std::uint32_t x, std::uint32_t y) {
     top[i] = static_cast<std::uint32_t>(first);
     bottom[i] = static_cast<std::uint32_t>(second);
@@ -103,7 +104,7 @@ template <KRepeatRule R>
 void BilinearSampler<R>::ReadPlaced(std::uint32_t* to, int n) {
   Placed placed;
   const auto mix = [&] {
-    for (int i = n; i < n + 8; ++i) placed.Set(i, placed.top[0], placed.top[0], 0, 0);
+    for (int i = n; i % 8 != 0; ++i) placed.Set(i, 0, 0, 0, 0);
     loops_.mix(to, n, source_.pixels, placed.top, placed.bottom, placed.weightX, placed.weightY);
   };
   if constexpr (R == KRepeatTile) {
@@ -120,11 +121,8 @@ void BilinearSampler<R>::ReadPlaced(std::uint32_t* to, int n) {
     };
     const auto inside = [&](std::uint32_t* top, int count) {
       const auto i = top - placed.top;
-      const auto stride = static_cast<std::uint32_t>(source_.stride);
-      loops_.place(top, placed.weightX + i, placed.weightY + i, count,
-                   {at_.u, at_.v, at_.du, at_.dv}, stride);
-      std::transform(top, top + count, placed.bottom + i,
-                     [stride](std::uint32_t offset) { return offset + stride; });
+      loops_.place(top, placed.bottom + i, placed.weightX + i, placed.weightY + i, count,
+                   {at_.u, at_.v, at_.du, at_.dv}, static_cast<std::uint32_t>(source_.stride));
       at_.u += static_cast<std::uint32_t>(count) * at_.du;
       at_.v += static_cast<std::uint32_t>(count) * at_.dv;
     };

@@ -126,10 +126,10 @@ struct Places {
 /// the source, below 2^32, and of weights; these have room for n rounded up to a multiple of 8, and
 /// are read so far: their last offsets are good ones too.
 struct TurnLoops {
-  /// offset[i] = (v_i >> 16) stride + (u_i >> 16) 4, for coordinates that stay in 0..2^31, and the
-  /// weights of their fractions: ((f & 0xFFFF) + 0x7F) >> 8.
-  void (*place)(std::uint32_t* offset, std::uint32_t* weightX, std::uint32_t* weightY, int n,
-                const Places& places, std::uint32_t stride);
+  /// top[i] = (v_i >> 16) stride + (u_i >> 16) 4 and bottom[i] = top[i] + stride, for coordinates
+  /// that stay in 0..2^31, and the weights of their fractions: ((f & 0xFFFF) + 0x7F) >> 8.
+  void (*place)(std::uint32_t* top, std::uint32_t* bottom, std::uint32_t* weightX,
+                std::uint32_t* weightY, int n, const Places& places, std::uint32_t stride);
   /// out[i] = lerp(lerp(p, the pixel behind p, x), lerp(q, the pixel behind q, x), y), p being the
   /// pixel at top[i], q that at bottom[i], x and y the weights
   void (*mix)(std::uint32_t* out, int n, const std::uint8_t* source, const std::uint32_t* top,

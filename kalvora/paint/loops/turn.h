@@ -9,18 +9,20 @@
 namespace kalvora::KALVORA_WIDTH {
 namespace {
 
-void Place(std::uint32_t* offset, std::uint32_t* weightX, std::uint32_t* weightY, int n,
-           const Places& places, std::uint32_t stride) {
+void Place(std::uint32_t* top, std::uint32_t* bottom, std::uint32_t* weightX,
+           std::uint32_t* weightY, int n, const Places& places, std::uint32_t stride) {
   Words u = Series(places.u, places.du), v = Series(places.v, places.dv);
-  const Words du = All(kLanes * places.du), dv = All(kLanes * places.dv), rows = All(stride);
+  const Words du = All(kLanes * places.du), dv = All(kLanes * places.dv), down = All(stride);
   const auto weight = [](Words w) { return ((w & 0xFFFF) + 0x7F) >> 8; };
   for (int i = 0; i < n; i += kLanes, u += du, v += dv) {
-    Store(offset + i, (v >> 16) * rows + (u >> 16) * 4);
+    const Words offset = (v >> 16) * down + (u >> 16) * 4;
+    Store(top + i, offset);
+    Store(bottom + i, offset + down);
     Store(weightX + i, weight(u));
     Store(weightY + i, weight(v));
   }
   // Behind the last pixel coordinates may lie anywhere.
-  for (int i = n; i & (kLanes - 1); ++i) offset[i] = offset[0];
+  for (int i = n; i & (kLanes - 1); ++i) top[i] = bottom[i] = top[0];
 }
 
 void MixTurned(std::uint32_t* out, int n, const std::uint8_t* source, const std::uint32_t* top,
