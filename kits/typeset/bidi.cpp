@@ -21,6 +21,8 @@ FriBidiParType BaseOf(KTextDirection direction) {
   }
 }
 
+Level LevelOf(FriBidiParType base) { return static_cast<Level>(FRIBIDI_IS_RTL(base)); }
+
 bool EndsPart(char32_t c) {
   return c == U'\n' || c == U'\r' || (c >= 0x1C && c <= 0x1E) || c == 0x85 || c == 0x2029;
 }
@@ -54,11 +56,10 @@ void FindLevels(std::u32string_view text, KTextDirection direction, std::vector<
       fribidi_get_bracket_types(characters, length, types.data(), brackets.data());
       if (fribidi_get_par_embedding_levels_ex(types.data(), brackets.data(), length, &base,
                                               levels.data() + begin) == 0) {
-        std::fill_n(levels.begin() + static_cast<std::ptrdiff_t>(begin), length,
-                    Level{FRIBIDI_IS_RTL(base)});
+        std::fill_n(levels.begin() + static_cast<std::ptrdiff_t>(begin), length, LevelOf(base));
       }
     }
-    parts.push_back({end, Level{FRIBIDI_IS_RTL(base)}});
+    parts.push_back({end, LevelOf(base)});
     begin = end;
   } while (begin < text.size());
 }

@@ -58,7 +58,7 @@ class Before {
     const std::size_t most = std::min(text.size(), characters_.size());
     const auto differ = std::mismatch(text.begin(), text.begin() + most, characters_.begin());
     same_ = static_cast<std::uint32_t>(differ.first - text.begin());
-    if (same_ == text.size() && same_ == characters_.size()) return;
+    changed_ = same_ < text.size() || same_ < characters_.size();
     std::size_t tail = 0;
     while (tail < most - same_ &&
            text[text.size() - 1 - tail] == characters_[characters_.size() - 1 - tail]) {
@@ -73,7 +73,7 @@ class Before {
     // HarfBuzz looks at five characters around an item.
     constexpr std::uint32_t kContext = 5;
     std::int64_t moved = 0;
-    if (sameAgain_ > 0 && item.end + kContext > same_) {
+    if (changed_ && item.end + kContext > same_) {
       if (item.begin < sameAgain_ + kContext) return false;
       moved = moved_;
     }
@@ -97,8 +97,9 @@ class Before {
   std::vector<Item> items_;
   std::vector<Glyph> glyphs_;
   std::size_t next_ = 0;
+  bool changed_ = false;
   std::uint32_t same_ = 0;       // characters up to here are the same
-  std::uint32_t sameAgain_ = 0;  // and from here on; 0 when all are
+  std::uint32_t sameAgain_ = 0;  // and from here on
   std::int64_t moved_ = 0;       // by so many, towards the old place
 };
 

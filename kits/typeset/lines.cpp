@@ -99,7 +99,8 @@ KLength LineMaker::TabWidth(const Item& item, KLength x) {
 KLength LineMaker::HyphenWidth(std::uint32_t character) {
   mark_.clear();
   const Item item = MarkItem(content_.ItemOf(character), U'-');
-  return WidthOf(mark_.data(), shaper_.ShapeMark(U"-", item, character, mark_));
+  const std::uint32_t count = shaper_.ShapeMark(U"-", item, character, mark_);
+  return WidthOf(mark_.data(), count);
 }
 
 KLength LineMaker::Advance(std::uint32_t i, KLength x) {

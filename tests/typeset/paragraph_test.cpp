@@ -150,6 +150,12 @@ TEST(Paragraph, EditsGiveWhatANewTextGives) {
       if (HasFatalFailure()) FAIL() << "seed " << seed << ", edit " << edit;
     }
   }
+  // What is deleted at the beginning does not lend its glyphs.
+  KParagraph front = faces.Set("ab", 20);
+  front.SetStyle(0, 1, {faces.all[0], KFixed::FromInt(20), KColor32(255, 0, 0, 255)});
+  front.Height();
+  front.Replace(0, 1, "");
+  ExpectSame(front, faces.Set("b", 20));
   // Styles go with their characters.
   KParagraph styled = faces.Set("one two three", 20);
   styled.SetStyle(4, 7, small);
