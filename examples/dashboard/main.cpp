@@ -14,7 +14,7 @@ namespace {
 
 constexpr char kUsage[] =
     "kalvora-dashboard [--display fb0|kms0|shm] [--rotate DEGREES] [--buffers N] [--frames N]\n"
-    "                  [--font FILE] [--save FILE]\n"
+    "                  [--font FILE] [--save FILE] [--hold]\n"
     "\n"
     "  --display fb0   the framebuffer device /dev/fb0 (fb1 and so on likewise); the default\n"
     "  --display kms0  the mode-setting card /dev/dri/card0 (kms1 and so on likewise)\n"
@@ -25,7 +25,8 @@ constexpr char kUsage[] =
     "  --font FILE     the font of the lettering (DejaVu Sans)\n"
     "  --save FILE     at the end, draws the frames into a pixmap too and writes the last as a "
     "PPM\n"
-    "                  file: what is on screen must look exactly so\n";
+    "                  file: what is on screen must look exactly so\n"
+    "  --hold          then keeps the display open until a signal comes\n";
 
 struct Options {
   KDisplay display = KDisplayFramebuffer;
@@ -35,6 +36,7 @@ struct Options {
   unsigned frames = 0;
   const char* font = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
   const char* save = nullptr;
+  bool hold = false;
 };
 
 bool ParseNumber(const char* text, unsigned most, unsigned& number) {
@@ -57,19 +59,19 @@ bool ParseDisplay(const char* name, Options& options) {
 }
 
 bool Parse(int argc, char** argv, Options& options) {
-  const option names[] = {{"display", required_argument, nullptr, 'd'},
-                          {"buffers", required_argument, nullptr, 'b'},
-                          {"frames", required_argument, nullptr, 'f'},
-                          {"font", required_argument, nullptr, 't'},
-                          {"save", required_argument, nullptr, 's'},
-                          {"rotate", required_argument, nullptr, 'r'},
-                          {nullptr, 0, nullptr, 0}};
+  const option names[] = {
+      {"display", required_argument, nullptr, 'd'}, {"buffers", required_argument, nullptr, 'b'},
+      {"frames", required_argument, nullptr, 'f'},  {"font", required_argument, nullptr, 't'},
+      {"save", required_argument, nullptr, 's'},    {"rotate", required_argument, nullptr, 'r'},
+      {"hold", no_argument, nullptr, 'h'},          {nullptr, 0, nullptr, 0}};
   bool good = true;
   for (int name; good && (name = getopt_long(argc, argv, "", names, nullptr)) != -1;) {
     if (name == 't') options.font = optarg;
     if (name == 's') options.save = optarg;
+    if (name == 'h') options.hold = true;
     good =
-        name == 't' || name == 's' || (name == 'd' && ParseDisplay(optarg, options)) ||
+        name == 't' || name == 's' || name == 'h' ||
+        (name == 'd' && ParseDisplay(optarg, options)) ||
         (name == 'r' && ParseNumber(optarg, 270, options.rotation) && options.rotation % 90 == 0) ||
         (name == 'b' && ParseNumber(optarg, 3, options.buffers) && options.buffers > 0) ||
         (name == 'f' && ParseNumber(optarg, 1000000000, options.frames));
@@ -143,11 +145,15 @@ int main(int argc, char** argv) {
   const Clock::time_point start = Clock::now();
   const unsigned frames = Run(context, options);
   const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-  std::printf("%u frames in %.2f s: %.1f frames a second\n", frames, seconds, frames / seconds);
   const KSoftPixmap& target = context.GetTarget();
   if (options.save != nullptr && !Save(target.width, target.height, frames, options)) {
     std::fprintf(stderr, "kalvora-dashboard: cannot write %s\n", options.save);
     return 1;
+  }
+  std::printf("%u frames in %.2f s: %.1f frames a second\n", frames, seconds, frames / seconds);
+  std::fflush(stdout);
+  while (options.hold && stopped == 0) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
   return 0;
 }

@@ -3,8 +3,10 @@
 
 The script in the machine talks through the console, a request a line:
 
-  @@picture NAME   compares what is on screen with OUT/NAME.ppm, pixel by pixel. The answer is a line: "same", or what
-                   differs. The screen is kept as OUT/NAME-screen.ppm when it differs.
+  @@picture NAME [turned=DEGREES] [depth=16]
+                   compares what is on screen with OUT/NAME.ppm, pixel by pixel: turned clockwise, and dithered to
+                   16 bits. The answer is a line: "same", or what differs. The screen is kept as OUT/NAME-screen.ppm
+                   when it differs.
   @@row TEXT       a row of the summary: appended to OUT/rows
   @@exit STATUS    the script has ended
 
@@ -56,17 +58,41 @@ def read_ppm(path):
     return int(header.group(1)), int(header.group(2)), data[header.end():]
 
 
-def compare(screen, drawn):
+def turn(width, height, pixels, degrees):
+    """A picture turned clockwise by a quarter as often as need be."""
+    rows = [[pixels[3 * (width * y + x):3 * (width * y + x) + 3] for x in range(width)] for y in range(height)]
+    for _ in range(degrees // 90):
+        rows = [list(column) for column in zip(*reversed(rows))]
+    return len(rows[0]), len(rows), b"".join(b"".join(row) for row in rows)
+
+
+PATTERN = ((0, 8, 2, 10), (12, 4, 14, 6), (3, 11, 1, 9), (15, 7, 13, 5))
+
+
+def dither(width, pixels):
+    """What the channels of a picture become on a screen of 16 bits, 5, 6 and 5 of them."""
+    result = bytearray(pixels)
+    for i, value in enumerate(pixels):
+        y, x = divmod(i // 3, width)
+        lost = 2 if i % 3 == 1 else 3
+        result[i] = (value - (value >> 8 - lost) + (PATTERN[y % 4][x % 4] >> 4 - lost)) >> lost
+    return bytes(result)
+
+
+def compare(screen, drawn, turned=0, depth=32):
     """ "same", or what differs."""
     if not drawn.exists():
         return f"{drawn} is missing"
     width, height, shown = read_ppm(screen)
-    if (width, height) != read_ppm(drawn)[:2]:
+    drawn_width, drawn_height, expected = turn(*read_ppm(drawn), turned) if turned else read_ppm(drawn)
+    if (width, height) != (drawn_width, drawn_height):
         return f"the screen is {width} x {height}"
-    expected = read_ppm(drawn)[2]
-    differing = [i for i in range(0, len(expected), 3) if shown[i:i + 3] != expected[i:i + 3]]
-    if not differing:
+    if depth == 16:  # of what is shown, the bits that the screen has
+        expected = dither(width, expected)
+        shown = bytes(value >> (2 if i % 3 == 1 else 3) for i, value in enumerate(shown))
+    if shown == expected:
         return "same"
+    differing = [i for i in range(0, len(expected), 3) if shown[i:i + 3] != expected[i:i + 3]]
     y, x = divmod(differing[0] // 3, width)
     return f"{len(differing)} pixels differ, the first at {x}, {y}: see {screen}"
 
@@ -113,12 +139,13 @@ class Machine:
                 yield line.decode("utf-8", "replace").rstrip("\r")
         print(f"the machine has been silent for {PATIENCE_S} s", flush=True)
 
-    def picture(self, name):
+    def picture(self, request):
+        name, *options = request.split()
         screen, drawn = self.out / f"{name}-screen.ppm", self.out / f"{name}.ppm"
         if self.monitor is None:
             self.monitor = Monitor(self.monitor_path)
         self.monitor.call("screendump", filename=str(screen))
-        answer = compare(screen, drawn)
+        answer = compare(screen, drawn, **{key: int(value) for key, value in (o.split("=") for o in options)})
         if answer == "same":
             screen.unlink()
             drawn.unlink()
