@@ -21,7 +21,7 @@ struct KFTSharedFile;
 enum KHinting : std::uint32_t {
   KHintingDefault = 0,  ///< as the process says: fully while UseFontHinting is set, else not
   KHintingNone = 1,     ///< not at all: the shapes of the font at any size
-  KHintingLight = 2,    ///< upright only, by FreeType's own rules; advances stay as they are
+  KHintingLight = 2,    ///< in y alone, by FreeType's own rules; advances stay as they are
   KHintingFull = 3,     ///< as the font asks for
 };
 
@@ -31,7 +31,7 @@ struct KGlyphExtents {
   KVertex2D advance;                      ///< to the next pen
 };
 
-/// A face, read through FreeType from a read-only mapping of its file.
+/// A face, read through FreeType from a read-only mapping of its file or from memory.
 ///
 /// Opening a file again is cheap: all fonts of a thread share its mapping and what was looked up in
 /// it. The file must stay as it is while it is mapped: a process that reads from a file which
@@ -43,7 +43,8 @@ struct KGlyphExtents {
 /// font's own thread lives, its destruction too. When that thread ends the font becomes empty, and
 /// may be destroyed or loaded again by any thread. Fonts cannot be copied.
 ///
-/// Sizes are in pixels, y grows downward. Character codes are 16-bit code units.
+/// Sizes are in pixels, y grows downward. Codes of 16 bits are single characters here: the halves
+/// of surrogate pairs have no glyphs.
 class KALVORA_API KFTFont {
  public:
   FT_FaceRec_* face = nullptr;      ///< null when no font is loaded

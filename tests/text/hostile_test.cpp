@@ -81,6 +81,8 @@ TEST(BitmapFonts, AreDrawnAtTheSizeTheyHave) {
   OnThread([&] {
     KFTFont font;
     ASSERT_TRUE(font.LoadFont(file.path.c_str(), 0));
+    EXPECT_EQ(font.GetAscend(), KFixed::FromInt(8));  // not those of 18 pixels
+    EXPECT_EQ(font.GetFontHeight(), KFixed::FromInt(8));
     Target target(30, 12);
     target.context.Clear({0, 0, 0, 255});
     target.context.SetFont(&font);
