@@ -45,7 +45,7 @@ function(kalvora_install_program target)
   file(RELATIVE_PATH libraries /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${CMAKE_INSTALL_LIBDIR})
   set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries}")
   install(TARGETS ${target} RUNTIME COMPONENT tools)
-  install(FILES ${PROJECT_SOURCE_DIR}/docs/man/${target}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools OPTIONAL)
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/man/${target}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
 endfunction()
 
 set(package ${CMAKE_INSTALL_LIBDIR}/cmake/Kalvora)

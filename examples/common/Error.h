@@ -6,8 +6,14 @@
 
 namespace examples {
 
+/// What was asked for cannot be done: exit status 1.
 struct Error : std::runtime_error {
   using std::runtime_error::runtime_error;
+};
+
+/// What was asked for makes no sense: exit status 2.
+struct UsageError : Error {
+  using Error::Error;
 };
 
 }  // namespace examples

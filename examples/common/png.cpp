@@ -2,26 +2,17 @@
 #include "examples/common/png.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
-#include <cstdio>
-#include <cstring>
 #include <vector>
 
-#include <fcntl.h>
 #include <png.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "examples/common/Error.h"
+#include "examples/common/files.h"
 
 namespace examples {
 
 namespace {
-
-[[noreturn]] void Fail(const std::string& path, const std::string& reason) {
-  throw Error(path + ": " + reason);
-}
 
 // c / a, rounded; 0xAARRGGBB in, four straight bytes out. Channels above alpha count as alpha.
 void Unpremultiply(std::uint32_t word, std::uint8_t out[4]) {
@@ -58,46 +49,6 @@ std::vector<std::uint8_t> StraightBytes(const KSoftPixmap& picture) {
   return bytes;
 }
 
-// A file that is written under another name first. What is no regular file (a device, a pipe) is
-// written directly: it must not be replaced.
-class OutputFile {
- public:
-  explicit OutputFile(const std::string& path) : path_(path), part_(path) {
-    struct stat status;
-    direct_ = stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
-    if (!direct_) part_ += ".part-" + std::to_string(getpid());
-    const int flags = O_WRONLY | O_CLOEXEC | (direct_ ? 0 : O_CREAT | O_EXCL);
-    const int descriptor = open(part_.c_str(), flags, 0666);
-    if (descriptor >= 0) file_ = fdopen(descriptor, "wb");
-    if (!file_) Fail(path_, std::strerror(errno));
-  }
-  ~OutputFile() {
-    if (file_) std::fclose(file_);
-    if (!done_ && !direct_) unlink(part_.c_str());
-  }
-  OutputFile(const OutputFile&) = delete;
-  OutputFile& operator=(const OutputFile&) = delete;
-
-  std::FILE* Stream() const { return file_; }
-
-  void Finish() {
-    std::FILE* file = file_;
-    file_ = nullptr;
-    if (std::fclose(file) != 0) Fail(path_, std::strerror(errno));
-    if (!direct_ && std::rename(part_.c_str(), path_.c_str()) != 0) {
-      Fail(path_, std::strerror(errno));
-    }
-    done_ = true;
-  }
-
- private:
-  std::string path_;
-  std::string part_;
-  std::FILE* file_ = nullptr;
-  bool direct_ = false;
-  bool done_ = false;
-};
-
 }  // namespace
 
 void WritePng(const KSoftPixmap& picture, const std::string& path) {
@@ -109,7 +60,7 @@ void WritePng(const KSoftPixmap& picture, const std::string& path) {
   image.height = picture.height;
   image.format = picture.hasAlpha ? PNG_FORMAT_RGBA : PNG_FORMAT_RGB;
   if (!png_image_write_to_stdio(&image, file.Stream(), 0, bytes.data(), 0, nullptr)) {
-    Fail(path, image.message);
+    throw Error(path + ": " + image.message);
   }
   file.Finish();
 }

@@ -9,8 +9,8 @@
 
 namespace examples {
 
-/// Writes a picture of format 4 (no alpha in the file) or 5 (straight alpha in the file). The file
-/// appears under its name only when it is complete. Throws Error.
+/// Writes a picture of format 4 (no alpha in the file) or 5 (straight alpha in the file), as an
+/// OutputFile. Throws Error.
 void WritePng(const KSoftPixmap& picture, const std::string& path);
 
 /// Shapes the picture (format 5) and fills it from a PNG file in memory. False when that is none,

@@ -31,8 +31,9 @@ KSoftPixmap& Kit::Pixmap(void (*make)(KSoftPixmap&)) {
 }
 
 KFTFont& Kit::Font(const char* path) {
+  const bool isKnown = nextFont < fonts.size();
   KFTFont& font = Next(fonts, nextFont);
-  if (!font.LoadFont(path, 0)) {
+  if (!font.LoadFont(path, 0) && !isKnown) {
     std::fprintf(stderr, "kalvora-gallery: %s\n", font.LastError().text);
   }
   return font;

@@ -1,13 +1,16 @@
 // kalvora-gallery: draws each picture of the gallery into a PNG and prints its time.
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <exception>
+#include <cstring>
 #include <string>
+#include <vector>
 
 #include <sys/stat.h>
 
 #include "kalvora/kalvora.h"
 
+#include "examples/common/Command.h"
 #include "examples/common/Error.h"
 #include "examples/common/png.h"
 #include "examples/gallery/Kit.h"
@@ -43,19 +46,24 @@ void Draw(const gallery::Scene& scene, const std::string& folder) {
   std::printf("%-36s %8.3f ms  %s\n", path.c_str(), Milliseconds(time), scene.shows);
 }
 
+void DrawAll(const std::string& folder) {
+  if (mkdir(folder.c_str(), 0777) != 0 && errno != EEXIST) {
+    throw examples::Error(folder + ": " + std::strerror(errno));
+  }
+  for (const gallery::Scene& scene : gallery::kScenes) Draw(scene, folder);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2 || argv[1][0] == '-') {
-    std::fputs("usage: kalvora-gallery OUTDIR\n", stderr);
-    return 1;
-  }
-  try {
-    mkdir(argv[1], 0777);  // When it fails, writing the first picture says why.
-    for (const gallery::Scene& scene : gallery::kScenes) Draw(scene, argv[1]);
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "kalvora-gallery: %s\n", error.what());
-    return 1;
-  }
-  return 0;
+  const examples::Command command{
+      "kalvora-gallery",
+      "FOLDER",
+      "Draws pictures that show what Kalvora can do as PNG files into a folder, which is made if\n"
+      "there is none, and prints how long each took.",
+      {},
+      1,
+      1};
+  return examples::Run(command, argc, argv,
+                       [](const std::vector<std::string>& names) { DrawAll(names[0]); });
 }

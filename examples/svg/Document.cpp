@@ -1,9 +1,8 @@
 // Document: see the header.
 #include "examples/svg/Document.h"
 
-#include <filesystem>
-
 #include "examples/common/Error.h"
+#include "examples/common/files.h"
 #include "examples/svg/element.h"
 
 namespace svg {
@@ -27,16 +26,17 @@ std::string TextOf(pugi::xml_node element) {
 }  // namespace
 
 Document::Document(const std::string& path) {
-  if (std::filesystem::is_directory(path)) throw examples::Error(path + ": is a folder");
-  const pugi::xml_parse_result result = xml_.load_file(path.c_str());
+  const std::string text = examples::ReadInput(path), name = examples::InputName(path);
+  const pugi::xml_parse_result result = xml_.load_buffer(text.data(), text.size());
   if (!result) {
-    std::string message = path + ": " + result.description();
+    std::string message = name + ": " + result.description();
     if (result.offset > 0) message += " at byte " + std::to_string(result.offset);
     throw examples::Error(message);
   }
   root_ = xml_.document_element();
-  if (LocalName(root_) != "svg")
-    throw examples::Error(path + ": not an SVG file: no <svg> at the top");
+  if (LocalName(root_) != "svg") {
+    throw examples::Error(name + ": not an SVG file: no <svg> at the top");
+  }
   Index();
 }
 

@@ -15,7 +15,8 @@ namespace svg {
 
 class Document {
  public:
-  /// Reads and parses a file. Throws Error when it cannot be read, is no XML, or is no SVG.
+  /// Reads and parses a file, or standard input: "-". Throws Error when it cannot be read, is no
+  /// XML, or is no SVG.
   explicit Document(const std::string& path);
 
   pugi::xml_node Root() const { return root_; }

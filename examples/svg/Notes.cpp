@@ -3,11 +3,14 @@
 
 #include <cstdio>
 
+#include "examples/common/files.h"
+
 namespace svg {
 
 void Notes::Once(const std::string& message) {
   if (quiet_ || !said_.insert(message).second) return;
-  std::fprintf(stderr, "kalvora-svg: %s: %s\n", file_.c_str(), message.c_str());
+  std::fprintf(stderr, "kalvora-svg: %s: %s\n", examples::InputName(file_).c_str(),
+               message.c_str());
 }
 
 }  // namespace svg

@@ -1,72 +1,50 @@
 // Options: see the header.
 #include "examples/svg/Options.h"
 
-#include <charconv>
-#include <string_view>
-
 #include "examples/common/Error.h"
 
 namespace svg {
 
-const char* const kUsage =
-    "usage: kalvora-svg IN.svg OUT.png [--size WxH] [--background COLOUR] [--format 4|5]\n"
-    "\n"
-    "Draws an SVG file with Kalvora and writes a PNG.\n"
-    "  --size WxH           pixels; without it, the size that the file asks for\n"
-    "  --background COLOUR  an SVG colour; without it, transparent, or white in format 4\n"
-    "  --format 4|5         the pixels drawn into: 4 opaque, 5 with alpha (without it, 5)\n";
-
 namespace {
 
-std::optional<unsigned> ParseExtent(std::string_view text) {
-  unsigned value = 0;
-  const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (result.ec != std::errc() || result.ptr != text.data() + text.size()) return std::nullopt;
-  if (value == 0 || value > kMaxSize) return std::nullopt;
-  return value;
+unsigned ToExtent(const std::string& text) {
+  return text.empty() ? 0 : static_cast<unsigned>(examples::ToNumber(text, 1, kMaxSize));
 }
 
-Size ParseSize(std::string_view text) {
+// "640x480", "640x", "x480".
+Size ToSize(const std::string& text) {
   const std::size_t x = text.find('x');
-  if (x != std::string_view::npos) {
-    const auto width = ParseExtent(text.substr(0, x)), height = ParseExtent(text.substr(x + 1));
-    if (width && height) return {*width, *height};
+  if (x == std::string::npos || text.size() < 2) {
+    throw examples::UsageError("'" + text + "' is not a size such as 640x480, 640x or x480");
   }
-  throw examples::Error("--size takes WxH, each 1 to " + std::to_string(kMaxSize));
+  return {ToExtent(text.substr(0, x)), ToExtent(text.substr(x + 1))};
+}
+
+Color ToColor(const std::string& text) {
+  const auto color = ParseColor(text);
+  if (!color) throw examples::UsageError("'" + text + "' is not an SVG colour");
+  return *color;
 }
 
 }  // namespace
 
-Options ParseOptions(int argc, const char* const* argv) {
-  Options options;
-  int names = 0;
-  for (int i = 1; i < argc; ++i) {
-    const std::string_view argument = argv[i];
-    const auto value = [&]() -> std::string_view {
-      if (i + 1 >= argc) throw examples::Error(std::string(argument) + " needs a value");
-      return argv[++i];
-    };
-    if (argument == "--help" || argument == "-h") {
-      options.help = true;
-    } else if (argument == "--size") {
-      options.size = ParseSize(value());
-    } else if (argument == "--background") {
-      options.background = ParseColor(value());
-      if (!options.background) throw examples::Error("--background takes an SVG colour");
-    } else if (argument == "--format") {
-      const std::string_view format = value();
-      if (format != "4" && format != "5") throw examples::Error("--format takes 4 or 5");
-      options.format = format == "4" ? KFormat0888PM : KFormat8888PM;
-    } else if (argument.starts_with("--")) {
-      throw examples::Error("unknown option " + std::string(argument));
-    } else if (names < 2) {
-      (names++ == 0 ? options.input : options.output) = argument;
-    } else {
-      throw examples::Error("more than two file names");
-    }
-  }
-  if (!options.help && names < 2) throw examples::Error("two file names are needed");
-  return options;
+examples::Command CommandLine(Options& options) {
+  return {"kalvora-svg",
+          "INPUT.svg OUTPUT.png",
+          "Draws an SVG file and writes a PNG file; - is standard input or output.",
+          {{"--size", "WxH", "pixels; Wx and xH keep the proportions (as the file asks)",
+            [&](const std::string& value) { options.size = ToSize(value); }},
+           {"--zoom", "FACTOR", "so many times the size, 0.01 to 100 (1)",
+            [&](const std::string& value) { options.zoom = examples::ToFactor(value, 0.01, 100); }},
+           {"--background", "COLOUR", "an SVG colour (transparent; white in format 4)",
+            [&](const std::string& value) { options.background = ToColor(value); }},
+           {"--format", "4|5", "the pixels drawn into: 4 opaque, 5 with alpha (5)",
+            [&](const std::string& value) {
+              options.format =
+                  examples::ToChoice(value, {"4", "5"}) == 0 ? KFormat0888PM : KFormat8888PM;
+            }}},
+          2,
+          2};
 }
 
 }  // namespace svg

@@ -1,4 +1,4 @@
-// Options: the command line.
+// Options: what kalvora-svg is asked for.
 #ifndef EXAMPLES_SVG_OPTIONS_H
 #define EXAMPLES_SVG_OPTIONS_H
 
@@ -7,6 +7,7 @@
 
 #include "kalvora/core/KFormat.h"
 
+#include "examples/common/Command.h"
 #include "examples/svg/Color.h"
 
 namespace svg {
@@ -14,24 +15,21 @@ namespace svg {
 /// Largest width and height of a picture.
 constexpr unsigned kMaxSize = 8192;
 
+/// A side that is 0 follows from the other.
 struct Size {
   unsigned width = 0;
   unsigned height = 0;
 };
 
 struct Options {
-  std::string input;
-  std::string output;
   std::optional<Size> size;
+  double zoom = 1;
   std::optional<Color> background;
   KFormat format = KFormat8888PM;
-  bool help = false;
 };
 
-extern const char* const kUsage;
-
-/// Throws Error when the arguments make no sense.
-Options ParseOptions(int argc, const char* const* argv);
+/// The command line, which sets `options`.
+examples::Command CommandLine(Options& options);
 
 }  // namespace svg
 

@@ -1,10 +1,11 @@
 // kalvora-svg: reads an SVG file, draws it with the library, writes a PNG.
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <exception>
+#include <string>
+#include <vector>
 
 #include "examples/common/Error.h"
+#include "examples/common/files.h"
 #include "examples/common/png.h"
 #include "examples/svg/Canvas.h"
 #include "examples/svg/Document.h"
@@ -14,33 +15,48 @@
 
 namespace {
 
-// The whole pixels of the picture, and the part of them that the document fills.
+// The part of the picture that the document fills, in pixels.
 struct Extent {
-  svg::Size pixels;
   double width;
   double height;
 };
 
-Extent PictureExtent(const svg::Options& options, const svg::Document& document,
-                     svg::Notes& notes) {
-  if (options.size) {
-    const auto [width, height] = *options.size;
-    return {{width, height}, double(width), double(height)};
-  }
+unsigned WholePixels(double extent) {
+  return static_cast<unsigned>(std::clamp(std::ceil(extent - 1e-6), 1.0, double{svg::kMaxSize}));
+}
+
+Extent NaturalExtent(const svg::Document& document, const std::string& input) {
   const svg::Rect natural = svg::NaturalSize(document);
   if (!(natural.width > 0 && natural.height > 0)) {
-    throw examples::Error(options.input + ": the picture has no size; give one with --size");
+    throw examples::Error(examples::InputName(input) +
+                          ": the picture has no size; give one with --size");
   }
-  double scale = 1;
-  if (const double largest = std::max(natural.width, natural.height); largest > svg::kMaxSize) {
-    scale = svg::kMaxSize / largest;
-    notes.Once("the picture is too large; drawing it smaller");
+  return {natural.width, natural.height};
+}
+
+// The size that was asked for; a side that was not keeps the proportions of the document.
+Extent WantedExtent(const svg::Size& size, const svg::Document& document,
+                    const std::string& input) {
+  if (size.width != 0 && size.height != 0) return {double(size.width), double(size.height)};
+  const Extent natural = NaturalExtent(document, input);
+  if (size.height == 0) return {double(size.width), natural.height * size.width / natural.width};
+  return {natural.width * size.height / natural.height, double(size.height)};
+}
+
+Extent PictureExtent(const svg::Options& options, const svg::Document& document,
+                     const std::string& input, svg::Notes& notes) {
+  Extent extent =
+      options.size ? WantedExtent(*options.size, document, input) : NaturalExtent(document, input);
+  extent = {extent.width * options.zoom, extent.height * options.zoom};
+  const double largest = std::max(extent.width, extent.height);
+  if (largest <= svg::kMaxSize) return extent;
+  if (options.size || options.zoom != 1) {
+    throw examples::Error("the picture would be larger than " + std::to_string(svg::kMaxSize) +
+                          " pixels");
   }
-  const double width = natural.width * scale, height = natural.height * scale;
-  const auto pixels = [](double extent) {
-    return static_cast<unsigned>(std::clamp(std::ceil(extent - 1e-6), 1.0, double{svg::kMaxSize}));
-  };
-  return {{pixels(width), pixels(height)}, width, height};
+  notes.Once("the picture is too large; drawing it smaller");
+  const double scale = svg::kMaxSize / largest;
+  return {extent.width * scale, extent.height * scale};
 }
 
 svg::Color Background(const svg::Options& options) {
@@ -48,28 +64,22 @@ svg::Color Background(const svg::Options& options) {
   return options.format == KFormat0888PM ? svg::Color{255, 255, 255, 1} : svg::Color{0, 0, 0, 0};
 }
 
-int Run(const svg::Options& options) {
-  if (options.help) {
-    std::fputs(svg::kUsage, stdout);
-    return 0;
-  }
-  const svg::Document document(options.input);
-  svg::Notes notes(options.input);
-  const Extent extent = PictureExtent(options, document, notes);
-  svg::Canvas canvas(extent.pixels.width, extent.pixels.height, options.format,
+void Draw(const svg::Options& options, const std::string& input, const std::string& output) {
+  examples::ProtectInputs({input}, output);
+  const svg::Document document(input);
+  svg::Notes notes(input);
+  const Extent extent = PictureExtent(options, document, input, notes);
+  svg::Canvas canvas(WholePixels(extent.width), WholePixels(extent.height), options.format,
                      Background(options));
   svg::Painter(document, canvas, notes).Draw(extent.width, extent.height);
-  examples::WritePng(canvas.Picture(), options.output);
-  return 0;
+  examples::WritePng(canvas.Picture(), output);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  try {
-    return Run(svg::ParseOptions(argc, argv));
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "kalvora-svg: %s\n", error.what());
-  }
-  return 1;
+  svg::Options options;
+  return examples::Run(
+      svg::CommandLine(options), argc, argv,
+      [&](const std::vector<std::string>& files) { Draw(options, files[0], files[1]); });
 }

@@ -1,4 +1,4 @@
-// The command line of kalvora-text.
+// Options: what kalvora-text is asked for.
 #ifndef EXAMPLES_TEXT_OPTIONS_H
 #define EXAMPLES_TEXT_OPTIONS_H
 
@@ -7,19 +7,17 @@
 
 #include "kalvora/typeset/KTextStyle.h"
 
+#include "examples/common/Command.h"
+
 struct Options {
   std::vector<std::string> fonts;  ///< the text's, and those that stand in for it
   int size = 20;
   int width = 520;  ///< of the picture
   KParagraphFormat format;
   bool list = false;  ///< print the glyphs and draw nothing
-  bool help = false;
-  std::string input = "-", output;
 };
 
-extern const char* const kUsage;
-
-/// Throws examples::Error for what it does not understand.
-Options ParseOptions(int argc, char** argv);
+/// The command line, which sets `options`.
+examples::Command CommandLine(Options& options);
 
 #endif

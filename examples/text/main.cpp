@@ -1,9 +1,8 @@
 // kalvora-text: sets a UTF-8 text in lines and writes them as a PNG.
 #include <cstdio>
-#include <fstream>
-#include <iostream>
-#include <iterator>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include <unistd.h>
 
@@ -11,6 +10,7 @@
 #include "kalvora/typeset/typeset.h"
 
 #include "examples/common/Error.h"
+#include "examples/common/files.h"
 #include "examples/common/png.h"
 #include "examples/text/Options.h"
 
@@ -29,23 +29,14 @@ const char* const kFonts[] = {"/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf",
                               "/usr/share/fonts/truetype/noto/NotoColorEmoji.ttf",
                               "/usr/share/fonts/truetype/ancient-scripts/Symbola_hint.ttf"};
 
-std::string Read(const std::string& path) {
-  std::ifstream file;
-  if (path != "-") {
-    file.open(path, std::ios::binary);
-    if (!file) throw examples::Error("cannot read " + path);
-  }
-  std::istream& input = path == "-" ? std::cin : file;
-  return {std::istreambuf_iterator<char>(input), {}};
-}
-
 using Fonts = std::vector<std::unique_ptr<KTypeface>>;
 
 Fonts LoadFonts(const std::vector<std::string>& paths) {
   Fonts fonts;
   for (const std::string& path : paths) {
     fonts.push_back(std::make_unique<KTypeface>());
-    if (!fonts.back()->Load(path.c_str())) throw examples::Error(path + " is not a font");
+    examples::CheckInput(path);
+    if (!fonts.back()->Load(path.c_str())) throw examples::Error(path + ": is not a font");
   }
   for (const char* path : kFonts) {
     if (!paths.empty() || access(path, R_OK) != 0) continue;
@@ -80,10 +71,20 @@ void Draw(const KParagraph& text, int width, const std::string& path) {
   context.Clear(KColor32(255, 255, 255, 255));
   text.Draw(context, {KFixed::FromInt(kMargin), KFixed::FromInt(kMargin)});
   examples::WritePng(picture, path);
-  std::printf("%zu lines\n", text.LineCount());
 }
 
-void Run(const Options& options) {
+void SetText(const Options& options, const std::vector<std::string>& files) {
+  if (options.list ? files.size() == 2 : files.size() < 2) {
+    throw examples::UsageError(options.list ? "--list writes no picture"
+                                            : "it needs INPUT and OUTPUT.png");
+  }
+  const std::string input = files.empty() ? "-" : files[0];
+  if (!options.list) {
+    std::vector<std::string> inputs = options.fonts;
+    inputs.push_back(input);
+    examples::ProtectInputs(inputs, files[1]);
+  }
+  std::string utf8 = examples::ReadInput(input);
   const Fonts fonts = LoadFonts(options.fonts);
   std::vector<KTypeface*> faces;
   for (const auto& font : fonts) faces.push_back(font.get());
@@ -93,29 +94,21 @@ void Run(const Options& options) {
   KParagraphFormat format = options.format;
   format.width = KPixels(options.width - 2 * kMargin);
   text.SetFormat(format);
-  std::string input = Read(options.input);
-  if (input.ends_with('\n')) input.pop_back();
-  if (!text.SetText(input)) throw examples::Error("the text is too long");
+  if (utf8.ends_with('\n')) utf8.pop_back();
+  if (!text.SetText(utf8)) {
+    throw examples::Error(examples::InputName(input) + ": the text is too long");
+  }
   if (options.list) {
     List(text, fonts);
   } else {
-    Draw(text, options.width, options.output);
+    Draw(text, options.width, files[1]);
   }
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  try {
-    const Options options = ParseOptions(argc, argv);
-    if (options.help) {
-      std::fputs(kUsage, stdout);
-    } else {
-      Run(options);
-    }
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "kalvora-text: %s\n%s", error.what(), kUsage);
-    return 1;
-  }
-  return 0;
+  Options options;
+  return examples::Run(CommandLine(options), argc, argv,
+                       [&](const std::vector<std::string>& files) { SetText(options, files); });
 }

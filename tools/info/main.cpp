@@ -1,23 +1,14 @@
 // kalvora-info: which library this is, and which displays it finds and can open.
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <string>
 #include <vector>
 
 #include "kalvora/kalvora.h"
 
-namespace {
+#include "examples/common/Command.h"
 
-constexpr char kUsage[] =
-    "kalvora-info [--json]\n"
-    "\n"
-    "Tells the library's version, how it was built and which instructions it uses, and lists the\n"
-    "framebuffer devices, the mode-setting cards and the shared-memory surface: their sizes, and\n"
-    "whether Kalvora can open them or why not. It shows nothing on them and changes nothing.\n"
-    "\n"
-    "  --json   the same for programs\n"
-    "  --help   this text\n";
+namespace {
 
 struct Found {
   const char* kind;
@@ -116,15 +107,17 @@ void PrintJson(const std::vector<Found>& displays) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const bool json = argc == 2 && std::strcmp(argv[1], "--json") == 0;
-  if (argc == 2 && std::strcmp(argv[1], "--help") == 0) {
-    std::fputs(kUsage, stdout);
-    return 0;
-  }
-  if (argc > 1 && !json) {
-    std::fputs(kUsage, stderr);
-    return 2;
-  }
-  (json ? PrintJson : PrintText)(FindDisplays());
-  return 0;
+  bool json = false;
+  const examples::Command command{
+      "kalvora-info",
+      "",
+      "Tells the library's version, how it was built and which instructions it uses, and lists "
+      "the\n"
+      "framebuffer devices, the mode-setting cards and the shared-memory surface: their sizes, "
+      "and\n"
+      "whether Kalvora can open them or why not. It shows nothing on them and changes nothing.",
+      {{"--json", "", "prints the same for programs", [&](const std::string&) { json = true; }}}};
+  return examples::Run(command, argc, argv, [&](const std::vector<std::string>&) {
+    (json ? PrintJson : PrintText)(FindDisplays());
+  });
 }

@@ -1,56 +1,54 @@
 // kalvora-viewer: shows the frames that a program draws on the shared-memory display.
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <string>
+#include <vector>
 
-#include <getopt.h>
+#include "kalvora/core/KSoftPixmap.h"
 
-#include "tools/sim/png.h"
+#include "examples/common/Command.h"
+#include "examples/common/Error.h"
+#include "examples/common/png.h"
 #include "tools/viewer/surface.h"
 #include "tools/viewer/window.h"
 
 namespace {
 
-const char kUsage[] =
-    "kalvora-viewer [--zoom N]    shows the shared-memory display in a window, N = 1 to 8\n"
-    "kalvora-viewer --png FILE    writes what it shows now as a PNG file\n"
-    "\n"
-    "In the window: + and - zoom, Escape or q ends. The title says how often a second the picture\n"
-    "changes.\n";
-
-int Snapshot(const Surface& surface, const char* path) {
-  const sim::Frame frame{surface.Pixels(), Surface::kWidth, Surface::kHeight, Surface::kStride, 32};
-  if (sim::WritePng(frame, path)) return 0;
-  std::fprintf(stderr, "kalvora-viewer: cannot write %s\n", path);
-  return 1;
+void Snapshot(Surface& surface, const std::string& path) {
+  if (!surface.Find()) {
+    throw examples::Error("there is no surface: no program has opened the shared-memory display");
+  }
+  KSoftPixmap picture;
+  picture.Create(Surface::kWidth, Surface::kHeight, KFormat0888PM);
+  if (!picture.pixels) throw examples::Error("not enough memory");
+  for (unsigned y = 0; y < Surface::kHeight; ++y) {
+    std::memcpy(picture.Row32(y), surface.Pixels() + y * Surface::kStride, Surface::kStride);
+  }
+  examples::WritePng(picture, path);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  const option options[] = {{"zoom", required_argument, nullptr, 'z'},
-                            {"png", required_argument, nullptr, 'p'},
-                            {"help", no_argument, nullptr, 'h'},
-                            {nullptr, 0, nullptr, 0}};
   int zoom = 1;
-  const char* png = nullptr;
-  for (int choice; (choice = getopt_long(argc, argv, "h", options, nullptr)) != -1;) {
-    if (choice == 'z') zoom = std::atoi(optarg);
-    if (choice == 'p') png = optarg;
-    if (choice == 'h') {
-      std::fputs(kUsage, stdout);
-      return 0;
+  std::string png;
+  const examples::Command command{
+      "kalvora-viewer",
+      "",
+      "Shows the shared-memory display in a window, and waits for a program that draws on it. In\n"
+      "the window: + and - zoom, Escape or q ends. The title says how often a second the picture\n"
+      "changes.",
+      {{"--zoom", "N", "window pixels for each pixel, 1 to 8 (1)",
+        [&](const std::string& value) { zoom = examples::ToNumber(value, 1, 8); }},
+       {"--png", "FILE",
+        "writes what the display shows now as a PNG file, and ends; - is standard\n"
+        "output",
+        [&](const std::string& value) { png = value; }}}};
+  return examples::Run(command, argc, argv, [&](const std::vector<std::string>&) {
+    Surface surface;
+    if (png.empty()) {
+      ShowWindow(surface, zoom);
+    } else {
+      Snapshot(surface, png);
     }
-    if (choice == '?') zoom = 0;
-  }
-  if (zoom < 1 || zoom > 8 || optind != argc) {
-    std::fputs(kUsage, stderr);
-    return 2;
-  }
-  const Surface surface;
-  if (surface.Pixels() == nullptr) {
-    std::fprintf(stderr, "kalvora-viewer: %s\n", surface.Problem().c_str());
-    return 1;
-  }
-  return png != nullptr ? Snapshot(surface, png) : ShowWindow(surface, zoom);
+  });
 }

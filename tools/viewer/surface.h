@@ -3,7 +3,6 @@
 #define KALVORA_TOOLS_VIEWER_SURFACE_H
 
 #include <cstdint>
-#include <string>
 
 #include "kalvora/display/KShmem.h"
 
@@ -14,20 +13,24 @@ class Surface {
   static constexpr unsigned kHeight = KShmem::kHeight;
   static constexpr unsigned kStride = KShmem::kStride;
 
-  Surface();
+  Surface() = default;
   ~Surface();
   Surface(const Surface&) = delete;
   Surface& operator=(const Surface&) = delete;
 
-  /// First pixel, or null: then Problem() says why.
+  /// Looks for the surface, and for one that was made anew: true when Pixels() has changed. Throws
+  /// examples::Error when there is one that cannot be read.
+  bool Find();
+  /// First pixel, or null while there is no surface.
   const std::uint8_t* Pixels() const { return pixels; }
-  const std::string& Problem() const { return problem; }
-  /// Differs, but for rare accidents, when the picture does.
+  /// Whether some program has the surface open, too.
+  bool IsDrawnOn() const;
+  /// Differs, but for rare accidents, when the picture does; 0 while there is none.
   std::uint64_t Hash() const;
 
  private:
+  int id = -1;
   const std::uint8_t* pixels = nullptr;
-  std::string problem;
 };
 
 #endif

@@ -3,13 +3,18 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <string>
+#include <string_view>
 
 #include <SDL.h>
+
+#include "examples/common/Error.h"
 
 namespace {
 
 constexpr int kMostZoom = 8;
 constexpr Uint32 kLookEveryMs = 5;  // often enough to see every frame of a fast display
+constexpr Uint32 kFindEveryMs = 200;
 constexpr Uint32 kRateEveryMs = 1000;
 
 class Window {
@@ -22,7 +27,7 @@ class Window {
       texture = SDL_CreateTexture(renderer, SDL_PIXELFORMAT_RGB888, SDL_TEXTUREACCESS_STREAMING,
                                   Surface::kWidth, Surface::kHeight);
     }
-    SetTitle(0);
+    SetTitle();
   }
   ~Window() {
     if (texture != nullptr) SDL_DestroyTexture(texture);
@@ -35,29 +40,36 @@ class Window {
   bool IsOpen() const { return texture != nullptr; }
 
   void Show(const Surface& surface) {
-    SDL_UpdateTexture(texture, nullptr, surface.Pixels(), Surface::kStride);
-    SDL_RenderCopy(renderer, texture, nullptr, nullptr);
+    SDL_RenderClear(renderer);
+    if (surface.Pixels() != nullptr) {
+      SDL_UpdateTexture(texture, nullptr, surface.Pixels(), Surface::kStride);
+      SDL_RenderCopy(renderer, texture, nullptr, nullptr);
+    }
     SDL_RenderPresent(renderer);
   }
-  void SetTitle(unsigned framesPerSecond) {
-    char title[64];
-    std::snprintf(title, sizeof title, "kalvora-viewer %ux%u x%d, %u fps", Surface::kWidth,
-                  Surface::kHeight, zoom, framesPerSecond);
-    if (window != nullptr) SDL_SetWindowTitle(window, title);
-    rate = framesPerSecond;
+  /// What the title says behind the size.
+  void Say(std::string what) {
+    said = std::move(what);
+    SetTitle();
   }
   void Zoom(int change) {
     zoom = std::clamp(zoom + change, 1, kMostZoom);
     SDL_SetWindowSize(window, Width(), Height());
-    SetTitle(rate);
+    SetTitle();
   }
 
  private:
+  void SetTitle() {
+    const std::string title = "kalvora-viewer " + std::to_string(Surface::kWidth) + "x" +
+                              std::to_string(Surface::kHeight) + " x" + std::to_string(zoom) +
+                              ", " + said;
+    if (window != nullptr) SDL_SetWindowTitle(window, title.c_str());
+  }
   int Width() const { return static_cast<int>(Surface::kWidth) * zoom; }
   int Height() const { return static_cast<int>(Surface::kHeight) * zoom; }
 
   int zoom;
-  unsigned rate = 0;
+  std::string said = "waiting for a program";
   SDL_Window* window = nullptr;
   SDL_Renderer* renderer = nullptr;
   SDL_Texture* texture = nullptr;
@@ -87,12 +99,29 @@ Wish Handle(const SDL_Event& event, Window& window) {
   }
 }
 
-void Run(const Surface& surface, Window& window) {
+// True once in each period.
+class Clock {
+ public:
+  explicit Clock(Uint32 everyMs) : period(everyMs) {}
+  bool Strikes() {
+    elapsed = SDL_GetTicks() - start;
+    if (elapsed < period) return false;
+    start += elapsed;
+    return true;
+  }
+  /// Milliseconds from one stroke to the next.
+  Uint32 Elapsed() const { return elapsed; }
+
+ private:
+  Uint32 period, start = SDL_GetTicks(), elapsed = 0;
+};
+
+void Run(Surface& surface, Window& window) {
   std::uint64_t shown = ~surface.Hash();
   unsigned frames = 0;
-  Uint32 rateStart = SDL_GetTicks();
+  Clock find(kFindEveryMs), rate(kRateEveryMs);
   for (;;) {
-    bool redraw = false;
+    bool redraw = find.Strikes() && surface.Find();
     SDL_Event event;
     while (SDL_PollEvent(&event) != 0) {
       const Wish wish = Handle(event, window);
@@ -106,34 +135,42 @@ void Run(const Surface& surface, Window& window) {
     }
     shown = hash;
     if (redraw) window.Show(surface);
-    const Uint32 elapsed = SDL_GetTicks() - rateStart;
-    if (elapsed >= kRateEveryMs) {
-      window.SetTitle((frames * 1000 + elapsed / 2) / elapsed);
+    if (rate.Strikes()) {
+      const unsigned fps = (frames * 1000 + rate.Elapsed() / 2) / rate.Elapsed();
+      window.Say(surface.IsDrawnOn() ? std::to_string(fps) + " fps" : "waiting for a program");
       frames = 0;
-      rateStart += elapsed;
     }
     SDL_Delay(kLookEveryMs);
   }
 }
 
-}  // namespace
-
-int ShowWindow(const Surface& surface, int zoom) {
-  SDL_SetHint(SDL_HINT_RENDER_SCALE_QUALITY, "nearest");
-  if (SDL_Init(SDL_INIT_VIDEO) != 0) {
-    std::fprintf(stderr, "kalvora-viewer: no window: %s\n", SDL_GetError());
-    return 1;
-  }
-  int status = 0;
-  {
-    Window window(std::clamp(zoom, 1, kMostZoom));
-    if (window.IsOpen()) {
-      Run(surface, window);
-    } else {
-      std::fprintf(stderr, "kalvora-viewer: no window: %s\n", SDL_GetError());
-      status = 1;
+// SDL's video, of a kind that people can see.
+class Video {
+ public:
+  Video() {
+    SDL_SetHint(SDL_HINT_RENDER_SCALE_QUALITY, "nearest");
+    if (SDL_Init(SDL_INIT_VIDEO) != 0) {
+      throw examples::Error(std::string("no window: ") + SDL_GetError());
+    }
+    const std::string_view driver = SDL_GetCurrentVideoDriver();
+    if (driver == "dummy" || driver == "offscreen" || driver == "evdev") {
+      SDL_Quit();
+      throw examples::Error("no window: there is no window system (DISPLAY, WAYLAND_DISPLAY)");
     }
   }
-  SDL_Quit();
-  return status;
+  ~Video() { SDL_Quit(); }
+};
+
+}  // namespace
+
+void ShowWindow(Surface& surface, int zoom) {
+  const Video video;
+  Window window(zoom);
+  if (!window.IsOpen()) throw examples::Error(std::string("no window: ") + SDL_GetError());
+  surface.Find();
+  if (!surface.IsDrawnOn()) {
+    std::fputs("kalvora-viewer: waiting for a program that draws on the shared-memory display\n",
+               stderr);
+  }
+  Run(surface, window);
 }

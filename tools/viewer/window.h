@@ -4,8 +4,8 @@
 
 #include "tools/viewer/surface.h"
 
-/// Shows the surface, live, at `zoom` window pixels a pixel, until the user closes the window.
-/// Returns the program's exit status.
-int ShowWindow(const Surface& surface, int zoom);
+/// Shows the surface, live, at `zoom` window pixels a pixel, until the user closes the window;
+/// waits for it where there is none. Throws examples::Error where no window can be shown.
+void ShowWindow(Surface& surface, int zoom);
 
 #endif
