@@ -59,8 +59,8 @@ struct KPatternSampling {
   static std::uint32_t BicubicSample(const KSoftPixmap* pixmap, KVertex2D& position) {
     const kalvora::PatternPixels source(*pixmap);
     if (source.width == 0) return 0;
-    return kalvora::SampleBicubic<R, kalvora::kSampleAlpha<F, Alpha>>(source, position.x.raw,
-                                                                      position.y.raw);
+    return kalvora::SampleBicubic<R>(source, position.x.raw, position.y.raw,
+                                     kalvora::kSampleAlpha<F, Alpha>);
   }
 };
 

@@ -86,9 +86,9 @@ void KStrips<F>::InitPattern(KStyleContext2D* style, KFiller& solid, KFiller& co
   coverage = pair.coverage;
   kalvora::SelectPatternBlock(style);
   if (style->block) return;
-  style->block = style->edged = kalvora::SelectStretchBlock(
-      style, pixmap->hasAlpha && !Flags.IgnoreAlpha ? kalvora::kSampleAlpha<F, true>
-                                                    : kalvora::kSampleAlpha<F, false>);
+  style->sampleAlpha = pixmap->hasAlpha && !Flags.IgnoreAlpha ? kalvora::kSampleAlpha<F, true>
+                                                              : kalvora::kSampleAlpha<F, false>;
+  style->block = style->edged = kalvora::SelectStretchBlock(style);
 }
 
 template <typename F>

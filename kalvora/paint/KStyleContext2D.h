@@ -10,7 +10,8 @@
 
 namespace kalvora {
 struct Loops;
-}
+enum class SampleAlpha;
+}  // namespace kalvora
 
 /// The words of the present paint: written by its strip initialiser, read by its fillers, unknown
 /// to scan conversion.
@@ -20,6 +21,7 @@ struct KPaintWords {
   KColor32 color{0, 0, 0, 0};             ///< premultiplied and weighted by the opacity
   std::int32_t opacity = 256;             ///< of a pattern, 0..256
   const KSoftPixmap* source = nullptr;    ///< the pattern
+  kalvora::SampleAlpha sampleAlpha{};     ///< of a pattern's bicubic samples
   void* table0 = nullptr;                 ///< a radial gradient's table of colours, in scratch
   void* table1 = nullptr;                 ///< the prepared ramp of a gradient, in scratch
   std::uint32_t ownedTables = 0;          ///< bit 0: table0 is freed here; bit 1: table1

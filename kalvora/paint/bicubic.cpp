@@ -18,46 +18,46 @@ std::uint32_t ToChannel(std::int64_t sum) {
 
 }  // namespace
 
-template <KRepeatRule R, SampleAlpha A>
-std::uint32_t SampleBicubic(const PatternPixels& source, std::int32_t u, std::int32_t v) {
-  constexpr int kChannels = A == SampleAlpha::kNone ? 3 : 4;
+template <KRepeatRule R>
+std::uint32_t SampleBicubic(const PatternPixels& source, std::int32_t u, std::int32_t v,
+                            SampleAlpha alpha) {
   const Taps x = TapsAt<R>(u, source.width);
   const Taps y = TapsAt<R>(v, source.height);
-  std::int64_t sum[kChannels] = {};
-  for (int j = 0; j < kTaps; ++j) {
-    const std::uint8_t* row = source.Row(y.index[j]);
-    std::int32_t line[kChannels] = {};
-    for (int i = 0; i < kTaps; ++i) {
-      const std::uint32_t p = PatternPixels::Load(PatternPixels::Pixel(row, x.index[i]));
-      for (int c = 0; c < kChannels; ++c) {
-        line[c] += static_cast<std::int32_t>(p >> (8 * c) & 0xFF) * x.weight[i];
+  std::uint32_t channel[4];
+  for (int c = 0; c < 4; ++c) {
+    std::int64_t sum = 0;
+    for (int j = 0; j < kTaps; ++j) {
+      const std::uint8_t* row = source.Row(y.index[j]);
+      std::int32_t line = 0;
+      for (int i = 0; i < kTaps; ++i) {
+        line += PatternPixels::Pixel(row, x.index[i])[c] * x.weight[i];
       }
+      sum += std::int64_t{line} * y.weight[j] >> 16;
     }
-    for (int c = 0; c < kChannels; ++c) sum[c] += std::int64_t{line[c]} * y.weight[j] >> 16;
+    channel[c] = ToChannel(sum);
   }
-  const std::uint32_t alpha = A == SampleAlpha::kNone ? 0 : ToChannel(sum[kChannels - 1]);
-  std::uint32_t result = alpha << 24;
+  std::uint32_t result = alpha == SampleAlpha::kNone ? 0 : channel[3] << 24;
   for (int c = 0; c < 3; ++c) {
-    const std::uint32_t channel = ToChannel(sum[c]);
-    result |= (A == SampleAlpha::kBound ? std::min(channel, alpha) : channel) << (8 * c);
+    if (alpha == SampleAlpha::kBound) channel[c] = std::min(channel[c], channel[3]);
+    result |= channel[c] << (8 * c);
   }
   return result;
 }
 
-template <KRepeatRule R, SampleAlpha A>
-BicubicSampler<R, A>::BicubicSampler(const KStyleContext2D* style)
-    : loops_(style->loops->turn), source_(*style->source), at_(style) {
+template <KRepeatRule R>
+BicubicRows<R>::BicubicRows(const KStyleContext2D* style, SampleAlpha alpha)
+    : loops_(style->loops->turn), alpha_(alpha), source_(*style->source), at_(style) {
   at_.ShiftHalf();
   if constexpr (R == KRepeatTile) at_.WrapInto(source_);
 }
 
-template <KRepeatRule R, SampleAlpha A>
-void BicubicSampler<R, A>::Read(std::uint32_t* to, int n) {
+template <KRepeatRule R>
+void BicubicRows<R>::Read(std::uint32_t* to, int n) {
   for (; n > 0; n -= kMost, to += kMost) ReadSome(to, std::min(n, kMost));
 }
 
-template <KRepeatRule R, SampleAlpha A>
-void BicubicSampler<R, A>::ReadSome(std::uint32_t* to, int n) {
+template <KRepeatRule R>
+void BicubicRows<R>::ReadSome(std::uint32_t* to, int n) {
   std::uint32_t offset[kMost];
   std::int32_t x[kTaps * kMost], y[kTaps * kMost];
   // Sixteen pixels that lie together go through the loop; others are sampled one by one.
@@ -66,7 +66,7 @@ void BicubicSampler<R, A>::ReadSome(std::uint32_t* to, int n) {
   int begin = 0;  // of those that wait for the loop
   const auto flush = [&](int end) {
     loops_.cubic(to + begin, end - begin, source_.pixels, source_.stride, offset + begin,
-                 x + kTaps * begin, y + kTaps * begin, A);
+                 x + kTaps * begin, y + kTaps * begin, alpha_);
     begin = end + 1;
   };
   for (int i = 0; i < n; ++i) {
@@ -78,7 +78,7 @@ void BicubicSampler<R, A>::ReadSome(std::uint32_t* to, int n) {
       FindWeights(y + kTaps * i, at_.V());
     } else {
       flush(i);
-      to[i] = SampleBicubic<R, A>(source_, at_.U(), at_.V());
+      to[i] = SampleBicubic<R>(source_, at_.U(), at_.V(), alpha_);
     }
     if constexpr (R == KRepeatTile) {
       at_.StepWrapped(source_);
@@ -89,15 +89,12 @@ void BicubicSampler<R, A>::ReadSome(std::uint32_t* to, int n) {
   flush(n);
 }
 
-#define KALVORA_INSTANTIATE(R, A)                                                               \
-  template std::uint32_t SampleBicubic<R, A>(const PatternPixels&, std::int32_t, std::int32_t); \
-  template class BicubicSampler<R, A>;
-KALVORA_INSTANTIATE(KRepeatClamp, SampleAlpha::kNone)
-KALVORA_INSTANTIATE(KRepeatClamp, SampleAlpha::kPlain)
-KALVORA_INSTANTIATE(KRepeatClamp, SampleAlpha::kBound)
-KALVORA_INSTANTIATE(KRepeatTile, SampleAlpha::kNone)
-KALVORA_INSTANTIATE(KRepeatTile, SampleAlpha::kPlain)
-KALVORA_INSTANTIATE(KRepeatTile, SampleAlpha::kBound)
+#define KALVORA_INSTANTIATE(R)                                                              \
+  template std::uint32_t SampleBicubic<R>(const PatternPixels&, std::int32_t, std::int32_t, \
+                                          SampleAlpha);                                     \
+  template class BicubicRows<R>;
+KALVORA_INSTANTIATE(KRepeatClamp)
+KALVORA_INSTANTIATE(KRepeatTile)
 #undef KALVORA_INSTANTIATE
 
 }  // namespace kalvora

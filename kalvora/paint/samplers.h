@@ -42,18 +42,24 @@ class BilinearSampler {
 };
 
 /// Sixteen neighbours.
-template <KRepeatRule R, SampleAlpha A>
-class BicubicSampler {
+template <KRepeatRule R>
+class BicubicRows {
  public:
-  explicit BicubicSampler(const KStyleContext2D* style);
+  BicubicRows(const KStyleContext2D* style, SampleAlpha alpha);
   void Read(std::uint32_t* to, int n);
 
  private:
   void ReadSome(std::uint32_t* to, int n);
 
   const TurnLoops& loops_;
+  SampleAlpha alpha_;
   PatternPixels source_;
   PatternPosition at_;
+};
+
+template <KRepeatRule R, SampleAlpha A>
+struct BicubicSampler : BicubicRows<R> {
+  explicit BicubicSampler(const KStyleContext2D* style) : BicubicRows<R>(style, A) {}
 };
 
 /// Whole pixels of one row, for translations.
@@ -70,8 +76,9 @@ class CopySampler {
 };
 
 /// One bicubic sample at (u, v), 16.16, whole numbers meaning the centres of pixels.
-template <KRepeatRule R, SampleAlpha A>
-std::uint32_t SampleBicubic(const PatternPixels& source, std::int32_t u, std::int32_t v);
+template <KRepeatRule R>
+std::uint32_t SampleBicubic(const PatternPixels& source, std::int32_t u, std::int32_t v,
+                            SampleAlpha alpha);
 
 }  // namespace kalvora
 

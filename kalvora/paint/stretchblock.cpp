@@ -10,6 +10,7 @@
 #include "kalvora/core/KSoftPixmap.h"
 #include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/paint/bicubic.h"
+#include "kalvora/paint/loops/loops.h"
 #include "kalvora/paint/patternwalk.h"
 #include "kalvora/support/KFlags.h"
 
@@ -143,13 +144,15 @@ class BilinearColumns {
 };
 
 /// Columns of bicubic samples.
-template <SampleAlpha A>
 class BicubicColumns {
  public:
   static constexpr int kMost = 128;
 
   BicubicColumns(const KStyleContext2D* style, std::int32_t x, int n)
-      : loops_(style->loops->stretch), source_(*style->source), origin_(style, x) {
+      : loops_(style->loops->stretch),
+        alpha_(style->sampleAlpha),
+        source_(*style->source),
+        origin_(style, x) {
     PatternPosition at = origin_.at;
     for (int i = 0; i < n; ++i, at.Step()) {
       const Taps taps = TapsAt<KRepeatClamp>(at.U(), source_.width);
@@ -165,7 +168,7 @@ class BicubicColumns {
     const Taps taps = TapsAt<KRepeatClamp>(static_cast<std::int32_t>(origin_.V(y)), source_.height);
     const std::int32_t* rows[4];
     for (int j = 0; j < 4; ++j) rows[j] = Row(taps.index[j], n);
-    loops_.cubicDown(to, n, rows, taps.weight, A);
+    loops_.cubicDown(to, n, rows, taps.weight, alpha_);
   }
 
  private:
@@ -179,6 +182,7 @@ class BicubicColumns {
   }
 
   const StretchLoops& loops_;
+  const SampleAlpha alpha_;
   const PatternPixels source_;
   const Origin origin_;
   std::uint32_t offset_[kMost] = {};
@@ -187,20 +191,9 @@ class BicubicColumns {
   std::int32_t number_[4] = {-1, -1, -1, -1};
 };
 
-KBlockFiller BicubicBlock(SampleAlpha alpha) {
-  switch (alpha) {
-    case SampleAlpha::kNone:
-      return FillBlock<BicubicColumns<SampleAlpha::kNone>>;
-    case SampleAlpha::kPlain:
-      return FillBlock<BicubicColumns<SampleAlpha::kPlain>>;
-    default:
-      return FillBlock<BicubicColumns<SampleAlpha::kBound>>;
-  }
-}
-
 }  // namespace
 
-KBlockFiller SelectStretchBlock(const KStyleContext2D* style, SampleAlpha alpha) {
+KBlockFiller SelectStretchBlock(const KStyleContext2D* style) {
   const KSoftMatrix3D& m = style->source->transform;
   const bool alongRows = m.m1 == kZero && m.m3 == kZero && !m.linearIdentity;
   if (!alongRows || style->source->repeatRule != KRepeatClamp) return nullptr;
@@ -209,7 +202,7 @@ KBlockFiller SelectStretchBlock(const KStyleContext2D* style, SampleAlpha alpha)
     case KSamplingBilinear:
       return width >= 2 ? FillBlock<BilinearColumns> : nullptr;
     case KSamplingBicubic:
-      return width >= 4 ? BicubicBlock(alpha) : nullptr;
+      return width >= 4 ? FillBlock<BicubicColumns> : nullptr;
     default:
       return nullptr;
   }

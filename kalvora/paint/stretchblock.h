@@ -2,15 +2,14 @@
 #ifndef KALVORA_PAINT_STRETCHBLOCK_H
 #define KALVORA_PAINT_STRETCHBLOCK_H
 
-#include "kalvora/paint/loops/loops.h"
 #include "kalvora/raster/PaintJob.h"
 
 namespace kalvora {
 
 /// The filler of blocks, with edges or without, for the pattern and the opacity in the style
 /// record, bilinear or bicubic, whose rows run along the pixmap's. Null for others, which rows
-/// serve. `alpha` is that of bicubic samples.
-KBlockFiller SelectStretchBlock(const KStyleContext2D* style, SampleAlpha alpha);
+/// serve.
+KBlockFiller SelectStretchBlock(const KStyleContext2D* style);
 
 }  // namespace kalvora
 
