@@ -15,6 +15,23 @@ void StoreSome(std::uint32_t* p, Words c) {
   for (int k = 0; k < count; ++k) Store(p + k * kLanes, c);
 }
 
+/// Four vectors at a time, as long as they fit before `end`.
+inline void StoreMany(std::uint32_t*& to, const std::uint32_t* end, Words c) {
+#if KALVORA_LANES == 4 && defined(__arm__)
+  // Of a list of registers, which compilers do not make of single stores.
+  std::ptrdiff_t turns = (end - to) / (4 * kLanes);
+  if (turns <= 0) return;
+  asm volatile(
+      "vmov q8, %q[c]\n\tvmov q9, %q[c]\n\tvmov q10, %q[c]\n\tvmov q11, %q[c]\n"
+      "1:\n\tvstmia %[to]!, {d16-d23}\n\tsubs %[turns], %[turns], #1\n\tbne 1b"
+      : [to] "+r"(to), [turns] "+r"(turns)
+      : [c] "w"(c)
+      : "d16", "d17", "d18", "d19", "d20", "d21", "d22", "d23", "cc", "memory");
+#else
+  for (; to <= end - 4 * kLanes; to += 4 * kLanes) StoreSome<4>(to, c);
+#endif
+}
+
 /// As many vectors from the start as up to the end, which may overlap; a long row's others do not
 /// lie across two cache lines.
 inline void FillRow(std::uint32_t* to, int n, Words c) {
@@ -28,7 +45,7 @@ inline void FillRow(std::uint32_t* to, int n, Words c) {
     constexpr std::uintptr_t kBytes = sizeof(Words);
     const auto skipped = kBytes - (reinterpret_cast<std::uintptr_t>(to) & (kBytes - 1));
     to += skipped / sizeof *to;
-    for (; to <= end - 4 * kLanes; to += 4 * kLanes) StoreSome<4>(to, c);
+    StoreMany(to, end, c);
     for (; to <= end - kLanes; to += kLanes) StoreSome<1>(to, c);
     StoreSome<1>(end - kLanes, c);
   }

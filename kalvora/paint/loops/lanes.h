@@ -134,10 +134,15 @@ class Part {
   }
 #else
   Words Load(const void* p) const {
-    if constexpr (K == 2) return vcombine_u32(vcreate_u32(LoadAs<std::uint64_t>(p)), vdup_n_u32(0));
-    return vdupq_n_u32(LoadAs<std::uint32_t>(p));
+    const auto* words = static_cast<const std::uint32_t*>(p);
+    if constexpr (K == 2) return vcombine_u32(vld1_u32(words), vdup_n_u32(0));
+    return vld1q_dup_u32(words);
   }
-  void Store(void* p, Words v) const { __builtin_memcpy(p, &v, K * sizeof(std::uint32_t)); }
+  void Store(void* p, Words v) const {
+    auto* words = static_cast<std::uint32_t*>(p);
+    if constexpr (K == 2) return vst1_u32(words, vget_low_u32(v));
+    vst1q_lane_u32(words, v, 0);
+  }
 #endif
   Words Bytes(const std::uint8_t* p) const { return Words{p[0], p[K - 1], 0, 0}; }
 };
@@ -242,7 +247,9 @@ inline Longs LoadLongs(const std::uint8_t* base, const std::uint32_t* offset, co
 
 /// A weight of 0..256 for both fields of a word.
 inline Words Both(Words w) {
-#if KALVORA_LANES > 1
+#if KALVORA_LANES > 1 && !defined(__SSE2__)
+  return vsliq_n_u32(w, w, 16);
+#elif KALVORA_LANES > 1
   return w | w << 16;
 #else
   return w;
@@ -310,7 +317,13 @@ inline Words JoinHigh(Words lo, Words hi) {
 inline Words Scale(Words p, Words both) { return JoinHigh(Times(Lo(p), both), Times(Hi(p), both)); }
 
 /// Both(256 - the weight of the pixel's alpha): a + 1 from 128 up, else a.
-inline Words BothRest(Words p) { return Both(256 - ((p >> 24) + (p >> 31))); }
+inline Words BothRest(Words p) {
+#if KALVORA_LANES > 1 && !defined(__SSE2__)
+  return Both(256 - vsraq_n_u32(p >> 24, p, 31));
+#else
+  return Both(256 - ((p >> 24) + (p >> 31)));
+#endif
+}
 
 /// Dca' = Sca + Dca (1 - Sa), one 32-bit addition for all channels.
 inline Words Over(Words d, Words s) { return Scale(d, BothRest(s)) + s; }
@@ -359,6 +372,9 @@ void Pixels(std::uint32_t* to, int n, F f) {
   if (n >= kLanes) {
     const int end = n - kLanes;
     const Words last = f(Load(to + end), At<Whole>{end, {}});
+#if defined(__ARM_NEON)
+#pragma GCC unroll 2
+#endif
     for (int i = 0; i < end; i += kLanes) PixelsAt(to, i, Whole{}, f);
     return Store(to + end, last);
   }
