@@ -71,11 +71,13 @@ bool KStrokeBuilder::ComputeInit() {
   k_.heading = {kOne, kZero};
   k_.empty = true;
   k_.pending = k_.atStart = false;
+  fanSteps_ = 0;
   return out_.Open(reserve_);
 }
 
 void KStrokeBuilder::ComputeClose(bool closed) {
   if (!out_.IsOpen()) return;
+  EndFan();
   if (closed) OffsetPoly(&k_.start, 1);
   if (k_.empty) {
     // A subpath of no length is a dot: two caps, back to back.

@@ -89,7 +89,9 @@ class KStrokeBuilder {
   /// be followed otherwise.
   void FollowLeg(kalvora::Span leg, KVertex2D end);
   void Swell(std::int64_t height);
-  void Fan(KVertex2D end, kalvora::Side inner, std::int64_t way, std::int64_t swing);
+  void Fan(kalvora::Side inner, std::int64_t way, std::int64_t swing);
+  /// Ends the fan, if there is one, at the two sides of the current point.
+  void EndFan();
 
   template <int ORDER>
   void Dash(const KVertex2D* points, unsigned pieces);
@@ -112,7 +114,9 @@ class KStrokeBuilder {
   KIntercept k_;
   KDashWay way_;
   std::uint32_t reserve_ = 0;  // room for the next ring
-  bool crossed_ = false;       // the last join took the crossing of its inner sides
+  unsigned fanSteps_ = 0;      // of the present fan
+  kalvora::Side fanSide_ = kalvora::Side::kLeft;
+  bool crossed_ = false;  // the last join took the crossing of its inner sides
   kalvora::Side inner_ = kalvora::Side::kLeft;  // of the last join
 };
 

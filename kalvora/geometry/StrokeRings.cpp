@@ -1,8 +1,10 @@
 // StrokeRings: growing and finishing rings.
 #include "kalvora/geometry/StrokeRings.h"
 
+#include <cstddef>
 #include <cstring>
 
+#include "kalvora/core/roots.h"
 #include "kalvora/raster/ring.h"
 
 namespace kalvora {
@@ -31,9 +33,10 @@ bool StrokeRings::Open(std::uint32_t reserve) {
   return !failed_;
 }
 
-void StrokeRings::Add(Side side, KVertex2D p) {
+void StrokeRings::Add(Side side, KVertex2D p) { Put(side, ring::Vertex(matrix_.Map(p))); }
+
+void StrokeRings::Put(Side side, KVertex2D mapped) {
   if (left_ + right_ == room_ && !Grow()) return;
-  const KVertex2D mapped = ring::Vertex(matrix_.Map(p));
   if (side == Side::kLeft) {
     ring_[++left_] = mapped;
   } else {
@@ -66,6 +69,42 @@ void StrokeRings::Drop() {
   if (ring_) memory_.Free(ring_);
   ring_ = nullptr;
   left_ = right_ = room_ = 0;
+}
+
+namespace {
+
+/// Drops points that lie within 1/256 of a pixel of the last one that is kept; returns how many
+/// stay.
+unsigned Merge(KVertex2D* points, unsigned count) {
+  constexpr std::int64_t kNear = kOne.raw / 256;
+  const auto isNear = [](KFixed a, KFixed b) { return Abs(std::int64_t{a.raw} - b.raw) <= kNear; };
+  unsigned kept = 1;
+  for (unsigned i = 1; i < count; ++i) {
+    const KVertex2D last = points[kept - 1], p = points[i];
+    if (!isNear(p.x, last.x) || !isNear(p.y, last.y)) points[kept++] = p;
+  }
+  return kept;
+}
+
+}  // namespace
+
+void StrokeRings::TurnFan(Side side, unsigned steps) {
+  if (failed_) return;
+  KVertex2D a[kMostFanSteps + 1], c[kMostFanSteps];
+  const bool isLeft = side == Side::kLeft;
+  const KVertex2D* last = isLeft ? ring_ + left_ : ring_ + room_ + 1 - right_;
+  const std::ptrdiff_t back = isLeft ? -1 : 1;
+  for (unsigned i = steps; i > 0; --i, last += 2 * back) {
+    a[i] = last[0];
+    c[i - 1] = last[back];
+  }
+  a[0] = last[0];
+  (isLeft ? left_ : right_) -= 2 * steps;
+  const unsigned crossings = Merge(c, steps);
+  for (unsigned i = 0; i < crossings; ++i) Put(side, c[i]);
+  for (unsigned i = steps + 1; i > 0; --i) Put(side, a[i - 1]);
+  for (unsigned i = 0; i < crossings; ++i) Put(side, c[i]);
+  Put(side, a[steps]);
 }
 
 // Finishing ---------------------------------------------------------------------------------------

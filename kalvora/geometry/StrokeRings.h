@@ -31,6 +31,15 @@ class StrokeRings {
 
   /// Appends a vertex, given in user space, to a side.
   void Add(Side side, KVertex2D p);
+  /// Number of a side's vertices.
+  std::uint32_t Count(Side side) const { return side == Side::kLeft ? left_ : right_; }
+  /// The most steps of one fan.
+  static constexpr unsigned kMostFanSteps = 48;
+  /// The side ends with a0 c0 a1 c1 ... an, where the pen's inner half swept backward from a0 to an
+  /// and its lines crossed at the c, one pair for every step. Goes on along a0 c0 c1 ... an, back
+  /// along the a, and once more along the c: what was swept the other way around turns like
+  /// everything else.
+  void TurnFan(Side side, unsigned steps);
   /// The side begins where it ends.
   void BeginAtEnd(Side side);
   /// Puts the right side behind the left one, last vertex first.
@@ -45,6 +54,7 @@ class StrokeRings {
 
  private:
   bool Grow();
+  void Put(Side side, KVertex2D mapped);
   void Fail();
 
   const KSoftMatrix3D& matrix_;

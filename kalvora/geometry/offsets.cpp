@@ -68,23 +68,27 @@ void KStrokeBuilder::Swell(std::int64_t height) {
 // Where the pen is wider than the curve's radius, its inner side runs backward: the pen's lines
 // before and after the step cross at way / swing of the half width, and beyond the crossing they
 // sweep a triangle the other way around. Walked once more than that, the triangle turns the same
-// way as everything else.
-void KStrokeBuilder::Fan(KVertex2D end, Side inner, std::int64_t way, std::int64_t swing) {
-  const bool right = inner == Side::kRight;
-  const KVertex2D a = right ? -k_.before.offset : k_.before.offset;
-  const KVertex2D b = right ? -k_.next.offset : k_.next.offset;
+// way as everything else; steps that follow each other do it together, as one fan.
+void KStrokeBuilder::Fan(Side inner, std::int64_t way, std::int64_t swing) {
+  if (fanSteps_ == StrokeRings::kMostFanSteps || inner != fanSide_) EndFan();
+  fanSide_ = inner;
+  ++fanSteps_;
+  const KVertex2D a = inner == Side::kRight ? -k_.before.offset : k_.before.offset;
   const Span part = Part(Wide(a), Ratio(way, swing));
-  const KVertex2D crossing =
-      k_.point + KVertex2D{KFixed::FromRaw(static_cast<std::int32_t>(part.x)),
-                           KFixed::FromRaw(static_cast<std::int32_t>(part.y))};
-  out_.Add(inner, crossing);
-  out_.Add(inner, end + b);
-  out_.Add(inner, k_.point + a);
-  out_.Add(inner, crossing);
+  out_.Add(inner, k_.point + KVertex2D{KFixed::FromRaw(static_cast<std::int32_t>(part.x)),
+                                       KFixed::FromRaw(static_cast<std::int32_t>(part.y))});
+}
+
+void KStrokeBuilder::EndFan() {
+  if (fanSteps_ == 0) return;
+  Arrive();
+  out_.TurnFan(fanSide_, fanSteps_);
+  fanSteps_ = 0;
 }
 
 void KStrokeBuilder::Turn(Span leg, bool smooth) {
   if (!k_.empty && GoesOn(k_.before.direction, leg)) return;
+  EndFan();
   k_.next = StretchAlong(pen_, leg, false);
   if (k_.empty) {
     Begin();
@@ -103,8 +107,11 @@ void KStrokeBuilder::Glide(const Bezier<ORDER>& piece) {
   const Span ahead = Wide(k_.next.direction);
   const std::int64_t way = Dot(Between(k_.point, end), ahead);
   const std::int64_t swing = Dot(Between(k_.before.offset, k_.next.offset), ahead);
-  if (Abs(swing) >= way && swing != 0)
-    Fan(end, swing > 0 ? Side::kRight : Side::kLeft, std::max<std::int64_t>(way, 0), Abs(swing));
+  if (Abs(swing) >= way && swing != 0) {
+    Fan(swing > 0 ? Side::kRight : Side::kLeft, std::max<std::int64_t>(way, 0), Abs(swing));
+  } else {
+    EndFan();
+  }
   MoveTo(end);
 }
 
@@ -113,6 +120,7 @@ template void KStrokeBuilder::Glide(const Bezier<3>&);
 
 void KStrokeBuilder::FollowLeg(Span leg, KVertex2D end) {
   if (IsNothing(leg)) return;
+  EndFan();
   Turn(leg, true);
   k_.next = k_.before;
   k_.next.length = 0;
@@ -125,6 +133,7 @@ void KStrokeBuilder::OffsetPoly(const KVertex2D* points, unsigned pieces) {
   for (unsigned i = 0; i < pieces; ++i) {
     const Span v = Between(k_.point, points[i]);
     if (v.IsZero()) continue;
+    EndFan();
     k_.next = StretchAlong(pen_, v, true);
     if (k_.empty) {
       Begin();
