@@ -17,6 +17,7 @@ struct KPixelLayout {
   Channel blue{0, 8};
   std::uint32_t ones = 0;  ///< bits that are always set: an opaque alpha
 
+  bool operator==(const KPixelLayout&) const = default;
   static KPixelLayout Rgb565() { return {{11, 5}, {5, 6}, {0, 5}, 0}; }
   /// Whether the colours lie as in the words that the library draws.
   bool IsOurs() const {

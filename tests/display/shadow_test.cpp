@@ -1,5 +1,6 @@
 // Whatever pixels, rows and direction a device has: it shows what was drawn upright into 32 bits.
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -8,6 +9,7 @@
 #include <unistd.h>
 
 #include "kalvora/display/KLinuxFb.h"
+#include "kalvora/display/KPixelWriter.h"
 
 #include "tests/display/rig.h"
 #if KALVORA_KMS
@@ -204,6 +206,38 @@ class Picture {
   bool dither, lies;
   std::vector<std::uint32_t> picture;  ///< upright
 };
+
+/// The loops for wide vectors write what the plain ones do, and nothing else.
+TEST(Shadows, AreWrittenAlikeByAllLoops) {
+  if (kalvora::WidePixelLoops() == nullptr) GTEST_SKIP() << "no wide vectors";
+  const KPixelLayout layouts[] = {KPixelLayout::Rgb565(),
+                                  {{0, 5}, {5, 6}, {11, 5}, 0},
+                                  {{10, 5}, {5, 5}, {0, 5}, 0x8000},
+                                  {{8, 4}, {4, 4}, {0, 4}, 0xF000},
+                                  {{0, 8}, {8, 8}, {16, 8}, 0xFF000000},
+                                  {{24, 8}, {16, 8}, {8, 8}, 0}};
+  Random random(1);
+  for (int i = 0; i < 3000; ++i) {
+    const unsigned which = random.Below(std::size(layouts));
+    const unsigned bits = which < 4 ? 16 : which == 4 && random.OneIn(2) ? 24 : 32;
+    const bool dither = random.OneIn(2);
+    KPixelWriter plain;
+    KPixelWriter wide;
+    ASSERT_TRUE(plain.Choose(layouts[which], bits, dither, &kalvora::PlainPixelLoops()));
+    ASSERT_TRUE(wide.Choose(layouts[which], bits, dither, kalvora::WidePixelLoops()));
+    std::vector<std::uint32_t> words(random.Below(200));
+    for (std::uint32_t& word : words) word = random.Next();
+    std::vector<std::uint8_t> expected(words.size() * 4 + 8, 0x11);
+    std::vector<std::uint8_t> written = expected;
+    const unsigned x = random.Below(9);
+    const unsigned y = random.Below(9);
+    const auto count = static_cast<unsigned>(words.size());
+    plain.Write(expected.data(), words.data(), count, x, y);
+    wide.Write(written.data(), words.data(), count, x, y);
+    ASSERT_EQ(written, expected) << which << " " << bits;
+    ASSERT_EQ(written[words.size() * bits / 8], 0x11);
+  }
+}
 
 TEST(Shadows, ShowWhatIsDrawn) {
   for (const Case& c : kCases) {

@@ -1,0 +1,40 @@
+// The loops that turn words into a device's pixels, compiled once for each instruction set.
+#ifndef KALVORA_DISPLAY_PIXELLOOPS_H
+#define KALVORA_DISPLAY_PIXELLOOPS_H
+
+#include <cstdint>
+
+#include "kalvora/display/KPixelLayout.h"
+
+namespace kalvora {
+
+/// What a loop needs to know of a device.
+struct PixelStyle {
+  static constexpr unsigned kPiece = 64;  ///< pixels that are written in one go
+
+  KPixelLayout layout;
+  /// What is added to the channels before they are cut off, 0x00RRGGBB, for each row of the
+  /// pattern; as long as a piece that begins anywhere in the pattern.
+  std::uint32_t noise[4][kPiece + 3];
+};
+
+/// Writes `count` pixels from the device's column x of row y on.
+using PixelLoop = void(const PixelStyle& style, void* to, const std::uint32_t* from, unsigned count,
+                       unsigned x, unsigned y);
+
+/// The loops of one instruction set. All sets write the same.
+struct PixelLoops {
+  const char* name;
+  PixelLoop* to565;  ///< 16 bits, red highest, without alpha
+  PixelLoop* to16;   ///< any other 16 bits
+  PixelLoop* to32;
+};
+
+/// Those that any processor of the build's kind runs, and those for wide vectors (null where there
+/// are none, or where this processor does not have them).
+const PixelLoops& PlainPixelLoops();
+const PixelLoops* WidePixelLoops();
+
+}  // namespace kalvora
+
+#endif

@@ -1,0 +1,6 @@
+// The loops for wide vectors, AVX2 or NEON: built with their instructions, where there are any.
+#if defined(__AVX2__) || (defined(__arm__) && defined(__ARM_NEON))
+#define KALVORA_WIDTH wide
+#define KALVORA_WIDTH_NAME "wide"
+#include "kalvora/display/pixelloopsbody.h"
+#endif
