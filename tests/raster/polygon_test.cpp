@@ -287,7 +287,7 @@ TEST(Polygon, RulesAndOrientation) {
 TEST(Polygon, HostileShapesStayInside) {
   Random random(13);
   Canvas canvas(kSize, kSize);
-  for (int i = 0; i < 4000; ++i) {
+  const auto any = [&] {
     Rings rings(1 + random.Below(3));
     for (Ring& ring : rings) {
       ring.resize(random.Below(12));
@@ -298,9 +298,13 @@ TEST(Polygon, HostileShapesStayInside) {
       }
     }
     std::erase_if(rings, [](const Ring& ring) { return ring.empty(); });
+    return rings;
+  };
+  for (int i = 0; i < 4000; ++i) {
+    const Rings rings = any(), path = any();
     const auto edge = [&] { return static_cast<std::int16_t>(random.Below(kSize + 1)); };
     canvas.style.clip = {edge(), edge(), edge(), edge()};
-    canvas.Draw(rings, static_cast<KFillRule>(random.Word()));
+    canvas.Draw(rings, static_cast<KFillRule>(random.Word()), random.OneIn(3) ? &path : nullptr);
     ASSERT_EQ(canvas.stack.used, 0u);
   }
 }

@@ -10,6 +10,8 @@
 namespace kalvora {
 namespace {
 
+constexpr std::int32_t kRowsAwake = 8;
+
 // 1 when a is left of b, -1 when it is right of it.
 int Order(std::int32_t a, std::int32_t b) { return a < b ? 1 : a > b ? -1 : 0; }
 
@@ -18,7 +20,8 @@ int Order(std::int32_t a, std::int32_t b) { return a < b ? 1 : a > b ? -1 : 0; }
 bool RowSweep::Add(std::int32_t top) {
   top_ = top;
   bottom_ = top + kRowHeight;
-  changed_ = chains_.Starts();
+  // Every few rows chains that have gone beside the clip are looked for, whatever happens here.
+  changed_ = chains_.Starts() || (top >> 16) % kRowsAwake == 0;
   if (AddPieces() || chains_.Starts()) {
     changed_ = true;
     SolveGroups();
