@@ -4,8 +4,12 @@
 #include <cerrno>
 #include <new>
 
+#if KALVORA_FB
 #include "kalvora/display/KFbScreen.h"
+#endif
+#if KALVORA_SHM
 #include "kalvora/display/KShmScreen.h"
+#endif
 #if KALVORA_KMS
 #include "kalvora/display/KKmsScreen.h"
 #endif
@@ -23,8 +27,16 @@ constexpr struct {
   KDisplay kind;
   KScreen* (*make)();
 } kScreens[] = {
+#if KALVORA_FB
     {KDisplayFramebuffer, New<KFbScreen>},
+#else
+    {KDisplayFramebuffer, nullptr},
+#endif
+#if KALVORA_SHM
     {KDisplayShared, New<KShmScreen>},
+#else
+    {KDisplayShared, nullptr},
+#endif
 #if KALVORA_KMS
     {KDisplayKms, New<KKmsScreen>},
 #else
