@@ -7,8 +7,8 @@
 
 #include "kalvora/core/KSoftMatrix3D.h"
 
-/// One run of pieces of the same order, a block of the C heap. The points follow the record: first
-/// the subpath's start point when it opens a subpath, then pieces x order points.
+/// Pieces of the same order that follow each other, a block of the C heap. The points follow the
+/// record: first the subpath's start point when it opens a subpath, then pieces x order points.
 struct KSegment {
   std::uint32_t
       header;  ///< bit 0 opens a subpath; bit 1 that subpath is closed; bits 2-3 order; 4-31 pieces

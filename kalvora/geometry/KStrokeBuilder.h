@@ -54,7 +54,7 @@ class KStrokeBuilder {
   void DashBez3(const KVertex2D* points, unsigned pieces);
   void DashBez4(const KVertex2D* points, unsigned pieces);
   /// A dash or a gap ends at p, where the path goes on in the direction `heading`.
-  void ComputeDash(KVertex2D p, kalvora::Span heading);
+  void ComputeDash(KVertex2D p, kalvora::Vector heading);
   /// Emits the join between the stretch before the current point and the next one; inside a curve
   /// (`smooth`) a round one.
   void ComputeJoin(bool smooth);
@@ -81,13 +81,13 @@ class KStrokeBuilder {
   void Offset(const KVertex2D* points, unsigned pieces);
   /// Turns to the direction of a curve's leg, which begins at the current point; inside a curve
   /// (`smooth`) with a round join.
-  void Turn(kalvora::Span leg, bool smooth);
+  void Turn(kalvora::Vector leg, bool smooth);
   /// Follows a piece that turns so little that its sides are straight lines.
   template <int ORDER>
   void Glide(const kalvora::Bezier<ORDER>& piece);
   /// Follows one leg of the control polygon of a piece that is too small, or turns too sharply, to
   /// be followed otherwise.
-  void FollowLeg(kalvora::Span leg, KVertex2D end);
+  void FollowLeg(kalvora::Vector leg, KVertex2D end);
   void Swell(std::int64_t height);
   void Fan(kalvora::Side inner, std::int64_t way, std::int64_t swing);
   /// Ends the fan, if there is one, at the two sides of the current point.
@@ -97,7 +97,7 @@ class KStrokeBuilder {
   void Dash(const KVertex2D* points, unsigned pieces);
   template <int ORDER>
   void DashPiece(kalvora::Bezier<ORDER> rest);
-  void DashLeg(kalvora::Span from, kalvora::Span leg);
+  void DashLeg(kalvora::Vector from, kalvora::Vector leg);
   /// The way along a curve: what of it can show, piece by piece.
   template <int ORDER>
   KDashWay WayAlong(const kalvora::Bezier<ORDER>& curve) const;

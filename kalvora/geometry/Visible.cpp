@@ -47,7 +47,7 @@ Visible::Visible(const KRect* clip, const KSoftMatrix3D& m, std::int64_t reach,
 }
 
 // What KSoftMatrix3D::Map gives, without wrapping around.
-Span Visible::Map(KVertex2D p) const {
+Vector Visible::Map(KVertex2D p) const {
   const auto sum = [p](KFixed a, KFixed b, KFixed c) {
     return (std::int64_t{p.x.raw} * a.raw >> 16) + (std::int64_t{p.y.raw} * b.raw >> 16) + c.raw;
   };
@@ -56,7 +56,7 @@ Span Visible::Map(KVertex2D p) const {
 
 unsigned Visible::SidesOf(KVertex2D p) const {
   if (all_) return 0;
-  const Span v = Map(p);
+  const Vector v = Map(p);
   return (v.x < least_.x ? 1u : 0u) | (v.x > most_.x ? 2u : 0u) | (v.y < least_.y ? 4u : 0u) |
          (v.y > most_.y ? 8u : 0u);
 }
@@ -76,7 +76,7 @@ bool Visible::Hides(const Subpath& subpath) const {
 Seen Visible::Of(KVertex2D from, KVertex2D to, std::int64_t length) const {
   if ((SidesOf(from) | SidesOf(to)) == 0) return {};
   if (!short_ && !(IsInPlane(from) && IsInPlane(to))) return {};
-  const Span a = Map(from), d = Map(to) - a;
+  const Vector a = Map(from), d = Map(to) - a;
   Part01 part;
   part.Clip(a.x, d.x, least_.x, most_.x);
   part.Clip(a.y, d.y, least_.y, most_.y);

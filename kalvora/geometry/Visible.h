@@ -39,11 +39,11 @@ class Visible {
   Seen Of(KVertex2D from, KVertex2D to, std::int64_t length) const;
 
  private:
-  Span Map(KVertex2D p) const;
+  Vector Map(KVertex2D p) const;
 
   const KSoftMatrix3D& matrix_;
   std::int64_t reach_;
-  Span least_{}, most_{};
+  Vector least_{}, most_{};
   bool all_, short_;
 };
 

@@ -30,7 +30,7 @@ struct Ellipse {
   /// The direction in which p lies once the offset from the centre is scaled by the ratio of the
   /// radii. The centre itself lies in the direction (1, 0).
   Unit DirectionOf(KVertex2D p) const {
-    Span v = Between(centre, p);
+    Vector v = Between(centre, p);
     if (v.IsZero()) return {Unit::kOne, 0};
     if (radii.x != radii.y) {
       // The ratio is all that counts: 17 bits of the larger radius.

@@ -12,7 +12,7 @@
 namespace kalvora {
 
 /// Whether v is what roundings may leave of nothing: too short to have a direction.
-constexpr bool IsNothing(Span v) { return Extent(v) < 512; }
+constexpr bool IsNothing(Vector v) { return Extent(v) < 512; }
 
 /// A curve of ORDER + 1 points with 32 fraction bits, so that the tangents of its smallest pieces
 /// keep their direction.
@@ -20,12 +20,12 @@ template <int ORDER>
 struct Bezier {
   static constexpr int kExtraBits = 16;
 
-  Span p[ORDER + 1];
+  Vector p[ORDER + 1];
 
-  static Span Widen(KVertex2D v) {
+  static Vector Widen(KVertex2D v) {
     return {std::int64_t{v.x.raw} * (1 << kExtraBits), std::int64_t{v.y.raw} * (1 << kExtraBits)};
   }
-  static KVertex2D Narrow(Span v) {
+  static KVertex2D Narrow(Vector v) {
     constexpr std::int64_t kHalfUnit = 1 << (kExtraBits - 1);
     return {KFixed::FromRaw(static_cast<std::int32_t>((v.x + kHalfUnit) >> kExtraBits)),
             KFixed::FromRaw(static_cast<std::int32_t>((v.y + kHalfUnit) >> kExtraBits))};
@@ -38,22 +38,23 @@ struct Bezier {
   }
 
   KVertex2D End() const { return Narrow(p[ORDER]); }
-  Span Leg(int i) const { return p[i + 1] - p[i]; }
+  Vector Leg(int i) const { return p[i + 1] - p[i]; }
   /// The tangents at the ends: a control point that lies on the end gives way to the next.
-  Span FirstLeg() const {
+  Vector FirstLeg() const {
     for (int i = 1; i < ORDER; ++i) {
       if (!IsNothing(p[i] - p[0])) return p[i] - p[0];
     }
     return p[ORDER] - p[0];
   }
-  Span LastLeg() const {
+  Vector LastLeg() const {
     for (int i = ORDER - 1; i > 0; --i) {
       if (!IsNothing(p[ORDER] - p[i])) return p[ORDER] - p[i];
     }
     return p[ORDER] - p[0];
   }
   bool IsInPlane(const KSoftMatrix3D& m) const {
-    return std::all_of(p, p + ORDER + 1, [&](Span s) { return kalvora::IsInPlane(m, Narrow(s)); });
+    return std::all_of(p, p + ORDER + 1,
+                       [&](Vector s) { return kalvora::IsInPlane(m, Narrow(s)); });
   }
   bool IsPoint() const {
     for (int i = 1; i <= ORDER; ++i) {
@@ -65,7 +66,7 @@ struct Bezier {
   /// The halves, or the parts before and after a point between, as `between` of two points says.
   template <typename Between>
   void Cut(Bezier& before, Bezier& after, Between between) const {
-    Span q[ORDER + 1];
+    Vector q[ORDER + 1];
     for (int i = 0; i <= ORDER; ++i) q[i] = p[i];
     for (int n = ORDER;; --n) {
       before.p[ORDER - n] = q[0];
@@ -75,25 +76,27 @@ struct Bezier {
     }
   }
   void Halve(Bezier& before, Bezier& after) const {
-    Cut(before, after, [](Span a, Span b) { return Span{(a.x + b.x) >> 1, (a.y + b.y) >> 1}; });
+    Cut(before, after, [](Vector a, Vector b) {
+      return Vector{(a.x + b.x) >> 1, (a.y + b.y) >> 1};
+    });
   }
   /// Re-parameterises to the parts before and after t, 30 fraction bits.
   void ReParam(Bezier& before, Bezier& after, std::int64_t t) const {
-    Cut(before, after, [t](Span a, Span b) { return a + Part(b - a, t); });
+    Cut(before, after, [t](Vector a, Vector b) { return a + Part(b - a, t); });
   }
 };
 
 /// The vector scaled down to 28 bits: products of two such stay exact.
-constexpr int ReducingShift(Span v) {
+constexpr int ReducingShift(Vector v) {
   const int shift = static_cast<int>(std::bit_width(static_cast<std::uint64_t>(Extent(v)))) - 28;
   return shift > 0 ? shift : 0;
 }
-constexpr Span Reduced(Span v) {
+constexpr Vector Reduced(Vector v) {
   const int shift = ReducingShift(v);
   return {v.x >> shift, v.y >> shift};
 }
 /// The length, at most 8 % too small.
-constexpr std::int64_t RoughLength(Span v) { return std::max(Extent(v), Bound(v) * 181 >> 8); }
+constexpr std::int64_t RoughLength(Vector v) { return std::max(Extent(v), Bound(v) * 181 >> 8); }
 
 /// The most steps of one piece, and the most that one may turn (20 degrees, 16.16).
 inline constexpr std::int64_t kMostSteps = 6;
@@ -103,13 +106,13 @@ inline constexpr std::uint32_t kMostStepTurn = 22876;
 /// between them, a sum of products of the control points, over the chord's length.
 template <int ORDER>
 std::int64_t MeanHeight(const Bezier<ORDER>& piece) {
-  Span v[ORDER];
+  Vector v[ORDER];
   int shift = 0;
   for (int i = 0; i < ORDER; ++i) {
     v[i] = piece.p[i + 1] - piece.p[0];
     shift = std::max(shift, ReducingShift(v[i]));
   }
-  for (Span& s : v) s = {s.x >> shift, s.y >> shift};
+  for (Vector& s : v) s = {s.x >> shift, s.y >> shift};
   const std::int64_t length = RoughLength(v[ORDER - 1]);
   if (length == 0) return 0;
   if constexpr (ORDER == 2) return Quotient(Cross(v[0], v[1]), 3 * length) << shift;
@@ -121,10 +124,10 @@ std::int64_t MeanHeight(const Bezier<ORDER>& piece) {
 /// Whether every control point lies so near to the chord that the curve stays within `flatness`.
 template <int ORDER>
 bool IsFlat(const Bezier<ORDER>& piece, std::int64_t flatness) {
-  const Span chord = Reduced(piece.p[ORDER] - piece.p[0]);
+  const Vector chord = Reduced(piece.p[ORDER] - piece.p[0]);
   const std::int64_t length = RoughLength(chord);
   for (int i = 1; i < ORDER; ++i) {
-    const Span v = piece.p[i] - piece.p[0];
+    const Vector v = piece.p[i] - piece.p[0];
     const int shift = ReducingShift(v);
     // A quadratic reaches half of its control point's distance, a cubic three quarters of the
     // larger one.
@@ -140,9 +143,9 @@ template <int ORDER>
 bool IsOneStep(const Bezier<ORDER>& piece, const Pen& pen) {
   // Together the legs may turn by what the pen allows.
   const std::int64_t turn = pen.turn / (ORDER - 1);
-  Span before{0, 0};
+  Vector before{0, 0};
   for (int i = 0; i < ORDER; ++i) {
-    const Span leg = Reduced(piece.Leg(i));
+    const Vector leg = Reduced(piece.Leg(i));
     if (IsNothing(leg)) continue;
     if (!before.IsZero()) {
       const std::int64_t ahead = Dot(before, leg);
@@ -165,10 +168,10 @@ std::int64_t StepsOf(const Bezier<ORDER>& piece, const Pen& pen) {
   for (int i = 0; i < ORDER; ++i) longest = std::max(longest, Extent(piece.Leg(i)));
   const int width = static_cast<int>(std::bit_width(static_cast<std::uint64_t>(longest)));
   const int shift = std::max(width - kBits, 0);
-  Span leg[ORDER];
-  Span chord{0, 0};
+  Vector leg[ORDER];
+  Vector chord{0, 0};
   for (int i = 0; i < ORDER; ++i) {
-    const Span v = piece.Leg(i);
+    const Vector v = piece.Leg(i);
     leg[i] = {v.x >> shift, v.y >> shift};
     if (Extent(v) < longest >> 3) return 0;
     chord = chord + leg[i];
@@ -182,10 +185,10 @@ std::int64_t StepsOf(const Bezier<ORDER>& piece, const Pen& pen) {
     if (ahead <= 0) return 0;
     across[i] = Abs(Cross(leg[i], leg[i + 1])) << 16;
     turn += Quotient(across[i], ahead);
-    const Span change = leg[i + 1] - leg[i];
+    const Vector change = leg[i + 1] - leg[i];
     bend = std::max(bend, Abs(Cross(chord, change)));
   }
-  const auto rate = [](std::int64_t sine, Span v) {
+  const auto rate = [](std::int64_t sine, Vector v) {
     return Quotient((ORDER - 1) * sine, std::max<std::int64_t>(Dot(v, v), 1));
   };
   turn = std::max({turn, rate(across[0], leg[0]), rate(across[ORDER - 2], leg[ORDER - 1])});

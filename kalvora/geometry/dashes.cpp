@@ -13,7 +13,7 @@ constexpr int kExtraBits = Bezier<3>::kExtraBits;
 constexpr std::uint32_t kRoomForDash = 34;
 
 /// 16.16 with further fraction bits.
-Span Widen(Span v) { return {v.x << kExtraBits, v.y << kExtraBits}; }
+Vector Widen(Vector v) { return {v.x << kExtraBits, v.y << kExtraBits}; }
 
 /// Length of a piece that turns little: the polygon is too long by about as much as the chord is
 /// too short (for a cubic; twice as much for a quadratic).
@@ -29,12 +29,12 @@ std::int64_t GetBezierLen(const Bezier<ORDER>& piece) {
 /// measured along the chord, along which it only runs forward, to `accuracy`.
 template <int ORDER>
 std::int64_t ParameterAt(const Bezier<ORDER>& piece, std::int64_t part, std::int64_t accuracy) {
-  const Span chord = piece.p[ORDER] - piece.p[0];
+  const Vector chord = piece.p[ORDER] - piece.p[0];
   const int shift = ReducingShift(chord);
   // Both below 2^28: a quarter of their product leaves 30 bits, and words suffice from here on.
   std::int32_t x[ORDER + 1];
   for (int i = 0; i <= ORDER; ++i) {
-    const Span v = piece.p[i] - piece.p[0];
+    const Vector v = piece.p[i] - piece.p[0];
     const std::int64_t along =
         Dot({v.x >> shift, v.y >> shift}, {chord.x >> shift, chord.y >> shift});
     x[i] = static_cast<std::int32_t>(along >> (Unit::kBits - 2));
@@ -59,7 +59,7 @@ std::int64_t ParameterAt(const Bezier<ORDER>& piece, std::int64_t part, std::int
 
 // The walk ----------------------------------------------------------------------------------------
 
-void KStrokeBuilder::ComputeDash(KVertex2D p, Span heading) {
+void KStrokeBuilder::ComputeDash(KVertex2D p, Vector heading) {
   KDash& dash = k_.dash;
   const std::uint32_t following = dash.index + 1 < dash.count ? dash.index + 1 : 0;
   if (dash.on && !dash.last && dash.lengths[following] == kZero) {
@@ -112,15 +112,15 @@ bool KStrokeBuilder::CountDashes(std::int64_t length) {
 
 template <int ORDER>
 KDashWay KStrokeBuilder::WayAlong(const Bezier<ORDER>& curve) const {
-  const auto sidesOf = [this](Span p) { return visible_.SidesOf(Bezier<ORDER>::Narrow(p)); };
+  const auto sidesOf = [this](Vector p) { return visible_.SidesOf(Bezier<ORDER>::Narrow(p)); };
   unsigned any = 0;
-  for (const Span p : curve.p) any |= sidesOf(p);
+  for (const Vector p : curve.p) any |= sidesOf(p);
   if (any == 0 || !curve.IsInPlane(matrix_)) return {};
 
   KDashWay way{{INT64_MAX, 0}, 0, 0};
   const auto add = [&](const Bezier<ORDER>& piece, std::int64_t length) {
     unsigned sides = ~0u;
-    for (const Span p : piece.p) sides &= sidesOf(p);
+    for (const Vector p : piece.p) sides &= sidesOf(p);
     if (sides == 0) {
       way.seen.begin = std::min(way.seen.begin, way.length);
       way.seen.end = way.length + length;
@@ -146,7 +146,7 @@ void KStrokeBuilder::DashPoly(const KVertex2D* points, unsigned pieces) {
   KDash& dash = k_.dash;
   for (unsigned i = 0; i < pieces && !dash.stopped; ++i) {
     const KVertex2D from = k_.point;
-    const Span v = Between(from, points[i]);
+    const Vector v = Between(from, points[i]);
     if (v.IsZero()) continue;
     const std::int64_t length = LengthOf(Widen(v));
     way_ = {visible_.Of(from, points[i], length), 0, length};
@@ -155,7 +155,7 @@ void KStrokeBuilder::DashPoly(const KVertex2D* points, unsigned pieces) {
       if (dash.left >= length - way_.done) break;
       way_.done += dash.left;
       if (dash.PassBoundary(way_)) continue;
-      const Span way = Part(v, Ratio(way_.done, length));
+      const Vector way = Part(v, Ratio(way_.done, length));
       const KVertex2D cut = from + KVertex2D{KFixed::FromRaw(static_cast<std::int32_t>(way.x)),
                                              KFixed::FromRaw(static_cast<std::int32_t>(way.y))};
       if (dash.Draws()) OffsetPoly(&cut, 1);
@@ -217,7 +217,7 @@ void KStrokeBuilder::DashPiece(Bezier<ORDER> rest) {
   draw(rest);
 }
 
-void KStrokeBuilder::DashLeg(Span from, Span leg) {
+void KStrokeBuilder::DashLeg(Vector from, Vector leg) {
   if (IsNothing(leg)) return;
   KDash& dash = k_.dash;
   const auto draw = [&](KVertex2D end) {

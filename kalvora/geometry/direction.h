@@ -13,28 +13,28 @@ namespace kalvora {
 
 /// A vector of any scale, wide enough for every difference of two points and for curves that are
 /// subdivided with further fraction bits. Components lie within +-2^50.
-struct Span {
+struct Vector {
   std::int64_t x, y;
 
   constexpr bool IsZero() const { return x == 0 && y == 0; }
-  constexpr bool operator==(const Span&) const = default;
+  constexpr bool operator==(const Vector&) const = default;
 };
 
-constexpr Span operator+(Span a, Span b) { return {a.x + b.x, a.y + b.y}; }
-constexpr Span operator-(Span a, Span b) { return {a.x - b.x, a.y - b.y}; }
+constexpr Vector operator+(Vector a, Vector b) { return {a.x + b.x, a.y + b.y}; }
+constexpr Vector operator-(Vector a, Vector b) { return {a.x - b.x, a.y - b.y}; }
 
-constexpr Span Wide(KVertex2D v) { return {v.x.raw, v.y.raw}; }
+constexpr Vector Wide(KVertex2D v) { return {v.x.raw, v.y.raw}; }
 /// From a to b, in 16.16, without wrapping around.
-constexpr Span Between(KVertex2D a, KVertex2D b) {
+constexpr Vector Between(KVertex2D a, KVertex2D b) {
   return {std::int64_t{b.x.raw} - a.x.raw, std::int64_t{b.y.raw} - a.y.raw};
 }
 
 /// The larger component's magnitude, and the sum of both.
-constexpr std::int64_t Extent(Span v) { return Abs(v.x) > Abs(v.y) ? Abs(v.x) : Abs(v.y); }
-constexpr std::int64_t Bound(Span v) { return Abs(v.x) + Abs(v.y); }
+constexpr std::int64_t Extent(Vector v) { return Abs(v.x) > Abs(v.y) ? Abs(v.x) : Abs(v.y); }
+constexpr std::int64_t Bound(Vector v) { return Abs(v.x) + Abs(v.y); }
 
-constexpr std::int64_t Dot(Span a, Span b) { return a.x * b.x + a.y * b.y; }
-constexpr std::int64_t Cross(Span a, Span b) { return a.x * b.y - a.y * b.x; }
+constexpr std::int64_t Dot(Vector a, Vector b) { return a.x * b.x + a.y * b.y; }
+constexpr std::int64_t Cross(Vector a, Vector b) { return a.x * b.y - a.y * b.x; }
 
 /// A unit vector with 30 fraction bits.
 struct Unit {
@@ -79,7 +79,7 @@ constexpr std::int64_t Part(std::int64_t v, std::int64_t t) {
   return Abs(v) < std::int64_t{1} << 32 ? v * t >> Unit::kBits
                                         : (v >> 18) * t >> (Unit::kBits - 18);
 }
-constexpr Span Part(Span v, std::int64_t t) { return {Part(v.x, t), Part(v.y, t)}; }
+constexpr Vector Part(Vector v, std::int64_t t) { return {Part(v.x, t), Part(v.y, t)}; }
 
 /// Length and direction of a vector.
 struct Polar {
@@ -87,7 +87,7 @@ struct Polar {
   Unit direction;       ///< (0, 0) for the zero vector
 };
 
-constexpr Polar ToPolar(Span v) {
+constexpr Polar ToPolar(Vector v) {
   const std::int64_t extent = Extent(v);
   if (extent == 0) return {0, {0, 0}};
   // The larger component is scaled to 30 bits, so that every vector is measured equally well.
@@ -114,7 +114,7 @@ constexpr Polar ToPolar(Span v) {
   return {down >= 0 ? (root + rounding) >> down : root << -down, {unit(x), unit(y)}};
 }
 
-constexpr std::int64_t LengthOf(Span v) { return ToPolar(v).length; }
+constexpr std::int64_t LengthOf(Vector v) { return ToPolar(v).length; }
 
 }  // namespace kalvora
 

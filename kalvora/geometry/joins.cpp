@@ -1,4 +1,4 @@
-// Joins: how the outline goes from the end of one run to the beginning of the next.
+// Joins: how the outline goes from the end of one stretch to the beginning of the next.
 #include <algorithm>
 
 #include "kalvora/geometry/KStrokeBuilder.h"

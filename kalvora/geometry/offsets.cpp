@@ -7,7 +7,7 @@ using namespace kalvora;
 
 namespace {
 
-KStretch StretchAlong(const Pen& pen, Span v, bool straight) {
+KStretch StretchAlong(const Pen& pen, Vector v, bool straight) {
   const Polar polar = ToPolar(v);
   const KVertex2D direction = polar.direction.Rounded();
   return {direction, pen.Offset(direction), straight ? polar.length : 0};
@@ -15,8 +15,8 @@ KStretch StretchAlong(const Pen& pen, Span v, bool straight) {
 
 /// Whether a curve that runs in direction d goes on along `leg` without a turn worth a join: less
 /// than half a degree.
-bool GoesOn(KVertex2D d, Span leg) {
-  const Span unit = Wide(d), v = Reduced(leg);
+bool GoesOn(KVertex2D d, Vector leg) {
+  const Vector unit = Wide(d), v = Reduced(leg);
   const std::int64_t ahead = Dot(unit, v);
   return ahead > 0 && Abs(Cross(unit, v)) <= ahead >> 7;
 }
@@ -74,7 +74,7 @@ void KStrokeBuilder::Fan(Side inner, std::int64_t way, std::int64_t swing) {
   fanSide_ = inner;
   ++fanSteps_;
   const KVertex2D a = inner == Side::kRight ? -k_.before.offset : k_.before.offset;
-  const Span part = Part(Wide(a), Ratio(way, swing));
+  const Vector part = Part(Wide(a), Ratio(way, swing));
   out_.Add(inner, k_.point + KVertex2D{KFixed::FromRaw(static_cast<std::int32_t>(part.x)),
                                        KFixed::FromRaw(static_cast<std::int32_t>(part.y))});
 }
@@ -86,7 +86,7 @@ void KStrokeBuilder::EndFan() {
   fanSteps_ = 0;
 }
 
-void KStrokeBuilder::Turn(Span leg, bool smooth) {
+void KStrokeBuilder::Turn(Vector leg, bool smooth) {
   if (!k_.empty && GoesOn(k_.before.direction, leg)) return;
   EndFan();
   k_.next = StretchAlong(pen_, leg, false);
@@ -104,7 +104,7 @@ void KStrokeBuilder::Glide(const Bezier<ORDER>& piece) {
   k_.next = StretchAlong(pen_, piece.LastLeg(), false);
   const KVertex2D end = piece.End();
   Swell(MeanHeight(piece) >> Bezier<ORDER>::kExtraBits);
-  const Span ahead = Wide(k_.next.direction);
+  const Vector ahead = Wide(k_.next.direction);
   const std::int64_t way = Dot(Between(k_.point, end), ahead);
   const std::int64_t swing = Dot(Between(k_.before.offset, k_.next.offset), ahead);
   if (Abs(swing) >= way && swing != 0) {
@@ -118,7 +118,7 @@ void KStrokeBuilder::Glide(const Bezier<ORDER>& piece) {
 template void KStrokeBuilder::Glide(const Bezier<2>&);
 template void KStrokeBuilder::Glide(const Bezier<3>&);
 
-void KStrokeBuilder::FollowLeg(Span leg, KVertex2D end) {
+void KStrokeBuilder::FollowLeg(Vector leg, KVertex2D end) {
   if (IsNothing(leg)) return;
   EndFan();
   Turn(leg, true);
@@ -131,7 +131,7 @@ void KStrokeBuilder::FollowLeg(Span leg, KVertex2D end) {
 
 void KStrokeBuilder::OffsetPoly(const KVertex2D* points, unsigned pieces) {
   for (unsigned i = 0; i < pieces; ++i) {
-    const Span v = Between(k_.point, points[i]);
+    const Vector v = Between(k_.point, points[i]);
     if (v.IsZero()) continue;
     EndFan();
     k_.next = StretchAlong(pen_, v, true);

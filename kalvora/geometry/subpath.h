@@ -20,7 +20,7 @@ struct Subpath {
     return {*segment->Start(), segment->Closed(), segment};
   }
 
-  /// Calls visit(order, points, pieces) for every run of pieces.
+  /// Calls visit(order, points, pieces) for every record of pieces, or all points of a polyline.
   template <typename Visit>
   void ForEach(Visit visit) const {
     if (!segment) {
