@@ -7,6 +7,11 @@
 
 namespace kalvora::typeset {
 
+/// Whether a line ends after the character, whatever its width.
+constexpr bool EndsLine(char32_t c) {
+  return (c >= U'\n' && c <= U'\r') || c == 0x85 || c == 0x2028 || c == 0x2029;
+}
+
 enum class Break : unsigned char { kNone, kAllowed, kMandatory };
 
 /// Whether a line may, or must, begin before each character of the text (Unicode Standard Annex 14,

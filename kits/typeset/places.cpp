@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "kits/typeset/boundaries.h"
+
 namespace kalvora::typeset {
 
 namespace {
@@ -24,10 +26,6 @@ KLength BoundaryIn(const Content& content, const GlyphCluster& cluster, std::uin
   const KLength before = Count(content, cluster, std::clamp(character, cluster.begin, cluster.end));
   const KLength part = cluster.width * before / whole;
   return IsRightToLeft(cluster) ? cluster.x + cluster.width - part : cluster.x + part;
-}
-
-bool IsLineEnd(char32_t c) {
-  return (c >= U'\n' && c <= U'\r') || c == 0x85 || c == 0x2028 || c == 0x2029;
 }
 
 }  // namespace
@@ -90,7 +88,7 @@ KTextHit Page::HitTest(KLength x, KLength y) const {
     }
     const KLength a = BoundaryIn(content, cluster, begin), b = BoundaryIn(content, cluster, end);
     const bool late =
-        (a < b ? x - a > b - x : a - x > x - b) && !IsLineEnd(content.characters[begin]);
+        (a < b ? x - a > b - x : a - x > x - b) && !EndsLine(content.characters[begin]);
     hit.character = content.offsets[begin];
     hit.place = late ? KTextPlace{content.offsets[end], true} : KTextPlace{hit.character, false};
     hit.inside = distance == 0 && onLine;

@@ -82,6 +82,7 @@ class KALVORA_API KParagraph {
  public:
   KParagraph();
   ~KParagraph();
+  /// What was moved from may only be destroyed, or assigned to.
   KParagraph(KParagraph&& other) noexcept;
   KParagraph& operator=(KParagraph&& other) noexcept;
 
