@@ -24,7 +24,7 @@ BUILD_PACKAGES="g++ cmake ninja-build pkg-config libfreetype-dev libdrm-dev libp
   libharfbuzz-dev libfribidi-dev"
 DEMO_PACKAGES="$BUILD_PACKAGES fonts-dejavu-core fonts-droid-fallback fonts-symbola fonts-noto-core
   fonts-noto-color-emoji fonts-nanum"
-TEST_PACKAGES="$DEMO_PACKAGES unicode-data libpango1.0-dev libgtest-dev libbenchmark-dev libcairo2-dev libsdl2-dev
+TEST_PACKAGES="$DEMO_PACKAGES doxygen unicode-data libpango1.0-dev libgtest-dev libbenchmark-dev libcairo2-dev libsdl2-dev
   xvfb"
 BENCH_PACKAGES="$BUILD_PACKAGES fonts-dejavu-core fonts-droid-fallback libbenchmark-dev libcairo2-dev libpixman-1-dev
   libagg-dev qtbase5-dev"

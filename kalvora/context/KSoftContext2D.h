@@ -79,20 +79,20 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   // --- paints
   // ------------------------------------------------------------------------------------------
 
-  void SetFillColor(KColor32 color);  ///< straight colour
-  void SetStrokeColor(KColor32 color);
-  void SetFillLGrad(const KSoftColorRamp* ramp);
-  void SetStrokeLGrad(const KSoftColorRamp* ramp);
-  void SetFillRGrad(const KSoftColorRamp* ramp);
-  void SetStrokeRGrad(const KSoftColorRamp* ramp);
-  void SetFillPixmap(const KSoftPixmap* pixmap);
-  void SetStrokePixmap(const KSoftPixmap* pixmap);
+  void SetFillColor(KColor32 color);                ///< straight colour
+  void SetStrokeColor(KColor32 color);              ///< straight colour
+  void SetFillLGrad(const KSoftColorRamp* ramp);    ///< linear; borrowed; null: nothing
+  void SetStrokeLGrad(const KSoftColorRamp* ramp);  ///< the same
+  void SetFillRGrad(const KSoftColorRamp* ramp);    ///< radial; borrowed; null: nothing
+  void SetStrokeRGrad(const KSoftColorRamp* ramp);  ///< the same
+  void SetFillPixmap(const KSoftPixmap* pixmap);    ///< pattern; borrowed; null: nothing
+  void SetStrokePixmap(const KSoftPixmap* pixmap);  ///< the same
   /// Instead of painting, sets *hit to true when a shape covers the point (device pixels). Never
   /// clears it.
   void SetFillPick(KVertex2D point, bool* hit);
   void SetStrokePick(KVertex2D point, bool* hit);
-  void SetNoFill();
-  void SetNoStroke();
+  void SetNoFill();    ///< shapes are not filled
+  void SetNoStroke();  ///< outlines are not drawn
   /// 0..256, where 256 is opaque; other values are held to the range.
   void SetFillOpacity(int opacity);
   void SetStrokeOpacity(int opacity);

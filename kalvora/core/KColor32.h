@@ -11,10 +11,10 @@
 /// 0xAARRGGBB. Whether it is straight or premultiplied is the user's affair: the setters of the
 /// drawing context take straight colours, pixels and gradient stops are premultiplied.
 struct KALVORA_API KColor32 {
-  std::uint8_t blue;
-  std::uint8_t green;
-  std::uint8_t red;
-  std::uint8_t alpha;
+  std::uint8_t blue;   ///< 0 to 255
+  std::uint8_t green;  ///< 0 to 255
+  std::uint8_t red;    ///< 0 to 255
+  std::uint8_t alpha;  ///< 0 transparent, 255 opaque
 
   KColor32() = default;
   /// Keeps the low byte of each argument.
@@ -24,10 +24,10 @@ struct KALVORA_API KColor32 {
         red(static_cast<std::uint8_t>(r)),
         alpha(static_cast<std::uint8_t>(a)) {}
 
-  static constexpr KColor32 FromWord(std::uint32_t word) {
+  static constexpr KColor32 FromWord(std::uint32_t word) {  ///< 0xAARRGGBB
     return {word >> 16, word >> 8, word, word >> 24};
   }
-  constexpr std::uint32_t Word() const {
+  constexpr std::uint32_t Word() const {  ///< 0xAARRGGBB
     return std::uint32_t{alpha} << 24 | std::uint32_t{red} << 16 | std::uint32_t{green} << 8 | blue;
   }
   constexpr bool operator==(const KColor32&) const = default;

@@ -13,12 +13,12 @@
 /// nothing saturates. Angles are KFixed degrees: 90 degrees is raw 0x5A0000. All functions are pure
 /// and may be called from any thread.
 struct KALVORA_API KFixed {
-  std::int32_t raw;
+  std::int32_t raw;  ///< the value times 65536
 
   KFixed() = default;
-  explicit KFixed(float value) { *this = value; }
+  explicit KFixed(float value) { *this = value; }  ///< as by assignment
 
-  static constexpr KFixed FromRaw(std::int32_t raw) {
+  static constexpr KFixed FromRaw(std::int32_t raw) {  ///< raw / 65536
     KFixed result{};
     result.raw = raw;
     return result;
@@ -45,9 +45,13 @@ struct KALVORA_API KFixed {
   /// Converts to float, dropping (not rounding) what exceeds 24 significant bits.
   explicit operator float() const;
 
-  constexpr KFixed operator-() const { return FromBits(0u - Bits()); }
-  constexpr KFixed operator+(KFixed b) const { return FromBits(Bits() + b.Bits()); }
-  constexpr KFixed operator-(KFixed b) const { return FromBits(Bits() - b.Bits()); }
+  constexpr KFixed operator-() const { return FromBits(0u - Bits()); }  ///< wraps around
+  constexpr KFixed operator+(KFixed b) const {
+    return FromBits(Bits() + b.Bits());
+  }  ///< wraps around
+  constexpr KFixed operator-(KFixed b) const {
+    return FromBits(Bits() - b.Bits());
+  }  ///< wraps around
   /// (a b) >> 16 on a 64-bit product: rounds toward minus infinity, keeps the low 32 bits.
   constexpr KFixed operator*(KFixed b) const {
     return FromBits(static_cast<std::uint32_t>((std::int64_t{raw} * b.raw) >> 16));
@@ -62,7 +66,7 @@ struct KALVORA_API KFixed {
   KFixed& operator*=(KFixed b) { return *this = *this * b; }
 
   constexpr bool operator==(const KFixed&) const = default;
-  constexpr auto operator<=>(const KFixed& b) const { return raw <=> b.raw; }
+  constexpr auto operator<=>(const KFixed& b) const { return raw <=> b.raw; }  ///< by value
 
   /// 1 / x = floor(2^32 / |raw|) with the sign of x. Raw 0 and +-1 give 0, raw +-2 gives
   /// 0x80000000.
@@ -95,13 +99,13 @@ inline constexpr KFixed KFixed::NaN = KFixed::FromRaw(INT32_MIN);
 
 /// KFloat::NaN is the absent-value marker of float parameters: the quiet NaN, bits 0x7FC00000.
 struct KALVORA_API KFloat {
-  static const float NaN;
+  static const float NaN;  ///< no value
 };
 
 /// Quotient and remainder of one truncating integer division.
 struct KDivMod {
-  std::int32_t quotient;
-  std::int32_t remainder;
+  std::int32_t quotient;   ///< truncated toward zero
+  std::int32_t remainder;  ///< a - quotient b
 };
 
 /// C-style truncating division: the remainder carries the sign of a. b = 0 gives a meaningless

@@ -14,15 +14,15 @@
 /// m[0], m[1], m[3], m[4]. Products are shifted before they are summed and wrap around. Null
 /// arguments change nothing. A plain value without locks.
 struct KALVORA_API KMatrix2D {
-  KFixed m[9];
+  KFixed m[9];        ///< a, b, -, c, d, and four that are never read
   std::int32_t kind;  ///< never read
 
   /// The identity.
   KMatrix2D();
 
-  void Identity();
-  void Set(KFixed a, KFixed b, KFixed c, KFixed d);
-  void Get(KFixed& a, KFixed& b, KFixed& c, KFixed& d) const;
+  void Identity();                                             ///< becomes the identity
+  void Set(KFixed a, KFixed b, KFixed c, KFixed d);            ///< all four
+  void Get(KFixed& a, KFixed& b, KFixed& c, KFixed& d) const;  ///< all four
 
   /// M = B M: B applies first.
   KMatrix2D& operator*=(const KMatrix2D* b);

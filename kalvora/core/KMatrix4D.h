@@ -11,12 +11,12 @@
 /// (M = X M), the others after it (M = M X). Angles are degrees in [0, 360]; 90, 180 and 270 are
 /// exact, 0 is not. Null arguments change nothing. A plain value without locks.
 struct KALVORA_API KMatrix4D {
-  KFixed e[16];
+  KFixed e[16];  ///< row after row
 
   /// The identity.
   KMatrix4D();
 
-  void Identity();
+  void Identity();  ///< becomes the identity
 
   /// M = B M: B applies first.
   KMatrix4D& operator*=(const KMatrix4D* b);
@@ -28,10 +28,10 @@ struct KALVORA_API KMatrix4D {
   /// Negates the entries in place.
   KMatrix4D& operator-();
 
-  void Translate(KVertex3D t);
-  void PreTranslate(KVertex3D t);
-  void Scale(KVertex3D s);
-  void PreScale(KVertex3D s);
+  void Translate(KVertex3D t);     ///< moves afterwards
+  void PreTranslate(KVertex3D t);  ///< moves before
+  void Scale(KVertex3D s);         ///< by a factor for each axis, afterwards
+  void PreScale(KVertex3D s);      ///< before
   /// Adds to each coordinate the tangent of its angle times the two other coordinates.
   void Skew(KVertex3D degrees);
   void PreSkew(KVertex3D degrees);
@@ -44,7 +44,7 @@ struct KALVORA_API KMatrix4D {
   void PreRotateY(KFixed degrees);
   void PreRotateZ(KFixed degrees);
 
-  KFixed Determinant() const;
+  KFixed Determinant() const;  ///< of all 4 x 4
   /// Replaces the upper-left 3 x 3 block by a whole multiple of its adjugate; the fourth row and
   /// column stay. Not an inverse: the multiple of the identity is -2.
   void Inverse();

@@ -7,12 +7,12 @@
 /// Whole pixels [left, right) x [top, bottom). Inverted and empty rectangles are legal and contain
 /// nothing.
 struct KRect {
-  std::int16_t left;
-  std::int16_t top;
-  std::int16_t right;
-  std::int16_t bottom;
+  std::int16_t left;    ///< first column
+  std::int16_t top;     ///< first row
+  std::int16_t right;   ///< behind the last column
+  std::int16_t bottom;  ///< behind the last row
 
-  constexpr bool IsEmpty() const { return left >= right || top >= bottom; }
+  constexpr bool IsEmpty() const { return left >= right || top >= bottom; }  ///< or inverted
   constexpr bool operator==(const KRect&) const = default;
 };
 

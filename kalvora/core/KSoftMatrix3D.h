@@ -17,23 +17,23 @@
 /// before M (M = X M), the others after it (M = M X). Null arguments change nothing. A plain value:
 /// no locks, any thread may own one.
 struct KALVORA_API KSoftMatrix3D {
-  KFixed m0, m1, m2, m3, m4, m5, m6, m7, m8;
-  std::uint8_t affine;          ///< the third column is (0, 0, 1)
-  std::uint8_t identity;        ///< the matrix is the identity
-  std::uint8_t linearIdentity;  ///< the matrix at most translates
-  std::int32_t kind;            ///< always 4; copied along, never read
+  KFixed m0, m1, m2, m3, m4, m5, m6, m7, m8;  ///< an entry, row by row
+  std::uint8_t affine;                        ///< the third column is (0, 0, 1)
+  std::uint8_t identity;                      ///< the matrix is the identity
+  std::uint8_t linearIdentity;                ///< the matrix at most translates
+  std::int32_t kind;                          ///< always 4; copied along, never read
 
   /// The nine entries and the three flags, without the kind.
   struct Data {
-    KFixed m[9];
-    std::uint8_t affine, identity, linearIdentity;
+    KFixed m[9];                                    ///< m0 to m8
+    std::uint8_t affine, identity, linearIdentity;  ///< the flag
     bool operator==(const Data&) const = default;
   };
 
   /// The identity.
   KSoftMatrix3D();
 
-  void Identity();
+  void Identity();  ///< becomes the identity
   /// All nine entries; the result is not affine.
   void Set(KFixed a, KFixed b, KFixed c, KFixed d, KFixed e, KFixed f, KFixed g, KFixed h,
            KFixed i);

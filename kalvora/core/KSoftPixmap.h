@@ -20,18 +20,18 @@
 /// copied.
 class KALVORA_API KSoftPixmap {
  public:
-  std::uint32_t width = 0;
-  std::uint32_t height = 0;
-  KSoftMatrix3D transform;  ///< device pixels to pixmap coordinates, when used as a pattern
-  KFormat format = KFormatMask8;
-  KRepeatRule repeatRule = KRepeatClamp;
-  std::uint32_t pixelShift = 0;  ///< log2 of the bytes of one pixel
-  std::uint32_t stride = 0;      ///< bytes from one row to the next
-  KSampling quality = KSamplingNearest;
-  std::uint8_t* pixels = nullptr;
-  bool ownsPixels = false;
-  bool hasAlpha = false;    ///< bit 0 of `format`
-  bool targetFlag = false;  ///< the caller's flag of Wrap and Set; stored only
+  std::uint32_t width = 0;        ///< columns
+  std::uint32_t height = 0;       ///< rows
+  KSoftMatrix3D transform;        ///< device pixels to pixmap coordinates, when used as a pattern
+  KFormat format = KFormatMask8;  ///< what a pixel is
+  KRepeatRule repeatRule = KRepeatClamp;  ///< what it shows outside, as a pattern
+  std::uint32_t pixelShift = 0;           ///< log2 of the bytes of one pixel
+  std::uint32_t stride = 0;               ///< bytes from one row to the next
+  KSampling quality = KSamplingNearest;   ///< how it is sampled
+  std::uint8_t* pixels = nullptr;         ///< first pixel; null: none
+  bool ownsPixels = false;                ///< it frees them
+  bool hasAlpha = false;                  ///< bit 0 of `format`
+  bool targetFlag = false;                ///< the caller's flag of Wrap and Set; stored only
 
   KSoftPixmap() = default;
   ~KSoftPixmap();

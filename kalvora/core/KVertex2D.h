@@ -6,14 +6,14 @@
 
 /// A point or a vector in the plane, y growing downward on the screen.
 struct KALVORA_API KVertex2D {
-  KFixed x;
-  KFixed y;
+  KFixed x;  ///< to the right
+  KFixed y;  ///< downward
 
-  static const KVertex2D Origin;
+  static const KVertex2D Origin;  ///< (0, 0)
 
-  constexpr KVertex2D operator+(KVertex2D b) const { return {x + b.x, y + b.y}; }
-  constexpr KVertex2D operator-(KVertex2D b) const { return {x - b.x, y - b.y}; }
-  constexpr KVertex2D operator-() const { return {-x, -y}; }
+  constexpr KVertex2D operator+(KVertex2D b) const { return {x + b.x, y + b.y}; }  ///< wraps
+  constexpr KVertex2D operator-(KVertex2D b) const { return {x - b.x, y - b.y}; }  ///< wraps
+  constexpr KVertex2D operator-() const { return {-x, -y}; }                       ///< wraps
   constexpr bool operator==(const KVertex2D&) const = default;
 
   /// Length of the vector by ten CORDIC steps: within a few units of the true value, exact when y
@@ -25,9 +25,9 @@ inline constexpr KVertex2D KVertex2D::Origin = {KFixed::FromRaw(0), KFixed::From
 
 /// A point or a vector in space, for KMatrix4D.
 struct KVertex3D {
-  KFixed x;
-  KFixed y;
-  KFixed z;
+  KFixed x;  ///< to the right
+  KFixed y;  ///< downward
+  KFixed z;  ///< the third axis
 
   constexpr bool operator==(const KVertex3D&) const = default;
 };

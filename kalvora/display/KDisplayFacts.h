@@ -6,9 +6,9 @@
 
 /// A display as its driver describes it. What is not known is 0.
 struct KDisplayFacts {
-  char driver[32] = "";
-  std::uint32_t width = 0;  ///< pixels
-  std::uint32_t height = 0;
+  char driver[32] = "";       ///< the driver's name
+  std::uint32_t width = 0;    ///< pixels
+  std::uint32_t height = 0;   ///< pixels
   std::uint32_t bpp = 0;      ///< bits of a pixel
   std::uint32_t buffers = 0;  ///< whole frames that fit into its memory, 3 at most
   bool flips = false;         ///< buffers are shown without copying: by panning or by page flips

@@ -84,11 +84,11 @@ class KALVORA_API KLinuxFb {
   /// one buffer, or why not. Shows nothing and changes nothing. Any thread may ask.
   static bool Look(KDisplay kind, unsigned index, KDisplayFacts& facts, KError& error);
 
-  std::uint32_t Width() const;
-  std::uint32_t Height() const;
-  std::uint32_t Stride() const;  ///< bytes
-  KDisplay DisplayKind() const { return displayKind; }
-  bool IsAsync() const { return asyncFlip; }
+  std::uint32_t Width() const;                          ///< pixels; 0 while closed
+  std::uint32_t Height() const;                         ///< pixels; 0 while closed
+  std::uint32_t Stride() const;                         ///< bytes
+  KDisplay DisplayKind() const { return displayKind; }  ///< KDisplayNone while closed
+  bool IsAsync() const { return asyncFlip; }            ///< a thread shows the frames
   /// Why the last SetDisplay or Open failed, or that it did not.
   const KError& LastError() const { return error; }
 
@@ -107,12 +107,15 @@ class KALVORA_API KLinuxFb {
 
   // The steps of Flip, one by one. Indices count buffers; those that do not exist are ignored.
 
+  /// All of them, for the buffer that is shown and the one that was drawn.
   void ProcessFlip(unsigned front, unsigned back, bool copyBack, const KRect* dirty);
+  /// Shows a buffer.
   void DisplayBuffer(unsigned index, const KRect* dirty, bool force);
-  int WaitForVsync();
+  int WaitForVsync();  ///< the microseconds that it took; 0 where there is none
+  /// Copies to buffer `next` what it lacks of buffer `back`.
   void TbufPreserve(int next, int back, bool copyBack, const KRect* dirty);
-  void CopyRect(unsigned dst, unsigned src, const KRect* rect);
-  void DrawFps(int index);
+  void CopyRect(unsigned dst, unsigned src, const KRect* rect);  ///< null: all of it
+  void DrawFps(int index);                                       ///< into a buffer
 
  private:
   friend class KFbThread;

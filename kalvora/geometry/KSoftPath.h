@@ -12,16 +12,16 @@
 struct KSegment {
   std::uint32_t
       header;  ///< bit 0 opens a subpath; bit 1 that subpath is closed; bits 2-3 order; 4-31 pieces
-  KSegment* next;
+  KSegment* next;  ///< null behind the last
 
-  bool Opens() const { return header & 1; }
-  bool Closed() const { return header & 2; }
-  unsigned Order() const { return header >> 2 & 3; }
-  unsigned Pieces() const { return header >> 4; }
-  KVertex2D* Start() { return reinterpret_cast<KVertex2D*>(this + 1); }
-  const KVertex2D* Start() const { return reinterpret_cast<const KVertex2D*>(this + 1); }
-  KVertex2D* Points() { return Start() + (header & 1); }
-  const KVertex2D* Points() const { return Start() + (header & 1); }
+  bool Opens() const { return header & 1; }           ///< opens a subpath
+  bool Closed() const { return header & 2; }          ///< that subpath is closed
+  unsigned Order() const { return header >> 2 & 3; }  ///< 1 lines, 2 quadratic, 3 cubic
+  unsigned Pieces() const { return header >> 4; }     ///< of that order
+  KVertex2D* Start() { return reinterpret_cast<KVertex2D*>(this + 1); }  ///< first point
+  const KVertex2D* Start() const { return reinterpret_cast<const KVertex2D*>(this + 1); }  ///< same
+  KVertex2D* Points() { return Start() + (header & 1); }              ///< of the pieces
+  const KVertex2D* Points() const { return Start() + (header & 1); }  ///< of the pieces
   /// Start point included.
   unsigned PointCount() const { return (header & 1) + Pieces() * Order(); }
 };
@@ -32,27 +32,27 @@ struct KSegment {
 /// path belongs to one thread at a time.
 class KALVORA_API KSoftPath {
  public:
-  std::uint32_t subpathCount = 0;
-  KSegment* first = nullptr;
-  KSegment* subpathStart = nullptr;  ///< the record that opened the current subpath
-  KSegment* last = nullptr;
-  KVertex2D current = KVertex2D::Origin;
-  std::uint8_t newSubpath = 1;  ///< the next segment opens a subpath at `current`
+  std::uint32_t subpathCount = 0;         ///< opened so far
+  KSegment* first = nullptr;              ///< null: the path is empty
+  KSegment* subpathStart = nullptr;       ///< the record that opened the current subpath
+  KSegment* last = nullptr;               ///< where pieces are appended
+  KVertex2D current = KVertex2D::Origin;  ///< where the next piece begins
+  std::uint8_t newSubpath = 1;            ///< the next segment opens a subpath at `current`
 
   KSoftPath() = default;
   ~KSoftPath() { Reset(); }
-  KSoftPath(const KSoftPath& source) { *this = source; }
+  KSoftPath(const KSoftPath& source) { *this = source; }  ///< a deep copy
   /// A deep copy. Afterwards Close acts on the copy's first subpath, whichever was current in the
   /// source.
   KSoftPath& operator=(const KSoftPath& source);
 
-  void MoveTo(KVertex2D p) {
+  void MoveTo(KVertex2D p) {  ///< opens a subpath
     current = p;
     newSubpath = 1;
   }
-  bool LineTo(KVertex2D p) { return BezierTo(1, &p, 1); }
-  bool QuadTo(KVertex2D control, KVertex2D end);
-  bool CubicTo(KVertex2D control1, KVertex2D control2, KVertex2D end);
+  bool LineTo(KVertex2D p) { return BezierTo(1, &p, 1); }               ///< false: no memory
+  bool QuadTo(KVertex2D control, KVertex2D end);                        ///< false: no memory
+  bool CubicTo(KVertex2D control1, KVertex2D control2, KVertex2D end);  ///< false: no memory
   /// Marks the current subpath closed; without one, nothing.
   void Close() {
     if (subpathStart) subpathStart->header |= 2;

@@ -18,15 +18,15 @@ enum KJoin : std::uint32_t { kBevelJoin = 0, kMiterJoin = 1, kRoundJoin = 2 };
 /// Stroke settings, scratch memory, and the two operations that turn paths into polygon rings.
 class KALVORA_API KStroker {
  public:
-  KStack* stack;               ///< scratch memory, owned
-  std::uint32_t startCap = 0;  ///< 0 butt, 1 square, 2 round
-  std::uint32_t endCap = 0;
+  KStack* stack;                      ///< scratch memory, owned
+  std::uint32_t startCap = 0;         ///< 0 butt, 1 square, 2 round
+  std::uint32_t endCap = 0;           ///< the same
   std::uint32_t join = 1;             ///< 0 bevel, 1 miter bounded by `limit`, 2 round
   KFixed limit = KFixed::FromInt(2);  ///< longest miter as a multiple of the line width
   KFixed limitWidth = kalvora::kOne;  ///< limit x halfWidth
   KFixed halfWidth = kalvora::kHalf;  ///< half the line width, in user units
   const KFixed* dashes = nullptr;     ///< dash lengths, on and off in turn; null is solid
-  std::uint32_t dashCount = 0;
+  std::uint32_t dashCount = 0;        ///< lengths in `dashes`
   std::uint32_t dashPhase = 0;  ///< where each subpath starts in the pattern, 16.16 path units
 
   /// Flatness tolerance in device pixels, for every stroker of the process that has none of its

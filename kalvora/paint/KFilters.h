@@ -6,6 +6,7 @@
 
 class KSoftPixmap;
 
+/// Work on whole pixmaps.
 struct KFilters {
   /// Fills `to` with `from`, reduced by a box filter: every pixel becomes the average of the area
   /// that it covers, to a level; white stays white. Both are 32-bit pixmaps with pixels of their

@@ -22,15 +22,15 @@ enum KPaintType : std::int32_t {
 
 /// One paint. Pixmaps and ramps are borrowed and must outlive their use.
 struct KPaint {
-  bool translucent = false;  ///< the colour's alpha is not 255
-  KPaintType type = KPaintNone;
-  KColor32 color{0, 0, 0, 255};  ///< premultiplied
-  std::int32_t opacity = 256;    ///< 0..256
-  const KSoftPixmap* pixmap = nullptr;
-  const KSoftColorRamp* linearRamp = nullptr;
-  const KSoftColorRamp* radialRamp = nullptr;
-  KVertex2D pickPoint = KVertex2D::Origin;
-  bool* pickHit = nullptr;  ///< set to true on a hit, never cleared
+  bool translucent = false;                    ///< the colour's alpha is not 255
+  KPaintType type = KPaintNone;                ///< says which of the rest counts
+  KColor32 color{0, 0, 0, 255};                ///< premultiplied
+  std::int32_t opacity = 256;                  ///< 0..256
+  const KSoftPixmap* pixmap = nullptr;         ///< of type KPaintPixmap
+  const KSoftColorRamp* linearRamp = nullptr;  ///< of type KPaintLinearGradient
+  const KSoftColorRamp* radialRamp = nullptr;  ///< of type KPaintRadialGradient
+  KVertex2D pickPoint = KVertex2D::Origin;     ///< device pixels
+  bool* pickHit = nullptr;                     ///< set to true on a hit, never cleared
 };
 
 #endif

@@ -10,8 +10,8 @@
 /// One stop of a gradient: a position along it, 0 to 1.0, and a straight (not premultiplied)
 /// colour.
 struct KColorStop {
-  KFixed position;
-  KColor32 color;
+  KFixed position;  ///< 0 to 1.0
+  KColor32 color;   ///< straight
 };
 
 /// How a gradient goes on beyond its last stop.

@@ -24,8 +24,8 @@ enum KErrorCode : std::int32_t {
 
 /// A failure, or that there was none. It owns its text and may be copied.
 struct KError {
-  KErrorCode code = KErrorNone;
-  int systemError = 0;  ///< errno of the system call that failed, 0 when it was none
+  KErrorCode code = KErrorNone;  ///< the reason
+  int systemError = 0;           ///< errno of the system call that failed, 0 when it was none
   /// One sentence without a full stop and without a newline, such as "cannot open /dev/fb0:
   /// Permission denied"; empty when nothing failed.
   char text[192] = "";

@@ -13,9 +13,9 @@ class KFTFont;
 
 /// Codes `first` to `last`, both included, come from font `font` of the list.
 struct KFTFontRange {
-  std::uint16_t first;
-  std::uint16_t last;
-  std::uint16_t font;
+  std::uint16_t first;     ///< first code
+  std::uint16_t last;      ///< last code
+  std::uint16_t font;      ///< index into the list
   std::uint16_t reserved;  ///< copied, never compared
 };
 
@@ -28,25 +28,26 @@ struct KFTFontRange {
 /// from any thread.
 class KALVORA_API KFTFallback {
  public:
+  /// Codes from `start` up to the next run's come from one font.
   struct Run {
     std::uint16_t start;  ///< first code
     std::uint16_t font;   ///< index into `fonts`
   };
   /// What a font was when the table was built.
   struct Identity {
-    std::uint64_t serial;  ///< of its file; 0 without one
-    std::int32_t faceIndex;
+    std::uint64_t serial;    ///< of its file; 0 without one
+    std::int32_t faceIndex;  ///< of the face in that file
     bool operator==(const Identity&) const = default;
   };
 
-  Run* table = nullptr;     ///< sorted by start; the first run starts at 0
-  KArray<KFTFont*> fonts;   ///< an array of its own; the fonts may be gone
-  unsigned tableCount = 0;  ///< number of runs
-  int refCount = 1;
-  int id = -1;                  ///< counts the tables of the process, from 1
-  KArray<KFTFontRange> ranges;  ///< an array of its own
-  KFTFallback* next = nullptr;
-  KFTFallback* prev = nullptr;
+  Run* table = nullptr;            ///< sorted by start; the first run starts at 0
+  KArray<KFTFont*> fonts;          ///< an array of its own; the fonts may be gone
+  unsigned tableCount = 0;         ///< number of runs
+  int refCount = 1;                ///< users
+  int id = -1;                     ///< counts the tables of the process, from 1
+  KArray<KFTFontRange> ranges;     ///< an array of its own
+  KFTFallback* next = nullptr;     ///< an older table
+  KFTFallback* prev = nullptr;     ///< a newer table
   Identity* identities = nullptr;  ///< one for each of `fonts`
 
   KFTFallback() = default;
@@ -75,7 +76,7 @@ class KALVORA_API KFTFallback {
 
   static pthread_mutex_t Mutex;      ///< guards the list and the references
   static KFTFallback* InstanceList;  ///< newest first
-  static int IdCounter;
+  static int IdCounter;              ///< tables that there ever were
 
  private:
   static KFTFallback* NewInstance(const KArray<KFTFont*>* fonts,

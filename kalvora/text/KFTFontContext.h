@@ -18,7 +18,7 @@ struct FT_Outline_Funcs_;
 
 /// A box in 16.16 whose edges may lie beyond 32 bits.
 struct KTextBox {
-  std::int64_t left, top, right, bottom;
+  std::int64_t left, top, right, bottom;  ///< an edge, 16.16
 };
 
 /// A primary font, what stands in for the characters it lacks, and the matrix glyphs are seen
@@ -50,8 +50,8 @@ class KALVORA_API KFTFontContext {
   KFTFontContext(const KFTFontContext&) = delete;
   KFTFontContext& operator=(const KFTFontContext&) = delete;
 
-  void SetFont(KFTFont* primary) { font = primary; }
-  void SetFallbackFont(KFTFont* only) { fallbackFont = only; }
+  void SetFont(KFTFont* primary) { font = primary; }            ///< borrowed; null: no text
+  void SetFallbackFont(KFTFont* only) { fallbackFont = only; }  ///< borrowed; null: the list
   /// The fonts to look in for what the primary lacks, best first, and code ranges that are always
   /// taken from one of them. Copies both; null or empty `fonts` ends the fallback. The first use of
   /// a combination of files and ranges looks up all 16-bit codes in them, later ones share the
@@ -125,7 +125,7 @@ class KALVORA_API KFTFontContext {
   static const FT_Outline_Funcs_ funcs;
 
  protected:
-  using Box = KTextBox;
+  using Box = KTextBox;  ///< short for it
   /// The same box in 16.16, before whole pixels. Edges stay within 64 bits.
   bool ApproxBox(Box* box, unsigned count, KVertex2D origin, const KVertex2D* positions,
                  const KSoftMatrix3D& m) const;

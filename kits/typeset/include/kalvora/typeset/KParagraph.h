@@ -20,43 +20,46 @@ class KSoftContext2D;
 struct KTextLine {
   std::size_t begin, end;  ///< bytes, with the spaces and the line end that close it
   KLength left, width;     ///< of what is seen: spaces at the end hang over
-  KLength top, height;
-  KLength baseline;  ///< from the paragraph's top
-  bool rightToLeft;  ///< where the line as a whole runs
-  bool hard;         ///< the text ends it, or it ends in an ellipsis
+  KLength top, height;     ///< of the line, ascent and descent of its fonts
+  KLength baseline;        ///< from the paragraph's top
+  bool rightToLeft;        ///< where the line as a whole runs
+  bool hard;               ///< the text ends it, or it ends in an ellipsis
 };
 
+/// A part of a selection, a box in one line.
 struct KSelectionBox {
-  KLength left, top, right, bottom;
+  KLength left, top, right, bottom;  ///< an edge, in the paragraph's own pixels
 };
 
 /// A place between characters: before the byte at `offset`; where two places on the screen belong
 /// to it, `upstream` means the one after the character before.
 struct KTextPlace {
-  std::size_t offset = 0;
-  bool upstream = false;
+  std::size_t offset = 0;  ///< bytes of the text
+  bool upstream = false;   ///< after the character before
 
   bool operator==(const KTextPlace&) const = default;
 };
 
+/// What lies at a point.
 struct KTextHit {
   KTextPlace place;       ///< nearest to the point
   std::size_t character;  ///< the character at the point or nearest to it, by its first byte
   bool inside;            ///< the point is on that character
 };
 
+/// Where a caret stands.
 struct KCaret {
-  KLength x, top, bottom;
-  bool rightToLeft;  ///< the text around it
+  KLength x, top, bottom;  ///< in the paragraph's own pixels
+  bool rightToLeft;        ///< the text around it
 };
 
 /// A glyph as Draw places it.
 struct KPlacedGlyph {
-  KTypeface* face;
-  KFixed size;
-  std::uint32_t index;
-  KLength x, y;        ///< of its pen, from the paragraph's top left corner
-  std::size_t offset;  ///< the first byte that it stands for
+  KTypeface* face;      ///< borrowed
+  KFixed size;          ///< pixels an em
+  std::uint32_t index;  ///< the face's glyph
+  KLength x, y;         ///< of its pen, from the paragraph's top left corner
+  std::size_t offset;   ///< the first byte that it stands for
 };
 
 /// A paragraph of UTF-8: styles by range, lines broken by the rules of Unicode, text of both
@@ -83,8 +86,9 @@ class KALVORA_API KParagraph {
   KParagraph();
   ~KParagraph();
   /// What was moved from may only be destroyed, or assigned to.
-  KParagraph(KParagraph&& other) noexcept;
-  KParagraph& operator=(KParagraph&& other) noexcept;
+  KParagraph(KParagraph&& other) noexcept;  ///< `other` may then only be destroyed or assigned
+  KParagraph& operator=(
+      KParagraph&& other) noexcept;  ///< `other` may then only be destroyed or assigned
 
   // --- what it shows
 
@@ -110,8 +114,8 @@ class KALVORA_API KParagraph {
 
   // --- measures
 
-  KLength Width() const;  ///< of the widest line
-  KLength Height() const;
+  KLength Width() const;          ///< of the widest line
+  KLength Height() const;         ///< of all lines
   KLength NaturalWidth() const;   ///< of its widest line if no width were set
   KLength LeastWidth() const;     ///< of its widest part that cannot be broken between words
   std::size_t LineCount() const;  ///< at least 1
