@@ -207,7 +207,7 @@ extern "C" int drmModePageFlip(int, std::uint32_t, std::uint32_t framebuffer, st
   Card& card = *active.load();
   if (Rig::Active()->onRequest) Rig::Active()->onRequest(Rig::Caller(), 0);
   if (Of("flip") == nullptr) return -EIO;
-  if (!card.settings.knowsFlips) return -EINVAL;
+  if (!card.knowsFlips) return -EINVAL;
   if (!card.isMaster) return -EACCES;
   if (!card.isPlugged) return -EINVAL;
   if (card.busy > 0 && card.busy-- > 0) return -EBUSY;

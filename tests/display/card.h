@@ -23,7 +23,6 @@ class Card {
     bool hasPreferred = true;
     bool takesWords = true;  ///< XRGB8888, or else RGB565 alone
     bool knowsDirty = true;
-    bool knowsFlips = true;
     bool isLit = true;     ///< the console is on screen when it is opened
     unsigned buffers = 8;  ///< how many it gives
   };
@@ -36,6 +35,7 @@ class Card {
   // What happens while it is in use.
   std::atomic<bool> isMaster{true};
   std::atomic<bool> isPlugged{true};
+  std::atomic<bool> knowsFlips{true};
   std::atomic<int> busy{0};        ///< so many page flips are answered with EBUSY
   std::atomic<bool> events{true};  ///< events of page flips come
 

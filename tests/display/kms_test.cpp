@@ -109,7 +109,7 @@ TEST(Kms, ComesThroughTroubles) {
       {"busy for long", [](Card& c) { c.busy = 500; }, [](Card& c) { c.busy = 0; }, true},
       {"events stay away", [](Card& c) { c.events = false; }, [](Card& c) { c.events = true; },
        true, "Page flip event missing, setting the mode for each frame.\n"},
-      {"no flips", [](Card& c) { c.settings.knowsFlips = false; }, [](Card&) {}, true},
+      {"no flips", [](Card& c) { c.knowsFlips = false; }, [](Card&) {}, true},
       {"lost master", [](Card& c) { c.isMaster = false; }, [](Card& c) { c.isMaster = true; },
        false},
       {"unplugged", [](Card& c) { c.isPlugged = false; }, [](Card& c) { c.isPlugged = true; },
