@@ -45,6 +45,13 @@ for program; do
     diff options - >said || fail "$name: options of the manual page"
 done
 
+# The tools answer --help, and do nothing else.
+for tool in "$source"/tools/*; do
+  [ -f "$tool" ] && [ -x "$tool" ] || continue
+  timeout 20 "$tool" --help >shown 2>said </dev/null || fail "$tool --help: status $?"
+  grep -q "tools/$(basename "$tool")" shown || fail "$tool --help does not show how it is called"
+done
+
 font=/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf
 echo '<svg xmlns="http://www.w3.org/2000/svg" width="4" height="4"/>' >good.svg
 gzip -c good.svg >packed.svg
