@@ -20,7 +20,14 @@ set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "2D vector graphics for embedded Linux
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkalvora-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libkalvora${abi} (= ${PROJECT_VERSION}), libfreetype-dev, libharfbuzz-dev, libfribidi-dev")
+# What kalvora.pc and kalvora-typeset.pc name.
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libkalvora${abi} (= ${PROJECT_VERSION}), libfreetype-dev")
+if(KALVORA_WITH_KMS)
+  string(APPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ", libdrm-dev")
+endif()
+if(TARGET KalvoraTypeset)
+  string(APPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ", libharfbuzz-dev, libfribidi-dev")
+endif()
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "headers of libkalvora, and what CMake and pkg-config need
  For programs that draw with libKalvora or set text with libKalvoraTypeset.")
 
