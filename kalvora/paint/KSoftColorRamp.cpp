@@ -35,7 +35,7 @@ KVertex2D MapVector(const KSoftMatrix3D& m, KVertex2D v) {
 
 }  // namespace
 
-KSoftColorRamp::~KSoftColorRamp() { std::free(ownedStops); }
+KSoftColorRamp::~KSoftColorRamp() { std::free(ownedStops_); }
 
 bool KSoftColorRamp::SetLinear(KVertex2D start, KVertex2D end, const KColorStop* stops,
                                unsigned stopCount, KSpread mode) {
@@ -95,12 +95,12 @@ bool KSoftColorRamp::SetRadial(KVertex2D centre, KFixed radius, const KSoftMatri
 }
 
 bool KSoftColorRamp::NeedRoom(unsigned stopCount) {
-  if (stopCount <= ownedRoom) return true;
+  if (stopCount <= ownedRoom_) return true;
   void* memory = std::malloc(stopCount * 2 * sizeof(std::uint32_t));
   if (!memory) return false;
-  std::free(ownedStops);
-  ownedStops = static_cast<std::uint32_t*>(memory);
-  ownedRoom = stopCount;
+  std::free(ownedStops_);
+  ownedStops_ = static_cast<std::uint32_t*>(memory);
+  ownedRoom_ = stopCount;
   return true;
 }
 
@@ -108,7 +108,7 @@ bool KSoftColorRamp::SetStops(const KColorStop* stops, unsigned stopCount, KFixe
                               KSpread mode) {
   if (!stops || stopCount == 0 || stopCount > kMostStops) return false;
   if (!NeedRoom(stopCount)) return false;
-  std::uint32_t* memory = ownedStops;
+  std::uint32_t* memory = ownedStops_;
   auto* at = reinterpret_cast<std::int32_t*>(memory + stopCount);
   rampAlpha = 0;
   KFixed highest = KFixed::FromRaw(INT32_MIN);

@@ -76,8 +76,8 @@ struct KALVORA_API KSoftColorRamp {
   bool NeedRoom(unsigned stopCount);
   void ShowLastOnly();
 
-  std::uint32_t* ownedStops = nullptr;  ///< colours, then positions
-  std::uint32_t ownedRoom = 0;          ///< stops that there is room for
+  std::uint32_t* ownedStops_ = nullptr;  ///< colours, then positions
+  std::uint32_t ownedRoom_ = 0;          ///< stops that there is room for
 };
 
 #endif

@@ -9,7 +9,7 @@
 
 using namespace kalvora;
 
-KClipRings::~KClipRings() { std::free(memory); }
+KClipRings::~KClipRings() { std::free(memory_); }
 
 void KClipRings::Clear() {
   active = false;
@@ -18,11 +18,11 @@ void KClipRings::Clear() {
 }
 
 bool KClipRings::NeedRoom(std::size_t bytes) {
-  if (bytes <= room) return true;
-  std::free(memory);
-  memory = std::malloc(bytes);
-  room = memory ? bytes : 0;
-  return memory;
+  if (bytes <= room_) return true;
+  std::free(memory_);
+  memory_ = std::malloc(bytes);
+  room_ = memory_ ? bytes : 0;
+  return memory_;
 }
 
 void KClipRings::Set(KVertex2D* const* rings, unsigned count, KStack* stack) {
@@ -36,7 +36,7 @@ void KClipRings::Set(KVertex2D* const* rings, unsigned count, KStack* stack) {
   auto** copies =
       static_cast<KVertex2D**>(stack->Alloc(static_cast<unsigned>(count * sizeof(KVertex2D*))));
   if (!copies) return;
-  auto* to = static_cast<KVertex2D*>(memory);
+  auto* to = static_cast<KVertex2D*>(memory_);
   for (unsigned i = 0; i < count; ++i) {
     copies[i] = to;
     to = std::copy_n(rings[i], ring::Count(rings[i]) + ring::kLinks, to);

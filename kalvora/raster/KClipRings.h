@@ -29,8 +29,8 @@ class KClipRings {
  private:
   bool NeedRoom(std::size_t bytes);
 
-  void* memory = nullptr;  // the rings, then the nodes
-  std::size_t room = 0;
+  void* memory_ = nullptr;  // the rings, then the nodes
+  std::size_t room_ = 0;
 };
 
 #endif

@@ -8,11 +8,11 @@
 /// One switch. It reads and writes like a bool; any thread may do either at any time.
 class KFlag {
  public:
-  operator bool() const { return value.load(std::memory_order_relaxed) != 0; }
-  void operator=(bool on) { value.store(on ? 1 : 0, std::memory_order_relaxed); }
+  operator bool() const { return value_.load(std::memory_order_relaxed) != 0; }
+  void operator=(bool on) { value_.store(on ? 1 : 0, std::memory_order_relaxed); }
 
  private:
-  std::atomic<std::uint8_t> value{0};
+  std::atomic<std::uint8_t> value_{0};
 };
 
 /// Seven switches of one byte each.

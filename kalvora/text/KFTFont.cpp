@@ -39,17 +39,17 @@ bool CannotUnpack(FT_Face face) {
 }  // namespace
 
 bool KFTFont::LoadFont(const char* path, int index) {
-  error = {};
-  if (!path) return Fail(error, KErrorArgument, 0, "no path of a font");
+  error_ = {};
+  if (!path) return Fail(error_, KErrorArgument, 0, "no path of a font");
   if (face && file && file->file.IsAt(path) && index == faceIndex) return true;
   KFTLib* thread = MakeReady(path);
-  return thread && Open(thread, KFTCache::Existing()->OpenEntry(path, error), index);
+  return thread && Open(thread, KFTCache::Existing()->OpenEntry(path, error_), index);
 }
 
 bool KFTFont::LoadFontFromMemory(const void* data, std::size_t bytes, int index) {
-  error = {};
+  error_ = {};
   if (!data || bytes == 0 || bytes > LONG_MAX) {
-    return Fail(error, KErrorArgument, 0, "no memory with a font");
+    return Fail(error_, KErrorArgument, 0, "no memory with a font");
   }
   if (face && file && file->file.Borrows(data, bytes) && index == faceIndex) return true;
   KFTLib* thread = MakeReady(nullptr);
@@ -63,14 +63,14 @@ KFTLib* KFTFont::MakeReady(const char* keepPath) {
   if (!cache) cache = threadCache;
   Release(keepPath);
   if (thread && threadCache) return thread;
-  Fail(error, KErrorMemory, ENOMEM, "no memory for text");
+  Fail(error_, KErrorMemory, ENOMEM, "no memory for text");
   return nullptr;
 }
 
 // Memory is known again only while a font uses it: afterwards it may hold anything.
 KFTFaceEntry* KFTFont::EntryOf(const KFTLib* thread, const void* data, std::size_t bytes) const {
   KFTCache* threadCache = KFTCache::Existing();
-  for (const KFTFont* other = thread->fonts; other; other = other->nextFont) {
+  for (const KFTFont* other = thread->fonts; other; other = other->nextFont_) {
     if (other->file->file.Borrows(data, bytes)) return threadCache->FindEntry(other->file);
   }
   return threadCache->AddEntry(data, bytes);
@@ -79,7 +79,7 @@ KFTFaceEntry* KFTFont::EntryOf(const KFTLib* thread, const void* data, std::size
 // `entry` is null when there is no file.
 bool KFTFont::Open(KFTLib* thread, const KFTFaceEntry* entry, int index) {
   if (!entry) {
-    if (error.code == KErrorNone) Fail(error, KErrorMemory, ENOMEM, "no memory for a font");
+    if (error_.code == KErrorNone) Fail(error_, KErrorMemory, ENOMEM, "no memory for a font");
     return false;
   }
   Attach(thread, entry->file);
@@ -104,19 +104,19 @@ bool KFTFont::Open(KFTLib* thread, const KFTFaceEntry* entry, int index) {
 bool KFTFont::CanBeDrawn(int opened) {
   const char* name = file->file.Name();
   if (opened == FT_Err_Out_Of_Memory) {
-    return Fail(error, KErrorMemory, ENOMEM, "cannot load %s", name);
+    return Fail(error_, KErrorMemory, ENOMEM, "cannot load %s", name);
   }
   if (opened == FT_Err_Invalid_Argument && faceIndex != 0) {
-    return Fail(error, KErrorArgument, 0, "%s has no face %d", name, faceIndex);
+    return Fail(error_, KErrorArgument, 0, "%s has no face %d", name, faceIndex);
   }
   if (opened != 0) {
-    return Fail(error, KErrorNotAFont, 0, "%s is no font (FreeType's error 0x%02x)", name, opened);
+    return Fail(error_, KErrorNotAFont, 0, "%s is no font (FreeType's error 0x%02x)", name, opened);
   }
   if (kalvora::IsBitmapOnly(*face) && !FT_HAS_FIXED_SIZES(face)) {
-    return Fail(error, KErrorNotAFont, 0, "%s has neither outlines nor bitmaps", name);
+    return Fail(error_, KErrorNotAFont, 0, "%s has neither outlines nor bitmaps", name);
   }
   if (CannotUnpack(face)) {
-    return Fail(error, KErrorNotSupported, 0, "FreeType lacks what the bitmaps of %s need", name);
+    return Fail(error_, KErrorNotSupported, 0, "FreeType lacks what the bitmaps of %s need", name);
   }
   return true;
 }
@@ -125,18 +125,18 @@ bool KFTFont::CanBeDrawn(int opened) {
 void KFTFont::Attach(KFTLib* thread, KFTSharedFile* shared) {
   file = shared;
   file->Hold();
-  lib = thread;
-  nextFont = lib->fonts;
-  if (nextFont) nextFont->prevFont = this;
-  lib->fonts = this;
+  lib_ = thread;
+  nextFont_ = lib_->fonts;
+  if (nextFont_) nextFont_->prevFont_ = this;
+  lib_->fonts = this;
 }
 
 void KFTFont::Detach() {
-  if (!lib) return;
-  (prevFont ? prevFont->nextFont : lib->fonts) = nextFont;
-  if (nextFont) nextFont->prevFont = prevFont;
-  lib = nullptr;
-  nextFont = prevFont = nullptr;
+  if (!lib_) return;
+  (prevFont_ ? prevFont_->nextFont_ : lib_->fonts) = nextFont_;
+  if (nextFont_) nextFont_->prevFont_ = prevFont_;
+  lib_ = nullptr;
+  nextFont_ = prevFont_ = nullptr;
 }
 
 // Count and face list first, then the face, and last the mapping, which the face reads from.

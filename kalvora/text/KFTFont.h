@@ -67,14 +67,14 @@ class KALVORA_API KFTFont {
   /// font is destroyed or has loaded another one.
   bool LoadFontFromMemory(const void* data, std::size_t size, int index);
   /// Why the last LoadFont or LoadFontFromMemory returned false, or that it did not.
-  const KError& LastError() const { return error; }
+  const KError& LastError() const { return error_; }
   /// In pixels. Faces that have nothing but bitmaps take their nearest size, of two equally near
   /// ones the larger, and their metrics are those of that size; but bitmaps in colour are scaled.
   void SetFontSize(KFixed newSize);
   /// For this and every face that is loaded from now on; KHintingDefault at first. Glyphs of
   /// different hinting lie in the cache side by side.
-  void SetHinting(KHinting newHinting) { hinting = newHinting; }
-  KHinting GetHinting() const { return hinting; }
+  void SetHinting(KHinting newHinting) { hinting_ = newHinting; }
+  KHinting GetHinting() const { return hinting_; }
 
   KFixed GetFontHeight() const;  ///< from one baseline to the next; 0 without a face
   KFixed GetAscend() const;      ///< above the baseline; 0 without a face
@@ -128,12 +128,12 @@ class KALVORA_API KFTFont {
   bool CanBeDrawn(int opened);
   KFixed Metric(std::int64_t v) const;
 
-  KHinting hinting = KHintingDefault;
-  KError error;
+  KHinting hinting_ = KHintingDefault;
+  KError error_;
 
-  KFTLib* lib = nullptr;  // the library whose list of fonts this one is in
-  KFTFont* nextFont = nullptr;
-  KFTFont* prevFont = nullptr;
+  KFTLib* lib_ = nullptr;  // the library whose list of fonts this one is in
+  KFTFont* nextFont_ = nullptr;
+  KFTFont* prevFont_ = nullptr;
 };
 
 #endif

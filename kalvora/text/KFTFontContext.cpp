@@ -35,23 +35,23 @@ KFTFontContext::KFTFontContext() {
 KFTFontContext::~KFTFontContext() {
   delete matrix;
   KFTFallback::Release(fallback);
-  std::free(listMemory);
+  std::free(listMemory_);
 }
 
 // Fallbacks ---------------------------------------------------------------------------------------
 
 // Copies the list into memory that is kept for the next one. Null when memory runs out.
 KFTFont** KFTFontContext::CopyList(const KArray<KFTFont*>& fonts) {
-  if (fonts.count > listRoom) {
+  if (fonts.count > listRoom_) {
     void* larger = std::calloc(fonts.count, sizeof(KFTFont*));
     if (!larger) return nullptr;
-    std::free(listMemory);
-    listMemory = static_cast<KFTFont**>(larger);
-    listRoom = fonts.count;
+    std::free(listMemory_);
+    listMemory_ = static_cast<KFTFont**>(larger);
+    listRoom_ = fonts.count;
   }
   // The list may be this context's own, or its table's.
-  if (fonts.data != listMemory) std::copy(fonts.begin(), fonts.end(), listMemory);
-  return listMemory;
+  if (fonts.data != listMemory_) std::copy(fonts.begin(), fonts.end(), listMemory_);
+  return listMemory_;
 }
 
 void KFTFontContext::SetFallbackFonts(const KArray<KFTFont*>* fonts,
@@ -68,7 +68,7 @@ void KFTFontContext::SetFallbackFonts(const KArray<KFTFont*>* fonts,
   if (chosen != fallback) KFTFallback::Release(fallback);
   fallbackFonts = list;
   fallback = chosen;
-  fallbackLost = wanted && !chosen;
+  fallbackLost_ = wanted && !chosen;
 }
 
 KFTFont* KFTFontContext::GetFallback(unsigned short ch) const {

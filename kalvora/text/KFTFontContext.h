@@ -142,9 +142,9 @@ class KALVORA_API KFTFontContext {
   bool NeedMatrix();
   KFTFont** CopyList(const KArray<KFTFont*>& fonts);
 
-  KFTFont** listMemory = nullptr;  // room for listRoom fallback fonts
-  unsigned listRoom = 0;
-  bool fallbackLost = false;  // there was no memory for the fallback fonts
+  KFTFont** listMemory_ = nullptr;  // room for listRoom fallback fonts
+  unsigned listRoom_ = 0;
+  bool fallbackLost_ = false;  // there was no memory for the fallback fonts
 };
 
 #endif

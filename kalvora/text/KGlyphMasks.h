@@ -30,7 +30,7 @@ class KGlyphMasks {
   void UseColours(KColor32 ink);
   /// Takes from x, which is left on a whole pixel, the quarters for Find; 0 without UseQuarters.
   unsigned TakeQuarter(KFixed& x) const {
-    if (!quarters) return 0;
+    if (!quarters_) return 0;
     // Rounded as whole pixels are, a little under half a quarter.
     const std::int32_t rounded = (x + KFixed::FromRaw(0x1FC0)).raw >> 14;
     x = KFixed::FromInt(rounded >> 2);
@@ -40,9 +40,9 @@ class KGlyphMasks {
   /// The glyph, moved to the right by a number of quarters. Good until the next call on this
   /// thread. Null when the glyph cannot be had.
   const KFTCacheData* Find(std::uint32_t glyph, unsigned quarter = 0) {
-    if (!cache) return nullptr;
-    key.Name(glyph, quarter);
-    const KFTCacheData* data = cache->Find(key);
+    if (!cache_) return nullptr;
+    key_.Name(glyph, quarter);
+    const KFTCacheData* data = cache_->Find(key_);
     return data ? data : FindMissed();
   }
 
@@ -51,15 +51,15 @@ class KGlyphMasks {
   KFTCacheKey KeyOf(const KFTFont& of) const;
   const KFTCacheData* Render(const KFTFont* from, std::uint32_t index, const KFTCacheKey& as);
 
-  KFTFontContext& context;
-  const KFTFont* font;
-  const bool byIndex;
-  KFTCache* cache;                              // null when nothing can be found
-  std::int32_t xx = 0, xy = 0, yx = 0, yy = 0;  // the glyph matrix
-  bool quarters = false;
-  bool colours = false;
-  std::uint32_t inkOfText = 0;
-  KFTCacheKey key{};  // of the glyph that is looked for, in `font`
+  KFTFontContext& context_;
+  const KFTFont* font_;
+  const bool byIndex_;
+  KFTCache* cache_;                                 // null when nothing can be found
+  std::int32_t xx_ = 0, xy_ = 0, yx_ = 0, yy_ = 0;  // the glyph matrix
+  bool quarters_ = false;
+  bool colours_ = false;
+  std::uint32_t inkOfText_ = 0;
+  KFTCacheKey key_{};  // of the glyph that is looked for, in `font`
 };
 
 #endif

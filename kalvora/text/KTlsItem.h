@@ -16,58 +16,58 @@ template <typename T>
 class KTlsItem {
  public:
   /// `destroyValue` gets a thread's T* when the thread ends or the library is unloaded.
-  constexpr explicit KTlsItem(void (*destroyValue)(void*)) : destroy(destroyValue) {}
+  constexpr explicit KTlsItem(void (*destroyValue)(void*)) : destroy_(destroyValue) {}
   KTlsItem(const KTlsItem&) = delete;
   KTlsItem& operator=(const KTlsItem&) = delete;
 
   /// The calling thread's value; null when it has none.
-  T* Get() { return Ready() ? static_cast<T*>(pthread_getspecific(key)) : nullptr; }
+  T* Get() { return Ready() ? static_cast<T*>(pthread_getspecific(key_)) : nullptr; }
   /// Stores the calling thread's value. False when there is no slot to store it in.
-  bool Set(T* value) { return Ready() && pthread_setspecific(key, value) == 0; }
+  bool Set(T* value) { return Ready() && pthread_setspecific(key_, value) == 0; }
 
   /// Makes the key, once; false when that failed or the item was deleted.
   bool Ready() {
-    if (state.load(std::memory_order_acquire) == kNew) Create();
-    return state.load(std::memory_order_acquire) == kReady;
+    if (state_.load(std::memory_order_acquire) == kNew) Create();
+    return state_.load(std::memory_order_acquire) == kReady;
   }
   /// Destroys the calling thread's value and deletes the key. Values of other threads are lost.
   void Delete() {
     if (T* value = Get()) {
       Set(nullptr);
-      destroy(value);
+      destroy_(value);
     }
-    if (state.exchange(kDeleted) == kReady) pthread_key_delete(key);
+    if (state_.exchange(kDeleted) == kReady) pthread_key_delete(key_);
   }
 
  private:
   enum State { kNew, kReady, kDeleted };
 
   void Create() {
-    pthread_mutex_lock(&mutex);
-    if (state.load(std::memory_order_relaxed) == kNew) {
-      const bool made = pthread_key_create(&key, destroy) == 0;
-      state.store(made ? kReady : kDeleted, std::memory_order_release);
+    pthread_mutex_lock(&mutex_);
+    if (state_.load(std::memory_order_relaxed) == kNew) {
+      const bool made = pthread_key_create(&key_, destroy_) == 0;
+      state_.store(made ? kReady : kDeleted, std::memory_order_release);
     }
-    pthread_mutex_unlock(&mutex);
+    pthread_mutex_unlock(&mutex_);
   }
 
-  pthread_key_t key = 0;
-  void (*destroy)(void*);
-  std::atomic<State> state{kNew};
-  pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+  pthread_key_t key_ = 0;
+  void (*destroy_)(void*);
+  std::atomic<State> state_{kNew};
+  pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
 };
 
 /// Makes an item's key when the library is loaded and deletes it when the library goes.
 template <typename T>
 class KTlsOwner {
  public:
-  explicit KTlsOwner(KTlsItem<T>& owned) : item(owned) { item.Ready(); }
-  ~KTlsOwner() { item.Delete(); }
+  explicit KTlsOwner(KTlsItem<T>& owned) : item_(owned) { item_.Ready(); }
+  ~KTlsOwner() { item_.Delete(); }
   KTlsOwner(const KTlsOwner&) = delete;
   KTlsOwner& operator=(const KTlsOwner&) = delete;
 
  private:
-  KTlsItem<T>& item;
+  KTlsItem<T>& item_;
 };
 
 #endif
