@@ -16,7 +16,7 @@ class KFbScreen final : public KScreen {
   bool Look(unsigned index, KDisplayFacts& facts, KError& error) override;
   bool MakeBuffers(unsigned count, KError& error) override;
   std::uint8_t* Address(unsigned index) const override;
-  int MoverFd(unsigned index) const override { return index < available ? fd : -1; }
+  int MoverFd(unsigned index) const override { return index < available_ ? fd_ : -1; }
   KShown Show(unsigned index, const KRect* dirty, bool force,
               const std::atomic<bool>& cancelled) override;
   int WaitForVsync() override;
@@ -31,12 +31,12 @@ class KFbScreen final : public KScreen {
   bool Pan(fb_var_screeninfo& mode);
   bool Refused(const char* what, KError& error) const;
 
-  char path[32] = "";
-  int fd = -1;
-  std::uint8_t* mapping = nullptr;  ///< buffer 0; further buffers follow
-  std::uint32_t mappingSize = 0;
-  std::uint32_t available = 0;      ///< whole buffers in the mapping
-  std::atomic<unsigned> wanted{0};  ///< the buffer that somebody panned to last, or is about to
+  char path_[32] = "";
+  int fd_ = -1;
+  std::uint8_t* mapping_ = nullptr;  ///< buffer 0; further buffers follow
+  std::uint32_t mappingSize_ = 0;
+  std::uint32_t available_ = 0;      ///< whole buffers in the mapping
+  std::atomic<unsigned> wanted_{0};  ///< the buffer that somebody panned to last, or is about to
 };
 
 #endif

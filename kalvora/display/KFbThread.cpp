@@ -33,67 +33,67 @@ bool CreateThread(pthread_t* thread, void* (*body)(void*), void* argument) {
 KFbThread* KFbThread::Start(KLinuxFb& fb) {
   auto* const worker = new (std::nothrow) KFbThread;
   if (worker == nullptr) return nullptr;
-  fb.flipWorker = worker;
-  if (!CreateThread(&worker->thread, FlipThreadFunc, &fb)) {
-    fb.flipWorker = nullptr;
+  fb.flipWorker_ = worker;
+  if (!CreateThread(&worker->thread_, FlipThreadFunc, &fb)) {
+    fb.flipWorker_ = nullptr;
     delete worker;
     return nullptr;
   }
-  worker->ackSlot.Wait(0);
-  worker->ackSlot.pending = false;
-  worker->ackSlot.Unlock();
+  worker->ackSlot_.Wait(0);
+  worker->ackSlot_.pending = false;
+  worker->ackSlot_.Unlock();
   return worker;
 }
 
 void* KFbThread::FlipThreadFunc(void* fb) {
   const auto* const display = static_cast<const KLinuxFb*>(fb);
-  KFbThread* const self = display->flipWorker;
-  self->flipper = display->flipper;
+  KFbThread* const self = display->flipWorker_;
+  self->flipper_ = display->flipper_;
   [[maybe_unused]] const int priority = nice(-2);
-  self->ackSlot.Post(0);  // started; from here on the display may go away
+  self->ackSlot_.Post(0);  // started; from here on the display may go away
 
   Outcome outcome = Outcome::kNext;
   while (outcome == Outcome::kNext) {
-    if (!self->flipSlot.Wait(0)) return nullptr;
+    if (!self->flipSlot_.Wait(0)) return nullptr;
     outcome = self->Serve();
-    self->flipSlot.pending = false;
-    self->flipSlot.Unlock();
+    self->flipSlot_.pending = false;
+    self->flipSlot_.Unlock();
   }
-  if (outcome == Outcome::kQuitWithFlipper) delete self->flipper;
+  if (outcome == Outcome::kQuitWithFlipper) delete self->flipper_;
   delete self;
   return nullptr;
 }
 
 /// One message, under the flip slot's lock.
 KFbThread::Outcome KFbThread::Serve() {
-  const KLinuxFb::KFlipData& flip = flipSlot.payload;
-  ackSlot.Lock();
-  const bool leave = quit;
-  const bool accepted = !leave && !givenUp;
+  const KLinuxFb::KFlipData& flip = flipSlot_.payload;
+  ackSlot_.Lock();
+  const bool leave = quit_;
+  const bool accepted = !leave && !givenUp_;
   if (accepted) {
-    flipper->BeginFlip(flip.back);
-    ackSlot.Post(0);
-    flipping = true;
+    flipper_->BeginFlip(flip.back);
+    ackSlot_.Post(0);
+    flipping_ = true;
   }
-  ackSlot.Unlock();
+  ackSlot_.Unlock();
   if (!accepted) return leave ? Outcome::kQuit : Outcome::kNext;
 
-  flipper->EndFlip(flip.front, flip.back, flip.copyBack ? flip.dirty : nullptr, givenUp);
+  flipper_->EndFlip(flip.front, flip.back, flip.copyBack ? flip.dirty : nullptr, givenUp_);
 
-  ackSlot.Lock();
-  flipping = false;
-  const bool abandoned = quit;  // only while `flipping` is set can Stop have said so meanwhile
-  ackSlot.Unlock();
+  ackSlot_.Lock();
+  flipping_ = false;
+  const bool abandoned = quit_;  // only while `flipping` is set can Stop have said so meanwhile
+  ackSlot_.Unlock();
   return abandoned ? Outcome::kQuitWithFlipper : Outcome::kNext;
 }
 
 bool KFbThread::Send(bool copyBack, unsigned back, const KRect* dirty, unsigned& shown) {
   bool sent = false;
   if (IsCopy()) return false;
-  if (flipSlot.TimedLock(kPatienceMs)) {
-    shown = flipper->frontIndex.load(std::memory_order_relaxed);
-    sent = flipSlot.Post({back, shown, copyBack, dirty});
-    flipSlot.Unlock();
+  if (flipSlot_.TimedLock(kPatienceMs)) {
+    shown = flipper_->frontIndex.load(std::memory_order_relaxed);
+    sent = flipSlot_.Post({back, shown, copyBack, dirty});
+    flipSlot_.Unlock();
     if (sent && AwaitAcknowledgement()) return true;
   }
   if (!sent) GiveUp();
@@ -105,36 +105,36 @@ bool KFbThread::Send(bool copyBack, unsigned back, const KRect* dirty, unsigned&
 /// Waits for the acknowledgement; when it does not come, the message is given up in the same
 /// breath.
 bool KFbThread::AwaitAcknowledgement() {
-  ackSlot.Wait(kPatienceMs);
-  const bool received = ackSlot.pending;
-  if (!received) givenUp = true;
-  ackSlot.pending = false;
-  ackSlot.Unlock();
+  ackSlot_.Wait(kPatienceMs);
+  const bool received = ackSlot_.pending;
+  if (!received) givenUp_ = true;
+  ackSlot_.pending = false;
+  ackSlot_.Unlock();
   return received;
 }
 
 void KFbThread::GiveUp() {
-  ackSlot.Lock();
-  givenUp = true;
-  ackSlot.Unlock();
+  ackSlot_.Lock();
+  givenUp_ = true;
+  ackSlot_.Unlock();
 }
 
 bool KFbThread::Stop() {
   if (IsCopy()) return true;
   for (;;) {
-    if (flipSlot.TimedLock(kPatienceMs)) {
-      quit = true;
-      flipSlot.Post({});
-      flipSlot.Unlock();
+    if (flipSlot_.TimedLock(kPatienceMs)) {
+      quit_ = true;
+      flipSlot_.Post({});
+      flipSlot_.Unlock();
       return true;
     }
-    ackSlot.Lock();
-    const bool stuck = flipping;
+    ackSlot_.Lock();
+    const bool stuck = flipping_;
     if (stuck) {
-      givenUp = true;
-      quit = true;
+      givenUp_ = true;
+      quit_ = true;
     }
-    ackSlot.Unlock();
+    ackSlot_.Unlock();
     if (stuck) return false;
     // The thread holds the lock but is not in the driver: it was merely not scheduled.
   }

@@ -71,24 +71,24 @@ class KFbThread {
  private:
   enum class Outcome { kNext, kQuit, kQuitWithFlipper };
 
-  KFbThread() : process(getpid()) {}
+  KFbThread() : process_(getpid()) {}
   ~KFbThread() = default;
   static void* FlipThreadFunc(void* fb);
   /// A forked child has a copy of this object, and no thread: locks that the thread holds stay
   /// locked there.
-  bool IsCopy() const { return process != getpid(); }
+  bool IsCopy() const { return process_ != getpid(); }
   Outcome Serve();
   bool AwaitAcknowledgement();
   void GiveUp();
 
-  const pid_t process;
-  pthread_t thread{};
-  KFlipper* flipper = nullptr;
-  bool quit = false;      ///< written under either lock, read under both
-  bool flipping = false;  ///< guarded by the ack slot: the thread may be inside the driver
-  std::atomic<bool> givenUp{false};  ///< set under the ack slot's lock
-  KMailSlot<KLinuxFb::KFlipData> flipSlot;
-  KMailSlot<int> ackSlot;
+  const pid_t process_;
+  pthread_t thread_{};
+  KFlipper* flipper_ = nullptr;
+  bool quit_ = false;      ///< written under either lock, read under both
+  bool flipping_ = false;  ///< guarded by the ack slot: the thread may be inside the driver
+  std::atomic<bool> givenUp_{false};  ///< set under the ack slot's lock
+  KMailSlot<KLinuxFb::KFlipData> flipSlot_;
+  KMailSlot<int> ackSlot_;
 };
 
 #endif

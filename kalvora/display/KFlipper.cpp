@@ -40,8 +40,8 @@ void KFlipper::EndFlip(unsigned front, unsigned back, const KRect* dirty,
 void KFlipper::DrawFps(unsigned index) {
   int rate = 0;
   {
-    const std::lock_guard<std::mutex> lock(fpsLock);
-    rate = fps.Flip();
+    const std::lock_guard<std::mutex> lock(fpsLock_);
+    rate = fps_.Flip();
   }
   if (!Flags.DisplayFps || bufferCount == 0) return;
   std::uint8_t* const pixels = screen->Address(index);
@@ -51,16 +51,16 @@ void KFlipper::DrawFps(unsigned index) {
 }
 
 void KFlipper::ResetFps(int capacity) {
-  const std::lock_guard<std::mutex> lock(fpsLock);
-  fps.Reset(capacity);
+  const std::lock_guard<std::mutex> lock(fpsLock_);
+  fps_.Reset(capacity);
 }
 
 void KFlipper::DumpFps() {
-  const std::lock_guard<std::mutex> lock(fpsLock);
-  fps.Dump();
+  const std::lock_guard<std::mutex> lock(fpsLock_);
+  fps_.Dump();
 }
 
 void KFlipper::SetFpsInterval(int milliseconds) {
-  const std::lock_guard<std::mutex> lock(fpsLock);
-  fps.intervalMs = milliseconds;
+  const std::lock_guard<std::mutex> lock(fpsLock_);
+  fps_.intervalMs = milliseconds;
 }

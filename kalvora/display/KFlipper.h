@@ -42,8 +42,8 @@ class KFlipper {
   void SetFpsInterval(int milliseconds);
 
  private:
-  std::mutex fpsLock;
-  KFpsHistory fps;
+  std::mutex fpsLock_;
+  KFpsHistory fps_;
 };
 
 #endif

@@ -21,13 +21,13 @@ class KKmsScreen final : public KScreen {
   bool Look(unsigned index, KDisplayFacts& facts, KError& error) override;
   bool MakeBuffers(unsigned count, KError& error) override;
   std::uint8_t* Address(unsigned index) const override {
-    return index < 3 ? buffers[index].pixels : nullptr;
+    return index < 3 ? buffers_[index].pixels : nullptr;
   }
   KShown Show(unsigned index, const KRect* dirty, bool force,
               const std::atomic<bool>& cancelled) override;
   bool ShowFirst(KError& error) override;
   void DrawnOver(unsigned index, const KRect* dirty) override;
-  int WaitForVsync() override { return output.Wait(); }
+  int WaitForVsync() override { return output_.Wait(); }
 
  private:
   /// Memory for one frame, and the framebuffer that shows it.
@@ -46,12 +46,12 @@ class KKmsScreen final : public KScreen {
   void Release(Buffer& buffer);
   void RestoreConsole();
 
-  char path[32] = "";
-  pid_t owner = 0;  ///< the process that opened it; a forked child leaves the output alone
-  KPageFlips output;
-  drmModeCrtcPtr console = nullptr;  ///< what was on screen before
-  std::atomic<bool> isShown{false};  ///< it has had a frame on screen
-  Buffer buffers[3];
+  char path_[32] = "";
+  pid_t owner_ = 0;  ///< the process that opened it; a forked child leaves the output alone
+  KPageFlips output_;
+  drmModeCrtcPtr console_ = nullptr;  ///< what was on screen before
+  std::atomic<bool> isShown_{false};  ///< it has had a frame on screen
+  Buffer buffers_[3];
 };
 
 #endif

@@ -84,20 +84,20 @@ class KALVORA_API KLinuxFb {
   /// one buffer, or why not. Shows nothing and changes nothing. Any thread may ask.
   static bool Look(KDisplay kind, unsigned index, KDisplayFacts& facts, KError& error);
 
-  std::uint32_t Width() const;                          ///< pixels; 0 while closed
-  std::uint32_t Height() const;                         ///< pixels; 0 while closed
-  std::uint32_t Stride() const;                         ///< bytes
-  KDisplay DisplayKind() const { return displayKind; }  ///< KDisplayNone while closed
-  bool IsAsync() const { return asyncFlip; }            ///< a thread shows the frames
+  std::uint32_t Width() const;                           ///< pixels; 0 while closed
+  std::uint32_t Height() const;                          ///< pixels; 0 while closed
+  std::uint32_t Stride() const;                          ///< bytes
+  KDisplay DisplayKind() const { return displayKind_; }  ///< KDisplayNone while closed
+  bool IsAsync() const { return asyncFlip_; }            ///< a thread shows the frames
   /// Why the last SetDisplay or Open failed, or that it did not.
-  const KError& LastError() const { return error; }
+  const KError& LastError() const { return error_; }
 
   /// How many degrees clockwise frames are turned on their way to the screen, from the next
   /// SetDisplay with format 4 or 5 on: 0, 90, 180 or 270. False for others, which change nothing.
   bool SetRotation(unsigned degrees);
   /// Whether screens with less than 8 bits a channel are dithered (they are), from the next
   /// SetDisplay on; else colours are rounded to the nearest.
-  void SetDithering(bool on) { dithering = on; }
+  void SetDithering(bool on) { dithering_ = on; }
 
   /// The frame-rate history: its number of samples (0 keeps it), its dump to the log, and the least
   /// time between two samples.
@@ -129,19 +129,19 @@ class KALVORA_API KLinuxFb {
   void* BackBuffer() const;
   bool MoveRect(unsigned dst, unsigned src, const KRect* rect);
 
-  KFlipper* flipper = nullptr;  ///< null only when memory ran out
-  KDisplay displayKind = KDisplayNone;
-  bool asyncFlip = false;
-  std::uint32_t backIndex = 0;
-  bool hasPrevDirty = false;
-  KRect prevDirty{};
-  KFbThread* flipWorker = nullptr;
-  KMsmAdm* adm = nullptr;
-  int fpsCapacity = 1;  ///< settings of the frame-rate history, for when the flipper is made anew
-  int fpsIntervalMs = 500;
-  unsigned rotation = 0;
-  bool dithering = true;
-  KError error;
+  KFlipper* flipper_ = nullptr;  ///< null only when memory ran out
+  KDisplay displayKind_ = KDisplayNone;
+  bool asyncFlip_ = false;
+  std::uint32_t backIndex_ = 0;
+  bool hasPrevDirty_ = false;
+  KRect prevDirty_{};
+  KFbThread* flipWorker_ = nullptr;
+  KMsmAdm* adm_ = nullptr;
+  int fpsCapacity_ = 1;  ///< settings of the frame-rate history, for when the flipper is made anew
+  int fpsIntervalMs_ = 500;
+  unsigned rotation_ = 0;
+  bool dithering_ = true;
+  KError error_;
 };
 
 /// A stub: returns 0 and does nothing.

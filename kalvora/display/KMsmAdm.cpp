@@ -32,19 +32,19 @@ Region MakeRegion(int fd, const KRect& r, int stride) {
 }  // namespace
 
 bool KMsmAdm::Open() {
-  if (fd < 0) fd = open(kPath, O_RDWR | O_CLOEXEC);
-  return fd >= 0;
+  if (fd_ < 0) fd_ = open(kPath, O_RDWR | O_CLOEXEC);
+  return fd_ >= 0;
 }
 
 void KMsmAdm::Close() {
-  if (fd < 0) return;
-  close(fd);
-  fd = -1;
+  if (fd_ < 0) return;
+  close(fd_);
+  fd_ = -1;
 }
 
 void KMsmAdm::Rectcpy32(int fd1, int fd2, const KRect& r1, const KRect& r2, int stride1,
                         int stride2) {
-  if (fd < 0) return;
+  if (fd_ < 0) return;
   Request request{MakeRegion(fd2, r2, stride2), MakeRegion(fd1, r1, stride1)};
-  ioctl(fd, kCopyRequest, &request);
+  ioctl(fd_, kCopyRequest, &request);
 }

@@ -24,7 +24,7 @@ class KMsmAdm {
   void Rectcpy32(int fd1, int fd2, const KRect& r1, const KRect& r2, int stride1, int stride2);
 
  private:
-  int fd = -1;
+  int fd_ = -1;
 };
 
 #endif

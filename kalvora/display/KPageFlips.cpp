@@ -33,7 +33,7 @@ bool KPageFlips::SetMode(std::uint32_t framebuffer) {
 }
 
 bool KPageFlips::Flip(std::uint32_t framebuffer, const std::atomic<bool>& cancelled) {
-  if (hasEvents && AskForFlip(framebuffer, cancelled)) return true;
+  if (hasEvents_ && AskForFlip(framebuffer, cancelled)) return true;
   if (cancelled) return false;
   if (SetMode(framebuffer)) return true;
   PassAFrame();
@@ -44,11 +44,11 @@ bool KPageFlips::Flip(std::uint32_t framebuffer, const std::atomic<bool>& cancel
 bool KPageFlips::AskForFlip(std::uint32_t framebuffer, const std::atomic<bool>& cancelled) {
   const std::int64_t end = kalvora::MicrosecondsNow() + kPatienceMs * 1000;
   Wait();
-  while (hasEvents && !cancelled) {
-    sent.fetch_add(1);
-    const int error = drmModePageFlip(fd, crtc, framebuffer, DRM_MODE_PAGE_FLIP_EVENT, &arrived);
+  while (hasEvents_ && !cancelled) {
+    sent_.fetch_add(1);
+    const int error = drmModePageFlip(fd, crtc, framebuffer, DRM_MODE_PAGE_FLIP_EVENT, &arrived_);
     if (error == 0) return true;
-    sent.fetch_sub(1);
+    sent_.fetch_sub(1);
     // Somebody's flip is under way still: that of a thread that was given up, or of a driver that
     // sends events early.
     if (error != -EBUSY || kalvora::MicrosecondsNow() >= end) return false;
@@ -58,9 +58,9 @@ bool KPageFlips::AskForFlip(std::uint32_t framebuffer, const std::atomic<bool>& 
 }
 
 int KPageFlips::Wait() {
-  if (arrived == sent || !hasEvents) return 0;
+  if (arrived_ == sent_ || !hasEvents_) return 0;
   const std::int64_t start = kalvora::MicrosecondsNow();
-  if (!AwaitEvents(kPatienceMs) && hasEvents.exchange(false)) {
+  if (!AwaitEvents(kPatienceMs) && hasEvents_.exchange(false)) {
     KUtil::LogError("Page flip event missing, setting the mode for each frame.\n");
   }
   const std::int64_t took = kalvora::MicrosecondsNow() - start;
@@ -72,7 +72,7 @@ bool KPageFlips::AwaitEvents(int timeoutMs) {
   drmEventContext context{};
   context.version = 2;
   context.page_flip_handler = OnFlip;
-  while (arrived != sent) {
+  while (arrived_ != sent_) {
     const std::int64_t left = (end - kalvora::MicrosecondsNow() + 999) / 1000;
     pollfd events{fd, POLLIN, 0};
     const int n = poll(&events, 1, static_cast<int>(std::clamp<std::int64_t>(left, 0, timeoutMs)));
@@ -88,12 +88,12 @@ bool KPageFlips::AwaitEvents(int timeoutMs) {
 void KPageFlips::PassAFrame() const { poll(nullptr, 0, FrameMs(mode)); }
 
 void KPageFlips::MarkDirty(std::uint32_t framebuffer, const KRect& rect) {
-  if (!wantsDirty || rect.IsEmpty()) return;
+  if (!wantsDirty_ || rect.IsEmpty()) return;
   drmModeClip clip{};
   clip.x1 = static_cast<std::uint16_t>(rect.left);
   clip.y1 = static_cast<std::uint16_t>(rect.top);
   clip.x2 = static_cast<std::uint16_t>(rect.right);
   clip.y2 = static_cast<std::uint16_t>(rect.bottom);
   const int error = drmModeDirtyFB(fd, framebuffer, &clip, 1);
-  if (error == -ENOSYS || error == -EINVAL || error == -EOPNOTSUPP) wantsDirty = false;
+  if (error == -ENOSYS || error == -EINVAL || error == -EOPNOTSUPP) wantsDirty_ = false;
 }

@@ -39,10 +39,10 @@ class KPageFlips {
   bool AwaitEvents(int timeoutMs);
   void PassAFrame() const;
 
-  std::atomic<std::uint32_t> sent{0};     ///< flips asked for
-  std::atomic<std::uint32_t> arrived{0};  ///< their events
-  std::atomic<bool> hasEvents{true};      ///< events come in time
-  std::atomic<bool> wantsDirty{true};     ///< the driver knows such requests
+  std::atomic<std::uint32_t> sent_{0};     ///< flips asked for
+  std::atomic<std::uint32_t> arrived_{0};  ///< their events
+  std::atomic<bool> hasEvents_{true};      ///< events come in time
+  std::atomic<bool> wantsDirty_{true};     ///< the driver knows such requests
 };
 
 #endif

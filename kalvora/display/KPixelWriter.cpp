@@ -38,18 +38,18 @@ bool KPixelWriter::Choose(const KPixelLayout& layout, unsigned bitsPerPixel, boo
   if (layout.red.bits != layout.blue.bits) return false;
   if (loops == nullptr) loops = kalvora::WidePixelLoops();
   if (loops == nullptr) loops = &kalvora::PlainPixelLoops();
-  style.layout = layout;
+  style_.layout = layout;
   MakeNoise(dither);
-  triples = bitsPerPixel == 24;
+  triples_ = bitsPerPixel == 24;
   switch (bitsPerPixel) {
     case 16:
-      loop = layout == KPixelLayout::Rgb565() ? loops->to565 : loops->to16;
+      loop_ = layout == KPixelLayout::Rgb565() ? loops->to565 : loops->to16;
       return true;
     case 24:
-      loop = loops->to32;
+      loop_ = loops->to32;
       return true;
     case 32:
-      loop = layout.IsOurs() ? CopyWords : loops->to32;
+      loop_ = layout.IsOurs() ? CopyWords : loops->to32;
       return true;
     default:
       return false;
@@ -60,8 +60,8 @@ void KPixelWriter::MakeNoise(bool dither) {
   for (unsigned y = 0; y < 4; ++y) {
     for (unsigned x = 0; x < PixelStyle::kPiece + 3; ++x) {
       const std::uint32_t threshold = kPattern[y][x % 4];
-      const std::uint32_t redBlue = Noise(threshold, style.layout.red.bits, dither) * 0x00010001;
-      style.noise[y][x] = redBlue | Noise(threshold, style.layout.green.bits, dither) << 8;
+      const std::uint32_t redBlue = Noise(threshold, style_.layout.red.bits, dither) * 0x00010001;
+      style_.noise[y][x] = redBlue | Noise(threshold, style_.layout.green.bits, dither) << 8;
     }
   }
 }
@@ -72,7 +72,7 @@ void KPixelWriter::WriteTriples(std::uint8_t* to, const std::uint32_t* from, uns
   std::uint32_t words[PixelStyle::kPiece];
   while (count > 0) {
     const unsigned n = std::min(count, PixelStyle::kPiece);
-    loop(style, words, from, n, x, y);  // cheap beside the packing, and clears what is no colour
+    loop_(style_, words, from, n, x, y);  // cheap beside the packing, and clears what is no colour
     const std::uint32_t* w = words;
     unsigned left = n;
     for (; left >= 4; left -= 4, w += 4, to += 12) {

@@ -17,10 +17,10 @@ class KPixelWriter {
   /// Writes `count` pixels from the device's column x of row y on, which lie at `to`.
   void Write(std::uint8_t* to, const std::uint32_t* from, unsigned count, unsigned x,
              unsigned y) const {
-    if (triples) {
+    if (triples_) {
       WriteTriples(to, from, count, x, y);
     } else {
-      loop(style, to, from, count, x, y);
+      loop_(style_, to, from, count, x, y);
     }
   }
 
@@ -29,9 +29,9 @@ class KPixelWriter {
                     unsigned y) const;
   void MakeNoise(bool dither);
 
-  kalvora::PixelStyle style;
-  kalvora::PixelLoop* loop = nullptr;
-  bool triples = false;  ///< pixels of three bytes
+  kalvora::PixelStyle style_;
+  kalvora::PixelLoop* loop_ = nullptr;
+  bool triples_ = false;  ///< pixels of three bytes
 };
 
 #endif

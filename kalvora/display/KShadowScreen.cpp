@@ -22,40 +22,41 @@ KRect Union(const KRect& a, const KRect& b) {
 
 }  // namespace
 
-KShadowScreen::KShadowScreen(KScreen* other, const KShadowStyle& how) : device(other), style(how) {
+KShadowScreen::KShadowScreen(KScreen* other, const KShadowStyle& how)
+    : device_(other), style_(how) {
   isSurface = true;
   wantsMover = false;
 }
 
 KShadowScreen::~KShadowScreen() {
-  device->isBound = isBound;
-  delete device;
-  for (std::uint8_t* frame : frames) std::free(frame);
+  device_->isBound = isBound;
+  delete device_;
+  for (std::uint8_t* frame : frames_) std::free(frame);
 }
 
 bool KShadowScreen::Open(unsigned, unsigned, bool, KError& error) {
-  const bool lies = style.rotation % 180 != 0;
-  width = lies ? device->height : device->width;
-  height = lies ? device->width : device->height;
+  const bool lies = style_.rotation % 180 != 0;
+  width = lies ? device_->height : device_->width;
+  height = lies ? device_->width : device_->height;
   bpp = 32;
   stride = width * 4;
   if (width > 32767 || height > 32767 ||
-      !writer.Choose(device->layout, device->bpp, style.dither)) {
+      !writer_.Choose(device_->layout, device_->bpp, style_.dither)) {
     return kalvora::Fail(error, KErrorFormat, 0, "no way to write pixels of %u bits of this kind",
-                         device->bpp);
+                         device_->bpp);
   }
   return true;
 }
 
 bool KShadowScreen::MakeBuffers(unsigned count, KError& error) {
   KError ignored;
-  deviceBuffers = count > 1 && device->MakeBuffers(2, ignored) ? 2 : 1;
-  if (deviceBuffers == 1 && !device->MakeBuffers(1, error)) return false;
+  deviceBuffers_ = count > 1 && device_->MakeBuffers(2, ignored) ? 2 : 1;
+  if (deviceBuffers_ == 1 && !device_->MakeBuffers(1, error)) return false;
   for (unsigned i = count > 1 ? 1 : 0; i < count; ++i) {
-    frames[i] = static_cast<std::uint8_t*>(std::calloc(std::size_t{height} + 1, stride));
-    if (frames[i] == nullptr) return kalvora::Fail(error, KErrorMemory, ENOMEM, "no back buffers");
+    frames_[i] = static_cast<std::uint8_t*>(std::calloc(std::size_t{height} + 1, stride));
+    if (frames_[i] == nullptr) return kalvora::Fail(error, KErrorMemory, ENOMEM, "no back buffers");
   }
-  missing[0] = missing[1] = Whole();
+  missing_[0] = missing_[1] = Whole();
   return true;
 }
 
@@ -63,16 +64,16 @@ KRect KShadowScreen::Whole() const { return {0, 0, Limit(width), Limit(height)};
 
 KShown KShadowScreen::Show(unsigned index, const KRect* dirty, bool force,
                            const std::atomic<bool>& cancelled) {
-  if (index == 0) return device->Show(OnScreen(), nullptr, force, cancelled);
-  if (index >= 3 || frames[index] == nullptr) return KShown::kNot;
+  if (index == 0) return device_->Show(OnScreen(), nullptr, force, cancelled);
+  if (index >= 3 || frames_[index] == nullptr) return KShown::kNot;
   Note(dirty);
-  if (deviceBuffers == 2) {
+  if (deviceBuffers_ == 2) {
     const unsigned buffer = 1 - OnScreen();
     KRect changed{};
     if (!Convert(buffer, index, changed, cancelled)) return KShown::kNot;
-    if (device->Show(buffer, &changed, false, cancelled) == KShown::kFlipped) {
-      const std::lock_guard<std::mutex> guard(lock);
-      if (!cancelled) onScreen = buffer;
+    if (device_->Show(buffer, &changed, false, cancelled) == KShown::kFlipped) {
+      const std::lock_guard<std::mutex> guard(lock_);
+      if (!cancelled) onScreen_ = buffer;
       return KShown::kCopied;
     }
     if (cancelled) return KShown::kNot;
@@ -84,27 +85,27 @@ KShown KShadowScreen::Show(unsigned index, const KRect* dirty, bool force,
 
 void KShadowScreen::DrawnOver(unsigned index, const KRect* dirty) {
   const std::atomic<bool> never{false};
-  if (index >= 3 || frames[index] == nullptr) return;
+  if (index >= 3 || frames_[index] == nullptr) return;
   Note(dirty);
   ConvertOnScreen(index, never);
 }
 
 unsigned KShadowScreen::OnScreen() {
-  const std::lock_guard<std::mutex> guard(lock);
-  return onScreen;
+  const std::lock_guard<std::mutex> guard(lock_);
+  return onScreen_;
 }
 
 /// A frame that differs within `dirty`: the device's buffers lack so much more.
 void KShadowScreen::Note(const KRect* dirty) {
   const KRect changed = dirty != nullptr && !Flags.DisplayFps ? *dirty : Whole();
-  const std::lock_guard<std::mutex> guard(lock);
-  for (KRect& m : missing) m = Union(m, changed);
+  const std::lock_guard<std::mutex> guard(lock_);
+  for (KRect& m : missing_) m = Union(m, changed);
 }
 
 void KShadowScreen::ConvertOnScreen(unsigned index, const std::atomic<bool>& cancelled) {
   const unsigned buffer = OnScreen();
   KRect changed{};
-  if (Convert(buffer, index, changed, cancelled)) device->DrawnOver(buffer, &changed);
+  if (Convert(buffer, index, changed, cancelled)) device_->DrawnOver(buffer, &changed);
 }
 
 /// Writes what the device's buffer lacks, and says where, on the device. False when it was
@@ -112,19 +113,19 @@ void KShadowScreen::ConvertOnScreen(unsigned index, const std::atomic<bool>& can
 bool KShadowScreen::Convert(unsigned buffer, unsigned index, KRect& changed,
                             const std::atomic<bool>& cancelled) {
   {
-    const std::lock_guard<std::mutex> guard(lock);
-    changed = ToDevice(missing[buffer]);
+    const std::lock_guard<std::mutex> guard(lock_);
+    changed = ToDevice(missing_[buffer]);
   }
-  std::uint8_t* const pixels = device->Address(buffer);
+  std::uint8_t* const pixels = device_->Address(buffer);
   if (pixels == nullptr) return false;
-  if (style.rotation == 0) {
+  if (style_.rotation == 0) {
     WriteUpright(pixels, index, changed, cancelled);
   } else {
     WriteTurned(pixels, index, changed, cancelled);
   }
-  const std::lock_guard<std::mutex> guard(lock);
+  const std::lock_guard<std::mutex> guard(lock_);
   if (cancelled) return false;
-  missing[buffer] = {};
+  missing_[buffer] = {};
   return true;
 }
 
@@ -135,7 +136,7 @@ KRect KShadowScreen::ToDevice(const KRect& r) const {
   const auto fromBottom = [&](std::int16_t v) {
     return static_cast<std::int16_t>(Limit(height) - v);
   };
-  switch (style.rotation) {
+  switch (style_.rotation) {
     case 90:
       return {fromBottom(r.bottom), r.left, fromBottom(r.top), r.right};
     case 180:
@@ -153,10 +154,10 @@ void KShadowScreen::WriteUpright(std::uint8_t* pixels, unsigned index, const KRe
   const unsigned count = static_cast<unsigned>(std::max(r.right - r.left, 0));
   for (int y = r.top; y < r.bottom && !cancelled; ++y) {
     const auto row = static_cast<std::size_t>(y);
-    const void* const from = frames[index] + stride * row + 4 * left;
-    writer.Write(pixels + device->stride * row + device->bpp / 8 * left,
-                 static_cast<const std::uint32_t*>(from), count, static_cast<unsigned>(left),
-                 static_cast<unsigned>(y));
+    const void* const from = frames_[index] + stride * row + 4 * left;
+    writer_.Write(pixels + device_->stride * row + device_->bpp / 8 * left,
+                  static_cast<const std::uint32_t*>(from), count, static_cast<unsigned>(left),
+                  static_cast<unsigned>(y));
   }
 }
 
@@ -171,10 +172,10 @@ void KShadowScreen::WriteTurned(std::uint8_t* pixels, unsigned index, const KRec
       const int columns = std::min(kTileColumns, r.right - left);
       ReadTile(index, left, top, columns, rows, &tile[0][0]);
       for (int y = 0; y < rows && !cancelled; ++y) {
-        const auto at = device->stride * static_cast<std::size_t>(top + y) +
-                        device->bpp / 8 * static_cast<std::size_t>(left);
-        writer.Write(pixels + at, tile[y], static_cast<unsigned>(columns),
-                     static_cast<unsigned>(left), static_cast<unsigned>(top + y));
+        const auto at = device_->stride * static_cast<std::size_t>(top + y) +
+                        device_->bpp / 8 * static_cast<std::size_t>(left);
+        writer_.Write(pixels + at, tile[y], static_cast<unsigned>(columns),
+                      static_cast<unsigned>(left), static_cast<unsigned>(top + y));
       }
     }
   }
@@ -189,16 +190,16 @@ void KShadowScreen::ReadTile(unsigned index, int left, int top, int columns, int
   std::ptrdiff_t first = lastRow;
   std::ptrdiff_t right = -pitch;
   std::ptrdiff_t down = 1;
-  if (style.rotation == 180) {
+  if (style_.rotation == 180) {
     first = lastRow + pitch - 1;
     right = -1;
     down = -pitch;
-  } else if (style.rotation == 270) {
+  } else if (style_.rotation == 270) {
     first = pitch - 1;
     right = pitch;
     down = -1;
   }
-  const void* const words = frames[index];
+  const void* const words = frames_[index];
   const auto* from = static_cast<const std::uint32_t*>(words) + first + right * left + down * top;
   for (int x = 0; x < columns; ++x, from += right) {
     for (int y = 0; y < rows; ++y) tile[y * kTileColumns + x] = from[down * y];

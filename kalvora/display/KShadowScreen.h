@@ -26,17 +26,17 @@ class KShadowScreen final : public KScreen {
   /// Takes on the shape of the other screen, which is open already.
   bool Open(unsigned index, unsigned bitsPerPixel, bool orSimilar, KError& error) override;
   bool Look(unsigned index, KDisplayFacts& facts, KError& error) override {
-    return device->Look(index, facts, error);
+    return device_->Look(index, facts, error);
   }
   bool MakeBuffers(unsigned count, KError& error) override;
   std::uint8_t* Address(unsigned index) const override {
-    return index < 3 ? frames[index] : nullptr;
+    return index < 3 ? frames_[index] : nullptr;
   }
   KShown Show(unsigned index, const KRect* dirty, bool force,
               const std::atomic<bool>& cancelled) override;
-  bool ShowFirst(KError& error) override { return device->ShowFirst(error); }
+  bool ShowFirst(KError& error) override { return device_->ShowFirst(error); }
   void DrawnOver(unsigned index, const KRect* dirty) override;
-  int WaitForVsync() override { return device->WaitForVsync(); }
+  int WaitForVsync() override { return device_->WaitForVsync(); }
 
  private:
   static constexpr int kTileColumns = 64;
@@ -55,15 +55,15 @@ class KShadowScreen final : public KScreen {
   void ReadTile(unsigned index, int left, int top, int columns, int rows,
                 std::uint32_t* tile) const;
 
-  KScreen* const device;
-  const KShadowStyle style;
-  KPixelWriter writer;
-  std::uint8_t* frames[3]{};
-  unsigned deviceBuffers = 1;
+  KScreen* const device_;
+  const KShadowStyle style_;
+  KPixelWriter writer_;
+  std::uint8_t* frames_[3]{};
+  unsigned deviceBuffers_ = 1;
 
-  std::mutex lock;        ///< guards what follows, and is never held for long
-  unsigned onScreen = 0;  ///< the device's buffer on screen
-  KRect missing[2]{};     ///< what the device's buffers lack of the latest frame
+  std::mutex lock_;        ///< guards what follows, and is never held for long
+  unsigned onScreen_ = 0;  ///< the device's buffer on screen
+  KRect missing_[2]{};     ///< what the device's buffers lack of the latest frame
 };
 
 #endif

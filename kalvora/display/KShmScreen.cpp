@@ -14,8 +14,8 @@ KShmScreen::KShmScreen() {
 }
 
 bool KShmScreen::Open(unsigned, unsigned, bool, KError& error) {
-  buffers[0] = static_cast<std::uint8_t*>(KShmem::Get());
-  if (buffers[0] == nullptr) {
+  buffers_[0] = static_cast<std::uint8_t*>(KShmem::Get());
+  if (buffers_[0] == nullptr) {
     return kalvora::Fail(error, kalvora::ReasonOf(errno, KErrorDevice), errno,
                          "cannot attach shared memory %d", KShmem::kKey);
   }
@@ -37,8 +37,8 @@ bool KShmScreen::Look(unsigned, KDisplayFacts& facts, KError&) {
 
 bool KShmScreen::MakeBuffers(unsigned count, KError& error) {
   for (unsigned i = 1; i < count; ++i) {
-    buffers[i] = static_cast<std::uint8_t*>(std::calloc(std::size_t{height} + 1, stride));
-    if (buffers[i] == nullptr) {
+    buffers_[i] = static_cast<std::uint8_t*>(std::calloc(std::size_t{height} + 1, stride));
+    if (buffers_[i] == nullptr) {
       return kalvora::Fail(error, KErrorMemory, ENOMEM, "no back buffers");
     }
   }
@@ -46,8 +46,8 @@ bool KShmScreen::MakeBuffers(unsigned count, KError& error) {
 }
 
 KShmScreen::~KShmScreen() {
-  for (unsigned i = 1; i < 3; ++i) std::free(buffers[i]);
-  if (buffers[0] != nullptr) isBound ? KShmem::Release(buffers[0]) : KShmem::Discard(buffers[0]);
+  for (unsigned i = 1; i < 3; ++i) std::free(buffers_[i]);
+  if (buffers_[0] != nullptr) isBound ? KShmem::Release(buffers_[0]) : KShmem::Discard(buffers_[0]);
 }
 
 KShown KShmScreen::Show(unsigned index, const KRect* dirty, bool,

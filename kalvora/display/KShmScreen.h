@@ -15,13 +15,13 @@ class KShmScreen final : public KScreen {
   bool Look(unsigned index, KDisplayFacts& facts, KError& error) override;
   bool MakeBuffers(unsigned count, KError& error) override;
   std::uint8_t* Address(unsigned index) const override {
-    return index < 3 ? buffers[index] : nullptr;
+    return index < 3 ? buffers_[index] : nullptr;
   }
   KShown Show(unsigned index, const KRect* dirty, bool force,
               const std::atomic<bool>& cancelled) override;
 
  private:
-  std::uint8_t* buffers[3]{};
+  std::uint8_t* buffers_[3]{};
 };
 
 #endif
