@@ -1,6 +1,6 @@
 // The drawing context's pixmaps and alpha masks: rectangles of a temporary pattern paint.
 #include "kalvora/context/KSoftContext2D.h"
-#include "kalvora/paint/patternrectangle.h"
+#include "kalvora/paint/patterns/patternrectangle.h"
 #include "kalvora/paint/pixmapdraw.h"
 #include "kalvora/raster/KClipRings.h"
 #include "kalvora/raster/rectangle.h"

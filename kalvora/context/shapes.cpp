@@ -4,7 +4,7 @@
 #include "kalvora/paint/KStrips.h"
 #include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/paint/KTables.h"
-#include "kalvora/paint/patternrectangle.h"
+#include "kalvora/paint/patterns/patternrectangle.h"
 #include "kalvora/raster/KClipRings.h"
 #include "kalvora/raster/KStack.h"
 #include "kalvora/raster/polygon.h"
@@ -128,10 +128,11 @@ void KSoftContext2D::DrawEllipticalRect(KVertex2D centre, KVertex2D half, KVerte
 
 // A straight line along an axis is a rectangle.
 void KSoftContext2D::RasterPolyline(const KVertex2D* points, unsigned count, bool closed) {
-  if (count == 2 && mTransform.IsOrth() && !mClipRings->active && startCap < 2 && endCap < 2 &&
-      !dashes) {
+  if (count == 2 && mTransform.IsOrth() && !mClipRings->active && startCap < kRoundCap &&
+      endCap < kRoundCap && !dashes) {
     KVertex2D p, q;
-    if (kalvora::LineRectangle(points[0], points[1], halfWidth, startCap == 1, endCap == 1, p, q)) {
+    if (kalvora::LineRectangle(points[0], points[1], halfWidth, startCap == kSquareCap,
+                               endCap == kSquareCap, p, q)) {
       kalvora::RasterTRectangle(RectJob(mStroke, KFillNonZero, true), p, q);
       return;
     }

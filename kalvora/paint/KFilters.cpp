@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "kalvora/core/KSoftPixmap.h"
-#include "kalvora/paint/patternwalk.h"
+#include "kalvora/paint/patterns/patternwalk.h"
 
 namespace {
 

@@ -3,13 +3,13 @@
 
 #include "kalvora/core/KSoftPixmap.h"
 #include "kalvora/paint/KColorStrip.h"
-#include "kalvora/paint/KLinearStrip.h"
-#include "kalvora/paint/KPatternStrip.h"
-#include "kalvora/paint/KRadialStrip.h"
 #include "kalvora/paint/KStyleContext2D.h"
-#include "kalvora/paint/patternblock.h"
+#include "kalvora/paint/gradients/KLinearStrip.h"
+#include "kalvora/paint/gradients/KRadialStrip.h"
+#include "kalvora/paint/patterns/KPatternStrip.h"
+#include "kalvora/paint/patterns/patternblock.h"
+#include "kalvora/paint/patterns/stretchblock.h"
 #include "kalvora/paint/picking.h"
-#include "kalvora/paint/stretchblock.h"
 #include "kalvora/support/KFlags.h"
 
 namespace {

@@ -8,7 +8,7 @@
 
 #include "kalvora/core/roots.h"
 #include "kalvora/paint/KSoftColorRamp.h"
-#include "kalvora/paint/distances.h"
+#include "kalvora/paint/gradients/distances.h"
 
 #include "tests/paint/reference.h"
 #include "tests/paint/span.h"

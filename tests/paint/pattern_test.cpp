@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "kalvora/core/KSoftPixmap.h"
-#include "kalvora/paint/KPatternStrip.h"
 #include "kalvora/paint/KTables.h"
+#include "kalvora/paint/patterns/KPatternStrip.h"
 #include "kalvora/support/KFlags.h"
 
 #include "tests/paint/reference.h"

@@ -8,8 +8,8 @@
 
 #include "kalvora/core/KSoftPixmap.h"
 #include "kalvora/paint/KFilters.h"
-#include "kalvora/paint/KPatternStrip.h"
-#include "kalvora/paint/patternrectangle.h"
+#include "kalvora/paint/patterns/KPatternStrip.h"
+#include "kalvora/paint/patterns/patternrectangle.h"
 
 #include "tests/paint/reference.h"
 #include "tests/paint/span.h"

@@ -1,13 +1,13 @@
 // Where bicubic samples come from along one axis.
-#ifndef KALVORA_PAINT_BICUBIC_H
-#define KALVORA_PAINT_BICUBIC_H
+#ifndef KALVORA_PAINT_PATTERNS_BICUBIC_H
+#define KALVORA_PAINT_PATTERNS_BICUBIC_H
 
 #include <cstddef>
 #include <cstdint>
 
 #include "kalvora/core/KFormat.h"
 #include "kalvora/paint/KTables.h"
-#include "kalvora/paint/patternwalk.h"
+#include "kalvora/paint/patterns/patternwalk.h"
 
 namespace kalvora {
 

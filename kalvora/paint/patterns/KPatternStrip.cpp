@@ -1,5 +1,5 @@
 // The span fillers of a pixmap pattern.
-#include "kalvora/paint/KPatternStrip.h"
+#include "kalvora/paint/patterns/KPatternStrip.h"
 
 #include <algorithm>
 #include <array>

@@ -1,5 +1,5 @@
 // Distances of a row's pixels from the centre of a radial gradient.
-#include "kalvora/paint/distances.h"
+#include "kalvora/paint/gradients/distances.h"
 
 #include <algorithm>
 #include <cmath>

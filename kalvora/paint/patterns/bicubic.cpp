@@ -1,10 +1,10 @@
 // Bicubic sampling.
-#include "kalvora/paint/bicubic.h"
+#include "kalvora/paint/patterns/bicubic.h"
 
 #include <algorithm>
 
 #include "kalvora/paint/KStyleContext2D.h"
-#include "kalvora/paint/samplers.h"
+#include "kalvora/paint/patterns/samplers.h"
 
 namespace kalvora {
 namespace {

@@ -1,6 +1,6 @@
 // Fillers of whole blocks with a pixmap pattern that is stretched along its rows, and mixed.
-#ifndef KALVORA_PAINT_STRETCHBLOCK_H
-#define KALVORA_PAINT_STRETCHBLOCK_H
+#ifndef KALVORA_PAINT_PATTERNS_STRETCHBLOCK_H
+#define KALVORA_PAINT_PATTERNS_STRETCHBLOCK_H
 
 #include "kalvora/raster/PaintJob.h"
 

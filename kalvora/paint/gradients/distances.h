@@ -1,6 +1,6 @@
 // Distances of a row's pixels from the centre of a radial gradient.
-#ifndef KALVORA_PAINT_DISTANCES_H
-#define KALVORA_PAINT_DISTANCES_H
+#ifndef KALVORA_PAINT_GRADIENTS_DISTANCES_H
+#define KALVORA_PAINT_GRADIENTS_DISTANCES_H
 
 #include <cstdint>
 

@@ -1,5 +1,5 @@
 // The pixels of a pattern, and the position of a row's pixels in it.
-#include "kalvora/paint/patternwalk.h"
+#include "kalvora/paint/patterns/patternwalk.h"
 
 #include <algorithm>
 

@@ -1,11 +1,11 @@
 // A table of a ramp's colours, for gradients whose distances follow no straight line.
-#ifndef KALVORA_PAINT_RAMPCELLS_H
-#define KALVORA_PAINT_RAMPCELLS_H
+#ifndef KALVORA_PAINT_GRADIENTS_RAMPCELLS_H
+#define KALVORA_PAINT_GRADIENTS_RAMPCELLS_H
 
 #include <cstdint>
 
+#include "kalvora/paint/gradients/ramp.h"
 #include "kalvora/paint/loops/loops.h"
-#include "kalvora/paint/ramp.h"
 
 namespace kalvora {
 

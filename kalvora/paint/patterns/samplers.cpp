@@ -1,5 +1,5 @@
 // Nearest and copy sampling.
-#include "kalvora/paint/samplers.h"
+#include "kalvora/paint/patterns/samplers.h"
 
 #include <algorithm>
 

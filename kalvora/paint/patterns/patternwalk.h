@@ -1,6 +1,6 @@
 // The pixels of a pattern, and the position of a row's pixels in it.
-#ifndef KALVORA_PAINT_PATTERNWALK_H
-#define KALVORA_PAINT_PATTERNWALK_H
+#ifndef KALVORA_PAINT_PATTERNS_PATTERNWALK_H
+#define KALVORA_PAINT_PATTERNS_PATTERNWALK_H
 
 #include <algorithm>
 #include <cstddef>

@@ -1,10 +1,10 @@
 // Samplers: source pixels of a pattern for the device pixels of a row, one class a sampling.
-#ifndef KALVORA_PAINT_SAMPLERS_H
-#define KALVORA_PAINT_SAMPLERS_H
+#ifndef KALVORA_PAINT_PATTERNS_SAMPLERS_H
+#define KALVORA_PAINT_PATTERNS_SAMPLERS_H
 
 #include "kalvora/core/KFormat.h"
 #include "kalvora/paint/loops/loops.h"
-#include "kalvora/paint/patternwalk.h"
+#include "kalvora/paint/patterns/patternwalk.h"
 
 namespace kalvora {
 

@@ -1,5 +1,5 @@
 // The span fillers of a linear gradient.
-#include "kalvora/paint/KLinearStrip.h"
+#include "kalvora/paint/gradients/KLinearStrip.h"
 
 #include <algorithm>
 #include <bit>
@@ -11,7 +11,7 @@
 #include "kalvora/paint/KSoftColorRamp.h"
 #include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/paint/composite.h"
-#include "kalvora/paint/ramp.h"
+#include "kalvora/paint/gradients/ramp.h"
 
 namespace kalvora {
 namespace {

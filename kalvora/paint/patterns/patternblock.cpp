@@ -1,12 +1,12 @@
 // Fillers of whole blocks with a pixmap pattern.
-#include "kalvora/paint/patternblock.h"
+#include "kalvora/paint/patterns/patternblock.h"
 
 #include <algorithm>
 
 #include "kalvora/core/KSoftPixmap.h"
 #include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/paint/loops/loops.h"
-#include "kalvora/paint/patternwalk.h"
+#include "kalvora/paint/patterns/patternwalk.h"
 #include "kalvora/support/KFlags.h"
 
 namespace kalvora {

@@ -1,5 +1,5 @@
 // A table of a ramp's colours.
-#include "kalvora/paint/rampcells.h"
+#include "kalvora/paint/gradients/rampcells.h"
 
 #include <algorithm>
 #include <bit>

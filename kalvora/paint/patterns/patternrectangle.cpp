@@ -1,13 +1,13 @@
 // Rectangles of a pixmap pattern.
-#include "kalvora/paint/patternrectangle.h"
+#include "kalvora/paint/patterns/patternrectangle.h"
 
 #include <algorithm>
 
 #include "kalvora/core/KSoftPixmap.h"
 #include "kalvora/paint/KPaint.h"
-#include "kalvora/paint/KPatternStrip.h"
 #include "kalvora/paint/KStyleContext2D.h"
-#include "kalvora/paint/patternwalk.h"
+#include "kalvora/paint/patterns/KPatternStrip.h"
+#include "kalvora/paint/patterns/patternwalk.h"
 #include "kalvora/raster/KRowPainter.h"
 
 namespace kalvora {

@@ -3,7 +3,7 @@
 
 #include "kalvora/core/channels.h"
 #include "kalvora/paint/KStyleContext2D.h"
-#include "kalvora/paint/samplers.h"
+#include "kalvora/paint/patterns/samplers.h"
 
 namespace kalvora {
 namespace {

@@ -1,5 +1,5 @@
 // The span fillers of a radial gradient.
-#include "kalvora/paint/KRadialStrip.h"
+#include "kalvora/paint/gradients/KRadialStrip.h"
 
 #include <algorithm>
 #include <new>
@@ -8,8 +8,8 @@
 #include "kalvora/paint/KSoftColorRamp.h"
 #include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/paint/composite.h"
-#include "kalvora/paint/distances.h"
-#include "kalvora/paint/rampcells.h"
+#include "kalvora/paint/gradients/distances.h"
+#include "kalvora/paint/gradients/rampcells.h"
 
 namespace kalvora {
 namespace {

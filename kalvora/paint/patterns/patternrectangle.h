@@ -1,6 +1,6 @@
 // Rectangles of a pixmap pattern: quarter turns, and the debugging frames around them.
-#ifndef KALVORA_PAINT_PATTERNRECTANGLE_H
-#define KALVORA_PAINT_PATTERNRECTANGLE_H
+#ifndef KALVORA_PAINT_PATTERNS_PATTERNRECTANGLE_H
+#define KALVORA_PAINT_PATTERNS_PATTERNRECTANGLE_H
 
 #include "kalvora/raster/rectangle.h"
 

@@ -3,15 +3,15 @@
 // All rows of such a block show the same columns: where they lie is found once. Rows of the source
 // are mixed across once, however many device rows show them, and kept by their number; the device
 // row is then mixed from those.
-#include "kalvora/paint/stretchblock.h"
+#include "kalvora/paint/patterns/stretchblock.h"
 
 #include <algorithm>
 
 #include "kalvora/core/KSoftPixmap.h"
 #include "kalvora/paint/KStyleContext2D.h"
-#include "kalvora/paint/bicubic.h"
 #include "kalvora/paint/loops/loops.h"
-#include "kalvora/paint/patternwalk.h"
+#include "kalvora/paint/patterns/bicubic.h"
+#include "kalvora/paint/patterns/patternwalk.h"
 #include "kalvora/support/KFlags.h"
 
 namespace kalvora {

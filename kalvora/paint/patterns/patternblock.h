@@ -1,6 +1,6 @@
 // Fillers of whole blocks with a pixmap pattern that is neither turned nor mixed.
-#ifndef KALVORA_PAINT_PATTERNBLOCK_H
-#define KALVORA_PAINT_PATTERNBLOCK_H
+#ifndef KALVORA_PAINT_PATTERNS_PATTERNBLOCK_H
+#define KALVORA_PAINT_PATTERNS_PATTERNBLOCK_H
 
 #include "kalvora/raster/PaintJob.h"
 

@@ -1,12 +1,12 @@
 // KPatternStrip: the span fillers of a pixmap pattern, 128 of them, and the bicubic sample.
-#ifndef KALVORA_PAINT_KPATTERNSTRIP_H
-#define KALVORA_PAINT_KPATTERNSTRIP_H
+#ifndef KALVORA_PAINT_PATTERNS_KPATTERNSTRIP_H
+#define KALVORA_PAINT_PATTERNS_KPATTERNSTRIP_H
 
 #include <type_traits>
 
 #include "kalvora/core/KFormat.h"
 #include "kalvora/core/KVertex2D.h"
-#include "kalvora/paint/samplers.h"
+#include "kalvora/paint/patterns/samplers.h"
 #include "kalvora/raster/PaintJob.h"
 
 class KSoftPixmap;

@@ -3,8 +3,8 @@
 // The colour of a pixel is a function of the pixel alone, not of where a span or the clip begins.
 // So t, the position along the ramp, and the channels between two stops are computed from the
 // pixel's absolute coordinates by integers with enough fraction bits for the widest target.
-#ifndef KALVORA_PAINT_RAMP_H
-#define KALVORA_PAINT_RAMP_H
+#ifndef KALVORA_PAINT_GRADIENTS_RAMP_H
+#define KALVORA_PAINT_GRADIENTS_RAMP_H
 
 #include <cstdint>
 

@@ -1,5 +1,5 @@
 // Colour ramps: preparation for a draw, and the colours of a row.
-#include "kalvora/paint/ramp.h"
+#include "kalvora/paint/gradients/ramp.h"
 
 #include <algorithm>
 #include <bit>
