@@ -1,31 +1,16 @@
-// The walk down a chain, and the geometry of its edges.
+// The geometry of a chain's edges.
 #include "kalvora/raster/edge.h"
 
 #include <algorithm>
 
-#include "kalvora/raster/ring.h"
+#include "kalvora/raster/chainwalk.h"
 
 namespace kalvora {
-namespace {
-
-// x is held to +-16383 pixels, so that dx, with 32 fraction bits, fits a 64-bit word.
-constexpr std::int32_t kFarthestX = (1 << 30) - 1;
-
-std::int32_t HoldX(KFixed x) { return std::clamp(x.raw, -kFarthestX, kFarthestX); }
-
-}  // namespace
 
 bool ChainEdge::Start(const KVertex2D* v, std::int32_t direction, std::int32_t y) {
-  for (;;) {
-    const KVertex2D* next = ring::Step(v, direction);
-    if (next->y < v->y) return false;
-    if (next->y.raw > y) {
-      // A horizontal edge never gets here: v is at or above y.
-      Set(v, next);
-      return true;
-    }
-    v = next;
-  }
+  const KVertex2D* lower = NextDescent(v, direction, y, [](const KVertex2D*) {});
+  if (lower) Set(v, lower);
+  return lower;
 }
 
 void ChainEdge::Set(const KVertex2D* upper, const KVertex2D* lower) {

@@ -76,9 +76,7 @@ class SeenRings {
       x.Include(v->x.raw);
       y.Include(v->y.raw);
     }
-    const auto column = [](std::int32_t raw) {
-      return SlopedEdge::HoldX(KFixed::FromRaw(raw)) >> 16;
-    };
+    const auto column = [](std::int32_t raw) { return HoldX(KFixed::FromRaw(raw)) >> 16; };
     const std::int32_t left = column(x.low), right = column(x.high);
     const std::int32_t top = y.low >> 16, bottom = y.high >> 16;
     if (bottom < clip_.y0 || top >= clip_.y1 || right < clip_.x0 - DrawnBox::kMargin ||

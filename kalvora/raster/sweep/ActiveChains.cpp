@@ -16,7 +16,7 @@ constexpr std::int32_t kShortSleep = 4;
 
 // The 16.16 border of a column, which may lie beyond where x is held.
 std::int32_t Border(std::int32_t column) {
-  return std::min(column, (SlopedEdge::kFarthestX >> 16) + 1) * kRowHeight;
+  return std::min(column, (kFarthestX >> 16) + 1) * kRowHeight;
 }
 
 // Ascending x; at equal x chains that are there before those about to start, and the one that leans
@@ -111,7 +111,7 @@ bool ActiveChains::StartChain(const KMergeNode& node, std::int32_t direction, st
   Chain* chain = pool_.Take();
   if (!chain) return false;
   const std::int32_t y = node.vertex->y.raw;
-  const std::int32_t x = SlopedEdge::HoldX(node.vertex->x);
+  const std::int32_t x = HoldX(node.vertex->x);
   Extent passed{x, x};
   ++order_;
   if (!chain->edge.Find(node.vertex, direction, std::max(y, top), passed)) {
@@ -210,7 +210,7 @@ std::int32_t ActiveChains::FollowBeside(Chain* chain, bool left) {
     const KVertex2D* next = ring::Step(v, chain->winding);
     if (next->y < v->y) return left ? row : kNever;
     if (row >= endRow_) return kNever;
-    if (!IsBeside(SlopedEdge::HoldX(next->x), left)) return row;
+    if (!IsBeside(HoldX(next->x), left)) return row;
     if (next->y.raw >> 16 > row) {
       chain->below.lower = v;
       row = next->y.raw >> 16;

@@ -1,26 +1,18 @@
-// SlopedEdge: the walk from edge to edge, and the two slopes.
+// SlopedEdge: from edge to edge, and the two slopes.
 #include "kalvora/raster/sweep/SlopedEdge.h"
 
 #include <bit>
 
 #include "kalvora/core/division.h"
-#include "kalvora/raster/ring.h"
 #include "kalvora/raster/sweep/longdivision.h"
 
 namespace kalvora {
 
 bool SlopedEdge::Find(const KVertex2D* v, std::int32_t direction, std::int32_t y, Extent& extent) {
-  for (;;) {
-    extent.Include(HoldX(v->x));
-    const KVertex2D* next = ring::Step(v, direction);
-    if (next->y < v->y) return false;
-    if (next->y.raw > y) {
-      // A horizontal edge never gets here: v is at or above y.
-      Set(v, next);
-      return true;
-    }
-    v = next;
-  }
+  const KVertex2D* to = NextDescent(
+      v, direction, y, [&](const KVertex2D* passed) { extent.Include(HoldX(passed->x)); });
+  if (to) Set(v, to);
+  return to;
 }
 
 void SlopedEdge::Set(const KVertex2D* upper, const KVertex2D* to) {

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "kalvora/core/KVertex2D.h"
+#include "kalvora/raster/chainwalk.h"
 
 namespace kalvora {
 
@@ -31,17 +31,12 @@ struct Extent {
 /// Most edges of a small drawing lie within one row and one column: the two divisions are done when
 /// they are asked for.
 struct SlopedEdge {
-  /// x is held to +-16383 pixels, so that dx with 32 fraction bits fits a 64-bit word.
-  static constexpr std::int32_t kFarthestX = (1 << 30) - 1;
-
   std::int64_t ratio;  ///< dx / dy with 32 fraction bits; see NeedRatio
   std::int32_t x0, y0, x1, y1;
   const KVertex2D* lower;
   std::uint32_t gain;  ///< height / |dx| is gain / 2^shift; 0 as long as NeedGain was not called
   std::uint8_t shift;
   bool hasRatio;
-
-  static std::int32_t HoldX(KFixed x) { return std::clamp(x.raw, -kFarthestX, kFarthestX); }
 
   /// Finds the first edge of a chain from `v` on that reaches below y, -1 backward, 1 forward
   /// through the ring, and includes in `extent` the x of the vertices passed. False when the chain
