@@ -8,9 +8,9 @@
 #include "kalvora/raster/rectangle.h"
 #include "kalvora/support/KFlags.h"
 #include "kalvora/text/KFTFont.h"
-#include "kalvora/text/KGlyphMasks.h"
 #include "kalvora/text/codes.h"
-#include "kalvora/text/glyphwalk.h"
+#include "kalvora/text/glyphs/KGlyphMasks.h"
+#include "kalvora/text/glyphs/glyphwalk.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include <utility>
 
 #include "kalvora/support/failure.h"
-#include "kalvora/text/KFTCache.h"
 #include "kalvora/text/KFTLib.h"
-#include "kalvora/text/strikes.h"
+#include "kalvora/text/glyphs/KFTCache.h"
+#include "kalvora/text/glyphs/strikes.h"
 
 using kalvora::Fail;
 using kalvora::FromF26Dot6;

@@ -6,11 +6,11 @@
 #include <new>
 #include <utility>
 
-#include "kalvora/text/KFTCache.h"
 #include "kalvora/text/KFTFont.h"
 #include "kalvora/text/KFTLib.h"
 #include "kalvora/text/codes.h"
 #include "kalvora/text/ft.h"
+#include "kalvora/text/glyphs/KFTCache.h"
 
 using kalvora::IsLoaded;
 

@@ -1,11 +1,11 @@
 // KFTFont: characters, advances and bounds.
 #include <algorithm>
 
-#include "kalvora/text/KFTCache.h"
 #include "kalvora/text/KFTFont.h"
 #include "kalvora/text/KFTFontContext.h"
-#include "kalvora/text/resample.h"
-#include "kalvora/text/strikes.h"
+#include "kalvora/text/glyphs/KFTCache.h"
+#include "kalvora/text/glyphs/resample.h"
+#include "kalvora/text/glyphs/strikes.h"
 
 #include FT_COLOR_H
 

@@ -4,8 +4,8 @@
 #include <pthread.h>
 #include <sys/time.h>
 
-#include "kalvora/text/KFTCache.h"
 #include "kalvora/text/KFTFontContext.h"
+#include "kalvora/text/glyphs/KFTCache.h"
 
 namespace {
 

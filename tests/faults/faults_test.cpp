@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include "kalvora/text/KFTCache.h"
 #include "kalvora/text/KFTLib.h"
+#include "kalvora/text/glyphs/KFTCache.h"
 
 #include "tests/common/Allocations.h"
 #include "tests/common/GuardedBuffer.h"

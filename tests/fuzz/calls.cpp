@@ -5,7 +5,7 @@
 #include <array>
 #include <string>
 
-#include "kalvora/text/KFTCache.h"
+#include "kalvora/text/glyphs/KFTCache.h"
 
 #include "tests/fuzz/pieces.h"
 

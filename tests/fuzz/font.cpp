@@ -6,7 +6,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "kalvora/text/KFTCache.h"
+#include "kalvora/text/glyphs/KFTCache.h"
 
 #include "tests/text/exercise.h"
 

@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "kalvora/text/KFTCache.h"
-#include "kalvora/text/resample.h"
+#include "kalvora/text/glyphs/KFTCache.h"
+#include "kalvora/text/glyphs/resample.h"
 
 #include "tests/common/Random.h"
 #include "tests/common/Target.h"

@@ -7,8 +7,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "kalvora/text/KFTCache.h"
 #include "kalvora/text/KFTFont.h"
+#include "kalvora/text/glyphs/KFTCache.h"
 
 #include "tests/text/calls.h"
 #include "tests/text/fonts.h"

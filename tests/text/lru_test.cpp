@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "kalvora/text/KLruCache.h"
+#include "kalvora/text/glyphs/KLruCache.h"
 
 #include "tests/common/Random.h"
 

@@ -9,8 +9,8 @@
 
 #include "kalvora/context/KSoftContext2D.h"
 #include "kalvora/support/KFlags.h"
-#include "kalvora/text/KFTCache.h"
-#include "kalvora/text/glyphmask.h"
+#include "kalvora/text/glyphs/KFTCache.h"
+#include "kalvora/text/glyphs/glyphmask.h"
 
 #include "tests/common/GuardedBuffer.h"
 #include "tests/common/Random.h"

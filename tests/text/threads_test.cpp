@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "kalvora/text/KFTCache.h"
 #include "kalvora/text/KFTLib.h"
+#include "kalvora/text/glyphs/KFTCache.h"
 
 #include "tests/common/Hash.h"
 #include "tests/common/Random.h"
