@@ -3,7 +3,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "kalvora/display/KShadowScreen.h"
+#include "kalvora/display/screens/KShadowScreen.h"
 #include "kalvora/support/KMem.h"
 
 #include "tests/common/Random.h"

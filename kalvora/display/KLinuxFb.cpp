@@ -5,11 +5,11 @@
 #include <cerrno>
 #include <new>
 
-#include "kalvora/display/KFbThread.h"
-#include "kalvora/display/KFlipper.h"
 #include "kalvora/display/KMsmAdm.h"
-#include "kalvora/display/KShadowScreen.h"
-#include "kalvora/display/screens.h"
+#include "kalvora/display/flip/KFbThread.h"
+#include "kalvora/display/flip/KFlipper.h"
+#include "kalvora/display/screens/KShadowScreen.h"
+#include "kalvora/display/screens/screens.h"
 #include "kalvora/support/failure.h"
 
 using kalvora::Fail;

@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "kalvora/display/KLinuxFb.h"
-#include "kalvora/display/digits.h"
+#include "kalvora/display/flip/digits.h"
 #include "kalvora/support/KFlags.h"
 
 #include "tests/display/rig.h"

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
-#include "kalvora/display/KMailSlot.h"
+#include "kalvora/display/flip/KMailSlot.h"
 
 #include "tests/display/rig.h"
 

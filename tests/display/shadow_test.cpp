@@ -9,7 +9,7 @@
 #include <unistd.h>
 
 #include "kalvora/display/KLinuxFb.h"
-#include "kalvora/display/KPixelWriter.h"
+#include "kalvora/display/pixels/KPixelWriter.h"
 
 #include "tests/display/rig.h"
 #if KALVORA_KMS

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "kalvora/display/KShmem.h"
+#include "kalvora/display/screens/KShmem.h"
 
 /// Attaches the segment that a display of kind 5 made, to read. Never makes one.
 class Surface {

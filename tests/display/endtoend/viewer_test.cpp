@@ -12,7 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "kalvora/display/KShmem.h"
+#include "kalvora/display/screens/KShmem.h"
 
 #include "tests/display/endtoend/shell.h"
 #include "tests/display/endtoend/xwindow.h"

@@ -1,5 +1,5 @@
 // Attaching and detaching the shared-memory surface.
-#include "kalvora/display/KShmem.h"
+#include "kalvora/display/screens/KShmem.h"
 
 #include <cerrno>
 #include <cstdint>

@@ -1,17 +1,17 @@
 // The kinds of screens: a further one is a class of its own and one more row here.
-#include "kalvora/display/screens.h"
+#include "kalvora/display/screens/screens.h"
 
 #include <cerrno>
 #include <new>
 
 #if KALVORA_FB
-#include "kalvora/display/KFbScreen.h"
+#include "kalvora/display/screens/KFbScreen.h"
 #endif
 #if KALVORA_SHM
-#include "kalvora/display/KShmScreen.h"
+#include "kalvora/display/screens/KShmScreen.h"
 #endif
 #if KALVORA_KMS
-#include "kalvora/display/KKmsScreen.h"
+#include "kalvora/display/screens/KKmsScreen.h"
 #endif
 #include "kalvora/support/failure.h"
 

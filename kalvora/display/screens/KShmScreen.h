@@ -1,8 +1,8 @@
 // KShmScreen: the surface in shared memory. Frames are shown by copying them to it.
-#ifndef KALVORA_DISPLAY_KSHMSCREEN_H
-#define KALVORA_DISPLAY_KSHMSCREEN_H
+#ifndef KALVORA_DISPLAY_SCREENS_KSHMSCREEN_H
+#define KALVORA_DISPLAY_SCREENS_KSHMSCREEN_H
 
-#include "kalvora/display/KScreen.h"
+#include "kalvora/display/screens/KScreen.h"
 
 /// Buffer 0 is the surface, the others lie on the heap. Each has a spare row behind its picture,
 /// like the surface itself: the renderer's coverage row.

@@ -1,12 +1,12 @@
 // KFlipper: the steps of showing a frame, on whatever kind of screen.
-#ifndef KALVORA_DISPLAY_KFLIPPER_H
-#define KALVORA_DISPLAY_KFLIPPER_H
+#ifndef KALVORA_DISPLAY_FLIP_KFLIPPER_H
+#define KALVORA_DISPLAY_FLIP_KFLIPPER_H
 
 #include <atomic>
 #include <cstdint>
 #include <mutex>
 
-#include "kalvora/display/KScreen.h"
+#include "kalvora/display/screens/KScreen.h"
 #include "kalvora/support/KFpsHistory.h"
 
 /// All that a flip touches, in one object, so that a flip thread that is stuck in the driver can

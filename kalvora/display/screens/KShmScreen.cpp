@@ -1,11 +1,11 @@
 // The surface in shared memory and its back buffers.
-#include "kalvora/display/KShmScreen.h"
+#include "kalvora/display/screens/KShmScreen.h"
 
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
 
-#include "kalvora/display/KShmem.h"
+#include "kalvora/display/screens/KShmem.h"
 #include "kalvora/support/failure.h"
 
 KShmScreen::KShmScreen() {

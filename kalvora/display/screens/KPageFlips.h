@@ -1,6 +1,6 @@
 // KPageFlips: framebuffers of a mode-setting driver brought on one output, by page flips.
-#ifndef KALVORA_DISPLAY_KPAGEFLIPS_H
-#define KALVORA_DISPLAY_KPAGEFLIPS_H
+#ifndef KALVORA_DISPLAY_SCREENS_KPAGEFLIPS_H
+#define KALVORA_DISPLAY_SCREENS_KPAGEFLIPS_H
 
 #include <atomic>
 #include <cstdint>

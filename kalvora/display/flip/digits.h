@@ -1,6 +1,6 @@
 // The frame-rate digits that a display draws into its frames.
-#ifndef KALVORA_DISPLAY_DIGITS_H
-#define KALVORA_DISPLAY_DIGITS_H
+#ifndef KALVORA_DISPLAY_FLIP_DIGITS_H
+#define KALVORA_DISPLAY_FLIP_DIGITS_H
 
 #include <cstdint>
 

@@ -1,5 +1,5 @@
 // What all screens do alike: the first frame, clipping to the screen, and copies by the processor.
-#include "kalvora/display/KScreen.h"
+#include "kalvora/display/screens/KScreen.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,5 +1,5 @@
 // The choice of a loop, the noise that it adds, and pixels of three bytes.
-#include "kalvora/display/KPixelWriter.h"
+#include "kalvora/display/pixels/KPixelWriter.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,5 +1,5 @@
 // Opening a framebuffer device, and panning.
-#include "kalvora/display/KFbScreen.h"
+#include "kalvora/display/screens/KFbScreen.h"
 
 #include <algorithm>
 #include <cerrno>

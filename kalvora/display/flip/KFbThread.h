@@ -1,6 +1,6 @@
 // KFbThread: the thread that shows frames while the renderer draws the next one.
-#ifndef KALVORA_DISPLAY_KFBTHREAD_H
-#define KALVORA_DISPLAY_KFBTHREAD_H
+#ifndef KALVORA_DISPLAY_FLIP_KFBTHREAD_H
+#define KALVORA_DISPLAY_FLIP_KFBTHREAD_H
 
 #include <atomic>
 
@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "kalvora/display/KLinuxFb.h"
-#include "kalvora/display/KMailSlot.h"
+#include "kalvora/display/flip/KMailSlot.h"
 
 /// A flip as it travels from the renderer to the flip thread.
 struct KLinuxFb::KFlipData {

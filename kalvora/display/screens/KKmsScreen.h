@@ -1,13 +1,13 @@
 // KKmsScreen: an output of a mode-setting driver. A buffer is shown by a page flip to it.
-#ifndef KALVORA_DISPLAY_KKMSSCREEN_H
-#define KALVORA_DISPLAY_KKMSSCREEN_H
+#ifndef KALVORA_DISPLAY_SCREENS_KKMSSCREEN_H
+#define KALVORA_DISPLAY_SCREENS_KKMSSCREEN_H
 
 #include <cstddef>
 
 #include <sys/types.h>
 
-#include "kalvora/display/KPageFlips.h"
-#include "kalvora/display/KScreen.h"
+#include "kalvora/display/screens/KPageFlips.h"
+#include "kalvora/display/screens/KScreen.h"
 
 /// The first connected connector of "/dev/dri/card<index>" in its preferred mode, else the first of
 /// its modes. Pixels are XRGB8888, or RGB565 where the driver takes nothing else. Rows are as far

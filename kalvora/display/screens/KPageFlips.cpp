@@ -1,5 +1,5 @@
 // Page flips, their events, and what is done where they fail.
-#include "kalvora/display/KPageFlips.h"
+#include "kalvora/display/screens/KPageFlips.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,11 +1,11 @@
 // KShadowScreen: another screen, drawn into by way of 32-bit memory.
-#ifndef KALVORA_DISPLAY_KSHADOWSCREEN_H
-#define KALVORA_DISPLAY_KSHADOWSCREEN_H
+#ifndef KALVORA_DISPLAY_SCREENS_KSHADOWSCREEN_H
+#define KALVORA_DISPLAY_SCREENS_KSHADOWSCREEN_H
 
 #include <mutex>
 
-#include "kalvora/display/KPixelWriter.h"
-#include "kalvora/display/KScreen.h"
+#include "kalvora/display/pixels/KPixelWriter.h"
+#include "kalvora/display/screens/KScreen.h"
 
 /// How a picture gets from the shadow to the screen.
 struct KShadowStyle {

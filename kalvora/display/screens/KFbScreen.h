@@ -1,8 +1,8 @@
 // KFbScreen: a framebuffer device. A buffer is shown by panning to it.
-#ifndef KALVORA_DISPLAY_KFBSCREEN_H
-#define KALVORA_DISPLAY_KFBSCREEN_H
+#ifndef KALVORA_DISPLAY_SCREENS_KFBSCREEN_H
+#define KALVORA_DISPLAY_SCREENS_KFBSCREEN_H
 
-#include "kalvora/display/KScreen.h"
+#include "kalvora/display/screens/KScreen.h"
 
 struct fb_fix_screeninfo;
 struct fb_var_screeninfo;

@@ -1,12 +1,12 @@
 // The flip thread's life, and both sides of the hand-over.
-#include "kalvora/display/KFbThread.h"
+#include "kalvora/display/flip/KFbThread.h"
 
 #include <new>
 
 #include <signal.h>
 #include <unistd.h>
 
-#include "kalvora/display/KFlipper.h"
+#include "kalvora/display/flip/KFlipper.h"
 #include "kalvora/support/KUtil.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // The loops themselves, for the namespace KALVORA_WIDTH. Compilers turn them into vectors: each
 // pixel is made alike, without a branch. Nothing here may come from another header: what is
 // compiled for one processor must not be linked into code for another.
-#include "kalvora/display/pixelloops.h"
+#include "kalvora/display/pixels/pixelloops.h"
 
 namespace kalvora::KALVORA_WIDTH {
 namespace {

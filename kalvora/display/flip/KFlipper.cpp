@@ -1,7 +1,7 @@
 // Showing a frame, and counting it.
-#include "kalvora/display/KFlipper.h"
+#include "kalvora/display/flip/KFlipper.h"
 
-#include "kalvora/display/digits.h"
+#include "kalvora/display/flip/digits.h"
 #include "kalvora/support/KFlags.h"
 
 namespace {

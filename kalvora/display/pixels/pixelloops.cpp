@@ -1,7 +1,7 @@
 // The loops for any processor, and the choice of those for wide vectors.
 #define KALVORA_WIDTH plain
 #define KALVORA_WIDTH_NAME "plain"
-#include "kalvora/display/pixelloopsbody.h"
+#include "kalvora/display/pixels/pixelloopsbody.h"
 
 #if defined(__arm__)
 #include <sys/auxv.h>

@@ -1,6 +1,6 @@
 // KMailSlot: a mailbox between two threads that holds one message.
-#ifndef KALVORA_DISPLAY_KMAILSLOT_H
-#define KALVORA_DISPLAY_KMAILSLOT_H
+#ifndef KALVORA_DISPLAY_FLIP_KMAILSLOT_H
+#define KALVORA_DISPLAY_FLIP_KMAILSLOT_H
 
 #include <cerrno>
 

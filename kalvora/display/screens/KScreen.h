@@ -1,6 +1,6 @@
 // KScreen: what a display is made of. Each kind of display is one class derived from it.
-#ifndef KALVORA_DISPLAY_KSCREEN_H
-#define KALVORA_DISPLAY_KSCREEN_H
+#ifndef KALVORA_DISPLAY_SCREENS_KSCREEN_H
+#define KALVORA_DISPLAY_SCREENS_KSCREEN_H
 
 #include <atomic>
 #include <cstdint>
@@ -8,7 +8,7 @@
 #include "kalvora/core/KRect.h"
 #include "kalvora/display/KDisplay.h"
 #include "kalvora/display/KDisplayFacts.h"
-#include "kalvora/display/KPixelLayout.h"
+#include "kalvora/display/pixels/KPixelLayout.h"
 #include "kalvora/support/KError.h"
 
 /// What a screen did with a frame that it was to show.

@@ -1,5 +1,5 @@
 // The digits' shapes, and drawing them.
-#include "kalvora/display/digits.h"
+#include "kalvora/display/flip/digits.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,6 +1,6 @@
 // KPixelLayout: where a device's pixels keep their colours.
-#ifndef KALVORA_DISPLAY_KPIXELLAYOUT_H
-#define KALVORA_DISPLAY_KPIXELLAYOUT_H
+#ifndef KALVORA_DISPLAY_PIXELS_KPIXELLAYOUT_H
+#define KALVORA_DISPLAY_PIXELS_KPIXELLAYOUT_H
 
 #include <cstdint>
 

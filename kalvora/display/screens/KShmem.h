@@ -1,6 +1,6 @@
 // KShmem: the display surface in System V shared memory, where a viewer can look at it.
-#ifndef KALVORA_DISPLAY_KSHMEM_H
-#define KALVORA_DISPLAY_KSHMEM_H
+#ifndef KALVORA_DISPLAY_SCREENS_KSHMEM_H
+#define KALVORA_DISPLAY_SCREENS_KSHMEM_H
 
 /// One 320 x 480 picture of 32-bit pixels and, behind it, one spare row. Any thread may call.
 struct KShmem {

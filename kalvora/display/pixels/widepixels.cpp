@@ -2,5 +2,5 @@
 #if defined(__AVX2__) || (defined(__arm__) && defined(__ARM_NEON))
 #define KALVORA_WIDTH wide
 #define KALVORA_WIDTH_NAME "wide"
-#include "kalvora/display/pixelloopsbody.h"
+#include "kalvora/display/pixels/pixelloopsbody.h"
 #endif

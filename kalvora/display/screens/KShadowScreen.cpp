@@ -1,5 +1,5 @@
 // Shadows: what has changed, on its way to the screen.
-#include "kalvora/display/KShadowScreen.h"
+#include "kalvora/display/screens/KShadowScreen.h"
 
 #include <algorithm>
 #include <cerrno>

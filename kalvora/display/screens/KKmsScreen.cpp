@@ -1,6 +1,6 @@
 // Opening an output of a mode-setting driver, its buffers, and giving it back.
 #define _FILE_OFFSET_BITS 64  // buffers lie beyond 2 GB in the device, on 32-bit machines too
-#include "kalvora/display/KKmsScreen.h"
+#include "kalvora/display/screens/KKmsScreen.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,10 +1,10 @@
 // KPixelWriter: rows of 32-bit words to rows of a device's pixels.
-#ifndef KALVORA_DISPLAY_KPIXELWRITER_H
-#define KALVORA_DISPLAY_KPIXELWRITER_H
+#ifndef KALVORA_DISPLAY_PIXELS_KPIXELWRITER_H
+#define KALVORA_DISPLAY_PIXELS_KPIXELWRITER_H
 
 #include <cstdint>
 
-#include "kalvora/display/pixelloops.h"
+#include "kalvora/display/pixels/pixelloops.h"
 
 /// Chosen once for a device. Channels of less than 8 bits are dithered, by a pattern of 4 x 4
 /// pixels that stands still on the screen, or rounded to the nearest. Any thread may write.

@@ -1,8 +1,8 @@
 // The table of the kinds of screens.
-#ifndef KALVORA_DISPLAY_SCREENS_H
-#define KALVORA_DISPLAY_SCREENS_H
+#ifndef KALVORA_DISPLAY_SCREENS_SCREENS_H
+#define KALVORA_DISPLAY_SCREENS_SCREENS_H
 
-#include "kalvora/display/KScreen.h"
+#include "kalvora/display/screens/KScreen.h"
 
 namespace kalvora {
 

@@ -1,10 +1,10 @@
 // The loops that turn words into a device's pixels, compiled once for each instruction set.
-#ifndef KALVORA_DISPLAY_PIXELLOOPS_H
-#define KALVORA_DISPLAY_PIXELLOOPS_H
+#ifndef KALVORA_DISPLAY_PIXELS_PIXELLOOPS_H
+#define KALVORA_DISPLAY_PIXELS_PIXELLOOPS_H
 
 #include <cstdint>
 
-#include "kalvora/display/KPixelLayout.h"
+#include "kalvora/display/pixels/KPixelLayout.h"
 
 namespace kalvora {
 
