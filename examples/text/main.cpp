@@ -36,7 +36,9 @@ Fonts LoadFonts(const std::vector<std::string>& paths) {
   for (const std::string& path : paths) {
     fonts.push_back(std::make_unique<KTypeface>());
     examples::CheckInput(path);
-    if (!fonts.back()->Load(path.c_str())) throw examples::Error(path + ": is not a font");
+    if (!fonts.back()->Load(path.c_str())) {
+      throw examples::Error(fonts.back()->LastError().text);
+    }
   }
   for (const char* path : kFonts) {
     if (!paths.empty() || access(path, R_OK) != 0) continue;

@@ -96,7 +96,7 @@ text|--list text.txt out.png|2|--list writes no picture
 text|--size x text.txt out.png|2|--size: 'x' is not a number from 4 to 400
 text|--align=left text.txt out.png|2|'left' is none of start, end, centre, justify
 text|--font missing.ttf text.txt out.png|1|missing.ttf: No such file or directory
-text|--font no.font text.txt out.png|1|no.font: is not a font
+text|--font no.font text.txt out.png|1|no.font is no font
 text|--font $font text.txt text.txt|2|text.txt is an input
 text|--font no.font text.txt no.font|2|no.font is an input
 text|--font $font folder out.png|1|folder: is a folder

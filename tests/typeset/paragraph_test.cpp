@@ -266,6 +266,8 @@ TEST(Paragraph, ShowsNothingWithoutFonts) {
     EXPECT_EQ(std::count(picture.begin(), picture.end(), 0xFFFFFFFF), 300 * 200);
   }
   EXPECT_FALSE(empty.Load("/etc/passwd"));
+  EXPECT_EQ(empty.LastError().code, KErrorNotAFont);
+  EXPECT_STRNE(empty.LastError().text, "");
   EXPECT_FALSE(empty.Load(nullptr));
   EXPECT_FALSE(empty.Load(kFontFiles[0].c_str(), 1));
   EXPECT_FALSE(empty.LoadFromMemory("OTTO", 4));

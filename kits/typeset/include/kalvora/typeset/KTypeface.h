@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "kalvora/export.h"
+#include "kalvora/support/KError.h"
 #include "kalvora/text/KFTFont.h"
 
 struct hb_blob_t;
@@ -29,6 +30,8 @@ class KALVORA_API KTypeface {
   /// The same with a file in memory, which must stay as it is until the typeface is destroyed or
   /// has loaded another one.
   bool LoadFromMemory(const void* data, std::size_t size, int index = 0);
+  /// Why the last Load or LoadFromMemory returned false, or that it did not.
+  const KError& LastError() const { return error_; }
   bool IsLoaded() const { return hbFont_ != nullptr; }
   /// The index of a character's glyph; 0 when the face has none, or is empty.
   std::uint32_t GlyphOf(char32_t character) const;
@@ -44,8 +47,10 @@ class KALVORA_API KTypeface {
  private:
   void Unload();
   bool Open(hb_blob_t* file, int index);
+  bool Fail(KErrorCode code, const char* why);
 
   KFTFont font_;
+  KError error_;
   hb_font_t* hbFont_ = nullptr;
   bool colors_ = false;
 };
