@@ -2,10 +2,7 @@
 #define KALVORA_WIDTH plain
 #define KALVORA_WIDTH_NAME "plain"
 #include "kalvora/display/pixels/pixelloopsbody.h"
-
-#if defined(__arm__)
-#include <sys/auxv.h>
-#endif
+#include "kalvora/support/processor.h"
 
 namespace kalvora {
 
@@ -16,11 +13,13 @@ extern const PixelLoops kPixelLoops;
 const PixelLoops& PlainPixelLoops() { return plain::kPixelLoops; }
 
 const PixelLoops* WidePixelLoops() {
+#if KALVORA_WIDE_PIXELS
 #if defined(__x86_64__) || defined(__i386__)
-  return __builtin_cpu_supports("avx2") ? &wide::kPixelLoops : nullptr;
-#elif KALVORA_WIDE_PIXELS
-  constexpr unsigned long kNeon = 1ul << 12;  // HWCAP_NEON
-  return (getauxval(AT_HWCAP) & kNeon) != 0 ? &wide::kPixelLoops : nullptr;
+  constexpr Vectors kNeeded = Vectors::k32Bytes;
+#else
+  constexpr Vectors kNeeded = Vectors::k16Bytes;
+#endif
+  return WidestVectors() >= kNeeded ? &wide::kPixelLoops : nullptr;
 #else
   return nullptr;
 #endif
