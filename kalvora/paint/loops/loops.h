@@ -2,7 +2,7 @@
 //
 // A loop is written once, against lanes.h, and compiled once for each width, in a namespace of its
 // own. To add one:
-//   1. write it in a header of this folder beside its kin (colour.h and others), inside
+//   1. write it in a header of this folder beside its kin (color.h and others), inside
 //      `namespace kalvora::KALVORA_WIDTH { namespace {`, from lanes.h and language types alone: an
 //      inline function of any other header might be the copy that the linker keeps for everybody,
 //      and an older processor would die in it (the test `widths` looks for such symbols);
