@@ -70,15 +70,15 @@ kalvora::RectangleJob KSoftContext2D::RectJob(const KPaint& paint, KFillRule rul
 
 void KSoftContext2D::DrawPath(const KSoftPath* path) {
   if (!path || !path->first || !CanDraw()) return;
+  const KRect clip = RectOf(mStyle->clip);
   if (mFill.type != KPaintNone) {
     KVertex2D** rings = nullptr;
-    const unsigned count = FlattenPath(rings, path, &mTransform, true);
+    const unsigned count = FlattenPath(rings, path, &mTransform, true, &clip);
     kalvora::RasterPolygon(Job(mFill, mFillRule), rings, count);
     FreeRings(rings, count, true);
   }
   if (mStroke.type != KPaintNone) {
     KVertex2D** rings = nullptr;
-    const KRect clip = RectOf(mStyle->clip);
     const unsigned count = StrokePath(path, rings, &mTransform, true, &clip);
     FillStroke(rings, count);
   }

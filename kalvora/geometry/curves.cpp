@@ -79,114 +79,157 @@ bool IsFlatByTable(KVertex2D chord, KVertex2D a, KVertex2D b, std::uint32_t boun
   return measure.Across(a) + measure.Across(b) < bound;
 }
 
+namespace {
+
 // |a x chord| / |chord| is how far a reaches across the chord. The table's measure differs from it
 // by no more than
 // - 1/4096 of the legs, for the sines (1/8400) and for the angle's 23 roundings to 1/65536 degree,
 // - 176 / |chord| of the legs, for the angle's 23 steps in whole units of 4 raw ones,
 // - 2 for rounding the products;
 // all of this is multiplied by the chord's length here.
-bool IsFlat(KVertex2D chord, KVertex2D a, KVertex2D b, std::uint32_t bound) {
-  constexpr std::uint32_t kRoom = 1u << 30;
-  const Rough length = RoughLength(chord);
-  const std::uint64_t legs = Reach(a) + Reach(b);
-  if (legs < kRoom && length.most < kRoom) {
-    const std::uint64_t across = Area(a, chord) + Area(b, chord);
-    const std::uint64_t hair = legs * ((length.most >> 12) + 176) + 4 * std::uint64_t{length.most};
-    if (across + hair < std::uint64_t{bound} * length.least) return true;
-    if (across >= std::uint64_t{bound} * length.most + hair) return false;
+struct Across {
+  std::uint64_t areas;
+  std::uint32_t legs;
+
+  bool IsLess(std::uint32_t bound, Rough length) const {
+    return areas + Hair(length) < std::uint64_t{bound} * length.least;
   }
-  return IsFlatByTable(chord, a, b, bound);
+  bool IsMore(std::uint32_t bound, Rough length) const {
+    return areas >= std::uint64_t{bound} * length.most + Hair(length);
+  }
+
+ private:
+  std::uint64_t Hair(Rough length) const {
+    return std::uint64_t{legs} * ((length.most >> 12) + 176) + 4 * std::uint64_t{length.most};
+  }
+};
+
+}  // namespace
+
+namespace {
+
+// Legs and chord below 2^30.
+[[gnu::noinline]] bool IsFlatWithin(Across across, KVertex2D chord, KVertex2D a, KVertex2D b,
+                                    std::uint32_t bound) {
+  const Rough length = RoughLength(chord);
+  if (across.IsLess(bound, length)) return true;
+  return !across.IsMore(bound, length) && IsFlatByTable(chord, a, b, bound);
+}
+
+// Mostly bounds of the length that lie 12 % apart do.
+inline bool IsFlat(KVertex2D chord, KVertex2D a, KVertex2D b, std::uint64_t legs,
+                   std::uint32_t bound) {
+  constexpr std::uint32_t kRoom = 1u << 29;
+  const std::uint32_t x = Magnitude(chord.x.raw), y = Magnitude(chord.y.raw);
+  const std::uint32_t longer = std::max(x, y), shorter = std::min(x, y);
+  if (legs >= kRoom || longer >= kRoom) return IsFlatByTable(chord, a, b, bound);
+  const Across across{Area(a, chord) + Area(b, chord), static_cast<std::uint32_t>(legs)};
+  const Rough length{longer, longer + shorter / 2 + 1};
+  if (across.IsLess(bound, length)) return true;
+  return !across.IsMore(bound, length) && IsFlatWithin(across, chord, a, b, bound);
+}
+
+}  // namespace
+
+bool IsFlat(KVertex2D chord, KVertex2D a, KVertex2D b, std::uint32_t bound) {
+  return IsFlat(chord, a, b, Reach(a) + Reach(b), bound);
 }
 
 // Halving -----------------------------------------------------------------------------------------
 
 namespace {
 
-// (a + b) / 2 on the raw values, without losing the carry.
+// (a + b) / 2, rounded down, without a carry to lose.
 KFixed Middle(KFixed a, KFixed b) {
-  return KFixed::FromRaw(static_cast<std::int32_t>((std::int64_t{a.raw} + b.raw) >> 1));
+  return KFixed::FromRaw((a.raw & b.raw) + ((a.raw ^ b.raw) >> 1));
 }
 KVertex2D Middle(KVertex2D a, KVertex2D b) { return {Middle(a.x, b.x), Middle(a.y, b.y)}; }
 
-/// Curves of ORDER + 1 points: whether they count as straight, and the halves at t = 1/2.
+/// A curve of ORDER + 1 points, last to first.
 template <int ORDER>
-struct Curve {
-  KVertex2D p[ORDER + 1];
-
-  bool IsStraight(std::uint32_t bound) const;
-  void Split(Curve& a, Curve& b) const;
-};
+bool IsStraight(const KVertex2D* p, std::uint32_t bound);
 
 // The two control points are measured each on its own: on opposite sides of the chord their
 // deviations would cancel, and an S would become a line.
 template <>
-bool Curve<3>::IsStraight(std::uint32_t bound) const {
-  const KVertex2D a = p[1] - p[0];
-  const KVertex2D b = p[2] - p[3];
+bool IsStraight<3>(const KVertex2D* p, std::uint32_t bound) {
+  const KVertex2D a = p[2] - p[3];
+  const KVertex2D b = p[1] - p[0];
   // No projection is longer than its vector (the sines exceed 1 by less than 1/64).
   const std::uint64_t legs = Reach(a) + Reach(b);
-  return legs + (legs >> 6) < bound || IsFlat(p[3] - p[0], a, b, bound);
+  return legs + (legs >> 6) < bound || IsFlat(p[0] - p[3], a, b, legs, bound);
 }
 
 template <>
-bool Curve<2>::IsStraight(std::uint32_t bound) const {
-  return IsFlat(p[2] - p[0], p[1] - p[0], KVertex2D::Origin, bound);
+bool IsStraight<2>(const KVertex2D* p, std::uint32_t bound) {
+  const KVertex2D a = p[1] - p[2];
+  return IsFlat(p[0] - p[2], a, KVertex2D::Origin, Reach(a), bound);
 }
 
-template <>
-void Curve<3>::Split(Curve& a, Curve& b) const {
-  const KVertex2D p01 = Middle(p[0], p[1]), p12 = Middle(p[1], p[2]), p23 = Middle(p[2], p[3]);
-  const KVertex2D p012 = Middle(p01, p12), p123 = Middle(p12, p23);
-  const KVertex2D middle = Middle(p012, p123);
-  const KVertex2D p0 = p[0], p3 = p[3];
-  a = {{p0, p01, p012, middle}};
-  b = {{middle, p123, p23, p3}};
-}
-
-template <>
-void Curve<2>::Split(Curve& a, Curve& b) const {
-  const KVertex2D p01 = Middle(p[0], p[1]), p12 = Middle(p[1], p[2]);
-  const KVertex2D middle = Middle(p01, p12);
-  const KVertex2D p0 = p[0], p2 = p[2];
-  a = {{p0, p01, middle}};
-  b = {{middle, p12, p2}};
-}
-
-// The halves still to do lie on a small stack. A piece is taken as straight when it is flat enough,
-// when the stack is full, or when the points left are just enough for what is pending.
+/// The curve's halves at t = 1/2, in its place and behind it: the later one first.
 template <int ORDER>
-int Flatten(const Curve<ORDER>& curve, KVertex2D* out, int stride, KFixed tolerance) {
+void Split(KVertex2D* p);
+
+template <>
+void Split<3>(KVertex2D* p) {
+  const KVertex2D p01 = Middle(p[3], p[2]), p12 = Middle(p[2], p[1]), p23 = Middle(p[1], p[0]);
+  const KVertex2D p012 = Middle(p01, p12), p123 = Middle(p12, p23);
+  p[6] = p[3];
+  p[5] = p01;
+  p[4] = p012;
+  p[3] = Middle(p012, p123);
+  p[2] = p123;
+  p[1] = p23;
+}
+
+template <>
+void Split<2>(KVertex2D* p) {
+  const KVertex2D p01 = Middle(p[2], p[1]), p12 = Middle(p[1], p[0]);
+  p[4] = p[2];
+  p[3] = p01;
+  p[2] = Middle(p01, p12);
+  p[1] = p12;
+}
+
+// The halves still to do lie on a small stack, where neighbours share their point. A piece is taken
+// as straight when it is flat enough, when the stack is full, or when the points left are just
+// enough for what is pending.
+template <int ORDER>
+int Flatten(const KVertex2D* curve, KVertex2D* out, int stride, KFixed tolerance) {
   constexpr int kMostPending = 10;
   constexpr int kMostPieces = KStroker::kMaxCurvePoints - 1;  // the end point takes the last place
   const std::uint32_t bound = tolerance.raw > 0 ? 2 * static_cast<std::uint32_t>(tolerance.raw) : 0;
-  Curve<ORDER> pending[kMostPending];
-  int pendingCount = 0;
+  KVertex2D points[ORDER * (kMostPending + 1) + 1];
+  std::reverse_copy(curve, curve + ORDER + 1, points);
+  KVertex2D* const lowest = points;
+  KVertex2D* const highest = points + ORDER * kMostPending;
+  KVertex2D* piece = points;
   int pieces = 0;
-  Curve<ORDER> piece = curve;
   for (;;) {
-    const bool full = pendingCount == kMostPending || pieces + pendingCount + 1 >= kMostPieces;
-    if (!full && !piece.IsStraight(bound)) {
-      piece.Split(piece, pending[pendingCount++]);
+    const bool full = piece == highest || pieces + (piece - lowest) / ORDER + 1 >= kMostPieces;
+    if (!full && !IsStraight<ORDER>(piece, bound)) {
+      Split<ORDER>(piece);
+      piece += ORDER;
       continue;
     }
-    *out = piece.p[0];
+    *out = piece[ORDER];
     out += stride;
     ++pieces;
-    if (pendingCount == 0) break;
-    piece = pending[--pendingCount];
+    if (piece == lowest) break;
+    piece -= ORDER;
   }
-  *out = curve.p[ORDER];
+  *out = points[0];
   return pieces + 1;
 }
 
 }  // namespace
 
 int FlattenCubic(KVertex2D* out, const KVertex2D (&p)[4], int stride, KFixed tolerance) {
-  return Flatten(Curve<3>{{p[0], p[1], p[2], p[3]}}, out, stride, tolerance);
+  return Flatten<3>(p, out, stride, tolerance);
 }
 
 int FlattenQuadratic(KVertex2D* out, const KVertex2D (&p)[3], int stride, KFixed tolerance) {
-  return Flatten(Curve<2>{{p[0], p[1], p[2]}}, out, stride, tolerance);
+  return Flatten<2>(p, out, stride, tolerance);
 }
 
 }  // namespace kalvora

@@ -1,8 +1,13 @@
 // Flattening: paths into polygon rings.
+#include <algorithm>
+
 #include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"
 #include "kalvora/geometry/curves.h"
+#include "kalvora/geometry/strokes/subpath.h"
 #include "kalvora/raster/Memory.h"
+#include "kalvora/raster/VertexBox.h"
+#include "kalvora/raster/polygon.h"
 #include "kalvora/raster/ring.h"
 
 namespace {
@@ -30,25 +35,72 @@ struct RingWriter {
   KVertex2D* Tail() { return ring + 1 + count; }
 };
 
+/// What of a path no pixel of a clip shows.
+class Unseen {
+ public:
+  /// Without a clip everything counts as seen.
+  Unseen(const KRect* clip, const KSoftPath& path, const KSoftMatrix3D& m)
+      : matrix_(m), limited_(clip), several_(path.subpathCount > 1) {
+    if (clip) clip_ = {clip->left, clip->top, clip->right, clip->bottom};
+  }
+
+  /// Whether the subpath's ring lies beside the clip. A ring among others does so from where
+  /// RasterPolygon drops it.
+  bool Hides(const Subpath& subpath) {
+    if (!limited_) return false;
+    VertexBox box;
+    box.Include(matrix_.Map(subpath.start));
+    subpath.ForEach([&](unsigned order, const KVertex2D* points, unsigned pieces) {
+      for (std::size_t n = std::size_t{order} * pieces; n > 0; --n) {
+        box.Include(matrix_.Map(*points++));
+      }
+    });
+    cuts_ = !box.LiesWithin(clip_);
+    return box.Misses(clip_, several_ ? DrawnBox::kMargin : 0);
+  }
+
+  /// Whether a straight line may stand for the curve, in a subpath that is not hidden: it leaves
+  /// as many top vertices and winds as often, as the curve only falls or only rises, and lies above
+  /// or below the clip. One ring alone may be drawn by DrawSimplePolygon, where every vertex of a
+  /// row counts; else the curve may lie far to the left or right as well.
+  bool Hides(const KVertex2D* p, unsigned order) const {
+    if (!cuts_) return false;
+    VertexBox box;
+    for (unsigned i = 0; i <= order; ++i) box.Include(p[i]);
+    if (!box.Misses(clip_, several_ ? DrawnBox::kMargin : kFartherThanX)) return false;
+    const auto lower = [](KVertex2D a, KVertex2D b) { return a.y < b.y; };
+    const auto higher = [](KVertex2D a, KVertex2D b) { return a.y > b.y; };
+    return std::is_sorted(p, p + order + 1, lower) || std::is_sorted(p, p + order + 1, higher);
+  }
+
+ private:
+  static constexpr std::int32_t kFartherThanX = 1 << 16;
+
+  const KSoftMatrix3D& matrix_;
+  KClip clip_{};
+  bool limited_, several_;
+  bool cuts_ = false;  // the present subpath lies partly beside the clip
+};
+
 void AddPieces(RingWriter& writer, const KSegment* segment, KVertex2D& current,
-               const KSoftMatrix3D* m, KFixed flatness) {
-  const KVertex2D* p = segment->Points();
+               const KSoftMatrix3D* m, KFixed flatness, const Unseen& unseen) {
+  const KVertex2D* points = segment->Points();
   const unsigned order = segment->Order();
-  for (unsigned i = segment->Pieces(); i > 0; --i, p += order) {
-    const KVertex2D end = m->Map(p[order - 1]);
-    if (order == 1) {
-      writer.Add(end);
-    } else {
-      // The curve's points go where the ring continues, its start point over the vertex that stands
-      // there.
-      KVertex2D* out = writer.Tail() - 1;
-      const int n =
-          order == 2 ? FlattenQuadratic(out, {current, m->Map(p[0]), end}, 1, flatness)
-                     : FlattenCubic(out, {current, m->Map(p[0]), m->Map(p[1]), end}, 1, flatness);
-      for (int k = 0; k < n; ++k) out[k] = ring::Vertex(out[k]);
-      writer.count += static_cast<unsigned>(n) - 1;
+  for (unsigned i = segment->Pieces(); i > 0; --i, points += order) {
+    KVertex2D p[4] = {current};
+    for (unsigned k = 0; k < order; ++k) p[k + 1] = m->Map(points[k]);
+    current = p[order];
+    if (order == 1 || unseen.Hides(p, order)) {
+      writer.Add(current);
+      continue;
     }
-    current = end;
+    // The curve's points go where the ring continues, its start point over the vertex that stands
+    // there.
+    KVertex2D* out = writer.Tail() - 1;
+    const int n = order == 2 ? FlattenQuadratic(out, {p[0], p[1], p[2]}, 1, flatness)
+                             : FlattenCubic(out, p, 1, flatness);
+    for (int k = 0; k < n; ++k) out[k] = ring::Vertex(out[k]);
+    writer.count += static_cast<unsigned>(n) - 1;
   }
 }
 
@@ -64,7 +116,7 @@ int KStroker::GetBezierPts(KVertex2D* out, KVertex2D p0, KVertex2D c, KVertex2D 
 }
 
 unsigned KStroker::FlattenPath(KVertex2D**& rings, const KSoftPath* path, const KSoftMatrix3D* m,
-                               bool onStack) {
+                               bool onStack, const KRect* clip) {
   rings = nullptr;
   if (path->subpathCount == 0) return 0;
   const Memory memory{onStack ? stack : nullptr};
@@ -72,10 +124,16 @@ unsigned KStroker::FlattenPath(KVertex2D**& rings, const KSoftPath* path, const 
       static_cast<KVertex2D**>(memory.Alloc(std::size_t{path->subpathCount} * sizeof(KVertex2D*)));
   if (!rings) return 0;
   unsigned count = 0;
+  Unseen unseen(clip, *path, *m);
   RingWriter writer;
   KVertex2D current = KVertex2D::Origin;
   for (const KSegment* segment = path->first; segment; segment = segment->next) {
     if (segment->Opens()) {
+      writer = {};
+      if (unseen.Hides(Subpath::Of(segment))) {
+        rings[count++] = nullptr;
+        continue;
+      }
       const unsigned entries = RingReserve(segment);
       if (entries) writer.ring = static_cast<KVertex2D*>(memory.Alloc(entries * sizeof(KVertex2D)));
       if (!entries || !writer.ring) {
@@ -84,11 +142,11 @@ unsigned KStroker::FlattenPath(KVertex2D**& rings, const KSoftPath* path, const 
         return 0;
       }
       rings[count++] = writer.ring;
-      writer.count = 0;
       current = m->Map(*segment->Start());
       writer.Add(current);
     }
-    AddPieces(writer, segment, current, m, Flatness());
+    if (!writer.ring) continue;
+    AddPieces(writer, segment, current, m, Flatness(), unseen);
     if (!segment->next || segment->next->Opens()) {
       ring::Close(writer.ring, writer.count);
       // What the reserve has too much goes back, so that the next ring follows closely.

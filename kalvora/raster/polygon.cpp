@@ -6,8 +6,8 @@
 #include "kalvora/core/KSoftPixmap.h"
 #include "kalvora/raster/KRowStyle.h"
 #include "kalvora/raster/KStack.h"
+#include "kalvora/raster/VertexBox.h"
 #include "kalvora/raster/ring.h"
-#include "kalvora/raster/sweep/SlopedEdge.h"
 
 namespace kalvora {
 namespace {
@@ -70,23 +70,15 @@ class SeenRings {
     return kept_;
   }
   bool Include(const KVertex2D* ring) {
+    if (!ring) return false;
+    VertexBox box;
     const KVertex2D* v = ring::First(ring);
-    Extent x{INT32_MAX, INT32_MIN}, y{INT32_MAX, INT32_MIN};
-    for (const KVertex2D* end = v + ring::Count(ring); v != end; ++v) {
-      x.Include(v->x.raw);
-      y.Include(v->y.raw);
-    }
-    const auto column = [](std::int32_t raw) { return HoldX(KFixed::FromRaw(raw)) >> 16; };
-    const std::int32_t left = column(x.low), right = column(x.high);
-    const std::int32_t top = y.low >> 16, bottom = y.high >> 16;
-    if (bottom < clip_.y0 || top >= clip_.y1 || right < clip_.x0 - DrawnBox::kMargin ||
-        left >= clip_.x1 + DrawnBox::kMargin) {
-      return false;
-    }
-    box_.x0 = std::max<std::int32_t>(std::min(box_.x0, left), clip_.x0);
-    box_.y0 = std::max<std::int32_t>(std::min(box_.y0, top), clip_.y0);
-    box_.x1 = std::min<std::int32_t>(std::max(box_.x1, right + 1), clip_.x1);
-    box_.y1 = std::min<std::int32_t>(std::max(box_.y1, bottom + 1), clip_.y1);
+    for (const KVertex2D* end = v + ring::Count(ring); v != end; ++v) box.Include(*v);
+    if (box.Misses(clip_, DrawnBox::kMargin)) return false;
+    box_.x0 = std::max<std::int32_t>(std::min(box_.x0, box.Left()), clip_.x0);
+    box_.y0 = std::max<std::int32_t>(std::min(box_.y0, box.Top()), clip_.y0);
+    box_.x1 = std::min<std::int32_t>(std::max(box_.x1, box.Right() + 1), clip_.x1);
+    box_.y1 = std::min<std::int32_t>(std::max(box_.y1, box.Bottom() + 1), clip_.y1);
     return true;
   }
 

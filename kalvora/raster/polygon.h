@@ -28,7 +28,8 @@ struct DrawnBox {
   std::int32_t x0, y0, x1, y1;
 };
 
-/// Fills the area that the rings enclose under the fill rule, within the clip.
+/// Fills the area that the rings enclose under the fill rule, within the clip. A null ring counts
+/// as one that lies beside the clip.
 void RasterPolygon(const RasterJob& job, KVertex2D* const* rings, unsigned count);
 /// The same for one ring; fewer than 3 vertices draw nothing.
 void RasterPolygon(const RasterJob& job, KVertex2D* ring, unsigned vertexCount);

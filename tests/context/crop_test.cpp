@@ -41,6 +41,51 @@ TEST_P(Crop, ClipRectanglesShowTheFullDraw) {
   EXPECT_GT(drawn, 600);
 }
 
+// Large curved shapes of which a small clip shows a corner: what lies beside it is not flattened.
+TEST(CropOfCurves, ShowsTheFullDraw) {
+  constexpr unsigned kWide = 300;
+  Random random(8);
+  Target whole(kWide, kWide), cropped(kWide, kWide);
+  for (int i = 0; i < 2500; ++i) {
+    KSoftPath path;
+    const auto point = [&] {
+      return KVertex2D{KFixed::FromRaw(random.Between(-150 * 65536, 450 * 65536)),
+                       KFixed::FromRaw(random.Between(-150 * 65536, 450 * 65536))};
+    };
+    for (std::uint32_t rings = i % 4 ? 1 : 1 + random.Below(3); rings > 0; --rings) {
+      path.MoveTo(point());
+      for (std::uint32_t pieces = 2 + random.Below(i % 4 ? 2 : 5); pieces > 0; --pieces) {
+        const KVertex2D p[] = {point(), point(), point()};
+        path.BezierTo(1 + random.Below(3), p, 1);
+      }
+      if (i % 4 == 0) {
+        path.AddArc(point(), P(20, random.Between(1, 150)), kalvora::kZero, KFixed::FromInt(360));
+      }
+    }
+    const auto x = static_cast<std::int16_t>(random.Between(0, 290));
+    const auto y = static_cast<std::int16_t>(random.Between(0, 290));
+    const auto size = static_cast<std::int16_t>(random.Between(1, 60));
+    const KFillRule rule = random.OneIn(2) ? KFillEvenOdd : KFillNonZero;
+    for (Target* t : {&whole, &cropped}) {
+      t->context.Clear({255, 255, 255, 255});
+      if (t == &cropped) {
+        t->context.SetClipRegion(
+            {x, y, static_cast<std::int16_t>(x + size), static_cast<std::int16_t>(y + size)});
+      }
+      t->context.SetFillColor({200, 60, 20, 128});
+      t->context.SetFillRule(rule);
+      t->context.DrawPath(&path);
+      t->context.ResetClip();
+    }
+    for (int px = x; px < std::min<int>(x + size, kWide); ++px) {
+      for (int py = y; py < std::min<int>(y + size, kWide); ++py) {
+        const auto ux = static_cast<unsigned>(px), uy = static_cast<unsigned>(py);
+        ASSERT_EQ(whole.At(ux, uy), cropped.At(ux, uy)) << i << " at " << px << "," << py;
+      }
+    }
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Everything, Crop, testing::ValuesIn(kFamilies));
 
 }  // namespace

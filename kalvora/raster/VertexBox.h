@@ -1,0 +1,43 @@
+// VertexBox: the box around vertices, and whether it lies beside what is drawn.
+#ifndef KALVORA_RASTER_VERTEXBOX_H
+#define KALVORA_RASTER_VERTEXBOX_H
+
+#include <algorithm>
+#include <cstdint>
+
+#include "kalvora/raster/KRowStyle.h"
+#include "kalvora/raster/chainwalk.h"
+
+namespace kalvora {
+
+/// The 16.16 box around vertices, and with the control points of curves around their points: a
+/// halving never leaves the range of what it halves.
+struct VertexBox {
+  std::int32_t x0 = INT32_MAX, y0 = INT32_MAX, x1 = INT32_MIN, y1 = INT32_MIN;  ///< ends included
+
+  void Include(KVertex2D v) {
+    x0 = std::min(x0, v.x.raw);
+    x1 = std::max(x1, v.x.raw);
+    y0 = std::min(y0, v.y.raw);
+    y1 = std::max(y1, v.y.raw);
+  }
+
+  // The pixels that are touched, ends included.
+  std::int32_t Left() const { return HoldX(KFixed::FromRaw(x0)) >> 16; }
+  std::int32_t Right() const { return HoldX(KFixed::FromRaw(x1)) >> 16; }
+  std::int32_t Top() const { return y0 >> 16; }
+  std::int32_t Bottom() const { return y1 >> 16; }
+
+  /// Whether all of it lies above or below the clip, or by more than `margin` pixels beside it.
+  bool Misses(const KClip& clip, std::int32_t margin) const {
+    return Bottom() < clip.y0 || Top() >= clip.y1 || Right() < clip.x0 - margin ||
+           Left() >= clip.x1 + margin;
+  }
+  bool LiesWithin(const KClip& clip) const {
+    return Left() >= clip.x0 && Right() < clip.x1 && Top() >= clip.y0 && Bottom() < clip.y1;
+  }
+};
+
+}  // namespace kalvora
+
+#endif
