@@ -1,6 +1,8 @@
 // The span fillers of a solid colour.
 #include "kalvora/paint/KColorStrip.h"
 
+#include <algorithm>
+
 #include "kalvora/core/channels.h"
 #include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/paint/loops/loops.h"
@@ -43,6 +45,24 @@ Mix CoveredMix(std::uint32_t color, bool blend, std::int32_t coverage) {
   return {256 - AlphaWeight(s), 0, 0, s};
 }
 
+struct ColorRow : Differences {
+  const ColorLoops& loops;
+  std::uint32_t color;
+};
+
+template <bool Blend>
+void FillAlike(const Differences& differences, int from, int to, std::uint32_t sum) {
+  const auto& row = static_cast<const ColorRow&>(differences);
+  const std::int32_t held = static_cast<std::int32_t>(sum) >> (Differences::kFullBits - 8);
+  if (held <= 0) return;
+  const Block block{row.to + from, 0, to - from, 1};
+  const auto weight = static_cast<std::uint32_t>(std::min(held, 256));
+  if (Blend) return row.loops.over(block, Scale(row.color, weight));
+  if (weight == 256) return row.loops.fill(block, row.color);
+  const Mix mix{256 - weight, Lo(row.color) * weight, Hi(row.color) * weight, 0};
+  row.loops.edged(block, mix, mix, mix);
+}
+
 }  // namespace
 
 template <bool AA, bool Blend>
@@ -82,6 +102,42 @@ void FillEdgedColorBlock(const KStyleContext2D* style, const KRowBlock& block) {
   const bool first = block.left != KRowBlock::kNoEdge || style->x1 - style->x0 > 1;
   style->loops->color.edged(PixelsOf(style, block), edge(first ? block.left : block.right), inner,
                             edge(block.right));
+}
+
+void FillColorDifferences(const KStyleContext2D* style, const KRowDifferences& differences) {
+  static_assert(Differences::kFullBits == KRowDifferences::kFullBits);
+  const ColorLoops& loops = style->loops->color;
+  const std::uint32_t color = style->color.Word();
+  const bool blend = style->blend != 0;
+  ColorRow row{{.to = style->row + style->x0,
+                .stride = differences.stride,
+                .line = differences.line,
+                .touched = differences.touched,
+                .n = style->x1 - style->x0,
+                .start = differences.start + Differences::kHalf,
+                .alike = blend ? FillAlike<true> : FillAlike<false>},
+               loops,
+               color};
+  // Of the last four columns the row may have less.
+  std::uint32_t last = std::uint32_t{1} << (row.n >> 2 & 31);
+  if (!(row.touched[row.n >> 7] & last)) {
+    loops.differences(row, color, blend);
+    return;
+  }
+  row.touched[row.n >> 7] ^= last;
+  const int rest = row.n & 3;
+  row.n -= rest;
+  row.start = loops.differences(row, color, blend);
+  row.line += row.n;
+  std::uint32_t* const to = row.to + row.n;
+  std::uint32_t few[4] = {};
+  std::copy_n(to, rest, few);
+  row.to = few;
+  row.touched = &last;
+  last = 1;
+  row.n = 4;
+  loops.differences(row, color, blend);
+  std::copy_n(few, rest, to);
 }
 
 void FillMaskedBlock(const KStyleContext2D* style, const KRowBlock& block) {

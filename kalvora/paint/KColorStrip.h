@@ -21,6 +21,7 @@ struct ColorSpan {
 
 void FillColorBlock(const KStyleContext2D* style, const KRowBlock& block);
 void FillEdgedColorBlock(const KStyleContext2D* style, const KRowBlock& block);
+void FillColorDifferences(const KStyleContext2D* style, const KRowDifferences& row);
 /// By the bytes of block.mask.
 void FillMaskedBlock(const KStyleContext2D* style, const KRowBlock& block);
 

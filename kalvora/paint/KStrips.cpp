@@ -38,6 +38,7 @@ void KStrips<F>::InitColor(KStyleContext2D* style, KFiller& solid, KFiller& cove
   coverage = blend ? KColorStrip<F, true, true>::Draw : KColorStrip<F, true, false>::Draw;
   style->block = kalvora::FillColorBlock;
   style->edged = kalvora::FillEdgedColorBlock;
+  style->differences = kalvora::FillColorDifferences;
 }
 
 template <typename F>

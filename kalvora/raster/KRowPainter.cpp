@@ -34,6 +34,7 @@ bool KRowPainter::Bind(std::int32_t share) {
   job_.style->share = share;
   solid_ = coverage_ = nullptr;
   job_.style->block = job_.style->edged = nullptr;
+  job_.style->differences = nullptr;
   if (job_.init) job_.init(job_.record, solid_, coverage_);
   return solid_ && coverage_;
 }
@@ -73,6 +74,15 @@ void KRowPainter::Covered(std::int32_t from, std::int32_t to) {
   Fill(coverage_, from, to);
   KMem::Memset32(reinterpret_cast<std::uint32_t*>(line) + from, 0,
                  static_cast<unsigned>(to - from));
+}
+
+bool KRowPainter::Differences(std::int32_t from, std::int32_t to, KRowDifferences row) {
+  if (!job_.style->differences || job_.mask) return false;
+  job_.style->x0 = from;
+  job_.style->x1 = to;
+  row.stride = static_cast<std::ptrdiff_t>(job_.target->stride / 4);
+  job_.style->differences(job_.record, row);
+  return true;
 }
 
 // Goes to the box's first row, and sets its columns.

@@ -34,6 +34,9 @@ class KRowPainter {
   void Solid(std::int32_t from, std::int32_t to);
   /// Paints pixels by the coverage line, and clears it there.
   void Covered(std::int32_t from, std::int32_t to);
+  /// Paints pixels by differences of coverage, and clears these, whose stride need not be set.
+  /// False when the paint cannot: then they must be summed up.
+  bool Differences(std::int32_t from, std::int32_t to, KRowDifferences row);
   /// Paints the box, whose first and last column may have a coverage of their own, 16.16. Takes the
   /// paint's fillers of blocks where it has them.
   void Box(const PixelBox& box, std::int32_t left = KRowBlock::kNoEdge,

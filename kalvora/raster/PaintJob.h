@@ -29,9 +29,24 @@ struct KRowBlock {
 /// A filler of whole blocks: what the paint's other fillers would do row by row.
 using KBlockFiller = void (*)(const KStyleContext2D*, const KRowBlock&);
 
+/// Coverage of the columns [x0, x1) of the style record, kept as differences: that of column i from
+/// x0 on is the sum of `start` and line[0..i], modulo 2^32, in units of 2^-kFullBits.
+struct KRowDifferences {
+  static constexpr int kFullBits = 27;
+
+  std::uint32_t* line;     ///< one more than there are columns, and on to a multiple of four
+  std::uint32_t* touched;  ///< a bit for each four of them: all others are 0
+  std::uint32_t start;
+  std::ptrdiff_t stride;  ///< words from a row to the next
+};
+
+/// A filler that takes differences: it paints the columns, and leaves `line` and `touched` zero.
+using KDifferenceFiller = void (*)(const KStyleContext2D*, const KRowDifferences&);
+
 /// A strip initialiser: reads style->paint, prepares the paint's words of the style record and
 /// returns the filler for fully covered pixels and the one that weighs them by lineBuffer. Pointers
-/// that it leaves alone stay null: then nothing is drawn. It may set style->block and style->edged.
+/// that it leaves alone stay null: then nothing is drawn. It may set style->block, style->edged
+/// and style->differences.
 using KStripInit = void (*)(KStyleContext2D* style, KFiller& solid, KFiller& coverage);
 
 namespace kalvora {

@@ -2,6 +2,7 @@
 // few vectors, every alignment, buffers that end or begin at guard pages.
 #include "kalvora/paint/loops/loops.h"
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <vector>
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "kalvora/core/roots.h"
+#include "kalvora/paint/KColorStrip.h"
 
 #include "tests/common/GuardedBuffer.h"
 #include "tests/common/Random.h"
@@ -188,8 +190,9 @@ void Check(const Loops& loops, const Row& row, const Case& c) {
 
 TEST(Loops, FollowTheRulesInEveryWidth) {
   const std::vector<Row> table = Table();
-  // Every pointer of the tables has its row, but for the two weights that lerp does without.
-  static_assert(sizeof(Loops::color) + sizeof(Loops::pixels) == 20 * sizeof(void*));
+  // Every pointer of the tables has its row, but for `differences`, of which a test below is, and
+  // the two weights that lerp does without.
+  static_assert(sizeof(Loops::color) + sizeof(Loops::pixels) == 21 * sizeof(void*));
   ASSERT_EQ(table.size(), 20u - 2);
   for (const Loops* const* width = kalvora::UsableLoops(); *width; ++width) {
     for (const Row& row : table) {
@@ -200,6 +203,56 @@ TEST(Loops, FollowTheRulesInEveryWidth) {
           ASSERT_NO_FATAL_FAILURE(Check(**width, row, Case(random, n, rows, edge)));
         }
       }
+    }
+  }
+}
+
+// Runs of pixels that are alike, and blocks of four that are touched.
+TEST(Loops, DifferencesInEveryWidth) {
+  Random random(11);
+  for (int round = 0; round < 4000; ++round) {
+    const int n = random.OneIn(9) ? random.Between(0, 400) : round % (kLongest + 1);
+    const auto edge = random.OneIn(2) ? GuardedBuffer::kAtEnd : GuardedBuffer::kAtStart;
+    const auto pixels = static_cast<std::size_t>(n), fours = pixels / 4 + 1;
+    std::vector<Word> before(pixels), sums(pixels), touched(fours / 32 + (fours % 32 != 0));
+    const Word start = random.OneIn(3) << kalvora::Differences::kFullBits;
+    const int seldom = random.Between(1, 8);
+    // Sums lie a few units outside of none and full, too.
+    for (std::size_t i = 0; i < pixels; ++i) {
+      before[i] = Span::Pixel(random);
+      sums[i] = i == 0 ? start : sums[i - 1];
+      if (random.OneIn(seldom)) touched[i / 128] |= 1u << (i / 4 % 32);
+      if (!(touched[i / 128] >> (i / 4 % 32) & 1)) continue;
+      const int coverage = random.OneIn(3) ? random.Between(0, 1) << 16 : random.Between(0, 65536);
+      sums[i] = static_cast<Word>(coverage * 2048 + random.Between(-9, 9));
+    }
+    if (random.OneIn(2)) touched[pixels / 128] |= 1u << (pixels / 4 % 32);
+    KStyleContext2D style;
+    style.color = KColor32::FromWord(Span::Pixel(random));
+    style.blend = random.OneIn(2);
+    style.x0 = 0;
+    style.x1 = n;
+    for (const Loops* const* width = kalvora::UsableLoops(); *width; ++width) {
+      GuardedBuffer row(4 * pixels, edge), line(16 * fours, edge), bits(4 * touched.size(), edge);
+      std::copy(before.begin(), before.end(), row.As<Word>());
+      std::copy(touched.begin(), touched.end(), bits.As<Word>());
+      std::fill_n(line.As<Word>(), 4 * fours, 0u);
+      for (std::size_t i = 0; i < pixels; ++i) {
+        line.As<Word>()[i] = sums[i] - (i == 0 ? start : sums[i - 1]);
+      }
+      if (touched[pixels / 128] >> (pixels / 4 % 32) & 1) line.As<Word>()[n] = random.Next();
+      style.row = row.As<Word>();
+      style.loops = *width;
+      kalvora::FillColorDifferences(&style, {line.As<Word>(), bits.As<Word>(), start, n});
+      for (std::size_t i = 0; i < pixels; ++i) {
+        const int coverage = std::clamp(static_cast<std::int32_t>(sums[i]) >> 11, 0, 0x10000);
+        ASSERT_EQ(row.As<Word>()[i],
+                  reference::Composite(before[i], style.color.Word(), style.blend != 0,
+                                       reference::CoverageWeight(coverage)))
+            << (*width)->name << ": pixel " << i << " of " << n << ", coverage " << coverage;
+      }
+      for (std::size_t i = 0; i < 4 * fours; ++i) ASSERT_EQ(line.As<Word>()[i], 0u);
+      for (std::size_t i = 0; i < touched.size(); ++i) ASSERT_EQ(bits.As<Word>()[i], 0u);
     }
   }
 }

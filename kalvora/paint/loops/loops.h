@@ -40,6 +40,23 @@ struct Mix {
   std::uint32_t add;
 };
 
+/// A row of n pixels whose coverage is kept as differences: that of pixel i is the sum of `start`
+/// and line[0..i], a signed number modulo 2^32, 2^kFullBits being full coverage. Its weight is
+/// sum >> kFullBits - 8, held to 0..256; so `start` holds half of that for the sake of rounding.
+struct Differences {
+  static constexpr int kFullBits = 27;
+  static constexpr std::uint32_t kHalf = std::uint32_t{1} << (kFullBits - 9);
+
+  std::uint32_t* to;
+  std::ptrdiff_t stride;  ///< pixels to the row below, which is likely to be next
+  std::uint32_t* line;
+  std::uint32_t* touched;  ///< a bit for each four of `line`, and one more: all others are 0
+  int n;                   ///< whole fours where `line` is touched
+  std::uint32_t start;
+  /// Paints the pixels [from, to), which all have one sum.
+  void (*alike)(const Differences& row, int from, int to, std::uint32_t sum);
+};
+
 /// Loops over one colour c. `coverage` (16.16, 0..0x10000) belongs to the same pixels as `to`.
 struct ColorLoops {
   /// d = c
@@ -59,6 +76,9 @@ struct ColorLoops {
   /// d = lerp(d, c, mask)
   void (*lerpMasked)(const Block& block, const std::uint8_t* mask, std::ptrdiff_t maskStride,
                      std::uint32_t c);
+  /// `cover` when the colour must be blended, else `lerp`, by differences: `line` and `touched` are
+  /// zero afterwards. Returns the sum at the end.
+  std::uint32_t (*differences)(const Differences& row, std::uint32_t c, bool blend);
 };
 
 /// How source pixels are weighed.

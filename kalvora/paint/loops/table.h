@@ -4,6 +4,7 @@
 #define KALVORA_PAINT_LOOPS_TABLE_H
 
 #include "kalvora/paint/loops/color.h"
+#include "kalvora/paint/loops/differences.h"
 #include "kalvora/paint/loops/gradient.h"
 #include "kalvora/paint/loops/loops.h"
 #include "kalvora/paint/loops/pixels.h"
@@ -25,7 +26,8 @@ constinit const Loops kLoops = {
               .cover = Cover,
               .lerp = LerpColor,
               .coverMasked = CoverMasked,
-              .lerpMasked = LerpMasked},
+              .lerpMasked = LerpMasked,
+              .differences = MixDifferences},
     .pixels = {.over = {OverPixels<Weight::kFull>, OverPixels<Weight::kOpacity>,
                         OverPixels<Weight::kCoverage>, OverPixels<Weight::kCoverageOpacity>,
                         OverPixels<Weight::kOpacityThenCoverage>},

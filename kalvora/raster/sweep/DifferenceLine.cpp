@@ -120,6 +120,7 @@ std::uint32_t DifferenceLine::SumUp(std::int32_t* coverage, std::int32_t from, s
 
 void DifferenceLine::Paint(KRowPainter& painter, std::int32_t* coverage, bool inside) {
   std::uint32_t sum = inside ? kFull : 0;
+  if (painter.Differences(first_, first_ + width_, {line_, touched_, sum, 0})) return;
   std::int32_t done = 0;
   coverage += first_;
   // Pixels that no piece touches are all alike.

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "kalvora/raster/PaintJob.h"
 #include "kalvora/raster/sweep/SlopedEdge.h"
 
 class KStack;
@@ -25,6 +26,7 @@ class DifferenceLine {
  public:
   /// One pixel covered wholly.
   static constexpr std::int32_t kFull = 2 * kWholeHeight;
+  static_assert(kFull == 1 << KRowDifferences::kFullBits);
 
   /// For the columns [first, end). The memory comes from `stack`; see Ready.
   DifferenceLine(KStack* stack, std::int32_t first, std::int32_t end);
