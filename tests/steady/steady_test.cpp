@@ -68,4 +68,21 @@ TEST(Dashboard, TheSecondFrameAllocatesNothing) {
   }
 }
 
+TEST(Emoji, TheSecondFrameAllocatesNothing) {
+  KFTFont font;
+  if (!font.LoadFont("/usr/share/fonts/truetype/noto/NotoColorEmoji.ttf", 0)) GTEST_SKIP();
+  Screen screen(320, 80);
+  font.SetFontSize(KFixed::FromInt(40));
+  screen.context.SetFont(&font);
+  ExpectSteady(screen, [&] {
+    screen.context.Clear({255, 255, 255, 255});
+    screen.context.Transform().Identity();
+    screen.context.DrawText("\U0001F600\U0001F680", {KFixed::FromInt(4), KFixed::FromInt(50)});
+    screen.context.Transform().Rotate(KFixed::FromInt(20));
+    screen.context.DrawText("\U0001F600\U0001F680", {KFixed::FromInt(160), KFixed::FromInt(10)});
+    screen.context.Flip();
+  });
+  EXPECT_NE(screen.pixels, std::vector<std::uint32_t>(screen.pixels.size(), 0xFFFFFFFF));
+}
+
 }  // namespace
