@@ -15,21 +15,20 @@ void DrawComplexPolygon(const RasterJob& job, const KMergeNode* begin, const KMe
   if (begin == end) return;
   KRowPainter painter(job);
   if (!painter.Bind()) return;
-  const InsideRule inside{job.fillRule, job.clipRule, job.clipped};
+  const InsideRule inside(job.fillRule, job.clipped, job.clipRule);
   DifferenceLine line(job.stack, box.x0, box.x1);
   if (!line.Ready()) return;
   ActiveChains chains(job.stack, begin, end, box, inside);
   if (!chains.Ready()) return;
   RowSweep sweep(job.stack, chains, line, inside);
-  bool changed = false;
   for (std::int32_t row = box.y0; row < box.y1; ++row) {
     if (chains.Count() == 0 && !inside(chains.Base())) {
       row = std::max(row, chains.NextRow());
       if (row >= box.y1) break;
     }
     const std::int32_t top = row * kRowHeight;
-    if (!chains.Enter(top, changed)) break;
-    changed = sweep.Add(top);
+    if (!chains.Enter(top)) break;
+    sweep.Add(top);
     painter.GoTo(row);
     line.Paint(painter, job.style->lineBuffer, inside(chains.Base()));
   }

@@ -2,9 +2,9 @@
 #include "kalvora/raster/sweep/ActiveChains.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "kalvora/raster/KStack.h"
-#include "kalvora/raster/ring.h"
 #include "kalvora/raster/sweep/sorting.h"
 
 namespace kalvora {
@@ -19,20 +19,21 @@ std::int32_t Border(std::int32_t column) {
   return std::min(column, (kFarthestX >> 16) + 1) * kRowHeight;
 }
 
-// Ascending x; at equal x chains that are there before those about to start, and the one that leans
-// further left first. The order does not depend on what lies outside the clip.
-bool Before(const RowEntry& a, const RowEntry& b) {
-  if (a.low != b.low) return a.low < b.low;
-  const Chain& p = *a.chain;
-  const Chain& q = *b.chain;
-  if (p.starts != q.starts) return q.starts;
-  if (!p.starts && p.edge.ratio != q.edge.ratio) return p.edge.ratio < q.edge.ratio;
-  return p.order < q.order;
-}
-
-bool WakesLater(const RowEntry& a, const RowEntry& b) { return a.low > b.low; }
+bool EntryIsLeft(const RowEntry& a, const RowEntry& b) { return IsLeft(*a.chain, *b.chain); }
 
 }  // namespace
+
+// Of chains that have ended nobody asks any more how they leant.
+bool IsLeftAtSameX(const Chain& p, const Chain& q) {
+  if (p.starts != q.starts) return q.starts;
+  if (p.ends != q.ends) return p.ends;
+  if (!p.starts && !p.ends) {
+    const std::int64_t a = (p.turns ? p.below : p.edge).ratio;
+    const std::int64_t b = (q.turns ? q.below : q.edge).ratio;
+    if (a != b) return a < b;
+  }
+  return p.order < q.order;
+}
 
 ActiveChains::ActiveChains(KStack* stack, const KMergeNode* begin, const KMergeNode* end,
                            const DrawnBox& box, const InsideRule& inside)
@@ -43,12 +44,17 @@ ActiveChains::ActiveChains(KStack* stack, const KMergeNode* begin, const KMergeN
       left_(Border(box.x0 - DrawnBox::kMargin)),
       right_(Border(box.x1 + DrawnBox::kMargin)),
       endRow_(box.y1),
+      base_(inside.outside),
       room_(2 * static_cast<std::size_t>(end - begin)),
       pool_(stack) {
-  if (room_ > UINT32_MAX / (2 * sizeof(RowEntry))) return;
-  entries_ =
-      static_cast<RowEntry*>(stack->Alloc(static_cast<unsigned>(2 * room_ * sizeof(RowEntry))));
-  if (entries_) spare_ = entries_ + room_;
+  constexpr std::size_t kEach = 2 * sizeof(RowEntry) + sizeof(Sleeper) + sizeof(Group);
+  if (room_ > UINT32_MAX / kEach) return;
+  entries_ = static_cast<RowEntry*>(stack->Alloc(static_cast<unsigned>(room_ * kEach)));
+  if (!entries_) return;
+  fresh_ = entries_ + room_;
+  sleepers_ = reinterpret_cast<Sleeper*>(fresh_ + room_);
+  groups_ = reinterpret_cast<Group*>(sleepers_ + room_);
+  FindNextRow();
 }
 
 ActiveChains::~ActiveChains() {
@@ -56,116 +62,41 @@ ActiveChains::~ActiveChains() {
   stack_->DeAlloc(entries_);
 }
 
-bool ActiveChains::Enter(std::int32_t top, bool changed) {
-  starts_ = false;
-  const bool due = NextRow() <= top >> 16;
-  if (!changed && !due) return true;
-  KeepSorted(top >> 16);
-  fresh_ = 0;
-  WakeChains(top);
-  if (!TakeNodes(top)) return false;
-  if (fresh_ > 0) MergeFresh();
-  FindRoles();
+bool ActiveChains::Enter(std::int32_t top) {
+  const std::int32_t row = top >> 16;
+  if (count_ > 0 &&
+      (entries_[0].chain->xBottom < left_ || entries_[count_ - 1].chain->xBottom >= right_)) {
+    ParkBeside(row);
+  }
+  if (nextRow_ <= row) {
+    freshCount_ = 0;
+    WakeChains(top);
+    if (!TakeNodes(top)) return false;
+    FindNextRow();
+    if (freshCount_ > 0) MergeFresh();
+  }
+  if (rolesAreOld_) FindRoles();
   return true;
 }
 
-std::int32_t ActiveChains::NextRow() const {
-  std::int32_t row = kNever;
-  if (node_ != nodesEnd_) row = node_->vertex->y.raw >> 16;
-  if (sleepers_ > 0) row = std::min(row, spare_[0].low);
-  return row;
+void ActiveChains::FindNextRow() {
+  nextRow_ = node_ == nodesEnd_ ? kNever : node_->vertex->y.raw >> 16;
+  if (sleeperCount_ > 0) nextRow_ = std::min(nextRow_, sleepers_[0].row);
 }
 
-// Drops the chains that ended or fall asleep, and sorts the others.
-void ActiveChains::KeepSorted(std::int32_t row) {
-  std::size_t kept = 0;
-  for (std::size_t i = 0; i < count_; ++i) {
-    Chain* chain = entries_[i].chain;
-    if (chain->ends) {
-      pool_.Give(chain);
-      continue;
-    }
-    if (chain->turns) {
-      chain->edge = chain->below;
-      chain->turns = false;
-    }
-    chain->starts = false;
-    chain->x = chain->xBottom;
-    if ((chain->x < left_ || chain->x >= right_) && Park(chain, row)) continue;
-    entries_[kept++] = {chain->x, 0, chain};
-  }
-  count_ = kept;
-  SortNearlySorted(entries_, count_, Before);
-}
-
-bool ActiveChains::TakeNodes(std::int32_t top) {
-  for (; node_ != nodesEnd_ && std::int64_t{node_->vertex->y.raw} < std::int64_t{top} + kRowHeight;
-       ++node_) {
-    if (!StartChain(*node_, -1, top) || !StartChain(*node_, 1, top)) return false;
-  }
-  return true;
-}
-
-// A chain that ends above the row is left out.
-bool ActiveChains::StartChain(const KMergeNode& node, std::int32_t direction, std::int32_t top) {
-  Chain* chain = pool_.Take();
-  if (!chain) return false;
-  const std::int32_t y = node.vertex->y.raw;
-  const std::int32_t x = HoldX(node.vertex->x);
-  Extent passed{x, x};
-  ++order_;
-  if (!chain->edge.Find(node.vertex, direction, std::max(y, top), passed)) {
-    pool_.Give(chain);
-    return true;
-  }
-  chain->starts = y > top;
-  chain->x = chain->edge.x0;
-  chain->winding = direction;
-  chain->isClip = node.kind != 0;
-  chain->order = order_;
-  if (!chain->starts) {
-    chain->edge.NeedRatio();
-    chain->x = chain->edge.XAt(top);
-    chain->travel = chain->edge.TravelTo(top);
-  }
-  chain->xBottom = chain->starts ? x : chain->x;
-  // On the left a chain matters to its pair in the row where they start.
-  const bool unseen =
-      chain->starts ? std::min(chain->x, x) >= right_ : chain->x < left_ || chain->x >= right_;
-  if (unseen && Park(chain, top >> 16)) return true;
-  starts_ = starts_ || chain->starts;
-  AddFresh(chain);
-  return true;
-}
-
-void ActiveChains::AddFresh(Chain* chain) {
-  chain->turns = chain->ends = false;
-  ++fresh_;
-  spare_[room_ - fresh_] = {chain->x, 0, chain};
-}
-
-void ActiveChains::MergeFresh() {
-  const RowEntry* from = spare_ + (room_ - fresh_);
-  SortNearlySorted(spare_ + (room_ - fresh_), fresh_, Before);
-  std::size_t old = count_;
-  count_ += fresh_;
-  std::size_t to = count_;
-  for (std::size_t left = fresh_; left > 0;) {
-    if (old > 0 && Before(from[left - 1], entries_[old - 1])) {
-      entries_[--to] = entries_[--old];
-    } else {
-      entries_[--to] = from[--left];
-    }
-  }
-}
-
-void ActiveChains::FindRoles() {
-  Winding winding = base_;
+void ActiveChains::Reorder(const Group& group) {
+  RowEntry* const entries = entries_ + group.first;
+  const std::size_t count = group.end - group.first;
+  const Winding right = entries[count - 1].chain->after;
+  for (std::size_t i = 0; i < count; ++i) entries[i].chain->starts = false;
+  SortNearlySorted(entries, count, EntryIsLeft);
+  Winding winding = LeftOf(group.first);
   bool inside = inside_(winding);
-  for (std::size_t i = 0; i < count_; ++i) {
-    Chain& chain = *entries_[i].chain;
-    chain.role = 0;
-    if (!chain.starts) {
+  for (std::size_t i = 0; i < count; ++i) {
+    Chain& chain = *entries[i].chain;
+    if (chain.ends) {
+      HasEnded(group.first + i);
+    } else {
       winding.Pass(chain);
       const bool now = inside_(winding);
       chain.role = static_cast<std::int8_t>(int{now} - int{inside});
@@ -173,12 +104,154 @@ void ActiveChains::FindRoles() {
     }
     chain.after = winding;
   }
+  // The partner of one that started or ended may lie asleep beside the clip.
+  if (!(winding == right)) rolesAreOld_ = true;
+}
+
+void ActiveChains::DropEnded() {
+  if (firstEnded_ >= count_) return;
+  std::size_t kept = firstEnded_;
+  for (std::size_t i = firstEnded_; i < count_; ++i) {
+    Chain* chain = entries_[i].chain;
+    if (chain->ends) {
+      // It was in no group: its partner is asleep.
+      if (!(chain->after == LeftOf(kept))) rolesAreOld_ = true;
+      pool_.Give(chain);
+    } else {
+      entries_[kept++] = entries_[i];
+    }
+  }
+  count_ = kept;
+  firstEnded_ = SIZE_MAX;
+}
+
+bool ActiveChains::TakeNodes(std::int32_t top) {
+  for (; node_ != nodesEnd_ && std::int64_t{node_->vertex->y.raw} < std::int64_t{top} + kRowHeight;
+       ++node_) {
+    if (!StartPair(*node_, top)) return false;
+  }
+  return true;
+}
+
+bool ActiveChains::StartPair(const KMergeNode& node, std::int32_t top) {
+  Chain* const pair[] = {pool_.Take(), pool_.Take()};
+  if (!pair[0] || !pair[1]) return false;
+  SlopedEdge &a = pair[0]->edge, &b = pair[1]->edge;
+  Extent passed{0, 0};
+  const std::int32_t y = std::max(node.vertex->y.raw, top);
+  const bool found[] = {a.Find(node.vertex, -1, y, passed), b.Find(node.vertex, 1, y, passed)};
+  for (const std::uint32_t i : {0, 1}) {
+    Chain* chain = pair[i];
+    chain->winding = i == 0 ? -1 : 1;
+    chain->order = order_++;
+    // A chain that ends above the row is left out.
+    if (found[i]) {
+      Start(chain, node, top);
+    } else {
+      pool_.Give(chain);
+    }
+  }
+  return true;
+}
+
+void ActiveChains::Start(Chain* chain, const KMergeNode& node, std::int32_t top) {
+  chain->isClip = node.kind != 0;
+  chain->role = 0;
+  chain->starts = node.vertex->y.raw > top;
+  if (!chain->starts) return ComeIn(chain, top);
+  chain->x = HoldX(node.vertex->x);
+  chain->xBottom = chain->edge.x0;
+  // On the left a chain matters to its pair in the row where they start.
+  const bool unseen = std::min(chain->x, chain->xBottom) >= right_;
+  if (!unseen || !Park(chain, top >> 16)) AddFresh(chain, Chain::kNotStraight);
+}
+
+// A chain that is there at the row's top.
+void ActiveChains::ComeIn(Chain* chain, std::int32_t top) {
+  chain->edge.NeedRatio();
+  chain->starts = false;
+  chain->place = chain->edge.PlaceAt(top);
+  chain->x = chain->xBottom = SlopedEdge::XOf(chain->place);
+  rolesAreOld_ = true;
+  if (!IsBeside(chain->x) || !Park(chain, top >> 16)) AddFresh(chain, chain->edge.y1);
+}
+
+void ActiveChains::AddFresh(Chain* chain, std::int32_t straightTo) {
+  chain->turns = chain->ends = false;
+  chain->straightTo = straightTo;
+  fresh_[freshCount_++].chain = chain;
+}
+
+// Those that start change no winding but among themselves.
+void ActiveChains::MergeFresh() {
+  SortNearlySorted(fresh_, freshCount_, EntryIsLeft);
+  std::size_t old = count_;
+  count_ += freshCount_;
+  Chain* right = nullptr;  // the one placed before, if it is fresh
+  for (std::size_t to = count_, left = freshCount_; left > 0;) {
+    Chain* chain = fresh_[left - 1].chain;
+    if (old > 0 && IsLeft(*chain, *entries_[old - 1].chain)) {
+      entries_[--to] = entries_[--old];
+      right = nullptr;
+      continue;
+    }
+    --left;
+    entries_[--to].chain = chain;
+    chain->after = LeftOf(old);
+    if (right && ArePair(*chain, *right)) AssumeRoles(chain, right);
+    right = chain;
+  }
+}
+
+// Of a pair that starts in the row: as if it kept its order and met no other.
+void ActiveChains::AssumeRoles(Chain* a, Chain* b) const {
+  Winding winding = a->after;
+  const bool outside = inside_(winding);
+  if (StartsLeft(b->edge, a->edge)) std::swap(a, b);
+  winding.Pass(*a);
+  a->role = static_cast<std::int8_t>(int{inside_(winding)} - int{outside});
+  b->role = static_cast<std::int8_t>(-a->role);
+}
+
+void ActiveChains::FindRoles() {
+  Winding winding = base_;
+  bool inside = inside_(winding);
+  for (std::size_t i = 0; i < count_; ++i) {
+    Chain& chain = *entries_[i].chain;
+    if (!chain.starts) {
+      winding.Pass(chain);
+      const bool now = inside_(winding);
+      chain.role = static_cast<std::int8_t>(int{now} - int{inside});
+      inside = now;
+    }
+    chain.after = winding;
+    if (chain.starts && i > 0 && ArePair(*entries_[i - 1].chain, chain)) {
+      AssumeRoles(entries_[i - 1].chain, &chain);
+    }
+  }
+  rolesAreOld_ = false;
+}
+
+// Chains beside the columns drawn are the first and the last.
+void ActiveChains::ParkBeside(std::int32_t row) {
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < count_; ++i) {
+    Chain* chain = entries_[i].chain;
+    if (IsBeside(chain->xBottom)) {
+      chain->TakeBelow();
+      chain->x = chain->xBottom;
+      if (Park(chain, row)) continue;
+    }
+    entries_[kept++] = entries_[i];
+  }
+  count_ = kept;
 }
 
 // Puts a chain to sleep, or drops it, when it is beside the columns drawn for some rows from `row`
-// on. The chain's x is where it comes into that row.
+// on. The chain's xBottom is where it comes into that row.
 bool ActiveChains::Park(Chain* chain, std::int32_t row) {
-  const bool left = chain->x < left_;
+  const std::int32_t x = chain->xBottom;
+  const bool left = x < left_;
   std::int32_t wake = kNever;
   chain->below.lower = nullptr;
   if (IsBeside(chain->edge.x1, left)) {
@@ -187,16 +260,19 @@ bool ActiveChains::Park(Chain* chain, std::int32_t row) {
     // The edge comes in: it sleeps while it is more than a row away from doing so.
     chain->edge.NeedRatio();
     const std::int64_t aRow = chain->edge.ratio >> 16;
-    const std::int64_t far = std::int64_t{left ? left_ : right_} - chain->x;
+    const std::int64_t far = std::int64_t{left ? left_ : right_} - x;
     const std::int64_t rows = aRow == 0 ? 0 : far / aRow - 1;
     wake = static_cast<std::int32_t>(std::min<std::int64_t>(row + rows, chain->edge.y1 >> 16));
   }
   if (wake - row < kShortSleep && wake != kNever) return false;
   if (left) base_.Pass(*chain);
+  rolesAreOld_ = true;
   if (wake >= endRow_) {
     pool_.Give(chain);
   } else {
-    Sleep(wake, left, chain);
+    sleepers_[sleeperCount_++] = {wake, left, chain};
+    std::push_heap(sleepers_, sleepers_ + sleeperCount_, WakesLater);
+    nextRow_ = std::min(nextRow_, wake);
   }
   return true;
 }
@@ -219,29 +295,21 @@ std::int32_t ActiveChains::FollowBeside(Chain* chain, bool left) {
   }
 }
 
-void ActiveChains::Sleep(std::int32_t row, bool left, Chain* chain) {
-  spare_[sleepers_++] = {row, left, chain};
-  std::push_heap(spare_, spare_ + sleepers_, WakesLater);
-}
-
 void ActiveChains::WakeChains(std::int32_t top) {
-  while (sleepers_ > 0 && spare_[0].low <= top >> 16) {
-    std::pop_heap(spare_, spare_ + sleepers_, WakesLater);
-    const RowEntry sleeper = spare_[--sleepers_];
+  while (sleeperCount_ > 0 && sleepers_[0].row <= top >> 16) {
+    std::pop_heap(sleepers_, sleepers_ + sleeperCount_, WakesLater);
+    const Sleeper& sleeper = sleepers_[--sleeperCount_];
     Chain* chain = sleeper.chain;
-    if (sleeper.high) (chain->isClip ? base_.clip : base_.shape) -= chain->winding;
+    if (sleeper.left) (chain->isClip ? base_.clip : base_.shape) -= chain->winding;
     Extent passed{0, 0};
     const KVertex2D* v = chain->below.lower;
     if (!v && chain->edge.y1 <= top) v = chain->edge.lower;
     if (v && !chain->edge.Find(v, chain->winding, top, passed)) {
+      rolesAreOld_ = true;
       pool_.Give(chain);
-      continue;
+    } else {
+      ComeIn(chain, top);
     }
-    chain->edge.NeedRatio();
-    chain->travel = chain->edge.TravelTo(top);
-    chain->x = chain->xBottom = chain->edge.XAt(top);
-    chain->starts = false;
-    AddFresh(chain);
   }
 }
 

@@ -25,12 +25,12 @@ struct Winding {
 /// Which places are painted.
 struct InsideRule {
   KFillRule shape;
-  KFillRule clip;
-  bool clipped;  ///< there is a clip path
+  KFillRule clip;   ///< of the clip path
+  Winding outside;  ///< around what lies beyond all chains; without a clip path that is inside it
 
-  bool operator()(const Winding& w) const {
-    return (w.shape & shape) != 0 && (!clipped || (w.clip & clip) != 0);
-  }
+  InsideRule(KFillRule shapeRule, bool clipped, KFillRule clipRule)
+      : shape(shapeRule), clip(clipped ? clipRule : 1), outside{0, clipped ? 0 : 1} {}
+  bool operator()(const Winding& w) const { return (w.shape & shape) != 0 && (w.clip & clip) != 0; }
 };
 
 /// An active edge and the chain that it belongs to.
@@ -38,33 +38,53 @@ struct InsideRule {
 /// From its top vertex a ring descends two ways, backward and forward, to the next vertices from
 /// which it rises. A chain's role is what its crossing from left to right changes: 1 where painting
 /// begins, -1 where it ends, 0 where nothing changes.
-struct Chain {
+struct alignas(64) Chain {
+  // What a row reads of a chain that goes straight through it.
   SlopedEdge edge;       // on which it comes into the row
-  std::uint64_t travel;  // at the row's lower border
+  std::uint64_t place;   // at the row's lower border; see SlopedEdge::PlaceAt
   std::int32_t x;        // where it comes into the row: at its top, or where it starts
-  std::int32_t xBottom;  // at the row's lower border; for a chain about to start, where that is
-  std::int32_t winding;  // -1 backward, +1 forward through the ring: what it counts, and how it is
-                         // walked
+  std::int32_t xBottom;  // at the row's lower border; before the row is walked: the x by which it
+                         // is sorted, where it comes in
+  std::int32_t straightTo;  // it has no vertices above that y; kNotStraight: it has to be looked at
   std::int8_t role;
-  bool isClip;
-  bool starts;          // inside the row
+  std::int8_t winding;  // -1 backward, +1 forward through the ring: what it counts, and how it is
+                        // walked
+  bool starts;          // inside the row; before it is walked, x is where its node is
   bool turns;           // it has vertices inside the row or at its lower border: `below` is set
-  bool ends;            // inside the row or at its lower border
+
+  bool ends;  // inside the row or at its lower border
+  bool isClip;
+  std::uint8_t slot;    // its place in its block
   std::uint32_t order;  // of its node among all, and of it in its pair
   Winding after;        // to the right of it, at the row's top
 
-  SlopedEdge below;  // on which it leaves the row, when it turns
+  SlopedEdge below;   // on which it leaves the row, when it turns and does not end
+  ChainBlock* block;  // where it belongs
 
-  ChainBlock* block;  // where the slot belongs
-  std::uint32_t bit;  // the slot's bit in the block's mask
+  static constexpr std::int32_t kNotStraight = INT32_MIN;
+
+  /// Goes over to the edge on which it left the row before.
+  void TakeBelow() {
+    if (!turns) return;
+    edge = below;
+    turns = false;
+    straightTo = edge.y1;
+  }
 };
 
 inline void Winding::Pass(const Chain& chain) { (chain.isClip ? clip : shape) += chain.winding; }
 
-/// A chain in the row's order, and the columns it touches in the row.
+/// The order of chains that come into a row: ascending x; at equal x chains that are there before
+/// those about to start, and the one that leans further left first. It does not depend on what lies
+/// outside the clip.
+bool IsLeftAtSameX(const Chain& p, const Chain& q);
+inline bool IsLeft(const Chain& p, const Chain& q) {
+  return p.xBottom != q.xBottom ? p.xBottom < q.xBottom : IsLeftAtSameX(p, q);
+}
+
+/// A chain in the row's order.
 struct RowEntry {
-  std::int32_t low;  // before the row is walked: the x by which it is sorted
-  std::int32_t high;
+  std::int32_t reached;  // the furthest x that it and all before it touch in the row
   Chain* chain;
 };
 

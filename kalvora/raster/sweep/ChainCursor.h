@@ -5,24 +5,26 @@
 #include <cstdint>
 
 #include "kalvora/raster/sweep/Chain.h"
+#include "kalvora/raster/sweep/longdivision.h"
 
 namespace kalvora {
 
 /// The piece of a chain between two heights of a row: from the row's top or a vertex to the next
-/// vertex or the row's bottom. `top` and `end` are heights in the row.
+/// vertex or the row's bottom. `top` and `end` are heights in the row. Stays where it is.
 struct ChainCursor {
-  SlopedEdge edge;
+  SlopedEdge* edge;
   std::int32_t top, xTop;
   std::int32_t end, xEnd;
   std::int32_t rowTop;
 
-  void Begin(const Chain& chain, std::int32_t y) {
+  void Begin(Chain& chain, std::int32_t y) {
     rowTop = y;
-    edge = chain.edge;
-    top = chain.starts ? Height(edge.y0) : 0;
+    edge = &chain.edge;
+    top = chain.starts ? Height(edge->y0) : 0;
     xTop = chain.x;
-    if (chain.starts || chain.turns) {
-      FindEnd();
+    if (chain.turns) {
+      end = Height(edge->y1);
+      xEnd = edge->x1;
     } else {
       end = kWholeHeight;
       xEnd = chain.xBottom;
@@ -31,33 +33,45 @@ struct ChainCursor {
   /// Goes on to the piece below. False when the chain ends.
   bool Next(std::int32_t direction) {
     Extent passed{0, 0};
-    if (!edge.Continue(direction, edge.y1, passed)) return false;
+    if (!below_.Find(edge->lower, direction, edge->y1, passed)) return false;
+    edge = &below_;
     top = end;
-    xTop = edge.x0;
-    FindEnd();
+    xTop = edge->x0;
+    if (edge->y1 <= rowTop + kRowHeight) {
+      end = Height(edge->y1);
+      xEnd = edge->x1;
+    } else {
+      edge->NeedRatio();
+      end = kWholeHeight;
+      xEnd = edge->XAt(rowTop + kRowHeight);
+    }
     return true;
   }
   /// x at height y within the piece.
   std::int32_t XAt(std::int32_t y) {
     if (y == end) return xEnd;
     if (y == top) return xTop;
-    edge.NeedRatio();
-    return edge.XAt(rowTop, y);
+    edge->NeedRatio();
+    return edge->XAt(rowTop, y);
   }
 
  private:
   std::int32_t Height(std::int32_t y) const { return (y - rowTop) * (1 << kHeightBits); }
-  void FindEnd() {
-    if (edge.y1 <= rowTop + kRowHeight) {
-      end = Height(edge.y1);
-      xEnd = edge.x1;
-    } else {
-      edge.NeedRatio();
-      end = kWholeHeight;
-      xEnd = edge.XAt(rowTop + kRowHeight);
-    }
-  }
+
+  SlopedEdge below_;
 };
+
+/// Where two pieces cross, of which the left one is `before` (0 or more) units of x away from the
+/// other at the top of what they have in common, and `after` (more than 0) beyond it `height`
+/// below: up to two units below where they meet.
+inline std::int32_t CrossingHeight(std::int32_t before, std::int32_t after, std::int32_t height) {
+  const auto part = static_cast<std::uint32_t>(before);
+  const std::uint32_t whole = part + static_cast<std::uint32_t>(after);
+  const std::uint64_t meet =
+      (FractionOf(part, whole) + std::uint64_t{1}) * static_cast<std::uint32_t>(height) >> 32;
+  return static_cast<std::int32_t>(
+      std::min<std::uint64_t>(meet + 1, static_cast<std::uint32_t>(height)));
+}
 
 }  // namespace kalvora
 

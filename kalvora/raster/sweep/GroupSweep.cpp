@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "kalvora/raster/KStack.h"
-#include "kalvora/raster/sweep/longdivision.h"
 
 namespace kalvora {
 namespace {
@@ -13,16 +12,11 @@ namespace {
 bool AreInverted(ChainCursor& a, ChainCursor& b, std::int32_t y) { return a.XAt(y) > b.XAt(y); }
 
 // Where two pieces cross that are inverted at y, the lower end of what they have in common: from
-// their own heights only, and up to two units below where they meet.
+// their own heights only.
 std::int32_t CrossingOf(ChainCursor& a, ChainCursor& b, std::int32_t y) {
   const std::int32_t from = std::max(a.top, b.top);
   const std::int32_t before = b.XAt(from) - a.XAt(from);
-  if (before <= 0) return from;
-  const auto part = static_cast<std::uint32_t>(before);
-  const std::uint32_t whole = part + static_cast<std::uint32_t>(a.XAt(y) - b.XAt(y));
-  const auto height = static_cast<std::uint32_t>(y - from);
-  const std::uint64_t meet = (FractionOf(part, whole) + std::uint64_t{1}) * height >> 32;
-  return from + static_cast<std::int32_t>(std::min<std::uint64_t>(meet + 1, height));
+  return before <= 0 ? from : from + CrossingHeight(before, a.XAt(y) - b.XAt(y), y - from);
 }
 
 }  // namespace
@@ -47,10 +41,11 @@ void GroupSweep::Prepare(const RowEntry* entries) {
   Cursor* last = &head_;
   for (std::uint32_t i = 0; i < count_; ++i) {
     Cursor& cursor = cursors_[i];
-    const Chain& chain = *entries[i].chain;
+    Chain& chain = *entries[i].chain;
     cursor.Begin(chain, top_);
     cursor.chain = &chain;
-    cursor.role = cursor.assumed = chain.starts ? std::int8_t{0} : chain.role;
+    cursor.assumed = chain.role;
+    cursor.role = chain.starts ? std::int8_t{0} : chain.role;
     cursor.after = chain.after;
     cursor.next = nullptr;
     cursor.listed = !chain.starts;
@@ -120,7 +115,7 @@ std::uint32_t GroupSweep::NextEvent(Cursor& cursor) {
 
 void GroupSweep::AddDownTo(Cursor& cursor, std::int32_t y, std::int32_t weight) {
   if (weight == 0 || y == cursor.top) return;
-  line_.Add(cursor.edge, cursor.xTop, cursor.XAt(y), y - cursor.top, weight);
+  line_.Add(*cursor.edge, cursor.xTop, cursor.XAt(y), y - cursor.top, weight);
 }
 
 void GroupSweep::EndPiece(Cursor& cursor, EventTree& tree) {

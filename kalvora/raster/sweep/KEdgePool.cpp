@@ -36,13 +36,12 @@ bool KEdgePool::AddBlock() {
 Chain* KEdgePool::Take() {
   if (!free_ && !AddBlock()) return nullptr;
   ChainBlock* block = free_;
-  const std::uint32_t taken = block->mask | (block->mask + 1);
-  const std::uint32_t bit = taken & ~block->mask;
-  block->mask = taken;
-  if (taken == UINT32_MAX) free_ = block->nextFree;
-  Chain* edge = &block->slots[std::countr_zero(bit)];
+  const int slot = std::countr_one(block->mask);
+  block->mask |= std::uint32_t{1} << slot;
+  if (block->mask == UINT32_MAX) free_ = block->nextFree;
+  Chain* edge = &block->slots[slot];
   edge->block = block;
-  edge->bit = bit;
+  edge->slot = static_cast<std::uint8_t>(slot);
   return edge;
 }
 
@@ -52,7 +51,7 @@ void KEdgePool::Give(Chain* edge) {
     block->nextFree = free_;
     free_ = block;
   }
-  block->mask &= ~edge->bit;
+  block->mask &= ~(std::uint32_t{1} << edge->slot);
 }
 
 }  // namespace kalvora

@@ -1,8 +1,7 @@
-// RowSweep: the one pass over a row's chains, and the division of those that meet into groups.
+// RowSweep: the one pass over a row's chains, and the groups of those that meet.
 #include "kalvora/raster/sweep/RowSweep.h"
 
 #include <algorithm>
-#include <utility>
 
 #include "kalvora/raster/sweep/ChainCursor.h"
 #include "kalvora/raster/sweep/GroupSweep.h"
@@ -10,59 +9,68 @@
 namespace kalvora {
 namespace {
 
-constexpr std::int32_t kRowsAwake = 8;
-
-// 1 when a is left of b, -1 when it is right of it.
-int Order(std::int32_t a, std::int32_t b) { return a < b ? 1 : a > b ? -1 : 0; }
+// Whether the chains, which go straight through the row, cross at most in pairs: those of one pair
+// cross no other.
+bool CrossInPairs(const RowEntry* entries, std::size_t count) {
+  std::int32_t reached = INT32_MIN;
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::int32_t x = entries[i].chain->xBottom;
+    if (x < reached) return false;
+    if (i + 1 < count && entries[i + 1].chain->xBottom < x) {
+      if (entries[++i].chain->xBottom < reached) return false;
+    }
+    reached = x;
+  }
+  return true;
+}
 
 }  // namespace
 
-bool RowSweep::Add(std::int32_t top) {
+void RowSweep::Add(std::int32_t top) {
   top_ = top;
   bottom_ = top + kRowHeight;
-  // Every few rows chains that have gone beside the clip are looked for, whatever happens here.
-  changed_ = chains_.Starts() || (top >> 16) % kRowsAwake == 0;
-  if (AddPieces() || chains_.Starts()) {
-    changed_ = true;
-    SolveGroups();
-  }
-  return changed_;
+  groupCount_ = 0;
+  AddPieces();
+  // From right to left: what is to the left of a group is still as at the row's top.
+  while (groupCount_ > 0) SolveGroup(chains_.Groups()[--groupCount_]);
+  chains_.DropEnded();
 }
 
-// One pass from left to right. True when some chains touch the same columns.
-bool RowSweep::AddPieces() {
-  bool meet = false;
+// One pass from left to right.
+void RowSweep::AddPieces() {
+  RowEntry* const entries = chains_.Entries();
+  const auto count = static_cast<std::uint32_t>(chains_.Count());
   std::int32_t reached = INT32_MIN;
-  RowEntry* const end = chains_.Entries() + chains_.Count();
-  for (RowEntry* entry = chains_.Entries(); entry != end; ++entry) {
-    Chain& chain = *entry->chain;
-    if (chain.starts || chain.turns || chain.edge.y1 <= bottom_) {
-      Walk(*entry);
+  for (std::uint32_t i = 0; i < count; ++i) {
+    Chain& chain = *entries[i].chain;
+    Extent extent;
+    bool joins = false;
+    if (chain.straightTo <= bottom_ && (chain.TakeBelow(), chain.straightTo <= bottom_)) {
+      extent = Walk(chain);
+      if (chain.ends) chains_.HasEnded(i);
+      joins = chain.starts;
     } else {
       chain.x = chain.xBottom;
-      chain.travel += static_cast<std::uint64_t>(chain.edge.ratio) << 16;
-      chain.xBottom = chain.edge.AfterTravel(chain.travel);
+      chain.place += static_cast<std::uint64_t>(chain.edge.ratio) << 16;
+      chain.xBottom = SlopedEdge::XOf(chain.place);
       if (chain.role != 0) line_.Add(chain.edge, chain.x, chain.xBottom, kWholeHeight, chain.role);
-      entry->low = std::min(chain.x, chain.xBottom);
-      entry->high = std::max(chain.x, chain.xBottom);
+      extent = {std::min(chain.x, chain.xBottom), std::max(chain.x, chain.xBottom)};
     }
-    meet = meet || entry->low <= reached;
-    reached = std::max(reached, entry->high);
+    if (extent.low <= reached || joins) Join(i, extent.low);
+    entries[i].reached = reached = std::max(reached, extent.high);
   }
-  return meet;
 }
 
-// A chain with vertices in the row, or one that had some in the row before.
-void RowSweep::Walk(RowEntry& entry) {
-  Chain& chain = *entry.chain;
-  if (chain.turns) chain.edge = chain.below;
-  if (!chain.starts) chain.x = chain.xBottom;
-  chain.turns = chain.edge.y1 <= bottom_;
-  std::int32_t x = chain.x;
-  std::int32_t y = chain.starts ? chain.edge.y0 : top_;
-  Extent extent{x, x};
-  if (chain.starts) extent.Include(chain.xBottom);
+// A chain with vertices in the row, or one that starts.
+Extent RowSweep::Walk(Chain& chain) {
   SlopedEdge* at = &chain.edge;
+  std::int32_t x = chain.xBottom;
+  std::int32_t y = chain.starts ? at->y0 : top_;
+  Extent extent{x, x};
+  if (chain.starts) extent.Include(chain.x);
+  chain.x = x;
+  chain.turns = at->y1 <= bottom_;
+  chain.straightTo = chain.turns ? Chain::kNotStraight : at->y1;
   while (at->y1 <= bottom_) {
     if (chain.role != 0) line_.Add(*at, x, at->x1, (at->y1 - y) << kHeightBits, chain.role);
     y = at->y1;
@@ -72,112 +80,126 @@ void RowSweep::Walk(RowEntry& entry) {
     if (!at->Find(vertex, chain.winding, y, extent)) {
       extent.Include(x);
       chain.xBottom = x;
-      chain.ends = changed_ = true;
-      entry.low = extent.low;
-      entry.high = extent.high;
-      return;
+      chain.ends = true;
+      return extent;
     }
     x = at->x0;
   }
-  SlopedEdge& edge = *at;
-  edge.NeedRatio();
-  chain.travel = edge.TravelTo(bottom_);
-  chain.xBottom = edge.AfterTravel(chain.travel);
+  at->NeedRatio();
+  chain.place = at->PlaceAt(bottom_);
+  chain.xBottom = SlopedEdge::XOf(chain.place);
   if (chain.role != 0 && y < bottom_) {
-    line_.Add(edge, x, chain.xBottom, (bottom_ - y) << kHeightBits, chain.role);
+    line_.Add(*at, x, chain.xBottom, (bottom_ - y) << kHeightBits, chain.role);
   }
   extent.Include(chain.xBottom);
-  entry.low = extent.low;
-  entry.high = extent.high;
+  return extent;
 }
 
-// Chains belong together when they touch the same columns. The entries are sorted by an x that each
+// Chains belong together when they touch the same x. The entries are sorted by an x that each
 // touches, so a group is a range of them: it ends where all before lie left of all that follow.
 // Starts and ends come in pairs of one group, so between groups no winding changes.
-void RowSweep::SolveGroups() {
-  RowEntry* const entries = chains_.Entries();
-  const std::size_t count = chains_.Count();
-  for (std::size_t i = count; i-- > 1;) {
-    entries[i - 1].low = std::min(entries[i - 1].low, entries[i].low);
+//
+// The entry is joined with all from the first one on that reaches as far as it does, and so with
+// the groups among them.
+void RowSweep::Join(std::uint32_t entry, std::int32_t low) {
+  const RowEntry* const entries = chains_.Entries();
+  Group* const groups = chains_.Groups();
+  std::uint32_t first = entry;
+  while (first > 0 && entries[first - 1].reached >= low) {
+    if (groupCount_ > 0 && groups[groupCount_ - 1].end == first) {
+      first = groups[--groupCount_].first;
+    } else {
+      --first;
+    }
   }
-  std::size_t first = 0;
-  std::int32_t reached = INT32_MIN;
-  for (std::size_t i = 0; i < count; ++i) {
-    reached = std::max(reached, entries[i].high);
-    if (i + 1 < count && entries[i + 1].low <= reached) continue;
-    if (i > first || entries[i].chain->starts) SolveGroup(entries + first, i + 1 - first);
-    first = i + 1;
-  }
+  groups[groupCount_++] = {first, entry + 1};
 }
 
-void RowSweep::SolveGroup(RowEntry* first, std::size_t count) {
-  const Winding left = first == chains_.Entries() ? chains_.Base() : first[-1].chain->after;
-  bool upright = true;
+void RowSweep::SolveGroup(const Group& group) {
+  RowEntry* const first = chains_.Entries() + group.first;
+  const std::size_t count = group.end - group.first;
+  bool straight = true;
+  bool ordered = true;
   std::int32_t x = INT32_MIN;
   for (std::size_t i = 0; i < count; ++i) {
     const Chain& chain = *first[i].chain;
-    upright = upright && !chain.starts && !chain.turns && chain.xBottom >= x;
+    straight = straight && !chain.starts && !chain.turns;
+    ordered = ordered && chain.xBottom > x;
     x = chain.xBottom;
   }
-  if (upright) return;
-  if (count == 2 && SolvePair(*first[0].chain, *first[1].chain, left)) return;
-  GroupSweep sweep(stack_, line_, inside_, left, top_);
-  sweep.Run(first, count);
+  if (straight && ordered) return;
+  const bool solved = straight     ? SolveCrossings(group)
+                      : count == 2 ? PairKeepsOrder(*first[0].chain, *first[1].chain)
+                                   : false;
+  if (!solved) {
+    GroupSweep sweep(stack_, line_, inside_, chains_.LeftOf(group.first), top_);
+    sweep.Run(first, count);
+  }
+  chains_.Reorder(group);
 }
 
-// Two chains that have the row to themselves between their extents and, from where both begin to
-// where both end, keep their order. False when they do not.
-bool RowSweep::SolvePair(Chain& first, Chain& second, const Winding& left) {
+// Chains that go straight through the row. False when some cross more than one other.
+bool RowSweep::SolveCrossings(const Group& group) {
+  const RowEntry* const entries = chains_.Entries();
+  if (!CrossInPairs(entries + group.first, group.end - group.first)) return false;
+  for (std::uint32_t i = group.first; i + 1 < group.end; ++i) {
+    Chain &a = *entries[i].chain, &b = *entries[i + 1].chain;
+    if (b.xBottom < a.xBottom) Cross(a, b, chains_.LeftOf(i));
+  }
+  return true;
+}
+
+// What changes from where the two cross on. Mostly nothing does: both are inside or outside of
+// something else.
+void RowSweep::Cross(Chain& a, Chain& b, const Winding& left) {
+  Winding winding = left;
+  winding.Pass(b);
+  const int inside = inside_(winding);
+  const int aChange = int{inside_(b.after)} - inside - a.role;
+  const int bChange = inside - int{inside_(left)} - b.role;
+  if (aChange == 0 && bChange == 0) return;
+  const std::int32_t before = b.x - a.x;
+  const std::int32_t y =
+      before == 0 ? 0 : CrossingHeight(before, a.xBottom - b.xBottom, kWholeHeight);
+  if (y == kWholeHeight) return;
+  Change(a, y, aChange);
+  Change(b, y, bChange);
+}
+
+// The role of a chain that goes straight through the row changes at height y.
+void RowSweep::Change(Chain& chain, std::int32_t y, std::int32_t change) {
+  if (change == 0) return;
+  if (y > 0) line_.Add(chain.edge, chain.x, chain.edge.XAt(top_, y), y, -change);
+  line_.Add(chain.edge, chain.x, chain.xBottom, kWholeHeight, change);
+}
+
+// Whether two chains that have the row to themselves between their extents begin together, end
+// together, and keep their order in between. Then they have the roles that they came with.
+bool RowSweep::PairKeepsOrder(Chain& first, Chain& second) {
   if (first.starts != second.starts || first.ends != second.ends) return false;
+  if (first.starts && !chains_.ArePair(first, second)) return false;
+  const bool mirrored = first.starts && StartsLeft(second.edge, first.edge);
+  Chain &left = mirrored ? second : first, &right = mirrored ? first : second;
+  if (!left.turns && !right.turns) return left.xBottom <= right.xBottom;
   ChainCursor a, b;
-  a.Begin(first, top_);
-  b.Begin(second, top_);
-  if (a.top != b.top) return false;
-  // 1: the first is on the left; -1: the second; 0: unknown, both start at one vertex.
-  int order = first.starts ? Order(a.xTop, b.xTop) : 1;
+  a.Begin(left, top_);
+  b.Begin(right, top_);
   for (;;) {
     const std::int32_t y = std::min(a.end, b.end);
-    const int now = Order(a.XAt(y), b.XAt(y));
-    if (order == 0) order = now;
-    if (now != 0 && now != order) return false;
-    if (y == kWholeHeight) break;
+    if (a.XAt(y) > b.XAt(y)) return false;
+    if (y == kWholeHeight) return true;
     bool over = false;
     for (ChainCursor* cursor : {&a, &b}) {
       if (cursor->end != y) continue;
       const std::int32_t x = cursor->xEnd;
-      if (!cursor->Next((cursor == &a ? first : second).winding)) {
+      if (!cursor->Next((cursor == &a ? left : right).winding)) {
         over = true;
       } else if (cursor->xTop != x) {
         return false;
       }
     }
-    if (over) {
-      if (a.end != b.end) return false;
-      break;
-    }
+    if (over) return a.end == b.end;
   }
-  if (!first.starts) return true;
-  Chain& l = order < 0 ? second : first;
-  Chain& r = order < 0 ? first : second;
-  Winding winding = left;
-  const bool outside = inside_(winding);
-  winding.Pass(l);
-  const int role = int{inside_(winding)} - int{outside};
-  l.role = static_cast<std::int8_t>(role);
-  r.role = static_cast<std::int8_t>(-role);
-  if (role != 0) {
-    AddStarted(l);
-    AddStarted(r);
-  }
-  return true;
-}
-
-void RowSweep::AddStarted(Chain& chain) {
-  ChainCursor cursor;
-  cursor.Begin(chain, top_);
-  do {
-    line_.Add(cursor.edge, cursor.xTop, cursor.xEnd, cursor.end - cursor.top, chain.role);
-  } while (cursor.end != kWholeHeight && cursor.Next(chain.winding));
 }
 
 }  // namespace kalvora

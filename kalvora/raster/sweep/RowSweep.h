@@ -10,24 +10,27 @@
 namespace kalvora {
 
 /// Adds the pieces of all chains to the difference line, each with the role that its chain has at
-/// the row's top. Where chains touch the same columns, or some start, they form groups; there roles
-/// may change inside the row, and what follows from that is added by GroupSweep.
+/// the row's top. Where chains touch the same x, or some start, they form groups; there roles may
+/// change inside the row, and what follows from that is added besides.
 class RowSweep {
  public:
   RowSweep(KStack* stack, ActiveChains& chains, DifferenceLine& line, const InsideRule& inside)
       : stack_(stack), chains_(chains), line_(line), inside_(inside) {}
 
-  /// Adds the row with the given top, which `chains` has entered. True when it may have changed the
-  /// order of the chains, or some have ended or are about to turn beside the clip.
-  bool Add(std::int32_t top);
+  /// Adds the row with the given top, which `chains` has entered.
+  void Add(std::int32_t top);
 
  private:
-  void Walk(RowEntry& entry);
-  bool AddPieces();
-  void SolveGroups();
-  void SolveGroup(RowEntry* first, std::size_t count);
-  bool SolvePair(Chain& a, Chain& b, const Winding& left);
-  void AddStarted(Chain& chain);
+  using Group = ActiveChains::Group;
+
+  void AddPieces();
+  Extent Walk(Chain& chain);
+  void Join(std::uint32_t entry, std::int32_t low);
+  void SolveGroup(const Group& group);
+  bool SolveCrossings(const Group& group);
+  void Cross(Chain& a, Chain& b, const Winding& left);
+  void Change(Chain& chain, std::int32_t y, std::int32_t change);
+  bool PairKeepsOrder(Chain& a, Chain& b);
 
   KStack* stack_;
   ActiveChains& chains_;
@@ -35,7 +38,7 @@ class RowSweep {
   InsideRule inside_;
   std::int32_t top_ = 0;
   std::int32_t bottom_ = 0;
-  bool changed_ = false;
+  std::uint32_t groupCount_ = 0;
 };
 
 }  // namespace kalvora

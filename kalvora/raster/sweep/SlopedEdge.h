@@ -54,23 +54,21 @@ struct SlopedEdge {
     if (gain == 0) FindGain();
   }
 
-  /// x - x0 with 32 fraction bits and rounded up by half a unit, at y within the edge. One row
-  /// further down it is 65536 times the ratio more, exactly.
-  std::uint64_t TravelTo(std::int32_t y) const {
+  /// x with 32 more fraction bits and rounded up by half a unit, at y within the edge. One row
+  /// further down it is 65536 times the ratio more, exactly. The ratio must have been found.
+  std::uint64_t PlaceAt(std::int32_t y) const {
     const auto height = static_cast<std::uint64_t>(std::int64_t{y} - y0);
-    return static_cast<std::uint64_t>(ratio) * height + (std::uint64_t{1} << 31);
+    return (static_cast<std::uint64_t>(x0) << 32) + (std::uint64_t{1} << 31) +
+           static_cast<std::uint64_t>(ratio) * height;
   }
-  std::int32_t AfterTravel(std::uint64_t travel) const {
-    return x0 + static_cast<std::int32_t>(travel >> 32);
-  }
-  /// x at y; the ratio must have been found.
-  std::int32_t XAt(std::int32_t y) const { return y == y1 ? x1 : AfterTravel(TravelTo(y)); }
+  static std::int32_t XOf(std::uint64_t place) { return static_cast<std::int32_t>(place >> 32); }
+  /// x at y.
+  std::int32_t XAt(std::int32_t y) const { return y == y1 ? x1 : XOf(PlaceAt(y)); }
   /// x at a height below y.
   std::int32_t XAt(std::int32_t y, std::int32_t height) const {
     const std::int32_t units = height >> kHeightBits;
     const std::int32_t rest = height & ((1 << kHeightBits) - 1);
-    return AfterTravel(TravelTo(y + units) +
-                       static_cast<std::uint64_t>((ratio >> kHeightBits) * rest));
+    return XOf(PlaceAt(y + units) + static_cast<std::uint64_t>((ratio >> kHeightBits) * rest));
   }
 
  private:
@@ -78,6 +76,13 @@ struct SlopedEdge {
   void FindRatio();
   void FindGain();
 };
+
+/// Of two edges that begin at one height, whether `a` is left of the other at first.
+inline bool StartsLeft(const SlopedEdge& a, const SlopedEdge& b) {
+  if (a.x0 != b.x0) return a.x0 < b.x0;
+  return (std::int64_t{a.x1} - a.x0) * (std::int64_t{b.y1} - b.y0) <
+         (std::int64_t{b.x1} - b.x0) * (std::int64_t{a.y1} - a.y0);
+}
 
 }  // namespace kalvora
 

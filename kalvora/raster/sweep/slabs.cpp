@@ -28,11 +28,11 @@ void GroupSweep::DrawInSlabs(std::int32_t y) {
   std::uint32_t open = 0;
   for (std::uint32_t i = 0; i < count_; ++i) {
     Cursor& cursor = cursors_[i];
-    if (cursor.listed) {
-      AddDownTo(cursor, y, cursor.role);
+    if (cursor.listed) AddDownTo(cursor, y, cursor.role);
+    if (cursor.listed || (cursor.chain->starts && cursor.top >= y)) {
       AddDownTo(cursor, cursor.end, -cursor.assumed);
+      places[open++] = {0, &cursor};
     }
-    if (cursor.listed || (cursor.chain->starts && cursor.top >= y)) places[open++] = {0, &cursor};
   }
   const auto slabs = static_cast<std::int32_t>(
       std::clamp<std::uint32_t>(kSlabWork / count_, kFewestSlabs, kMostSlabs));
