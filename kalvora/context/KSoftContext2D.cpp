@@ -100,6 +100,7 @@ bool KSoftContext2D::NewLineBuffer(unsigned width) {
 }
 
 void KSoftContext2D::DropLineBuffer() {
+  mCanDraw = false;
   if (!mStyle) return;
   if (mStyle->ownsLineBuffer) std::free(mStyle->lineBuffer);
   mStyle->lineBuffer = nullptr;
@@ -119,13 +120,15 @@ void KSoftContext2D::ResetState() {
   mFill.opacity = 256;
   mFillRule = KFillNonZero;
   ResetStroke();
+  NoteTarget();
 }
 
-// A target that can be drawn into has fillers, 32-bit pixels and a coverage line.
-bool KSoftContext2D::CanDraw() const {
+// A target that can be drawn into has fillers, 32-bit pixels and a coverage line. Looked at with
+// each bind and flip, so that draws need not.
+void KSoftContext2D::NoteTarget() {
   const bool drawable = mTarget.format == KFormat0888PM || mTarget.format == KFormat8888PM;
-  return drawable && mStripInit && mTarget.HasWords() && mStyle && mClipRings &&
-         mStyle->lineBuffer && stack && mTarget.width != 0 && mTarget.height != 0;
+  mCanDraw = drawable && mStripInit && mTarget.HasWords() && mStyle && mClipRings &&
+             mStyle->lineBuffer && stack && mTarget.width != 0 && mTarget.height != 0;
 }
 
 void KSoftContext2D::GetPixels(KRect rect, void* buffer) const { mTarget.Get(rect, buffer); }

@@ -229,7 +229,8 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   void UnbindTarget();
   void SetDisplayAttribute(unsigned key, unsigned value);
   void ResetState();
-  bool CanDraw() const;
+  bool CanDraw() const { return mCanDraw; }
+  void NoteTarget();
   const KPaint& Apart(const KPaint& paint);
   void Describe(kalvora::PaintJob& job, const KPaint& paint);
   void Describe(kalvora::RasterJob& job, const KPaint& paint, KFillRule rule);
@@ -273,6 +274,7 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   KSoftPixmap mApartPattern;  // a copy of it
   KSoftPixmap mApartMask;
   bool mRectAntiAlias = true;
+  bool mCanDraw = false;  // the target can be drawn into
   KError mError;
   bool mQuarterPixels = false;  // text stands on quarters of a pixel
 };

@@ -51,6 +51,7 @@ void KSoftContext2D::Flip(bool copyBack, const KRect* dirty) {
     void* const pixels = mFb->Flip(copyBack, dirty);
     if (pixels) {
       mTarget.Create(mFb->Width(), mFb->Height(), mTarget.format, pixels, mFb->Stride());
+      NoteTarget();
     }
   }
   if (stack) stack->Collect();

@@ -14,15 +14,6 @@ Block PixelsOf(const KStyleContext2D* style, const KRowBlock& block) {
   return {style->row + style->x0, block.stride, style->x1 - style->x0, block.rows};
 }
 
-void FillSolid(const KStyleContext2D* style, const KRowBlock& block, bool blend) {
-  const std::uint32_t color = style->color.Word();
-  const std::uint32_t alpha = AlphaWeight(color);
-  const ColorLoops& loops = style->loops->color;
-  if (!blend || alpha == 256) return loops.fill(PixelsOf(style, block), color);
-  // A colour of alpha 0 leaves the span, whatever its channels hold.
-  if (alpha != 0) loops.over(PixelsOf(style, block), color);
-}
-
 void FillMasked(const KStyleContext2D* style, const KRowBlock& block, bool blend) {
   const std::uint32_t color = style->color.Word();
   const ColorLoops& loops = style->loops->color;
@@ -30,7 +21,7 @@ void FillMasked(const KStyleContext2D* style, const KRowBlock& block, bool blend
   if (!blend || color != 0) loop(PixelsOf(style, block), block.mask, block.maskStride, color);
 }
 
-/// What FillSolid makes of a pixel.
+/// What the solid filler makes of a pixel.
 Mix SolidMix(std::uint32_t color, bool blend) {
   const std::uint32_t alpha = AlphaWeight(color);
   if (!blend || alpha == 256) return {0, 0, 0, color};
@@ -65,10 +56,27 @@ void FillAlike(const Differences& differences, int from, int to, std::uint32_t s
 
 }  // namespace
 
+void FillColorBlock(const KStyleContext2D* style, const KRowBlock& block) {
+  style->loops->color.fill(PixelsOf(style, block), style->color.Word());
+}
+
+void BlendColorBlock(const KStyleContext2D* style, const KRowBlock& block) {
+  const std::uint32_t color = style->color.Word();
+  const std::uint32_t alpha = AlphaWeight(color);
+  if (alpha == 256) return FillColorBlock(style, block);
+  // A colour of alpha 0 leaves the span, whatever its channels hold.
+  if (alpha != 0) style->loops->color.over(PixelsOf(style, block), color);
+}
+
+template <bool Blend>
+static void FillRow(const KStyleContext2D* style) {
+  (Blend ? BlendColorBlock : FillColorBlock)(style, {.rows = 1, .stride = 0});
+}
+
 template <bool AA, bool Blend>
 void ColorSpan<AA, Blend>::Draw(const KStyleContext2D* style) {
   if (style->x0 >= style->x1) return;
-  if constexpr (!AA) return FillSolid(style, {.rows = 1, .stride = 0}, Blend);
+  if constexpr (!AA) return FillRow<Blend>(style);
   const std::uint32_t color = style->color.Word();
   const auto loop = Blend ? style->loops->color.cover : style->loops->color.lerp;
   if (Blend && color == 0) return;
@@ -78,7 +86,7 @@ void ColorSpan<AA, Blend>::Draw(const KStyleContext2D* style) {
 template <bool AA, bool Blend>
 void ColorSpan<AA, Blend>::DrawWithAaChecks(const KStyleContext2D* style) {
   if (style->x0 >= style->x1) return;
-  if constexpr (!AA) return FillSolid(style, {.rows = 1, .stride = 0}, Blend);
+  if constexpr (!AA) return FillRow<Blend>(style);
   FillMasked(style, {.rows = 1, .stride = 0, .mask = style->maskRow + style->x0}, Blend);
 }
 
@@ -86,10 +94,6 @@ template struct ColorSpan<false, false>;
 template struct ColorSpan<false, true>;
 template struct ColorSpan<true, false>;
 template struct ColorSpan<true, true>;
-
-void FillColorBlock(const KStyleContext2D* style, const KRowBlock& block) {
-  FillSolid(style, block, style->blend != 0);
-}
 
 void FillEdgedColorBlock(const KStyleContext2D* style, const KRowBlock& block) {
   const std::uint32_t color = style->color.Word();

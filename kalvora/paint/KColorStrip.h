@@ -17,9 +17,14 @@ struct ColorSpan {
   static void DrawWithAaChecks(const KStyleContext2D* style);
 };
 
-// The fillers of blocks, which read the style record's `blend`.
+// The fillers of blocks.
 
+/// Of colours that are not blended, and of those that are.
 void FillColorBlock(const KStyleContext2D* style, const KRowBlock& block);
+void BlendColorBlock(const KStyleContext2D* style, const KRowBlock& block);
+
+// These read the style record's `blend`.
+
 void FillEdgedColorBlock(const KStyleContext2D* style, const KRowBlock& block);
 void FillColorDifferences(const KStyleContext2D* style, const KRowDifferences& row);
 /// By the bytes of block.mask.

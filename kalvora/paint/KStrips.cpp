@@ -20,7 +20,7 @@ void DrawNothing(const KStyleContext2D*) {}
 bool PrepareColor(KStyleContext2D* style) {
   const KPaint& paint = *style->paint;
   const std::int32_t opacity = style->PaintOpacity();
-  style->color = paint.color.Weight(static_cast<unsigned>(opacity));
+  style->color = opacity == 256 ? paint.color : paint.color.Weight(static_cast<unsigned>(opacity));
   style->blend = opacity != 256 || paint.translucent;
   return style->blend != 0;
 }
@@ -36,7 +36,7 @@ void KStrips<F>::InitColor(KStyleContext2D* style, KFiller& solid, KFiller& cove
   const bool blend = PrepareColor(style);
   solid = blend ? KColorStrip<F, false, true>::Draw : KColorStrip<F, false, false>::Draw;
   coverage = blend ? KColorStrip<F, true, true>::Draw : KColorStrip<F, true, false>::Draw;
-  style->block = kalvora::FillColorBlock;
+  style->block = blend ? kalvora::BlendColorBlock : kalvora::FillColorBlock;
   style->edged = kalvora::FillEdgedColorBlock;
   style->differences = kalvora::FillColorDifferences;
 }

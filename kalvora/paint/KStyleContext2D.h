@@ -2,10 +2,12 @@
 #ifndef KALVORA_PAINT_KSTYLECONTEXT2D_H
 #define KALVORA_PAINT_KSTYLECONTEXT2D_H
 
+#include <algorithm>
 #include <cstdint>
 
 #include "kalvora/core/KColor32.h"
 #include "kalvora/core/KSoftMatrix3D.h"
+#include "kalvora/paint/KPaint.h"
 #include "kalvora/raster/KRowStyle.h"
 
 namespace kalvora {
@@ -42,7 +44,10 @@ struct KStyleContext2D : KRowStyle, KPaintWords {
   KStyleContext2D& operator=(const KStyleContext2D&) = delete;
 
   /// The opacity that the draw's fillers are to have: the share of the paint's own, 0..256.
-  std::int32_t PaintOpacity() const;
+  std::int32_t PaintOpacity() const {
+    const std::int64_t shared = (std::int64_t{paint->opacity} * share) >> 16;
+    return static_cast<std::int32_t>(std::clamp<std::int64_t>(shared, 0, 256));
+  }
 };
 
 #endif

@@ -104,6 +104,9 @@ void KRowPainter::Column(std::int32_t x, const PixelBox& box, std::int32_t cover
 void KRowPainter::Box(const PixelBox& box, std::int32_t left, std::int32_t right) {
   if (box.IsEmpty()) return;
   const KRowStyle& style = *job_.style;
+  if (style.block && !job_.mask && left == KRowBlock::kNoEdge && right == KRowBlock::kNoEdge) {
+    return style.block(job_.record, BlockOf(box));
+  }
   const bool hasLeft = left != KRowBlock::kNoEdge;
   const bool hasRight = right != KRowBlock::kNoEdge && (!hasLeft || box.x1 - box.x0 > 1);
   if ((hasLeft || hasRight) && style.edged && !job_.mask) {

@@ -32,27 +32,32 @@ inline void StoreMany(std::uint32_t*& to, const std::uint32_t* end, Words c) {
 #endif
 }
 
-/// As many vectors from the start as up to the end, which may overlap; a long row's others do not
-/// lie across two cache lines.
+/// A row of more than two vectors, the last of which may overlap; those of a long row do not lie
+/// across two cache lines.
 inline void FillRow(std::uint32_t* to, int n, Words c) {
   std::uint32_t* const end = to + n;
-  if (kLanes == 1 || n < kLanes) return Pixels(to, n, [c](Words, auto) { return c; });
-  if (n <= 2 * kLanes) {
-    StoreSome<1>(to, c);
-    StoreSome<1>(end - kLanes, c);
-  } else {
-    StoreSome<1>(to, c);
-    constexpr std::uintptr_t kBytes = sizeof(Words);
-    const auto skipped = kBytes - (reinterpret_cast<std::uintptr_t>(to) & (kBytes - 1));
-    to += skipped / sizeof *to;
-    StoreMany(to, end, c);
-    for (; to <= end - kLanes; to += kLanes) StoreSome<1>(to, c);
-    StoreSome<1>(end - kLanes, c);
-  }
+  StoreSome<1>(to, c);
+  constexpr std::uintptr_t kBytes = sizeof(Words);
+  const auto skipped = kBytes - (reinterpret_cast<std::uintptr_t>(to) & (kBytes - 1));
+  to += skipped / sizeof *to;
+  StoreMany(to, end, c);
+  for (; to <= end - kLanes; to += kLanes) StoreSome<1>(to, c);
+  StoreSome<1>(end - kLanes, c);
 }
 
-void Fill(const Block& block, std::uint32_t c) {
-  EachRow(block, [=](std::uint32_t* to, int) { FillRow(to, block.n, All(c)); });
+void Fill(const Block& block, std::uint32_t color) {
+  const Words c = All(color);
+  const int n = block.n, last = n - kLanes;
+  if (last < 0) {
+    EachRow(block, [=](std::uint32_t* to, int) { Pixels(to, n, [c](Words, auto) { return c; }); });
+  } else if (last <= kLanes) {
+    EachRow(block, [=](std::uint32_t* to, int) {
+      StoreSome<1>(to, c);
+      StoreSome<1>(to + last, c);
+    });
+  } else {
+    EachRow(block, [=](std::uint32_t* to, int) { FillRow(to, n, c); });
+  }
 }
 
 void OverColor(const Block& block, std::uint32_t c) {
@@ -100,8 +105,8 @@ void EdgedRows(const Block& block, const Mix& left, const Mix& inner, const Mix&
   EachRow(block, [&](std::uint32_t* to, int) {
     // The ends may overlap: both are made of the pixels as they were.
     const Words begin = first.Of(Load(to)), finish = last.Of(Load(to + end));
-    if (plain) {
-      if (end > kLanes) FillRow(to + kLanes, end - kLanes, between.add);
+    if (plain && end > 3 * kLanes) {
+      FillRow(to + kLanes, end - kLanes, between.add);
     } else {
       for (int i = kLanes; i < end; i += kLanes) Store(to + i, between.Of(Load(to + i)));
     }
