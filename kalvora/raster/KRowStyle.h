@@ -28,7 +28,11 @@ struct KRowSpan {
   std::uint32_t* row = nullptr;  ///< first pixel of row y
 
   /// Empties the span and the solid run for a new row.
-  void StartRow();
+  void StartRow() {
+    x0 = solidX1 = kNoX0;
+    x1 = solidX0 = kNoX1;
+    solidHeight = 0;
+  }
 };
 
 /// The coverage of a row, 0 to 0x10000, indexed by absolute x.

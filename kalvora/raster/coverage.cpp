@@ -20,6 +20,10 @@ std::int32_t Mul(std::int32_t a, std::int32_t b) {
   return static_cast<std::int32_t>((std::int64_t{a} * b) >> 16);
 }
 
+struct Edge {
+  std::int32_t x0, x1, slope;  // x0 <= x1
+};
+
 /// The area to the right of one edge, pixel by pixel from left to right, in a step of the given
 /// height.
 ///
@@ -31,54 +35,65 @@ std::int32_t Mul(std::int32_t a, std::int32_t b) {
 /// H is held to [0, h], so that a slope which does not fit its edge cannot leave the row.
 class EdgeArea {
  public:
-  EdgeArea(std::int32_t e0, std::int32_t e1, std::int32_t slope, std::int32_t height)
-      : first(e0 >> 16),
-        last(e1 >> 16),
-        slope_(slope),
-        height_(height),
-        entry_(kFull - (e0 & 0xFFFF)),
-        exit_(e1 & 0xFFFF) {
-    const auto sum = static_cast<std::uint32_t>(e0) + static_cast<std::uint32_t>(e1);
-    middle_ = kFull - static_cast<std::int32_t>((sum >> 1) & 0xFFFF);
+  EdgeArea(const Edge& e, std::int32_t height)
+      : first(e.x0 >> 16), last(e.x1 >> 16), edge_(e), height_(height) {}
+
+  /// Passes the areas of the pixels [x, stop), which the edge goes through, to put(x, area).
+  template <typename Put>
+  void Each(std::int32_t x, std::int32_t stop, Put put) {
+    if (x >= stop) return;
+    if (first == last) return put(x, InOne());
+    if (x == first) {
+      put(x++, Entering());
+    } else {
+      Begin(x);
+    }
+    for (const std::int32_t inner = std::min(stop, last); x < inner; ++x) put(x, Between());
+    if (x < stop) put(x, Leaving());
   }
 
   /// Moves to pixel p, whose left border the edge may already have crossed.
   void Begin(std::int32_t p) {
     if (p <= first) return;
-    h_ = Hold(Mul(entry_, slope_) + std::int64_t{slope_} * (p - first - 1));
+    h_ = Hold(Mul(Entry(), edge_.slope) + std::int64_t{edge_.slope} * (p - first - 1));
   }
 
   /// Area in pixel p; call it for consecutive pixels within [first, last].
   std::int32_t Next(std::int32_t p) {
-    if (first == last) return Mul(middle_, height_);
-    if (p == first) {
-      h_ = Hold(Mul(entry_, slope_));
-      return Mul(h_, entry_) >> 1;
-    }
-    if (p == last) return height_ - (Mul(exit_, height_ - h_) >> 1);
-    const std::int32_t area = Hold(std::int64_t{h_} + (slope_ >> 1));
-    h_ = Hold(std::int64_t{h_} + slope_);
-    return area;
+    if (first == last) return InOne();
+    if (p == first) return Entering();
+    return p == last ? Leaving() : Between();
   }
 
   const std::int32_t first;
   const std::int32_t last;
 
  private:
+  std::int32_t InOne() const {
+    const auto sum = static_cast<std::uint32_t>(edge_.x0) + static_cast<std::uint32_t>(edge_.x1);
+    return Mul(kFull - static_cast<std::int32_t>((sum >> 1) & 0xFFFF), height_);
+  }
+  std::int32_t Entering() {
+    h_ = Hold(Mul(Entry(), edge_.slope));
+    return Mul(h_, Entry()) >> 1;
+  }
+  std::int32_t Between() {
+    // Beyond two rows a pixel a slope gives no more than there.
+    const std::int32_t slope = std::clamp(edge_.slope, -2 * kFull, 2 * kFull);
+    const std::int32_t area = std::clamp(h_ + (slope >> 1), 0, height_);
+    h_ = std::clamp(h_ + slope, 0, height_);
+    return area;
+  }
+  std::int32_t Leaving() const { return height_ - (Mul(edge_.x1 & 0xFFFF, height_ - h_) >> 1); }
+
+  std::int32_t Entry() const { return kFull - (edge_.x0 & 0xFFFF); }
   std::int32_t Hold(std::int64_t h) const {
     return static_cast<std::int32_t>(std::clamp<std::int64_t>(h, 0, height_));
   }
 
-  std::int32_t slope_;
+  Edge edge_;
   std::int32_t height_;
-  std::int32_t entry_;   // 1 - frac(e0)
-  std::int32_t exit_;    // frac(e1)
-  std::int32_t middle_;  // 1 - frac of the middle
-  std::int32_t h_ = 0;   // height reached at the left border of the next pixel
-};
-
-struct Edge {
-  std::int32_t x0, x1, slope;
+  std::int32_t h_ = 0;  // height reached at the left border of the next pixel
 };
 
 // A full row: either order of the ends is taken as it comes.
@@ -89,7 +104,7 @@ Edge OrderFull(KFixed xa, KFixed xb, KFixed slope) {
 
 // A partial row: a slope whose sign disagrees with the ends makes the edge vertical at their
 // middle.
-Edge OrderPartial(KFixed xa, KFixed xb, KFixed slope) {
+inline Edge OrderPartial(KFixed xa, KFixed xb, KFixed slope) {
   const bool down = slope.raw < 0;
   const bool back = xa > xb;
   if (down == back)
@@ -119,31 +134,41 @@ struct Run {
   bool IsLong() const { return x1 - x0 > kShortRun; }
 };
 
+// The pixels [x, end) from the first of the right edge on, into which the left edge reaches.
+template <typename Put>
+[[gnu::noinline]] void CoverShared(Put put, EdgeArea left, EdgeArea right, std::int32_t x,
+                                   std::int32_t end, std::int32_t height) {
+  const std::int32_t leftEnd = std::min(left.last + 1, end);
+  left.Begin(x);
+  right.Begin(x);
+  for (; x < leftEnd; ++x) put(x, std::max(left.Next(x) - right.Next(x), 0));
+  for (; x < end; ++x) put(x, height - right.Next(x));
+}
+
 /// Writes the coverage of the pixels that an edge passes through, widens the style context's span,
 /// and returns the run between the edges, empty when there is none.
 template <typename Put>
 Run Cover(KRowStyle* style, const Edge& l, const Edge& r, std::int32_t height) {
   const Put put{style->lineBuffer};
-  EdgeArea left(l.x0, l.x1, l.slope, height);
-  EdgeArea right(r.x0, r.x1, r.slope, height);
-  if (left.first >= style->clip.x1 || right.last < style->clip.x0) return {0, 0, false};
+  EdgeArea left(l, height);
+  EdgeArea right(r, height);
   const std::int32_t start = std::max<std::int32_t>(style->clip.x0, left.first);
   const std::int32_t end = std::min<std::int32_t>(right.last + 1, style->clip.x1);
-  if (start >= end) return {0, 0, false};
+  if (start >= end || left.first >= style->clip.x1 || right.last < style->clip.x0) {
+    return {0, 0, false};
+  }
   style->x0 = std::min(style->x0, start);
   style->x1 = std::max(style->x1, end);
 
-  const std::int32_t leftEnd = std::min(left.last + 1, end);
   const std::int32_t rightStart = std::clamp(right.first, start, end);
-  std::int32_t x = start;
-  left.Begin(x);
-  for (const std::int32_t stop = std::min(leftEnd, rightStart); x < stop; ++x) put(x, left.Next(x));
-  const Run run{x, rightStart, true};
-  x = std::max(x, rightStart);
-  right.Begin(x);
-  for (; x < leftEnd; ++x) put(x, std::max(left.Next(x) - right.Next(x), 0));
-  for (; x < end; ++x) put(x, height - right.Next(x));
-  return run;
+  const std::int32_t leftEnd = std::min(left.last + 1, rightStart);
+  left.Each(start, leftEnd, put);
+  if (left.last < rightStart) {
+    right.Each(rightStart, end, [=](std::int32_t x, std::int32_t area) { put(x, height - area); });
+  } else {
+    CoverShared(put, EdgeArea(l, height), EdgeArea(r, height), rightStart, end, height);
+  }
+  return {std::max(start, leftEnd), rightStart, true};
 }
 
 }  // namespace
@@ -210,12 +235,4 @@ void KRowStyle::JoinSolidRun(std::int32_t from, std::int32_t to, std::int32_t he
 void KRowStyle::SettleSolidRun() {
   if (solidX1 != kNoSolid && solidHeight != 0) AddRun(lineBuffer, solidX0, solidX1, solidHeight);
   solidX1 = kNoSolid;
-}
-
-void KRowSpan::StartRow() {
-  x0 = kNoX0;
-  x1 = kNoX1;
-  solidX0 = kNoX1;
-  solidX1 = kNoX0;
-  solidHeight = 0;
 }

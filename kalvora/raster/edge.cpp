@@ -3,40 +3,40 @@
 
 #include <algorithm>
 
+#include "kalvora/core/division.h"
 #include "kalvora/raster/chainwalk.h"
+#include "kalvora/raster/sweep/longdivision.h"
 
 namespace kalvora {
 
 bool ChainEdge::Start(const KVertex2D* v, std::int32_t direction, std::int32_t y) {
   const KVertex2D* lower = NextDescent(v, direction, y, [](const KVertex2D*) {});
-  if (lower) Set(v, lower);
-  return lower;
-}
-
-void ChainEdge::Set(const KVertex2D* upper, const KVertex2D* lower) {
-  x0_ = HoldX(upper->x);
-  y0_ = upper->y.raw;
+  if (!lower) return false;
+  x0_ = HoldX(v->x);
+  y0_ = v->y.raw;
+  x1_ = HoldX(lower->x);
   bottom_ = lower->y.raw;
   lower_ = lower;
-  const std::int32_t x1 = HoldX(lower->x);
-  const std::int64_t dx = std::int64_t{x1} - x0_;
-  const std::int64_t dy = std::int64_t{bottom_} - y0_;
-  if (dx == 0) {
-    ratio_ = 0;
-    slope_ = kZero;
-    return;
-  }
-  ratio_ = dx * (std::int64_t{1} << 32) / dy;
-  if (x0_ >> 16 == x1 >> 16) {
-    slope_ = kZero;
-    return;
-  }
-  // The reciprocal of dx / dy, rounded to the nearest unit: over a wide edge its error adds up
-  // pixel by pixel.
-  const std::int64_t width = dx < 0 ? -dx : dx;
-  const std::int64_t steep =
-      std::min<std::int64_t>((dy * 0x10000 + (width >> 1)) / width, INT32_MAX);
-  slope_ = KFixed::FromRaw(static_cast<std::int32_t>(dx < 0 ? -steep : steep));
+  ratio_ = 0;
+  hasSlope_ = false;
+  return true;
+}
+
+void ChainEdge::FindRatio() {
+  const auto dy = static_cast<std::uint32_t>(bottom_) - static_cast<std::uint32_t>(y0_);
+  ratio_ = RatioOf(x1_ - x0_, dy);
+}
+
+// The reciprocal of dx / dy, rounded to the nearest unit: over a wide edge its error adds up pixel
+// by pixel.
+void ChainEdge::FindSlope() {
+  const std::uint32_t width = Magnitude(x1_ - x0_);
+  const auto dy = static_cast<std::uint32_t>(bottom_) - static_cast<std::uint32_t>(y0_);
+  const std::uint64_t steep =
+      Quotient((std::uint64_t{dy} << 16) + (width >> 1), std::uint64_t{width});
+  const auto slope = static_cast<std::int32_t>(std::min<std::uint64_t>(steep, INT32_MAX));
+  slope_ = KFixed::FromRaw(x1_ < x0_ ? -slope : slope);
+  hasSlope_ = true;
 }
 
 }  // namespace kalvora

@@ -1,4 +1,4 @@
-// One straight edge of a ring on its way down, as both polygon scan converters walk it.
+// One straight edge of a ring on its way down, as DrawSimplePolygon walks it.
 #ifndef KALVORA_RASTER_EDGE_H
 #define KALVORA_RASTER_EDGE_H
 
@@ -12,6 +12,9 @@ namespace kalvora {
 /// this is the edge that it is on. x at any y is computed from the edge's upper vertex, never
 /// carried from row to row: it is exact at both ends, does not drift, and does not depend on where
 /// the clip begins.
+///
+/// Many edges of a small shape lie within one row or one column: the two divisions wait until they
+/// are asked for.
 class ChainEdge {
  public:
   /// Finds the first edge of the chain from `v` on that reaches below y. False when the chain turns
@@ -21,24 +24,30 @@ class ChainEdge {
   bool Continue(std::int32_t direction, std::int32_t y) { return Start(lower_, direction, y); }
 
   /// x at y, which lies between the edge's upper end and `Bottom`.
-  std::int32_t XAt(std::int32_t y) const {
+  std::int32_t XAt(std::int32_t y) {
+    if (y == bottom_) return x1_;
+    if (y == y0_ || IsVertical()) return x0_;
+    if (ratio_ == 0) FindRatio();
     const std::int64_t dy = std::int64_t{y} - y0_;
     return x0_ + static_cast<std::int32_t>((ratio_ * dy + (std::int64_t{1} << 31)) >> 32);
   }
   /// y of the lower end.
   std::int32_t Bottom() const { return bottom_; }
-  /// Row height gained per pixel of x, 16.16; 0 for an edge that stays within one column of pixels.
-  KFixed Slope() const { return slope_; }
-  /// dx / dy with 32 fraction bits: orders edges that leave the same point.
-  std::int64_t Ratio() const { return ratio_; }
+  bool IsVertical() const { return x0_ == x1_; }
+  /// Row height gained per pixel of x, 16.16, of an edge that leaves a column of pixels.
+  KFixed Slope() {
+    if (!hasSlope_) FindSlope();
+    return slope_;
+  }
 
  private:
-  void Set(const KVertex2D* upper, const KVertex2D* lower);
+  void FindRatio();
+  void FindSlope();
 
-  std::int64_t ratio_;
-  std::int32_t x0_, y0_;
-  std::int32_t bottom_;
+  std::int64_t ratio_;  // dx / dy with 32 fraction bits; 0 until it is needed
+  std::int32_t x0_, y0_, x1_, bottom_;
   KFixed slope_;
+  bool hasSlope_;
   const KVertex2D* lower_;
 };
 

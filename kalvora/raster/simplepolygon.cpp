@@ -1,14 +1,24 @@
 // Scan conversion of one ring with a single top vertex: two chains from the top to the bottom.
+//
+// Each row is cut into steps at the vertices; a row without any is one step. A step's coverage goes
+// into the coverage line, and the row is painted when its last step has ended.
 #include <algorithm>
 #include <utility>
 
-#include "kalvora/raster/KRowWriter.h"
+#include "kalvora/raster/KRowPainter.h"
 #include "kalvora/raster/crossing.h"
 #include "kalvora/raster/edge.h"
 #include "kalvora/raster/polygon.h"
 
 namespace kalvora {
 namespace {
+
+constexpr std::int32_t kRow = 0x10000;
+constexpr std::int32_t kLowestStep = 16;  // what ComputeAA still draws
+// From here on a coverage weighs 256, as much as full coverage.
+constexpr std::int32_t kAsGoodAsFull = kRow - 128;
+// A run of so many solid pixels is painted on its own.
+constexpr std::int32_t kLongRun = 24;
 
 struct Chain {
   ChainEdge edge;
@@ -27,6 +37,12 @@ struct Chain {
     top = edge.XAt(y);
     return true;
   }
+  KFixed Top() const { return KFixed::FromRaw(top); }
+  KFixed Bottom() const { return KFixed::FromRaw(bottom); }
+  // Within one column the slope does not matter.
+  KFixed Slope() { return top >> 16 == bottom >> 16 ? kZero : edge.Slope(); }
+  // Of the pixel that a vertical edge goes through, what lies to its right.
+  std::int32_t RightOf() const { return kRow - (top & 0xFFFF); }
 };
 
 // Ends the step where the chains cross, when they do: both x become the mean of the two there.
@@ -41,34 +57,137 @@ std::int32_t CutAtCrossing(Chain& left, Chain& right, std::int32_t y, std::int32
   return stop;
 }
 
+/// The rows of the draw, top to bottom: collects the coverage of each and paints it.
+class Rows {
+ public:
+  Rows(const RasterJob& job, std::int32_t y)
+      : job_(job), style_(*job.style), painter_(job), ready_(painter_.Bind()) {
+    if (ready_) GoTo(y >> 16);
+  }
+
+  bool Ready() const { return ready_; }
+
+  /// Covers what lies between two edges over a step of that height, and paints the row when it was
+  /// the last.
+  void Step(Chain& left, Chain& right, std::int32_t y, std::int32_t stop) {
+    if (stop - y == kRow) {
+      style_.ComputeAA(left.Top(), left.Bottom(), left.Slope(), right.Top(), right.Bottom(),
+                       right.Slope());
+    } else {
+      Part(left, right, stop - y);
+    }
+    if (stop & (kRow - 1)) return;
+    Finish();
+    GoTo(stop >> 16);
+  }
+
+  /// The whole rows [row, end), between two vertical edges. False when the paint has no fillers of
+  /// such blocks.
+  bool Block(const Chain& left, const Chain& right, std::int32_t row, std::int32_t end) {
+    if (!style_.edged || job_.mask) return false;
+    const std::int32_t first = left.top >> 16, last = right.top >> 16;
+    const std::int32_t less = kRow - right.RightOf();  // of the last column
+    const std::int32_t in = first == last ? left.RightOf() - right.RightOf() : left.RightOf();
+    const PixelBox box(style_.clip, first, row, less == 0 ? last : last + 1, end);
+    painter_.Box(box, box.x0 == first ? in : KRowBlock::kNoEdge,
+                 less != 0 && box.x1 == last + 1 ? less : KRowBlock::kNoEdge);
+    GoTo(end);
+    return true;
+  }
+
+  /// Paints what is pending.
+  void Finish() {
+    if (style_.x0 >= style_.x1) return;
+    // A run that not every step of the row shares has only part of its height.
+    if (style_.solidHeight < kAsGoodAsFull) style_.SettleSolidRun();
+    const bool solid = style_.solidHeight != 0 && style_.solidX0 < style_.solidX1;
+    Paint(style_.x0, solid ? style_.solidX0 : style_.x1, solid ? style_.solidX1 : style_.x1,
+          style_.x1);
+    style_.StartRow();
+  }
+
+ private:
+  void GoTo(std::int32_t row) {
+    painter_.GoTo(row);
+    style_.StartRow();
+    carried_ = 0;
+    added_ = false;
+  }
+
+  // A step too low to be drawn adds its height to the next of the row.
+  void Part(Chain& left, Chain& right, std::int32_t height) {
+    height += carried_;
+    carried_ = height < kLowestStep ? height : 0;
+    if (carried_) return;
+    added_ = true;
+    style_.ComputeAA(left.Top(), left.Bottom(), left.Slope(), right.Top(), right.Bottom(),
+                     right.Slope(), KFixed::FromRaw(height));
+  }
+
+  void Paint(std::int32_t x0, std::int32_t solid0, std::int32_t solid1, std::int32_t x1) {
+    if (added_) {
+      Settle(x0, solid0);
+      Settle(solid1, x1);
+    }
+    if (solid1 - solid0 < kLongRun) {
+      std::fill(style_.lineBuffer + solid0, style_.lineBuffer + solid1, kRow);
+      return painter_.Covered(x0, x1);
+    }
+    painter_.Covered(x0, solid0);
+    painter_.Solid(solid0, solid1);
+    painter_.Covered(solid1, x1);
+  }
+
+  // Rounding may leave a sum a few units outside, or short of full: then it must count as full also
+  // where an opacity multiplies it, as in a solid run, whose extent depends on the clip.
+  void Settle(std::int32_t from, std::int32_t to) {
+    std::int32_t* line = style_.lineBuffer;
+    for (std::int32_t x = from; x < to; ++x) {
+      line[x] = line[x] >= kAsGoodAsFull ? kRow : std::max(line[x], 0);
+    }
+  }
+
+  const RasterJob& job_;
+  KRowStyle& style_;
+  KRowPainter painter_;
+  bool ready_;
+  bool added_ = false;        // the row was built by adding: sums may be off by a few units
+  std::int32_t carried_ = 0;  // height of the steps of this row that were too low to draw
+};
+
 }  // namespace
 
 void DrawSimplePolygon(const RasterJob& job, const KVertex2D* top) {
   const KClip& clip = job.style->clip;
-  const std::int32_t end = clip.y1 * 0x10000;
-  std::int32_t y = std::max(clip.y0 * 0x10000, top->y.raw);
+  const std::int32_t end = clip.y1 * kRow;
+  std::int32_t y = std::max(clip.y0 * kRow, top->y.raw);
   Chain backward{{}, -1, 0, 0};
   Chain forward{{}, 1, 0, 0};
   if (!backward.Start(top, y) || !forward.Start(top, y)) return;
-  KRowWriter rows(job, y);
+  Rows rows(job, y);
   if (!rows.Ready()) return;
   while (y < end) {
-    std::int32_t stop =
-        std::min({(y & ~0xFFFF) + 0x10000, backward.edge.Bottom(), forward.edge.Bottom(), end});
-    backward.bottom = backward.edge.XAt(stop);
-    forward.bottom = forward.edge.XAt(stop);
+    const std::int32_t both = std::min({backward.edge.Bottom(), forward.edge.Bottom(), end});
+    std::int32_t stop = std::min((y & -kRow) + kRow, both);
     Chain* left = &backward;
     Chain* right = &forward;
+    const bool upright = backward.edge.IsVertical() && forward.edge.IsVertical();
+    if (upright && (y & (kRow - 1)) == 0 && both - y >= 2 * kRow) {
+      if (left->top > right->top) std::swap(left, right);
+      if (rows.Block(*left, *right, y >> 16, both >> 16)) {
+        y = both & -kRow;
+        if (!backward.Follow(y) || !forward.Follow(y)) break;
+        continue;
+      }
+    }
+    backward.bottom = backward.edge.XAt(stop);
+    forward.bottom = forward.edge.XAt(stop);
     if (std::pair(left->top, left->bottom) > std::pair(right->top, right->bottom)) {
       std::swap(left, right);
     }
     if (left->bottom > right->bottom) stop = CutAtCrossing(*left, *right, y, stop);
-    if (rows.BeginStep(y, stop)) {
-      rows.Span(left->top, left->bottom, left->edge.Slope(), right->top, right->bottom,
-                right->edge.Slope());
-    }
+    rows.Step(*left, *right, y, stop);
     y = stop;
-    rows.EndStep(y);
     backward.top = backward.bottom;
     forward.top = forward.bottom;
     if (!backward.Follow(y) || !forward.Follow(y)) break;

@@ -41,8 +41,9 @@ TEST_P(Crop, ClipRectanglesShowTheFullDraw) {
   EXPECT_GT(drawn, 600);
 }
 
-// Large curved shapes of which a small clip shows a corner: what lies beside it is not flattened.
-TEST(CropOfCurves, ShowsTheFullDraw) {
+// Large shapes of which a small clip shows a corner: curves beside it are not flattened, and
+// upright sides are painted as blocks where two of their rows show.
+TEST(CropOfLargeShapes, ShowsTheFullDraw) {
   constexpr unsigned kWide = 300;
   Random random(8);
   Target whole(kWide, kWide), cropped(kWide, kWide);
@@ -66,6 +67,7 @@ TEST(CropOfCurves, ShowsTheFullDraw) {
     const auto y = static_cast<std::int16_t>(random.Between(0, 290));
     const auto size = static_cast<std::int16_t>(random.Between(1, 60));
     const KFillRule rule = random.OneIn(2) ? KFillEvenOdd : KFillNonZero;
+    const KVertex2D corner = point(), opposite = random.OneIn(4) ? corner + P(0.7, 90) : point();
     for (Target* t : {&whole, &cropped}) {
       t->context.Clear({255, 255, 255, 255});
       if (t == &cropped) {
@@ -75,6 +77,7 @@ TEST(CropOfCurves, ShowsTheFullDraw) {
       t->context.SetFillColor({200, 60, 20, 128});
       t->context.SetFillRule(rule);
       t->context.DrawPath(&path);
+      t->context.DrawRectangle(corner, opposite, P(5, 7));
       t->context.ResetClip();
     }
     for (int px = x; px < std::min<int>(x + size, kWide); ++px) {

@@ -26,17 +26,7 @@ void SlopedEdge::Set(const KVertex2D* upper, const KVertex2D* to) {
 }
 
 void SlopedEdge::FindRatio() {
-  const auto dy = static_cast<std::uint32_t>(y1) - static_cast<std::uint32_t>(y0);
-  const std::int64_t dx = std::int64_t{x1} - x0;
-  auto width = static_cast<std::uint32_t>(dx < 0 ? -dx : dx);
-  std::int64_t steep = 0;
-  if (width >= dy) {
-    const auto [whole, rest] = DivModDivider(width, dy);
-    steep = static_cast<std::int64_t>(whole) * (std::int64_t{1} << 32);
-    width = rest;
-  }
-  steep += FractionOf(width, dy);
-  ratio = dx < 0 ? -steep : steep;
+  ratio = RatioOf(x1 - x0, static_cast<std::uint32_t>(y1) - static_cast<std::uint32_t>(y0));
   hasRatio = true;
 }
 

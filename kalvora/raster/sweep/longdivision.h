@@ -45,6 +45,19 @@ constexpr std::uint32_t FractionOf(std::uint32_t a, std::uint32_t b) {
   return DivideLong(a << places, 0, b << places);
 }
 
+/// dx / dy with 32 fraction bits, toward zero; dy > 0.
+constexpr std::int64_t RatioOf(std::int32_t dx, std::uint32_t dy) {
+  std::uint32_t width = Magnitude(dx);
+  std::int64_t steep = 0;
+  if (width >= dy) {
+    const auto [whole, rest] = DivModDivider(width, dy);
+    steep = static_cast<std::int64_t>(whole) * (std::int64_t{1} << 32);
+    width = rest;
+  }
+  steep += FractionOf(width, dy);
+  return dx < 0 ? -steep : steep;
+}
+
 }  // namespace kalvora
 
 #endif
