@@ -43,8 +43,7 @@ void KSoftContext2D::Describe(RasterJob& job, const KPaint& paint, KFillRule rul
   job.fillRule = rule;
   job.clipped = mClipRings->active;
   job.clipRule = mClipRule;
-  job.clipNodes = mClipRings->nodes;
-  job.clipNodeCount = mClipRings->nodeCount;
+  job.clipRings = mClipRings;
 }
 
 kalvora::PaintJob KSoftContext2D::Painting(const KPaint& paint) {
@@ -70,7 +69,7 @@ kalvora::RectangleJob KSoftContext2D::RectJob(const KPaint& paint, KFillRule rul
 
 void KSoftContext2D::DrawPath(const KSoftPath* path) {
   if (!path || !path->first || !CanDraw()) return;
-  const KRect clip = RectOf(mStyle->clip);
+  const KRect clip = RectOf(mClipRings->Seen(mStyle->clip));
   if (mFill.type != KPaintNone) {
     KVertex2D** rings = nullptr;
     const unsigned count = FlattenPath(rings, path, &mTransform, true, &clip);
@@ -138,7 +137,7 @@ void KSoftContext2D::RasterPolyline(const KVertex2D* points, unsigned count, boo
     }
   }
   KVertex2D** rings = nullptr;
-  const KRect clip = RectOf(mStyle->clip);
+  const KRect clip = RectOf(mClipRings->Seen(mStyle->clip));
   const unsigned ringCount = StrokePoly(points, count, rings, &mTransform, true, closed, &clip);
   FillStroke(rings, ringCount);
 }

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "kalvora/raster/KStack.h"
+#include "kalvora/raster/VertexBox.h"
 #include "kalvora/raster/ring.h"
 
 using namespace kalvora;
@@ -15,6 +16,12 @@ void KClipRings::Clear() {
   active = false;
   nodes = nullptr;
   nodeCount = 0;
+}
+
+KClip KClipRings::Seen(const KClip& clip) const {
+  if (!active) return clip;
+  return {std::max(clip.x0, box.x0), std::max(clip.y0, box.y0), std::min(clip.x1, box.x1),
+          std::min(clip.y1, box.y1)};
 }
 
 bool KClipRings::NeedRoom(std::size_t bytes) {
@@ -28,6 +35,7 @@ bool KClipRings::NeedRoom(std::size_t bytes) {
 void KClipRings::Set(KVertex2D* const* rings, unsigned count, KStack* stack) {
   Clear();
   active = true;
+  box = {0, 0, 0, 0};
   if (count == 0) return;
   std::size_t vertices = 0;
   for (unsigned i = 0; i < count; ++i) vertices += ring::Count(rings[i]) + ring::kLinks;
@@ -37,14 +45,17 @@ void KClipRings::Set(KVertex2D* const* rings, unsigned count, KStack* stack) {
       static_cast<KVertex2D**>(stack->Alloc(static_cast<unsigned>(count * sizeof(KVertex2D*))));
   if (!copies) return;
   auto* to = static_cast<KVertex2D*>(memory_);
+  VertexBox around;
   for (unsigned i = 0; i < count; ++i) {
     copies[i] = to;
     to = std::copy_n(rings[i], ring::Count(rings[i]) + ring::kLinks, to);
+    around.Include(copies[i]);
   }
   KMergeNode* found = nullptr;
   nodeCount = GetMergePts(found, copies, count, stack);
   nodes = reinterpret_cast<KMergeNode*>(to);
   std::copy_n(found, nodeCount, nodes);
+  if (nodeCount > 0) box = around.Pixels();
   stack->DeAlloc(found);
   stack->DeAlloc(copies);
 }

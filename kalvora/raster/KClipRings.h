@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "kalvora/raster/KMergeNode.h"
+#include "kalvora/raster/KRowStyle.h"
 
 /// Copies of rings that outlive the draws they clip. The memory is kept for the next ones, so that
 /// a clip path that is set in every frame takes nothing from the heap.
@@ -14,12 +15,15 @@ class KClipRings {
   bool active = false;  ///< there is a clip path, if only one that lets nothing through
   KMergeNode* nodes = nullptr;
   std::uint32_t nodeCount = 0;
+  KClip box{0, 0, 0, 0};  ///< the pixels around the rings: others are outside
 
   KClipRings() = default;
   ~KClipRings();
   KClipRings(const KClipRings&) = delete;
   KClipRings& operator=(const KClipRings&) = delete;
 
+  /// What of a clip rectangle the clip path may let through.
+  KClip Seen(const KClip& clip) const;
   /// Ends the clip path.
   void Clear();
   /// Clips to `count` rings, which are copied. Without them, or when memory runs out, nothing is

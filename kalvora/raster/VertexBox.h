@@ -22,11 +22,22 @@ struct VertexBox {
     y1 = std::max(y1, v.y.raw);
   }
 
+  void Include(const KVertex2D* ring) {
+    const KVertex2D* v = ring::First(ring);
+    for (const KVertex2D* end = v + ring::Count(ring); v != end; ++v) Include(*v);
+  }
+
   // The pixels that are touched, ends included.
   std::int32_t Left() const { return HoldX(KFixed::FromRaw(x0)) >> 16; }
   std::int32_t Right() const { return HoldX(KFixed::FromRaw(x1)) >> 16; }
   std::int32_t Top() const { return y0 >> 16; }
   std::int32_t Bottom() const { return y1 >> 16; }
+
+  KClip Pixels() const {
+    return {static_cast<std::int16_t>(Left()), static_cast<std::int16_t>(Top()),
+            static_cast<std::int16_t>(Right() + 1),
+            static_cast<std::int16_t>(std::min(Bottom() + 1, INT16_MAX))};
+  }
 
   /// Whether all of it lies above or below the clip, or by more than `margin` pixels beside it.
   bool Misses(const KClip& clip, std::int32_t margin) const {

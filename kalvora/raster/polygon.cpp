@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "kalvora/core/KSoftPixmap.h"
+#include "kalvora/raster/KClipRings.h"
 #include "kalvora/raster/KRowStyle.h"
 #include "kalvora/raster/KStack.h"
 #include "kalvora/raster/VertexBox.h"
@@ -15,18 +16,19 @@ namespace {
 // Merges the clip path's nodes into the shape's, from the back, so that one array serves. Among
 // equal y the clip's nodes come first.
 KMergeNode* AddClipNodes(const RasterJob& job, KMergeNode* nodes, unsigned count) {
-  const unsigned total = count + job.clipNodeCount;
+  const KClipRings& path = *job.clipRings;
+  const unsigned total = count + path.nodeCount;
   if (total < count || total > UINT32_MAX / sizeof(KMergeNode)) return nullptr;
   auto* merged = static_cast<KMergeNode*>(
       job.stack->ReAlloc(nodes, static_cast<unsigned>(total * sizeof(KMergeNode))));
   if (!merged) return nullptr;
-  unsigned clip = job.clipNodeCount;
+  unsigned clip = path.nodeCount;
   for (unsigned to = total; clip > 0;) {
     --to;
-    if (count > 0 && merged[count - 1].vertex->y >= job.clipNodes[clip - 1].vertex->y) {
+    if (count > 0 && merged[count - 1].vertex->y >= path.nodes[clip - 1].vertex->y) {
       merged[to] = merged[--count];
     } else {
-      merged[to] = {job.clipNodes[--clip].vertex, 1};
+      merged[to] = {path.nodes[--clip].vertex, 1};
     }
   }
   return merged;
@@ -37,7 +39,10 @@ KMergeNode* AddClipNodes(const RasterJob& job, KMergeNode* nodes, unsigned count
 class SeenRings {
  public:
   SeenRings(const RasterJob& job, KVertex2D* const* rings, unsigned count)
-      : clip_(job.style->clip), stack_(job.stack), rings_(rings), count_(count) {
+      : clip_(job.clipRings->Seen(job.style->clip)),
+        stack_(job.stack),
+        rings_(rings),
+        count_(count) {
     if (clip_.x0 >= clip_.x1 || clip_.y0 >= clip_.y1) return;
     unsigned seen = 0;
     for (unsigned i = 0; i < count; ++i) {
@@ -72,8 +77,7 @@ class SeenRings {
   bool Include(const KVertex2D* ring) {
     if (!ring) return false;
     VertexBox box;
-    const KVertex2D* v = ring::First(ring);
-    for (const KVertex2D* end = v + ring::Count(ring); v != end; ++v) box.Include(*v);
+    box.Include(ring);
     if (box.Misses(clip_, DrawnBox::kMargin)) return false;
     box_.x0 = std::max<std::int32_t>(std::min(box_.x0, box.Left()), clip_.x0);
     box_.y0 = std::max<std::int32_t>(std::min(box_.y0, box.Top()), clip_.y0);
@@ -98,7 +102,7 @@ void RasterNodes(const RasterJob& job, KMergeNode*& nodes, unsigned count, const
     KMergeNode* merged = AddClipNodes(job, nodes, count);
     if (!merged) return;
     nodes = merged;
-    DrawComplexPolygon(job, nodes, nodes + count + job.clipNodeCount, box);
+    DrawComplexPolygon(job, nodes, nodes + count + job.clipRings->nodeCount, box);
   } else if (count == 1 && oneRing && (job.fillRule & 1)) {
     DrawSimplePolygon(job, nodes[0].vertex);
   } else {

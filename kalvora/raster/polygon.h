@@ -8,6 +8,8 @@
 #include "kalvora/raster/KMergeNode.h"
 #include "kalvora/raster/PaintJob.h"
 
+class KClipRings;
+
 namespace kalvora {
 
 /// A draw of polygons. Everything is borrowed.
@@ -16,8 +18,7 @@ struct RasterJob : PaintJob {
   KFillRule fillRule;  ///< of the shape
   bool clipped;        ///< a clip path is set
   KFillRule clipRule;  ///< of the clip path
-  const KMergeNode* clipNodes;
-  unsigned clipNodeCount;
+  const KClipRings* clipRings;
 };
 
 /// The pixels to be drawn, ends exclusive.

@@ -11,6 +11,7 @@
 
 #include "kalvora/core/KSoftPixmap.h"
 #include "kalvora/paint/KStyleContext2D.h"
+#include "kalvora/raster/KClipRings.h"
 #include "kalvora/raster/KStack.h"
 #include "kalvora/raster/polygon.h"
 #include "kalvora/raster/ring.h"
@@ -37,18 +38,18 @@ class Canvas {
   void Draw(const Rings& rings, KFillRule rule, const Rings* clip = nullptr,
             KFillRule clipRule = -1) {
     RingList shape(rings);
-    KMergeNode* clipNodes = nullptr;
-    unsigned clipCount = 0;
-    RingList clipRings(clip ? *clip : Rings{});
-    if (clip) clipCount = GetMergePts(clipNodes, clipRings.Data(), clipRings.Count(), nullptr);
+    RingList path(clip ? *clip : Rings{});
+    if (clip) {
+      clipRings_.Set(path.Data(), path.Count(), &stack);
+    } else {
+      clipRings_.Clear();
+    }
     const kalvora::PaintJob painting{&style, &style, &target_, nullptr, Init};
-    const kalvora::RasterJob job{painting, &stack,    rule,     clip != nullptr,
-                                 clipRule, clipNodes, clipCount};
+    const kalvora::RasterJob job{painting, &stack, rule, clip != nullptr, clipRule, &clipRings_};
     kalvora::RasterPolygon(job, shape.Data(), shape.Count());
     EXPECT_TRUE(std::all_of(style.lineBuffer, style.lineBuffer + width, [](int c) {
       return c == 0;
     })) << "coverage is left behind";
-    std::free(clipNodes);
   }
 
   std::int32_t At(int x, int y) const {
@@ -96,6 +97,7 @@ class Canvas {
 
   GuardedBuffer pixels_, line_;
   KSoftPixmap target_;
+  KClipRings clipRings_;
 };
 
 #endif
