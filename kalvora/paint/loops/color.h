@@ -2,47 +2,24 @@
 #ifndef KALVORA_PAINT_LOOPS_COLOR_H
 #define KALVORA_PAINT_LOOPS_COLOR_H
 
+#include "kalvora/paint/loops/groups.h"
 #include "kalvora/paint/loops/lanes.h"
 #include "kalvora/paint/loops/loops.h"
 
 namespace kalvora::KALVORA_WIDTH {
 namespace {
 
-/// `count` vectors from p on.
-template <int count>
-void StoreSome(std::uint32_t* p, Words c) {
-#pragma GCC unroll 4
-  for (int k = 0; k < count; ++k) Store(p + k * kLanes, c);
-}
-
-/// Four vectors at a time, as long as they fit before `end`.
-inline void StoreMany(std::uint32_t*& to, const std::uint32_t* end, Words c) {
-#if KALVORA_LANES == 4 && defined(__arm__)
-  // Of a list of registers, which compilers do not make of single stores.
-  std::ptrdiff_t turns = (end - to) / (4 * kLanes);
-  if (turns <= 0) return;
-  asm volatile(
-      "vmov q8, %q[c]\n\tvmov q9, %q[c]\n\tvmov q10, %q[c]\n\tvmov q11, %q[c]\n"
-      "1:\n\tvstmia %[to]!, {d16-d23}\n\tsubs %[turns], %[turns], #1\n\tbne 1b"
-      : [to] "+r"(to), [turns] "+r"(turns)
-      : [c] "w"(c)
-      : "d16", "d17", "d18", "d19", "d20", "d21", "d22", "d23", "cc", "memory");
-#else
-  for (; to <= end - 4 * kLanes; to += 4 * kLanes) StoreSome<4>(to, c);
-#endif
-}
-
 /// A row of more than two vectors, the last of which may overlap; those of a long row do not lie
 /// across two cache lines.
 inline void FillRow(std::uint32_t* to, int n, Words c) {
   std::uint32_t* const end = to + n;
-  StoreSome<1>(to, c);
+  Store(to, c);
   constexpr std::uintptr_t kBytes = sizeof(Words);
   const auto skipped = kBytes - (reinterpret_cast<std::uintptr_t>(to) & (kBytes - 1));
   to += skipped / sizeof *to;
-  StoreMany(to, end, c);
-  for (; to <= end - kLanes; to += kLanes) StoreSome<1>(to, c);
-  StoreSome<1>(end - kLanes, c);
+  FillGroups(to, end, c);
+  for (; to <= end - kLanes; to += kLanes) Store(to, c);
+  Store(end - kLanes, c);
 }
 
 void Fill(const Block& block, std::uint32_t color) {
@@ -52,8 +29,8 @@ void Fill(const Block& block, std::uint32_t color) {
     EachRow(block, [=](std::uint32_t* to, int) { Pixels(to, n, [c](Words, auto) { return c; }); });
   } else if (last <= kLanes) {
     EachRow(block, [=](std::uint32_t* to, int) {
-      StoreSome<1>(to, c);
-      StoreSome<1>(to + last, c);
+      Store(to, c);
+      Store(to + last, c);
     });
   } else {
     EachRow(block, [=](std::uint32_t* to, int) { FillRow(to, n, c); });
@@ -63,7 +40,9 @@ void Fill(const Block& block, std::uint32_t color) {
 void OverColor(const Block& block, std::uint32_t c) {
   const Words s = All(c), rest = BothRest(s);
   EachRow(block, [=](std::uint32_t* to, int) {
-    Pixels(to, block.n, [=](Words d, auto) { return Scale(d, rest) + s; });
+    int n = block.n;
+    OverGroups(to, n, s);
+    Pixels(to, n, [=](Words d, auto) { return Scale(d, rest) + s; });
   });
 }
 

@@ -2,6 +2,7 @@
 #ifndef KALVORA_PAINT_LOOPS_PIXELS_H
 #define KALVORA_PAINT_LOOPS_PIXELS_H
 
+#include "kalvora/paint/loops/groups.h"
 #include "kalvora/paint/loops/lanes.h"
 #include "kalvora/paint/loops/loops.h"
 
@@ -43,6 +44,7 @@ void LerpPixels(std::uint32_t* to, const std::uint32_t* source, const std::int32
 
 /// Long rows are the C library's business.
 inline void CopyRow(std::uint32_t* to, const std::uint32_t* source, int n) {
+  CopyGroups(to, source, n);
   if (kLanes > 1 && n <= 16 * kLanes) {
     Pixels(to, n, [source](Words, auto at) { return at(source); });
   } else {
@@ -59,18 +61,15 @@ void CopyBlock(const Block& block, const std::uint32_t* source, std::ptrdiff_t s
 void OverBlock(const Block& block, const std::uint32_t* source, std::ptrdiff_t sourceStride) {
   EachRow(block, [=](std::uint32_t* to, int y) {
     const std::uint32_t* s = source + y * sourceStride;
-    Pixels(to, block.n, [s](Words d, auto at) { return Over(d, at(s)); });
+    int n = block.n;
+    OverGroups(to, s, n);
+    Pixels(to, n, [s](Words d, auto at) { return Over(d, at(s)); });
   });
 }
 
 void Pick(std::uint32_t* to, int n, const std::uint32_t* index, const std::uint32_t* table) {
-  int i = 0;
-  for (; i + 4 <= n; i += 4) {
-    const std::uint32_t a = table[index[i]], b = table[index[i + 1]];
-    const std::uint32_t c = table[index[i + 2]], d = table[index[i + 3]];
-    to[i] = a, to[i + 1] = b, to[i + 2] = c, to[i + 3] = d;
-  }
-  for (; i < n; ++i) to[i] = table[index[i]];
+  PickGroups(to, index, n, table);
+  for (int i = 0; i < n; ++i) to[i] = table[index[i]];
 }
 
 }  // namespace

@@ -81,8 +81,9 @@ class NearestColumns {
     std::uint32_t picked[kMost];
     std::uint32_t* to = style_->row + x0_;
     std::int32_t last = -1;
+    RowWalk walk(*this);
     for (std::int32_t y = 0; y < rows.rows; ++y, to += rows.stride) {
-      const std::int32_t row = RowAt(style_->y + y);
+      const std::int32_t row = walk.Next();
       const Block line{to, 0, n_, 1};
       if (put == Put::kCopy) {
         if (row == last) {
@@ -102,20 +103,39 @@ class NearestColumns {
   void FillCovered(const KRowBlock& rows, Put put, std::int32_t coverage) {
     const PixelLoop loop = CoveredLoop(style_, put);
     std::uint32_t* to = style_->row + x0_;
+    RowWalk walk(*this);
     for (std::int32_t y = 0; y < rows.rows; ++y, to += rows.stride) {
-      const std::uint32_t* pixel = Words(source_.Row(RowAt(style_->y + y))) + columns_[0];
+      const std::uint32_t* pixel = Words(source_.Row(walk.Next())) + columns_[0];
       loop(to, pixel, &coverage, 1, style_->opacity);
     }
   }
 
  private:
   bool Tiles() const { return style_->source->repeatRule != 0; }
-  std::int32_t RowAt(std::int32_t y) const {
-    PatternPosition at(style_, x0_, y);
-    if (!Tiles()) return Clamped(at.Row(), source_.height);
-    at.WrapInto(source_);
-    return at.Row();
-  }
+
+  /// The rows of the source that the rows of a block show: they do not depend on the column.
+  class RowWalk {
+   public:
+    explicit RowWalk(const NearestColumns& c)
+        : source_(c.source_),
+          tiles_(c.Tiles()),
+          at_(c.style_, c.x0_, c.style_->y),
+          rise_(PatternPosition(c.style_, c.x0_, c.style_->y + 1).v - at_.v) {}
+
+    std::int32_t Next() {
+      PatternPosition at = at_;
+      at_.v += rise_;
+      if (!tiles_) return Clamped(at.Row(), source_.height);
+      at.WrapInto(source_);
+      return at.Row();
+    }
+
+   private:
+    const PatternPixels& source_;
+    const bool tiles_;
+    PatternPosition at_;
+    const std::uint32_t rise_;
+  };
 
   const KStyleContext2D* style_;
   const PatternPixels source_;
