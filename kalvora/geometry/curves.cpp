@@ -79,60 +79,23 @@ bool IsFlatByTable(KVertex2D chord, KVertex2D a, KVertex2D b, std::uint32_t boun
   return measure.Across(a) + measure.Across(b) < bound;
 }
 
-namespace {
-
 // |a x chord| / |chord| is how far a reaches across the chord. The table's measure differs from it
 // by no more than
 // - 1/4096 of the legs, for the sines (1/8400) and for the angle's 23 roundings to 1/65536 degree,
 // - 176 / |chord| of the legs, for the angle's 23 steps in whole units of 4 raw ones,
 // - 2 for rounding the products;
 // all of this is multiplied by the chord's length here.
-struct Across {
-  std::uint64_t areas;
-  std::uint32_t legs;
-
-  bool IsLess(std::uint32_t bound, Rough length) const {
-    return areas + Hair(length) < std::uint64_t{bound} * length.least;
-  }
-  bool IsMore(std::uint32_t bound, Rough length) const {
-    return areas >= std::uint64_t{bound} * length.most + Hair(length);
-  }
-
- private:
-  std::uint64_t Hair(Rough length) const {
-    return std::uint64_t{legs} * ((length.most >> 12) + 176) + 4 * std::uint64_t{length.most};
-  }
-};
-
-}  // namespace
-
-namespace {
-
-// Legs and chord below 2^30.
-[[gnu::noinline]] bool IsFlatWithin(Across across, KVertex2D chord, KVertex2D a, KVertex2D b,
-                                    std::uint32_t bound) {
-  const Rough length = RoughLength(chord);
-  if (across.IsLess(bound, length)) return true;
-  return !across.IsMore(bound, length) && IsFlatByTable(chord, a, b, bound);
-}
-
-// Mostly bounds of the length that lie 12 % apart do.
-inline bool IsFlat(KVertex2D chord, KVertex2D a, KVertex2D b, std::uint64_t legs,
-                   std::uint32_t bound) {
-  constexpr std::uint32_t kRoom = 1u << 29;
-  const std::uint32_t x = Magnitude(chord.x.raw), y = Magnitude(chord.y.raw);
-  const std::uint32_t longer = std::max(x, y), shorter = std::min(x, y);
-  if (legs >= kRoom || longer >= kRoom) return IsFlatByTable(chord, a, b, bound);
-  const Across across{Area(a, chord) + Area(b, chord), static_cast<std::uint32_t>(legs)};
-  const Rough length{longer, longer + shorter / 2 + 1};
-  if (across.IsLess(bound, length)) return true;
-  return !across.IsMore(bound, length) && IsFlatWithin(across, chord, a, b, bound);
-}
-
-}  // namespace
-
 bool IsFlat(KVertex2D chord, KVertex2D a, KVertex2D b, std::uint32_t bound) {
-  return IsFlat(chord, a, b, Reach(a) + Reach(b), bound);
+  constexpr std::uint32_t kRoom = 1u << 30;
+  const Rough length = RoughLength(chord);
+  const std::uint64_t legs = Reach(a) + Reach(b);
+  if (legs < kRoom && length.most < kRoom) {
+    const std::uint64_t across = Area(a, chord) + Area(b, chord);
+    const std::uint64_t hair = legs * ((length.most >> 12) + 176) + 4 * std::uint64_t{length.most};
+    if (across + hair < std::uint64_t{bound} * length.least) return true;
+    if (across >= std::uint64_t{bound} * length.most + hair) return false;
+  }
+  return IsFlatByTable(chord, a, b, bound);
 }
 
 // Halving -----------------------------------------------------------------------------------------
@@ -143,52 +106,62 @@ namespace {
 KFixed Middle(KFixed a, KFixed b) {
   return KFixed::FromRaw((a.raw & b.raw) + ((a.raw ^ b.raw) >> 1));
 }
-KVertex2D Middle(KVertex2D a, KVertex2D b) { return {Middle(a.x, b.x), Middle(a.y, b.y)}; }
 
 /// A curve of ORDER + 1 points, last to first.
 template <int ORDER>
-bool IsStraight(const KVertex2D* p, std::uint32_t bound);
+struct Curve {
+  /// One coordinate of the halves at t = 1/2, in place of the whole, the later half first.
+  template <KFixed KVertex2D::*C>
+  static void Split(KVertex2D* p) {
+    const KFixed first = p[ORDER].*C, last = p[0].*C;
+    const KFixed p01 = Middle(first, p[ORDER - 1].*C),
+                 p12 = Middle(p[ORDER - 1].*C, p[ORDER - 2].*C);
+    p[2 * ORDER].*C = first;
+    p[2 * ORDER - 1].*C = p01;
+    if constexpr (ORDER == 2) {
+      p[2].*C = Middle(p01, p12);
+      p[1].*C = p12;
+    } else {
+      const KFixed p23 = Middle(p[1].*C, last), p012 = Middle(p01, p12), p123 = Middle(p12, p23);
+      p[4].*C = p012;
+      p[3].*C = Middle(p012, p123);
+      p[2].*C = p123;
+      p[1].*C = p23;
+    }
+  }
+  static void Split(KVertex2D* p) {
+    Split<&KVertex2D::x>(p);
+    Split<&KVertex2D::y>(p);
+  }
 
-// The two control points are measured each on its own: on opposite sides of the chord their
-// deviations would cancel, and an S would become a line.
-template <>
-bool IsStraight<3>(const KVertex2D* p, std::uint32_t bound) {
-  const KVertex2D a = p[2] - p[3];
-  const KVertex2D b = p[1] - p[0];
-  // No projection is longer than its vector (the sines exceed 1 by less than 1/64).
-  const std::uint64_t legs = Reach(a) + Reach(b);
-  return legs + (legs >> 6) < bound || IsFlat(p[0] - p[3], a, b, legs, bound);
-}
+  static KVertex2D Chord(const KVertex2D* p) { return p[0] - p[ORDER]; }
+  // The two control points are measured each on its own: on opposite sides of the chord their
+  // deviations would cancel, and an S would become a line.
+  static KVertex2D FirstLeg(const KVertex2D* p) { return p[ORDER - 1] - p[ORDER]; }
+  static KVertex2D LastLeg(const KVertex2D* p) {
+    return ORDER == 3 ? p[1] - p[0] : KVertex2D::Origin;
+  }
+  [[gnu::noinline]] static bool IsSurelyFlat(const KVertex2D* p, std::uint32_t bound) {
+    return kalvora::IsFlat(Chord(p), FirstLeg(p), LastLeg(p), bound);
+  }
+  static bool IsFlat(const KVertex2D* p, const QuickTest& quick, std::uint32_t bound) {
+    const QuickTest::Verdict verdict = quick(Chord(p), FirstLeg(p), LastLeg(p));
+    if (verdict == QuickTest::kUnsure) return IsSurelyFlat(p, bound);
+    return verdict == QuickTest::kFlat;
+  }
+};
 
-template <>
-bool IsStraight<2>(const KVertex2D* p, std::uint32_t bound) {
-  const KVertex2D a = p[1] - p[2];
-  return IsFlat(p[0] - p[2], a, KVertex2D::Origin, Reach(a), bound);
-}
-
-/// The curve's halves at t = 1/2, in its place and behind it: the later one first.
-template <int ORDER>
-void Split(KVertex2D* p);
-
-template <>
-void Split<3>(KVertex2D* p) {
-  const KVertex2D p01 = Middle(p[3], p[2]), p12 = Middle(p[2], p[1]), p23 = Middle(p[1], p[0]);
-  const KVertex2D p012 = Middle(p01, p12), p123 = Middle(p12, p23);
-  p[6] = p[3];
-  p[5] = p01;
-  p[4] = p012;
-  p[3] = Middle(p012, p123);
-  p[2] = p123;
-  p[1] = p23;
-}
-
-template <>
-void Split<2>(KVertex2D* p) {
-  const KVertex2D p01 = Middle(p[2], p[1]), p12 = Middle(p[1], p[0]);
-  p[4] = p[2];
-  p[3] = p01;
-  p[2] = Middle(p01, p12);
-  p[1] = p12;
+/// The longer side of the points' box.
+std::uint32_t ExtentOf(const KVertex2D* points, int count) {
+  const auto side = [=](KFixed KVertex2D::*coordinate) {
+    KFixed low = points[0].*coordinate, high = low;
+    for (int i = 1; i < count; ++i) {
+      low = std::min(low, points[i].*coordinate);
+      high = std::max(high, points[i].*coordinate);
+    }
+    return static_cast<std::uint32_t>(high.raw) - static_cast<std::uint32_t>(low.raw);
+  };
+  return std::max(side(&KVertex2D::x), side(&KVertex2D::y));
 }
 
 // The halves still to do lie on a small stack, where neighbours share their point. A piece is taken
@@ -199,27 +172,27 @@ int Flatten(const KVertex2D* curve, KVertex2D* out, int stride, KFixed tolerance
   constexpr int kMostPending = 10;
   constexpr int kMostPieces = KStroker::kMaxCurvePoints - 1;  // the end point takes the last place
   const std::uint32_t bound = tolerance.raw > 0 ? 2 * static_cast<std::uint32_t>(tolerance.raw) : 0;
+  const QuickTest quick(ExtentOf(curve, ORDER + 1), bound);
   KVertex2D points[ORDER * (kMostPending + 1) + 1];
   std::reverse_copy(curve, curve + ORDER + 1, points);
-  KVertex2D* const lowest = points;
-  KVertex2D* const highest = points + ORDER * kMostPending;
   KVertex2D* piece = points;
-  int pieces = 0;
-  for (;;) {
-    const bool full = piece == highest || pieces + (piece - lowest) / ORDER + 1 >= kMostPieces;
-    if (!full && !IsStraight<ORDER>(piece, bound)) {
-      Split<ORDER>(piece);
+  int pending = 0;
+  for (int pieces = 1;; ++pieces) {
+    while (pending < kMostPending && pieces + pending < kMostPieces &&
+           !Curve<ORDER>::IsFlat(piece, quick, bound)) {
+      Curve<ORDER>::Split(piece);
       piece += ORDER;
-      continue;
+      ++pending;
     }
     *out = piece[ORDER];
     out += stride;
-    ++pieces;
-    if (piece == lowest) break;
+    if (pending == 0) {
+      *out = points[0];
+      return pieces + 1;
+    }
+    --pending;
     piece -= ORDER;
   }
-  *out = points[0];
-  return pieces + 1;
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "kalvora/core/division.h"
 #include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"
 #include "kalvora/geometry/curves.h"
@@ -82,20 +83,36 @@ TEST(Flatten, CrossProductsDecideLikeTheTable) {
     return KVertex2D{KFixed::FromRaw(random.Between(-size, size)),
                      KFixed::FromRaw(random.Between(-other, other))};
   };
-  int flat = 0;
+  int flat = 0, unsure = 0;
+  const auto quick = [&]<typename Word>(Word, KVertex2D chord, KVertex2D a, KVertex2D b,
+                                        std::uint32_t bound, bool table) {
+    std::uint32_t extent = 0;
+    for (const KVertex2D v : {chord, a, b}) {
+      extent = std::max({extent, kalvora::Magnitude(v.x.raw), kalvora::Magnitude(v.y.raw)});
+    }
+    using Quick = kalvora::QuickTestIn<Word>;
+    const auto verdict = Quick(extent, bound)(chord, a, b);
+    if (verdict != Quick::kUnsure) {
+      EXPECT_EQ(verdict == Quick::kFlat, table);
+    }
+    unsure += verdict == Quick::kUnsure;
+  };
   for (int i = 0; i < 200000; ++i) {
     const KVertex2D chord = vector(), a = vector();
     const KVertex2D b = random.OneIn(2) ? vector() : KVertex2D::Origin;
     const Pt d = ToPt(chord);
     const double across = std::abs(Cross(ToPt(a), d)) + std::abs(Cross(ToPt(b), d));
-    const double near = 1 + random.Between(-1000, 1000) * 1e-6 * random.Below(100);
+    const double near = 1 + random.Between(-1000, 1000) * 1e-6 * random.Below(1000);
     const double exact = across / std::max(d.Norm(), 1e-5) * near * 65536;
     const auto bound = static_cast<std::uint32_t>(std::clamp(exact, 0.0, 4294967295.0));
     const bool table = kalvora::IsFlatByTable(chord, a, b, bound);
     ASSERT_EQ(kalvora::IsFlat(chord, a, b, bound), table) << i;
+    quick(std::int32_t{}, chord, a, b, bound, table);
+    quick(std::int64_t{}, chord, a, b, bound, table);
     flat += table;
   }
   EXPECT_NEAR(flat, 100000, 20000);
+  EXPECT_LT(unsure, 300000);
 }
 
 TEST(Flatten, CountsPoints) {
