@@ -215,11 +215,12 @@ TEST(Shadows, AreWrittenAlikeByAllLoops) {
                                   {{10, 5}, {5, 5}, {0, 5}, 0x8000},
                                   {{8, 4}, {4, 4}, {0, 4}, 0xF000},
                                   {{0, 8}, {8, 8}, {16, 8}, 0xFF000000},
+                                  KPixelLayout{},
                                   {{24, 8}, {16, 8}, {8, 8}, 0}};
   Random random(1);
   for (int i = 0; i < 3000; ++i) {
     const unsigned which = random.Below(std::size(layouts));
-    const unsigned bits = which < 4 ? 16 : which == 4 && random.OneIn(2) ? 24 : 32;
+    const unsigned bits = which < 4 ? 16 : which < 6 && random.OneIn(2) ? 24 : 32;
     const bool dither = random.OneIn(2);
     KPixelWriter plain;
     KPixelWriter wide;
@@ -236,6 +237,35 @@ TEST(Shadows, AreWrittenAlikeByAllLoops) {
     wide.Write(written.data(), words.data(), count, x, y);
     ASSERT_EQ(written, expected) << which << " " << bits;
     ASSERT_EQ(written[words.size() * bits / 8], 0x11);
+  }
+}
+
+TEST(Shadows, AreTurnedByAllLoops) {
+  constexpr int kSize = 20;
+  Random random(2);
+  std::vector<std::uint32_t> words(kSize * kSize);
+  for (std::uint32_t& word : words) word = random.Next();
+  const struct {
+    std::ptrdiff_t first, right, down;
+  } turns[] = {
+      {kSize * (kSize - 1), -kSize, 1}, {kSize * kSize - 1, -1, -kSize}, {kSize - 1, kSize, -1}};
+  for (const kalvora::PixelLoops* loops :
+       {&kalvora::PlainPixelLoops(), kalvora::WidePixelLoops()}) {
+    for (int i = 0; loops != nullptr && i < 500; ++i) {
+      const auto& turn = turns[i % 3];
+      const int columns = static_cast<int>(random.Below(kSize + 1));
+      const int rows = static_cast<int>(random.Below(kSize + 1));
+      std::uint32_t tile[kSize][kSize] = {};
+      loops->turn(tile[0], kSize, columns, rows, &words[static_cast<std::size_t>(turn.first)],
+                  turn.right, turn.down);
+      for (int y = 0; y < kSize; ++y) {
+        for (int x = 0; x < kSize; ++x) {
+          const auto from = static_cast<std::size_t>(turn.first + turn.right * x + turn.down * y);
+          ASSERT_EQ(tile[y][x], x < columns && y < rows ? words[from] : 0)
+              << loops->name << ' ' << x << ' ' << y;
+        }
+      }
+    }
   }
 }
 

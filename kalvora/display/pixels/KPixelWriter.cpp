@@ -2,7 +2,7 @@
 #include "kalvora/display/pixels/KPixelWriter.h"
 
 #include <algorithm>
-#include <cstring>
+#include <cstddef>
 
 #include "kalvora/support/KMem.h"
 
@@ -38,6 +38,7 @@ bool KPixelWriter::Choose(const KPixelLayout& layout, unsigned bitsPerPixel, boo
   if (layout.red.bits != layout.blue.bits) return false;
   if (loops == nullptr) loops = kalvora::WidePixelLoops();
   if (loops == nullptr) loops = &kalvora::PlainPixelLoops();
+  loops_ = loops;
   style_.layout = layout;
   MakeNoise(dither);
   triples_ = bitsPerPixel == 24;
@@ -58,7 +59,7 @@ bool KPixelWriter::Choose(const KPixelLayout& layout, unsigned bitsPerPixel, boo
 
 void KPixelWriter::MakeNoise(bool dither) {
   for (unsigned y = 0; y < 4; ++y) {
-    for (unsigned x = 0; x < PixelStyle::kPiece + 3; ++x) {
+    for (unsigned x = 0; x < PixelStyle::kStep + 3; ++x) {
       const std::uint32_t threshold = kPattern[y][x % 4];
       const std::uint32_t redBlue = Noise(threshold, style_.layout.red.bits, dither) * 0x00010001;
       style_.noise[y][x] = redBlue | Noise(threshold, style_.layout.green.bits, dither) << 8;
@@ -66,21 +67,17 @@ void KPixelWriter::MakeNoise(bool dither) {
   }
 }
 
-/// Through words, of which four become three.
+/// Words that lie as the triples do are packed as they are, others are first made so.
 void KPixelWriter::WriteTriples(std::uint8_t* to, const std::uint32_t* from, unsigned count,
                                 unsigned x, unsigned y) const {
-  std::uint32_t words[PixelStyle::kPiece];
+  if (style_.layout.IsOurs()) return loops_->pack(style_, to, from, count, x, y);
+  constexpr unsigned kPiece = 8 * PixelStyle::kStep;
+  std::uint32_t words[kPiece];
   while (count > 0) {
-    const unsigned n = std::min(count, PixelStyle::kPiece);
-    loop_(style_, words, from, n, x, y);  // cheap beside the packing, and clears what is no colour
-    const std::uint32_t* w = words;
-    unsigned left = n;
-    for (; left >= 4; left -= 4, w += 4, to += 12) {
-      const std::uint32_t packed[3] = {w[0] | w[1] << 24, w[1] >> 8 | w[2] << 16,
-                                       w[2] >> 16 | w[3] << 8};
-      std::memcpy(to, packed, sizeof packed);
-    }
-    for (; left > 0; --left, ++w, to += 3) std::memcpy(to, w, 3);
+    const unsigned n = std::min(count, kPiece);
+    loop_(style_, words, from, n, x, y);
+    loops_->pack(style_, to, words, n, x, y);
+    to += std::size_t{3} * n;
     from += n;
     count -= n;
   }

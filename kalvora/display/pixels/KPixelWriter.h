@@ -23,6 +23,8 @@ class KPixelWriter {
       loop_(style_, to, from, count, x, y);
     }
   }
+  /// What gathers turned pixels for Write.
+  kalvora::TurnLoop& Turn() const { return *loops_->turn; }
 
  private:
   void WriteTriples(std::uint8_t* to, const std::uint32_t* from, unsigned count, unsigned x,
@@ -30,6 +32,7 @@ class KPixelWriter {
   void MakeNoise(bool dither);
 
   kalvora::PixelStyle style_;
+  const kalvora::PixelLoops* loops_ = nullptr;
   kalvora::PixelLoop* loop_ = nullptr;
   bool triples_ = false;  ///< pixels of three bytes
 };

@@ -1,6 +1,7 @@
 // The loops for any processor, and the choice of those for wide vectors.
 #define KALVORA_WIDTH plain
 #define KALVORA_WIDTH_NAME "plain"
+#define KALVORA_BY_HAND 0
 #include "kalvora/display/pixels/pixelloopsbody.h"
 #include "kalvora/support/processor.h"
 

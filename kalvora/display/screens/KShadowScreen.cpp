@@ -201,7 +201,5 @@ void KShadowScreen::ReadTile(unsigned index, int left, int top, int columns, int
   }
   const void* const words = frames_[index];
   const auto* from = static_cast<const std::uint32_t*>(words) + first + right * left + down * top;
-  for (int x = 0; x < columns; ++x, from += right) {
-    for (int y = 0; y < rows; ++y) tile[y * kTileColumns + x] = from[down * y];
-  }
+  writer_.Turn()(tile, kTileColumns, columns, rows, from, right, down);
 }
