@@ -2,6 +2,7 @@
 #include "kalvora/geometry/curves.h"
 
 #include <algorithm>
+#include <bit>
 
 #include "kalvora/core/division.h"
 #include "kalvora/core/roots.h"
@@ -151,17 +152,19 @@ struct Curve {
   }
 };
 
-/// The longer side of the points' box.
-std::uint32_t ExtentOf(const KVertex2D* points, int count) {
-  const auto side = [=](KFixed KVertex2D::*coordinate) {
-    KFixed low = points[0].*coordinate, high = low;
-    for (int i = 1; i < count; ++i) {
-      low = std::min(low, points[i].*coordinate);
-      high = std::max(high, points[i].*coordinate);
-    }
-    return static_cast<std::uint32_t>(high.raw) - static_cast<std::uint32_t>(low.raw);
+/// How many bits distances between points of the curve have at the most, if it lies where none
+/// wraps around; else 32.
+template <int ORDER>
+int WidthOf(const KVertex2D* p) {
+  const auto bits = [](KVertex2D v) {
+    return static_cast<std::uint32_t>((v.x.raw ^ v.x.raw >> 31) | (v.y.raw ^ v.y.raw >> 31));
   };
-  return std::max(side(&KVertex2D::x), side(&KVertex2D::y));
+  std::uint32_t farthest = bits(p[0]), longest = 0;
+  for (int i = 1; i <= ORDER; ++i) {
+    farthest |= bits(p[i]);
+    longest |= bits(p[i] - p[0]);
+  }
+  return farthest >> 30 ? 32 : static_cast<int>(std::bit_width(longest)) + 1;
 }
 
 // The halves still to do lie on a small stack, where neighbours share their point. A piece is taken
@@ -172,7 +175,7 @@ int Flatten(const KVertex2D* curve, KVertex2D* out, int stride, KFixed tolerance
   constexpr int kMostPending = 10;
   constexpr int kMostPieces = KStroker::kMaxCurvePoints - 1;  // the end point takes the last place
   const std::uint32_t bound = tolerance.raw > 0 ? 2 * static_cast<std::uint32_t>(tolerance.raw) : 0;
-  const QuickTest quick(ExtentOf(curve, ORDER + 1), bound);
+  const QuickTest quick(WidthOf<ORDER>(curve), bound);
   KVertex2D points[ORDER * (kMostPending + 1) + 1];
   std::reverse_copy(curve, curve + ORDER + 1, points);
   KVertex2D* piece = points;

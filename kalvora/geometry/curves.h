@@ -3,7 +3,6 @@
 #define KALVORA_GEOMETRY_CURVES_H
 
 #include <algorithm>
-#include <bit>
 #include <cstdint>
 #include <type_traits>
 
@@ -32,10 +31,10 @@ class QuickTestIn {
  public:
   enum Verdict { kFlat, kBent, kUnsure };
 
-  /// `extent` is the longer side of a box around the curve.
-  QuickTestIn(std::uint32_t extent, std::uint32_t bound)
-      : shift_(std::max(static_cast<int>(std::bit_width(extent)) - kBits, 0)),
-        fits_(extent >> 30 == 0 && bound >> shift_ <= Word{1} << (kBits - 1)),
+  /// Distances between points of the curve have `width` bits at the most.
+  QuickTestIn(int width, std::uint32_t bound)
+      : shift_(std::max(width - kBits, 0)),
+        fits_(width <= 30 && bound >> shift_ <= Word{1} << (kBits - 1)),
         least_(bound >> shift_),
         most_(least_ + 1),
         legSlack_((176u >> shift_) + 3) {}

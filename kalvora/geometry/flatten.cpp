@@ -46,16 +46,17 @@ class Unseen {
 
   /// Whether the subpath's ring lies beside the clip. A ring among others does so from where
   /// RasterPolygon drops it.
-  bool Hides(const Subpath& subpath) {
+  bool Hides(const Subpath& subpath) const {
     if (!limited_) return false;
+    const KVertex2D start = matrix_.Map(subpath.start);
+    if (IsInside(start)) return false;
     VertexBox box;
-    box.Include(matrix_.Map(subpath.start));
+    box.Include(start);
     subpath.ForEach([&](unsigned order, const KVertex2D* points, unsigned pieces) {
       for (std::size_t n = std::size_t{order} * pieces; n > 0; --n) {
         box.Include(matrix_.Map(*points++));
       }
     });
-    cuts_ = !box.LiesWithin(clip_);
     return box.Misses(clip_, several_ ? DrawnBox::kMargin : 0);
   }
 
@@ -64,7 +65,7 @@ class Unseen {
   /// or below the clip. One ring alone may be drawn by DrawSimplePolygon, where every vertex of a
   /// row counts; else the curve may lie far to the left or right as well.
   bool Hides(const KVertex2D* p, unsigned order) const {
-    if (!cuts_) return false;
+    if (!limited_ || IsInside(p[0])) return false;
     VertexBox box;
     for (unsigned i = 0; i <= order; ++i) box.Include(p[i]);
     if (!box.Misses(clip_, several_ ? DrawnBox::kMargin : kFartherThanX)) return false;
@@ -74,12 +75,16 @@ class Unseen {
   }
 
  private:
+  bool IsInside(KVertex2D v) const {
+    const std::int32_t x = v.x.raw >> 16, y = v.y.raw >> 16;
+    return x >= clip_.x0 && x < clip_.x1 && y >= clip_.y0 && y < clip_.y1;
+  }
+
   static constexpr std::int32_t kFartherThanX = 1 << 16;
 
   const KSoftMatrix3D& matrix_;
   KClip clip_{};
   bool limited_, several_;
-  bool cuts_ = false;  // the present subpath lies partly beside the clip
 };
 
 void AddPieces(RingWriter& writer, const KSegment* segment, KVertex2D& current,
@@ -99,7 +104,7 @@ void AddPieces(RingWriter& writer, const KSegment* segment, KVertex2D& current,
     KVertex2D* out = writer.Tail() - 1;
     const int n = order == 2 ? FlattenQuadratic(out, {p[0], p[1], p[2]}, 1, flatness)
                              : FlattenCubic(out, p, 1, flatness);
-    for (int k = 0; k < n; ++k) out[k] = ring::Vertex(out[k]);
+    for (int k = 1; k < n; ++k) out[k] = ring::Vertex(out[k]);
     writer.count += static_cast<unsigned>(n) - 1;
   }
 }
@@ -124,7 +129,7 @@ unsigned KStroker::FlattenPath(KVertex2D**& rings, const KSoftPath* path, const 
       static_cast<KVertex2D**>(memory.Alloc(std::size_t{path->subpathCount} * sizeof(KVertex2D*)));
   if (!rings) return 0;
   unsigned count = 0;
-  Unseen unseen(clip, *path, *m);
+  const Unseen unseen(clip, *path, *m);
   RingWriter writer;
   KVertex2D current = KVertex2D::Origin;
   for (const KSegment* segment = path->first; segment; segment = segment->next) {

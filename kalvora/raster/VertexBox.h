@@ -44,9 +44,6 @@ struct VertexBox {
     return Bottom() < clip.y0 || Top() >= clip.y1 || Right() < clip.x0 - margin ||
            Left() >= clip.x1 + margin;
   }
-  bool LiesWithin(const KClip& clip) const {
-    return Left() >= clip.x0 && Right() < clip.x1 && Top() >= clip.y0 && Bottom() < clip.y1;
-  }
 };
 
 }  // namespace kalvora

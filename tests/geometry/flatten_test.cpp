@@ -1,5 +1,6 @@
 // Flattening: curves into straight pieces, paths into rings.
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <vector>
 
@@ -91,7 +92,7 @@ TEST(Flatten, CrossProductsDecideLikeTheTable) {
       extent = std::max({extent, kalvora::Magnitude(v.x.raw), kalvora::Magnitude(v.y.raw)});
     }
     using Quick = kalvora::QuickTestIn<Word>;
-    const auto verdict = Quick(extent, bound)(chord, a, b);
+    const auto verdict = Quick(std::bit_width(extent), bound)(chord, a, b);
     if (verdict != Quick::kUnsure) {
       EXPECT_EQ(verdict == Quick::kFlat, table);
     }
