@@ -19,7 +19,9 @@ std::int32_t Border(std::int32_t column) {
   return std::min(column, (kFarthestX >> 16) + 1) * kRowHeight;
 }
 
-bool EntryIsLeft(const RowEntry& a, const RowEntry& b) { return IsLeft(*a.chain, *b.chain); }
+constexpr auto kEntryIsLeft = [](const RowEntry& a, const RowEntry& b) {
+  return IsLeft(*a.chain, *b.chain);
+};
 
 }  // namespace
 
@@ -65,7 +67,7 @@ ActiveChains::~ActiveChains() {
 bool ActiveChains::Enter(std::int32_t top) {
   const std::int32_t row = top >> 16;
   if (count_ > 0 &&
-      (entries_[0].chain->xBottom < left_ || entries_[count_ - 1].chain->xBottom >= right_)) {
+      (entries_[0].chain->XBottom() < left_ || entries_[count_ - 1].chain->XBottom() >= right_)) {
     ParkBeside(row);
   }
   if (nextRow_ <= row) {
@@ -89,7 +91,7 @@ void ActiveChains::Reorder(const Group& group) {
   const std::size_t count = group.end - group.first;
   const Winding right = entries[count - 1].chain->after;
   for (std::size_t i = 0; i < count; ++i) entries[i].chain->starts = false;
-  SortNearlySorted(entries, count, EntryIsLeft);
+  SortNearlySorted(entries, count, kEntryIsLeft);
   Winding winding = LeftOf(group.first);
   bool inside = inside_(winding);
   for (std::size_t i = 0; i < count; ++i) {
@@ -160,9 +162,9 @@ void ActiveChains::Start(Chain* chain, const KMergeNode& node, std::int32_t top)
   chain->starts = node.vertex->y.raw > top;
   if (!chain->starts) return ComeIn(chain, top);
   chain->x = HoldX(node.vertex->x);
-  chain->xBottom = chain->edge.x0;
+  chain->place = SlopedEdge::PlaceOf(chain->edge.x0);
   // On the left a chain matters to its pair in the row where they start.
-  const bool unseen = std::min(chain->x, chain->xBottom) >= right_;
+  const bool unseen = std::min(chain->x, chain->XBottom()) >= right_;
   if (!unseen || !Park(chain, top >> 16)) AddFresh(chain, Chain::kNotStraight);
 }
 
@@ -171,7 +173,7 @@ void ActiveChains::ComeIn(Chain* chain, std::int32_t top) {
   chain->edge.NeedRatio();
   chain->starts = false;
   chain->place = chain->edge.PlaceAt(top);
-  chain->x = chain->xBottom = SlopedEdge::XOf(chain->place);
+  chain->x = chain->XBottom();
   rolesAreOld_ = true;
   if (!IsBeside(chain->x) || !Park(chain, top >> 16)) AddFresh(chain, chain->edge.y1);
 }
@@ -184,7 +186,7 @@ void ActiveChains::AddFresh(Chain* chain, std::int32_t straightTo) {
 
 // Those that start change no winding but among themselves.
 void ActiveChains::MergeFresh() {
-  SortNearlySorted(fresh_, freshCount_, EntryIsLeft);
+  SortNearlySorted(fresh_, freshCount_, kEntryIsLeft);
   std::size_t old = count_;
   count_ += freshCount_;
   Chain* right = nullptr;  // the one placed before, if it is fresh
@@ -237,9 +239,9 @@ void ActiveChains::ParkBeside(std::int32_t row) {
   std::size_t kept = 0;
   for (std::size_t i = 0; i < count_; ++i) {
     Chain* chain = entries_[i].chain;
-    if (IsBeside(chain->xBottom)) {
+    if (IsBeside(chain->XBottom())) {
       chain->TakeBelow();
-      chain->x = chain->xBottom;
+      chain->x = chain->XBottom();
       if (Park(chain, row)) continue;
     }
     entries_[kept++] = entries_[i];
@@ -248,9 +250,9 @@ void ActiveChains::ParkBeside(std::int32_t row) {
 }
 
 // Puts a chain to sleep, or drops it, when it is beside the columns drawn for some rows from `row`
-// on. The chain's xBottom is where it comes into that row.
+// on. The chain's XBottom is where it comes into that row.
 bool ActiveChains::Park(Chain* chain, std::int32_t row) {
-  const std::int32_t x = chain->xBottom;
+  const std::int32_t x = chain->XBottom();
   const bool left = x < left_;
   std::int32_t wake = kNever;
   chain->below.lower = nullptr;

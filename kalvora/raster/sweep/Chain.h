@@ -40,11 +40,10 @@ struct InsideRule {
 /// begins, -1 where it ends, 0 where nothing changes.
 struct alignas(64) Chain {
   // What a row reads of a chain that goes straight through it.
-  SlopedEdge edge;       // on which it comes into the row
-  std::uint64_t place;   // at the row's lower border; see SlopedEdge::PlaceAt
-  std::int32_t x;        // where it comes into the row: at its top, or where it starts
-  std::int32_t xBottom;  // at the row's lower border; before the row is walked: the x by which it
-                         // is sorted, where it comes in
+  SlopedEdge edge;      // on which it comes into the row
+  std::uint64_t place;  // where it leaves the row: at its lower border, or where it ends; before
+                        // the row is walked, where it comes in. See SlopedEdge::PlaceAt
+  std::int32_t x;       // where it comes into the row: at its top, or where it starts
   std::int32_t straightTo;  // it has no vertices above that y; kNotStraight: it has to be looked at
   std::int8_t role;
   std::int8_t winding;  // -1 backward, +1 forward through the ring: what it counts, and how it is
@@ -52,7 +51,8 @@ struct alignas(64) Chain {
   bool starts;          // inside the row; before it is walked, x is where its node is
   bool turns;           // it has vertices inside the row or at its lower border: `below` is set
 
-  bool ends;  // inside the row or at its lower border
+  bool bends;  // it is in the row with more than one edge
+  bool ends;   // inside the row or at its lower border
   bool isClip;
   std::uint8_t slot;    // its place in its block
   std::uint32_t order;  // of its node among all, and of it in its pair
@@ -63,6 +63,8 @@ struct alignas(64) Chain {
 
   static constexpr std::int32_t kNotStraight = INT32_MIN;
 
+  /// x where it leaves the row, and before the row is walked: the x by which it is sorted.
+  std::int32_t XBottom() const { return SlopedEdge::XOf(place); }
   /// Goes over to the edge on which it left the row before.
   void TakeBelow() {
     if (!turns) return;
@@ -79,7 +81,7 @@ inline void Winding::Pass(const Chain& chain) { (chain.isClip ? clip : shape) +=
 /// outside the clip.
 bool IsLeftAtSameX(const Chain& p, const Chain& q);
 inline bool IsLeft(const Chain& p, const Chain& q) {
-  return p.xBottom != q.xBottom ? p.xBottom < q.xBottom : IsLeftAtSameX(p, q);
+  return p.XBottom() != q.XBottom() ? p.XBottom() < q.XBottom() : IsLeftAtSameX(p, q);
 }
 
 /// A chain in the row's order.

@@ -27,7 +27,7 @@ struct ChainCursor {
       xEnd = edge->x1;
     } else {
       end = kWholeHeight;
-      xEnd = chain.xBottom;
+      xEnd = chain.XBottom();
     }
   }
   /// Goes on to the piece below. False when the chain ends.

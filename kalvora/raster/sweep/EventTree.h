@@ -6,50 +6,48 @@
 
 namespace kalvora {
 
-/// The least of `count` keys, each of which can be changed: a tournament whose inner nodes name the
-/// winner of the two below. Works in memory given to it.
+/// The least of `count` keys, each of which can be changed: a tournament whose inner nodes are
+/// copies of the lesser of the two below. Works in memory given to it.
 class EventTree {
  public:
   static constexpr std::uint32_t kNever = UINT32_MAX;
 
-  /// Words of memory for `count` keys.
-  static constexpr std::size_t Words(std::size_t count) { return 2 * count + 2; }
+  struct Event {
+    std::uint32_t key;
+    std::uint32_t who;
+    bool operator==(const Event&) const = default;
+  };
 
-  EventTree(std::uint32_t* memory, std::uint32_t count)
-      : keys_(memory), winners_(memory + count), count_(count) {
-    winners_[1] = 0;
-  }
+  /// Events of memory for `count` keys.
+  static constexpr std::size_t Room(std::size_t count) { return 2 * count; }
+
+  EventTree(Event* memory, std::uint32_t count) : nodes_(memory), count_(count) {}
 
   /// Sets a key before Build.
-  void Init(std::uint32_t i, std::uint32_t key) { keys_[i] = key; }
+  void Init(std::uint32_t i, std::uint32_t key) { nodes_[count_ + i] = {key, i}; }
   void Build() {
-    for (std::uint32_t node = count_ - 1; node > 0; --node) winners_[node] = Winner(node);
+    for (std::uint32_t node = count_ - 1; node > 0; --node) nodes_[node] = Lesser(node);
   }
   void Set(std::uint32_t i, std::uint32_t key) {
-    if (keys_[i] == key) return;
-    keys_[i] = key;
-    for (std::uint32_t node = (count_ + i) >> 1; node > 0; node >>= 1) {
-      const std::uint32_t winner = Winner(node);
-      // Above a node that neither was nor is i's, nothing changes.
-      if (winner == winners_[node] && winner != i) return;
-      winners_[node] = winner;
+    std::uint32_t node = count_ + i;
+    if (nodes_[node].key == key) return;
+    nodes_[node].key = key;
+    while (node >>= 1) {
+      const Event& least = Lesser(node);
+      if (least == nodes_[node]) return;
+      nodes_[node] = least;
     }
   }
   /// Among equal keys any.
-  std::uint32_t First() const { return winners_[1]; }
-  std::uint32_t Key(std::uint32_t i) const { return keys_[i]; }
+  const Event& First() const { return nodes_[1]; }
 
  private:
-  std::uint32_t Name(std::uint32_t node) const {
-    return node >= count_ ? node - count_ : winners_[node];
-  }
-  std::uint32_t Winner(std::uint32_t node) const {
-    const std::uint32_t a = Name(2 * node), b = Name(2 * node + 1);
-    return keys_[b] < keys_[a] ? b : a;
+  const Event& Lesser(std::uint32_t node) const {
+    const Event* below = nodes_ + 2 * node;
+    return below[below[1].key < below[0].key];
   }
 
-  std::uint32_t* keys_;
-  std::uint32_t* winners_;  // [1] is the root
+  Event* nodes_;  // [1] is the root, [count] and on the keys
   std::uint32_t count_;
 };
 

@@ -25,7 +25,7 @@ void GroupSweep::Run(const RowEntry* entries, std::size_t count) {
   if (count > UINT32_MAX / 2 / sizeof(Cursor)) return;
   count_ = static_cast<std::uint32_t>(count);
   cursors_ = static_cast<Cursor*>(stack_->Alloc(static_cast<unsigned>(
-      count * sizeof(Cursor) + EventTree::Words(count) * sizeof(std::uint32_t))));
+      count * sizeof(Cursor) + EventTree::Room(count) * sizeof(EventTree::Event))));
   if (!cursors_) return;
   Prepare(entries);
   const std::int32_t reached = Sweep();
@@ -48,26 +48,18 @@ void GroupSweep::Prepare(const RowEntry* entries) {
     cursor.role = chain.starts ? std::int8_t{0} : chain.role;
     cursor.after = chain.after;
     cursor.next = nullptr;
+    cursor.marked = false;
     cursor.listed = !chain.starts;
     if (!cursor.listed) continue;
     cursor.previous = last;
     last->next = &cursor;
     last = &cursor;
   }
-  Relabel();
-}
-
-// Labels leave room for those who come in between.
-void GroupSweep::Relabel() {
-  const std::uint32_t step = UINT32_MAX / (count_ + 1);
-  std::uint32_t label = 0;
-  for (Cursor* cursor = head_.next; cursor; cursor = cursor->next) cursor->label = label += step;
-  disturbedTo_ = UINT32_MAX;
 }
 
 // The height that the sweep has reached: the row's bottom, or where it gave up.
 std::int32_t GroupSweep::Sweep() {
-  EventTree tree(reinterpret_cast<std::uint32_t*>(cursors_ + count_), count_);
+  EventTree tree(reinterpret_cast<EventTree::Event*>(cursors_ + count_), count_);
   for (std::uint32_t i = 0; i < count_; ++i) {
     Cursor& cursor = cursors_[i];
     tree.Init(i, cursor.listed ? NextEvent(cursor) : Key(cursor.top, kStart));
@@ -76,8 +68,8 @@ std::int32_t GroupSweep::Sweep() {
   const std::size_t limit = kGenerous + 4 * std::size_t{count_};
   now_ = 0;
   for (;;) {
-    Cursor& cursor = cursors_[tree.First()];
-    const std::uint32_t key = tree.Key(tree.First());
+    const auto [key, who] = tree.First();
+    Cursor& cursor = cursors_[who];
     if (key == EventTree::kNever) break;
     const std::int32_t y = static_cast<std::int32_t>(key >> 2);
     if (y > now_) {
@@ -103,9 +95,13 @@ std::int32_t GroupSweep::Sweep() {
   return kWholeHeight;
 }
 
+void GroupSweep::Schedule(Cursor& cursor, EventTree& tree) {
+  if (&cursor != &head_) tree.Set(Index(cursor), NextEvent(cursor));
+}
+
 // Of a listed cursor: the end of its piece, or before that the crossing with its right neighbour.
 std::uint32_t GroupSweep::NextEvent(Cursor& cursor) {
-  std::uint32_t key = cursor.end < kWholeHeight ? Key(cursor.end, kEnd) : EventTree::kNever;
+  const std::uint32_t key = EndOf(cursor);
   if (!cursor.next) return key;
   const std::int32_t y = std::min(cursor.end, cursor.next->end);
   if (!AreInverted(cursor, *cursor.next, y)) return key;
@@ -142,17 +138,16 @@ void GroupSweep::Swap(Cursor& a, EventTree& tree) {
   if (a.next) a.next->previous = &a;
   b.next = &a;
   a.previous = &b;
-  std::swap(a.label, b.label);
-  if (disturbed_ == &a) disturbed_ = &before;
+  if (a.marked || b.marked) Mark(a.next);
   const bool inside = TakeRole(b, before.after, inside_(before.after));
   TakeRole(a, b.after, inside);
   Schedule(before, tree);
-  Schedule(b, tree);
+  tree.Set(Index(b), EndOf(b));  // it has crossed `a`
   Schedule(a, tree);
 }
 
 void GroupSweep::Remove(Cursor& cursor, EventTree& tree) {
-  Disturb(*cursor.previous, cursor.label);
+  Mark(cursor.next);
   cursor.listed = false;
   cursor.previous->next = cursor.next;
   if (cursor.next) cursor.next->previous = cursor.previous;
@@ -177,27 +172,24 @@ void GroupSweep::Insert(Cursor& cursor, std::int32_t y, EventTree& tree) {
     if (x > cursor.xTop) break;
     if (x == cursor.xTop && !AreInverted(cursor, next, std::min(cursor.end, next.end))) break;
   }
-  Link(cursor, *at);
-  Disturb(*at, cursor.label);
+  cursor.listed = true;
+  cursor.previous = at;
+  cursor.next = at->next;
+  at->next = &cursor;
+  if (cursor.next) cursor.next->previous = &cursor;
+  cursor.after = at->after;
+  Mark(&cursor);
   Schedule(*at, tree);
   Schedule(cursor, tree);
 }
 
-void GroupSweep::Link(Cursor& cursor, Cursor& previous) {
-  cursor.listed = true;
-  cursor.previous = &previous;
-  cursor.next = previous.next;
-  previous.next = &cursor;
-  if (cursor.next) cursor.next->previous = &cursor;
-  const std::uint32_t limit = cursor.next ? cursor.next->label : UINT32_MAX;
-  cursor.label = previous.label + (limit - previous.label) / 2;
-  if (cursor.label == previous.label) Relabel();
-}
-
-// Windings may have changed after `from`, up to the label `to`.
-void GroupSweep::Disturb(Cursor& from, std::uint32_t to) {
-  if (!disturbed_ || from.label < disturbed_->label) disturbed_ = &from;
-  disturbedTo_ = std::max(disturbedTo_, to);
+// A cursor's winding is no longer that of the one before it and its own.
+void GroupSweep::Mark(Cursor* cursor) {
+  if (!cursor || cursor->marked) return;
+  cursor->marked = true;
+  cursor->nextMarked = nullptr;
+  *marksEnd_ = cursor;
+  marksEnd_ = &cursor->nextMarked;
 }
 
 // The role of a chain from what is left of it; returns whether its right is inside.
@@ -213,19 +205,26 @@ bool GroupSweep::TakeRole(Cursor& cursor, const Winding& left, bool wasInside) {
   return inside;
 }
 
-// Brings roles into accord with the order after starts and ends. Beyond the last chain that moved
-// it goes on as long as windings differ: the partner of a chain that ended may lie asleep beside
-// the clip.
+// Brings windings and roles into accord with the order after starts and ends: from every mark on as
+// far as windings differ, mostly to the partner of what started or ended. That may lie asleep
+// beside the clip. In which order marks are taken does not matter but to the work.
 void GroupSweep::Settle() {
-  if (!disturbed_) return;
-  bool inside = inside_(disturbed_->after);
-  for (Cursor* cursor = disturbed_->next; cursor; cursor = cursor->next) {
-    const Winding before = cursor->after;
-    inside = TakeRole(*cursor, cursor->previous->after, inside);
-    if (cursor->label > disturbedTo_ && cursor->after == before) break;
+  for (Cursor* mark = marks_; mark; mark = mark->nextMarked) {
+    if (!mark->listed) mark->marked = false;
+    if (!mark->marked) continue;
+    Cursor* cursor = mark;
+    while (cursor->previous->marked) cursor = cursor->previous;
+    bool inside = inside_(cursor->previous->after);
+    for (bool differs = true; differs && cursor; cursor = cursor->next) {
+      const Winding before = cursor->after;
+      if (!cursor->marked) ++work_;
+      cursor->marked = false;
+      inside = TakeRole(*cursor, cursor->previous->after, inside);
+      differs = cursor->after != before || (cursor->next && cursor->next->marked);
+    }
   }
-  disturbed_ = nullptr;
-  disturbedTo_ = 0;
+  marks_ = nullptr;
+  marksEnd_ = &marks_;
 }
 
 void GroupSweep::Finish() {

@@ -29,7 +29,7 @@ class GroupSweep {
   GroupSweep(KStack* stack, DifferenceLine& line, const InsideRule& inside, const Winding& left,
              std::int32_t top)
       : stack_(stack), line_(line), inside_(inside), top_(top) {
-    head_.label = 0;
+    head_.marked = false;
     head_.next = nullptr;
     head_.after = left;
   }
@@ -44,7 +44,8 @@ class GroupSweep {
     const Chain* chain;
     Cursor* previous;  // in the list of those that the sweep has reached
     Cursor* next;
-    std::uint32_t label;  // ascends along the list
+    Cursor* nextMarked;
+    bool marked;
     bool listed;
     std::int8_t role;
     std::int8_t assumed;  // the role with which RowSweep has added all pieces
@@ -64,17 +65,16 @@ class GroupSweep {
   static std::uint32_t Key(std::int32_t y, Kind kind) {
     return static_cast<std::uint32_t>(y) << 2 | kind;
   }
-  std::uint32_t NextEvent(Cursor& cursor);
-  void Schedule(Cursor& cursor, EventTree& tree) {
-    if (&cursor != &head_) tree.Set(Index(cursor), NextEvent(cursor));
+  static std::uint32_t EndOf(const Cursor& cursor) {
+    return cursor.end < kWholeHeight ? Key(cursor.end, kEnd) : EventTree::kNever;
   }
+  std::uint32_t NextEvent(Cursor& cursor);
+  void Schedule(Cursor& cursor, EventTree& tree);
   void EndPiece(Cursor& cursor, EventTree& tree);
   void Swap(Cursor& cursor, EventTree& tree);
   void Insert(Cursor& cursor, std::int32_t y, EventTree& tree);
   void Remove(Cursor& cursor, EventTree& tree);
-  void Link(Cursor& cursor, Cursor& previous);
-  void Relabel();
-  void Disturb(Cursor& from, std::uint32_t to);
+  void Mark(Cursor* cursor);
 
   void DrawInSlabs(std::int32_t y);
 
@@ -87,8 +87,8 @@ class GroupSweep {
   std::size_t work_ = 0;
   Cursor* cursors_ = nullptr;
   Cursor head_;
-  Cursor* disturbed_ = nullptr;    // after this one windings may have changed
-  std::uint32_t disturbedTo_ = 0;  // up to this label
+  Cursor* marks_ = nullptr;  // those whose windings are to be found anew
+  Cursor** marksEnd_ = &marks_;
 };
 
 }  // namespace kalvora

@@ -14,10 +14,10 @@ namespace {
 bool CrossInPairs(const RowEntry* entries, std::size_t count) {
   std::int32_t reached = INT32_MIN;
   for (std::size_t i = 0; i < count; ++i) {
-    const std::int32_t x = entries[i].chain->xBottom;
+    const std::int32_t x = entries[i].chain->XBottom();
     if (x < reached) return false;
-    if (i + 1 < count && entries[i + 1].chain->xBottom < x) {
-      if (entries[++i].chain->xBottom < reached) return false;
+    if (i + 1 < count && entries[i + 1].chain->XBottom() < x) {
+      if (entries[++i].chain->XBottom() < reached) return false;
     }
     reached = x;
   }
@@ -50,11 +50,11 @@ void RowSweep::AddPieces() {
       if (chain.ends) chains_.HasEnded(i);
       joins = chain.starts;
     } else {
-      chain.x = chain.xBottom;
+      chain.x = chain.XBottom();
       chain.place += static_cast<std::uint64_t>(chain.edge.ratio) << 16;
-      chain.xBottom = SlopedEdge::XOf(chain.place);
-      if (chain.role != 0) line_.Add(chain.edge, chain.x, chain.xBottom, kWholeHeight, chain.role);
-      extent = {std::min(chain.x, chain.xBottom), std::max(chain.x, chain.xBottom)};
+      const std::int32_t x = chain.XBottom();
+      if (chain.role != 0) line_.Add(chain.edge, chain.x, x, kWholeHeight, chain.role);
+      extent = {std::min(chain.x, x), std::max(chain.x, x)};
     }
     if (extent.low <= reached || joins) Join(i, extent.low);
     entries[i].reached = reached = std::max(reached, extent.high);
@@ -64,34 +64,35 @@ void RowSweep::AddPieces() {
 // A chain with vertices in the row, or one that starts.
 Extent RowSweep::Walk(Chain& chain) {
   SlopedEdge* at = &chain.edge;
-  std::int32_t x = chain.xBottom;
+  std::int32_t x = chain.XBottom();
   std::int32_t y = chain.starts ? at->y0 : top_;
   Extent extent{x, x};
   if (chain.starts) extent.Include(chain.x);
   chain.x = x;
-  chain.turns = at->y1 <= bottom_;
+  chain.turns = chain.bends = at->y1 <= bottom_;
   chain.straightTo = chain.turns ? Chain::kNotStraight : at->y1;
   while (at->y1 <= bottom_) {
     if (chain.role != 0) line_.Add(*at, x, at->x1, (at->y1 - y) << kHeightBits, chain.role);
     y = at->y1;
     x = at->x1;
+    extent.Include(x);
     const KVertex2D* vertex = at->lower;
+    const bool first = at == &chain.edge;
     at = &chain.below;
     if (!at->Find(vertex, chain.winding, y, extent)) {
-      extent.Include(x);
-      chain.xBottom = x;
+      chain.place = SlopedEdge::PlaceOf(x);
       chain.ends = true;
+      chain.bends = !first;
       return extent;
     }
     x = at->x0;
   }
   at->NeedRatio();
   chain.place = at->PlaceAt(bottom_);
-  chain.xBottom = SlopedEdge::XOf(chain.place);
   if (chain.role != 0 && y < bottom_) {
-    line_.Add(*at, x, chain.xBottom, (bottom_ - y) << kHeightBits, chain.role);
+    line_.Add(*at, x, chain.XBottom(), (bottom_ - y) << kHeightBits, chain.role);
   }
-  extent.Include(chain.xBottom);
+  extent.Include(chain.XBottom());
   return extent;
 }
 
@@ -112,7 +113,7 @@ void RowSweep::Join(std::uint32_t entry, std::int32_t low) {
       --first;
     }
   }
-  groups[groupCount_++] = {first, entry + 1};
+  groups[groupCount_++] = {first, entry + 1, low};
 }
 
 void RowSweep::SolveGroup(const Group& group) {
@@ -124,13 +125,14 @@ void RowSweep::SolveGroup(const Group& group) {
   for (std::size_t i = 0; i < count; ++i) {
     const Chain& chain = *first[i].chain;
     straight = straight && !chain.starts && !chain.turns;
-    ordered = ordered && chain.xBottom > x;
-    x = chain.xBottom;
+    ordered = ordered && chain.XBottom() > x;
+    x = chain.XBottom();
   }
   if (straight && ordered) return;
-  const bool solved = straight     ? SolveCrossings(group)
-                      : count == 2 ? PairKeepsOrder(*first[0].chain, *first[1].chain)
-                                   : false;
+  const bool solved =
+      straight     ? SolveCrossings(group)
+      : count == 2 ? PairKeepsOrder(*first[0].chain, *first[1].chain, first[0].reached <= group.low)
+                   : false;
   if (!solved) {
     GroupSweep sweep(stack_, line_, inside_, chains_.LeftOf(group.first), top_);
     sweep.Run(first, count);
@@ -144,7 +146,7 @@ bool RowSweep::SolveCrossings(const Group& group) {
   if (!CrossInPairs(entries + group.first, group.end - group.first)) return false;
   for (std::uint32_t i = group.first; i + 1 < group.end; ++i) {
     Chain &a = *entries[i].chain, &b = *entries[i + 1].chain;
-    if (b.xBottom < a.xBottom) Cross(a, b, chains_.LeftOf(i));
+    if (b.XBottom() < a.XBottom()) Cross(a, b, chains_.LeftOf(i));
   }
   return true;
 }
@@ -160,7 +162,7 @@ void RowSweep::Cross(Chain& a, Chain& b, const Winding& left) {
   if (aChange == 0 && bChange == 0) return;
   const std::int32_t before = b.x - a.x;
   const std::int32_t y =
-      before == 0 ? 0 : CrossingHeight(before, a.xBottom - b.xBottom, kWholeHeight);
+      before == 0 ? 0 : CrossingHeight(before, a.XBottom() - b.XBottom(), kWholeHeight);
   if (y == kWholeHeight) return;
   Change(a, y, aChange);
   Change(b, y, bChange);
@@ -170,17 +172,20 @@ void RowSweep::Cross(Chain& a, Chain& b, const Winding& left) {
 void RowSweep::Change(Chain& chain, std::int32_t y, std::int32_t change) {
   if (change == 0) return;
   if (y > 0) line_.Add(chain.edge, chain.x, chain.edge.XAt(top_, y), y, -change);
-  line_.Add(chain.edge, chain.x, chain.xBottom, kWholeHeight, change);
+  line_.Add(chain.edge, chain.x, chain.XBottom(), kWholeHeight, change);
 }
 
 // Whether two chains that have the row to themselves between their extents begin together, end
 // together, and keep their order in between. Then they have the roles that they came with.
-bool RowSweep::PairKeepsOrder(Chain& first, Chain& second) {
+bool RowSweep::PairKeepsOrder(Chain& first, Chain& second, bool apart) {
   if (first.starts != second.starts || first.ends != second.ends) return false;
   if (first.starts && !chains_.ArePair(first, second)) return false;
+  if (apart) return true;
   const bool mirrored = first.starts && StartsLeft(second.edge, first.edge);
   Chain &left = mirrored ? second : first, &right = mirrored ? first : second;
-  if (!left.turns && !right.turns) return left.xBottom <= right.xBottom;
+  if (!left.bends && !right.bends) {
+    return left.XBottom() <= right.XBottom() && (!left.ends || left.edge.y1 == right.edge.y1);
+  }
   ChainCursor a, b;
   a.Begin(left, top_);
   b.Begin(right, top_);

@@ -30,7 +30,7 @@ class RowSweep {
   bool SolveCrossings(const Group& group);
   void Cross(Chain& a, Chain& b, const Winding& left);
   void Change(Chain& chain, std::int32_t y, std::int32_t change);
-  bool PairKeepsOrder(Chain& a, Chain& b);
+  bool PairKeepsOrder(Chain& a, Chain& b, bool apart);
 
   KStack* stack_;
   ActiveChains& chains_;

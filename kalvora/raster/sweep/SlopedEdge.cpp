@@ -11,18 +11,15 @@ namespace kalvora {
 bool SlopedEdge::Find(const KVertex2D* v, std::int32_t direction, std::int32_t y, Extent& extent) {
   const KVertex2D* to = NextDescent(
       v, direction, y, [&](const KVertex2D* passed) { extent.Include(HoldX(passed->x)); });
-  if (to) Set(v, to);
-  return to;
-}
-
-void SlopedEdge::Set(const KVertex2D* upper, const KVertex2D* to) {
-  x0 = HoldX(upper->x);
-  y0 = upper->y.raw;
+  if (!to) return false;
+  x0 = HoldX(v->x);
+  y0 = v->y.raw;
   x1 = HoldX(to->x);
   y1 = to->y.raw;
   lower = to;
   gain = 0;
   hasRatio = false;
+  return true;
 }
 
 void SlopedEdge::FindRatio() {

@@ -39,8 +39,8 @@ struct SlopedEdge {
   bool hasRatio;
 
   /// Finds the first edge of a chain from `v` on that reaches below y, -1 backward, 1 forward
-  /// through the ring, and includes in `extent` the x of the vertices passed. False when the chain
-  /// turns upward before it does: it has ended.
+  /// through the ring, and includes in `extent` the x of the vertices after `v` on the way. False
+  /// when the chain turns upward before it does: it has ended.
   bool Find(const KVertex2D* v, std::int32_t direction, std::int32_t y, Extent& extent);
   /// Goes on along the chain from the lower end of this edge.
   bool Continue(std::int32_t direction, std::int32_t y, Extent& extent) {
@@ -61,6 +61,7 @@ struct SlopedEdge {
     return (static_cast<std::uint64_t>(x0) << 32) + (std::uint64_t{1} << 31) +
            static_cast<std::uint64_t>(ratio) * height;
   }
+  static std::uint64_t PlaceOf(std::int32_t x) { return static_cast<std::uint64_t>(x) << 32; }
   static std::int32_t XOf(std::uint64_t place) { return static_cast<std::int32_t>(place >> 32); }
   /// x at y.
   std::int32_t XAt(std::int32_t y) const { return y == y1 ? x1 : XOf(PlaceAt(y)); }
@@ -72,7 +73,6 @@ struct SlopedEdge {
   }
 
  private:
-  void Set(const KVertex2D* upper, const KVertex2D* to);
   void FindRatio();
   void FindGain();
 };

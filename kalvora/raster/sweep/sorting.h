@@ -3,6 +3,8 @@
 #define KALVORA_RASTER_SWEEP_SORTING_H
 
 #include <cstddef>
+#include <cstdint>
+#include <utility>
 
 namespace kalvora {
 
@@ -31,6 +33,10 @@ bool InsertionSort(T* items, std::size_t count, std::size_t gap, std::size_t mov
 /// moves.
 template <typename T, typename Before>
 void SortNearlySorted(T* items, std::size_t count, Before before) {
+  if (count == 2) {
+    if (before(items[1], items[0])) std::swap(items[0], items[1]);
+    return;
+  }
   if (InsertionSort(items, count, 1, 8 * count, before)) return;
   std::size_t gap = 1;
   while (gap < count / 9) gap = 3 * gap + 1;
