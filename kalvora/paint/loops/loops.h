@@ -130,9 +130,9 @@ struct StretchLoops {
   /// weight[4 i + 3], below 2^31.
   void (*cubicAcross)(std::int32_t* out, int n, const std::uint8_t* row,
                       const std::uint32_t* offset, const std::int32_t* weight);
-  /// Channel c of to[i] = the sum of (rows[j][4 i + c] weight[j]) >> 16, j = 0..3, held to
-  /// 0..255.0, plus 0x7F00, its whole part. Rows are read up to a multiple of 8 pixels, and a word
-  /// more.
+  /// Channel c of to[i] = the sum of (rows[j][4 i + c] weight[j]) >> 18, j = 0..3, held to
+  /// 0..255.0, plus 0x7F00, its whole part; weights are within +-0x1FFFF. Rows are read up to a
+  /// multiple of 8 pixels, and a word more.
   void (*cubicDown)(std::uint32_t* to, int n, const std::int32_t* const* rows,
                     const std::int32_t* weight, SampleAlpha alpha);
 };
@@ -156,10 +156,13 @@ struct TurnLoops {
               const std::uint32_t* bottom, const std::uint32_t* weightX,
               const std::uint32_t* weightY);
   /// What cubicAcross makes of the four pixels from offset[i] on and of those in the three rows
-  /// below, by the weights x[4 i] on, and cubicDown of those by y[4 i] on.
+  /// below, and cubicDown of those. The weights of the coordinates u[i] and v[i] across and down
+  /// are
+  /// ((line[2 j] f) >> 16) + line[2 j + 1], j = 0..3, f being the fraction, 16 bits, and line the 8
+  /// words from lines[8 (f >> 11)] on.
   void (*cubic)(std::uint32_t* out, int n, const std::uint8_t* source, std::size_t stride,
-                const std::uint32_t* offset, const std::int32_t* x, const std::int32_t* y,
-                SampleAlpha alpha);
+                const std::uint32_t* offset, const std::uint32_t* u, const std::uint32_t* v,
+                const std::int32_t* lines, SampleAlpha alpha);
 };
 
 /// The squares |g + i step|^2 of vectors, i = 0, 1, ...: numbers whose second differences are

@@ -73,45 +73,68 @@ void CubicAcross(std::int32_t* out, int n, const std::uint8_t* row, const std::u
   }
 }
 
-/// The sum of (rows[j][i] weight[j]) >> 16, j = 0..3, of a vector of signed words from `at` on.
+#if KALVORA_LANES > 1 && defined(__SSE2__)
+/// Where the even ones are.
+inline Words OddWords(Words w) { return reinterpret_cast<Words>(reinterpret_cast<Longs>(w) >> 32); }
+#endif
+
+/// (a b) >> 32 of signed words, the even ones into the even words' upper neighbours: of 64-bit
+/// words the lower halves hold anything.
+#if KALVORA_LANES == 8
+inline Words HighProducts(Words a, Words b) {
+  return reinterpret_cast<Words>(
+      _mm256_mul_epi32(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+}
+/// One vector of what belongs to the even words, and to the odd ones.
+inline Words JoinProducts(Words even, Words odd) {
+  return reinterpret_cast<Words>(_mm256_blend_epi32(reinterpret_cast<__m256i>(OddWords(even)),
+                                                    reinterpret_cast<__m256i>(odd), 0xAA));
+}
+#endif
+
+/// The sum of (rows[j][i] weight[j]) >> 18, j = 0..3, of a vector of signed words from `at` on.
 inline Words WeighedSum(const std::int32_t* const* rows, int at, const std::int32_t* weight) {
 #if KALVORA_LANES > 1 && defined(__SSE2__)
-  // Products of the even words, and of the odd ones, which are the even ones a word further on. As
-  // 64-bit words the upper halves hold anything.
-  Longs even = {}, odd = {};
+  // With 14 bits more a weight is below 2^31, and the product's upper word is what is wanted. The
+  // odd words are the even ones a word further on.
+  Words even = {}, odd = {};
 #if KALVORA_LANES == 8
-  const auto product = [](const std::int32_t* row, std::int32_t w) {
-    const auto words = reinterpret_cast<__m256i>(Load(row));
-    return reinterpret_cast<Longs>(_mm256_mul_epi32(words, _mm256_set1_epi32(w))) >> 16;
-  };
-#else
-  const auto product = [](const std::int32_t* row, std::int32_t w) {
-    const Words words = Load(row), weights = All(static_cast<std::uint32_t>(w));
-    const auto unsignedProduct = reinterpret_cast<Words>(
-        _mm_mul_epu32(reinterpret_cast<__m128i>(words), reinterpret_cast<__m128i>(weights)));
-    // Of unsigned words: negative factors are 2^32 too large.
-    const Words excess = (weights & NegativeLanes(words)) + (words & NegativeLanes(weights));
-    return (reinterpret_cast<Longs>(unsignedProduct) >> 16) - reinterpret_cast<Longs>(excess << 16);
-  };
-#endif
+#pragma GCC unroll 4
   for (int j = 0; j < 4; ++j) {
-    even += product(rows[j] + at, weight[j]);
-    odd += product(rows[j] + at + 1, weight[j]);
+    const Words w = All(static_cast<std::uint32_t>(weight[j]) << 14);
+    const Words row = Load(rows[j] + at);
+    even += HighProducts(row, w);
+    odd += HighProducts(OddWords(row), w);
   }
-  const Longs low = Longs{} + 0xFFFFFFFF;
-  return reinterpret_cast<Words>((even & low) | odd << 32);
+  return JoinProducts(even, odd);
+#else
+  // Of unsigned words: negative factors are 2^32 too large.
+  Words excess = {};
+  const auto product = [](Words row, Words w) {
+    return reinterpret_cast<Words>(
+        _mm_mul_epu32(reinterpret_cast<__m128i>(row), reinterpret_cast<__m128i>(w)));
+  };
+  for (int j = 0; j < 4; ++j) {
+    const Words w = All(static_cast<std::uint32_t>(weight[j]) << 14), row = Load(rows[j] + at);
+    even += product(row, w);
+    odd += product(OddWords(row), w);
+    excess += (w & NegativeLanes(row)) + (row & NegativeLanes(w));
+  }
+  const Words low = reinterpret_cast<Words>(Longs{} + 0xFFFFFFFF);
+  return Select(low, OddWords(even), odd) - excess;
+#endif
 #elif KALVORA_LANES == 4
   int32x4_t sum = vdupq_n_s32(0);
   for (int j = 0; j < 4; ++j) {
     const int32x4_t row = vld1q_s32(rows[j] + at);
-    sum = vaddq_s32(sum, vcombine_s32(vshrn_n_s64(vmull_n_s32(vget_low_s32(row), weight[j]), 16),
-                                      vshrn_n_s64(vmull_n_s32(vget_high_s32(row), weight[j]), 16)));
+    sum = vaddq_s32(sum, vcombine_s32(vshrn_n_s64(vmull_n_s32(vget_low_s32(row), weight[j]), 18),
+                                      vshrn_n_s64(vmull_n_s32(vget_high_s32(row), weight[j]), 18)));
   }
   return vreinterpretq_u32_s32(sum);
 #else
   std::uint32_t sum = 0;
   for (int j = 0; j < 4; ++j) {
-    sum += static_cast<std::uint32_t>((std::int64_t{rows[j][at]} * weight[j]) >> 16);
+    sum += static_cast<std::uint32_t>((std::int64_t{rows[j][at]} * weight[j]) >> 18);
   }
   return sum;
 #endif
@@ -165,6 +188,7 @@ inline Words BoundByAlpha(Words p) {
 /// Pixels of sums, 16.16, four a pixel.
 inline Words ToPixels(const Words (&sums)[4], SampleAlpha alpha) {
   Ints channels[4];
+#pragma GCC unroll 4
   for (int k = 0; k < 4; ++k) channels[k] = AsInts(sums[k] + 0x7F00) >> 16;
   const Words p = PackChannels(channels);
   if (alpha == SampleAlpha::kNone) return p & 0xFFFFFF;
@@ -175,6 +199,7 @@ void CubicDown(std::uint32_t* to, int n, const std::int32_t* const* rows,
                const std::int32_t* weight, SampleAlpha alpha) {
   for (int i = 0; i < n; i += kLanes) {
     Words sums[4];
+#pragma GCC unroll 4
     for (int k = 0; k < 4; ++k) sums[k] = WeighedSum(rows, 4 * i + k * kLanes, weight);
     StoreFirst(to + i, ToPixels(sums, alpha), n - i < kLanes ? n - i : kLanes);
   }

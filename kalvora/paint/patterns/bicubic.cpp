@@ -59,14 +59,14 @@ void BicubicRows<R>::Read(std::uint32_t* to, int n) {
 template <KRepeatRule R>
 void BicubicRows<R>::ReadSome(std::uint32_t* to, int n) {
   std::uint32_t offset[kMost];
-  std::int32_t x[kTaps * kMost], y[kTaps * kMost];
+  std::uint32_t u[kMost], v[kMost];
   // Sixteen pixels that lie together go through the loop; others are sampled one by one.
   const bool large = source_.width >= kTaps && source_.height >= kTaps && source_.HasShortOffsets();
   const auto together = [](std::int32_t i, std::int32_t count) { return i > 0 && i + 2 < count; };
   int begin = 0;  // of those that wait for the loop
   const auto flush = [&](int end) {
-    loops_.cubic(to + begin, end - begin, source_.pixels, source_.stride, offset + begin,
-                 x + kTaps * begin, y + kTaps * begin, alpha_);
+    loops_.cubic(to + begin, end - begin, source_.pixels, source_.stride, offset + begin, u + begin,
+                 v + begin, KTables::KBicubic.data(), alpha_);
     begin = end + 1;
   };
   for (int i = 0; i < n; ++i) {
@@ -74,8 +74,8 @@ void BicubicRows<R>::ReadSome(std::uint32_t* to, int n) {
     if (large && together(column, source_.width) && together(row, source_.height)) {
       const std::uint8_t* first = PatternPixels::Pixel(source_.Row(row - 1), column - 1);
       offset[i] = static_cast<std::uint32_t>(first - source_.pixels);
-      FindWeights(x + kTaps * i, at_.U());
-      FindWeights(y + kTaps * i, at_.V());
+      u[i] = at_.u;
+      v[i] = at_.v;
     } else {
       flush(i);
       to[i] = SampleBicubic<R>(source_, at_.U(), at_.V(), alpha_);

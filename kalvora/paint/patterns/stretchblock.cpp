@@ -158,8 +158,8 @@ class BicubicColumns {
       const Taps taps = TapsAt<KRepeatClamp>(at.U(), source_.width);
       const std::int32_t first = std::clamp(at.Column() - 1, 0, source_.width - 4);
       offset_[i] = static_cast<std::uint32_t>(first) * 4;
-      // Pixels that count twice at an edge have both weights.
-      for (int j = 0; j < 4; ++j) weight_[4 * i + taps.index[j] - first] += taps.weight[j];
+      // Pixels that count twice at an edge have both weights; four times, as cubicDown wants it.
+      for (int j = 0; j < 4; ++j) weight_[4 * i + taps.index[j] - first] += 4 * taps.weight[j];
     }
   }
 
