@@ -11,6 +11,7 @@
 
 #include "kalvora/core/roots.h"
 #include "kalvora/paint/KColorStrip.h"
+#include "kalvora/paint/patterns/bicubic.h"
 
 #include "tests/common/GuardedBuffer.h"
 #include "tests/common/Random.h"
@@ -253,6 +254,130 @@ TEST(Loops, DifferencesInEveryWidth) {
       }
       for (std::size_t i = 0; i < 4 * fours; ++i) ASSERT_EQ(line.As<Word>()[i], 0u);
       for (std::size_t i = 0; i < touched.size(); ++i) ASSERT_EQ(bits.As<Word>()[i], 0u);
+    }
+  }
+}
+
+/// A picture between guard pages; places in it, by column and row and as the arrays of the loops of
+/// stretched and turned patterns have them: with zeros up to a multiple of 8.
+struct Places {
+  static constexpr int kWidth = 19, kHeight = 9;
+
+  Places(Random& random, int n, GuardedBuffer::Edge edge)
+      : picture(4 * kWidth * kHeight, edge), count(static_cast<std::size_t>(n + 7) / 8 * 8) {
+    for (int i = 0; i < kWidth * kHeight; ++i) picture.As<Word>()[i] = Span::Pixel(random);
+    for (int i = 0; i < n; ++i) {
+      x[i] = random.Below(kWidth - 3), y[i] = random.Below(kHeight - 3);
+      u[i] = x[i] << 16 | random.Below(0x10000), v[i] = y[i] << 16 | random.Below(0x10000);
+      offset[i] = x[i] * 4, top[i] = (y[i] * kWidth + x[i]) * 4, bottom[i] = top[i] + 4 * kWidth;
+      weightX[i] = random.Below(257), weightY[i] = random.Below(257);
+      for (int j = 0; j < 4; ++j) weights[4 * i + j] = random.Between(-0x1FFFF, 0x3FFFF);
+    }
+  }
+
+  Word At(Word column, Word row) const { return picture.As<Word>()[row * kWidth + column]; }
+  Word Pair(int i, Word row) const {
+    return reference::Lerp(At(x[i], row), At(x[i] + 1, row), weightX[i]);
+  }
+  /// The sum of channel c of four pixels.
+  std::int32_t Sum(int i, Word row, int c, const std::int32_t* w) const {
+    std::int32_t sum = 0;
+    for (Word j = 0; j < 4; ++j) {
+      sum += static_cast<std::int32_t>(reference::Channel(At(x[i] + j, row), c)) * w[j];
+    }
+    return sum;
+  }
+
+  GuardedBuffer picture;
+  const std::size_t count;
+  Word x[72] = {}, y[72] = {}, u[72] = {}, v[72] = {}, offset[72] = {}, top[72] = {};
+  Word bottom[72] = {}, weightX[72] = {}, weightY[72] = {};
+  std::int32_t weights[4 * 72] = {};
+};
+
+/// A pixel of weighed sums: sum(c, j) of channel c in row j.
+template <typename Sum>
+Word CubicPixel(Sum sum, const std::int32_t* weight, kalvora::SampleAlpha alpha) {
+  Word channel[4], pixel = 0;
+  for (int c = 0; c < 4; ++c) {
+    std::int64_t all = 0;
+    for (int j = 0; j < 4; ++j) all += std::int64_t{sum(c, j)} * weight[j] >> 18;
+    channel[c] = static_cast<Word>((std::clamp<std::int64_t>(all, 0, 0xFF0000) + 0x7F00) >> 16);
+  }
+  for (int c = 0; c < 4; ++c) {
+    if (alpha == kalvora::SampleAlpha::kBound) channel[c] = std::min(channel[c], channel[3]);
+    if (c < 3 || alpha != kalvora::SampleAlpha::kNone) pixel |= channel[c] << (8 * c);
+  }
+  return pixel;
+}
+
+void CheckPlaces(const Loops& loops, const Places& p, int n, GuardedBuffer::Edge edge,
+                 Random& random) {
+  const auto pixels = static_cast<std::size_t>(n);
+  const auto alpha = static_cast<kalvora::SampleAlpha>(random.Below(3));
+  const kalvora::StretchLoops& stretch = loops.stretch;
+  GuardedBuffer across(4 * p.count, edge), to(4 * pixels, edge), sums(16 * p.count, edge);
+  const auto check = [&](const char* name, const GuardedBuffer& got, auto want) {
+    for (int i = 0; i < n; ++i) {
+      ASSERT_EQ(got.As<Word>()[i], want(i))
+          << loops.name << ", " << name << ": " << i << " of " << n;
+    }
+  };
+  stretch.mixAcross(across.As<Word>(), n, p.picture.data(), p.offset, p.weightX);
+  check("mixAcross", across, [&](int i) { return p.Pair(i, 0); });
+  stretch.mixDown(to.As<Word>(), n, p.u, p.v, p.weightY[0]);
+  check("mixDown", to, [&](int i) { return reference::Lerp(p.u[i], p.v[i], p.weightY[0]); });
+  stretch.cubicAcross(sums.As<std::int32_t>(), n, p.picture.data(), p.offset, p.weights);
+  for (int i = 0; i < 4 * n; ++i) {
+    ASSERT_EQ(sums.As<std::int32_t>()[i], p.Sum(i / 4, 0, i % 4, p.weights + i / 4 * 4));
+  }
+  std::int32_t rows[4][4 * 72 + 1], weight[4];
+  for (auto& row : rows) {
+    for (std::int32_t& word : row) word = random.Between(-(1 << 27), 1 << 27);
+  }
+  for (std::int32_t& w : weight) w = random.Between(-0x1FFFF, 0x1FFFF);
+  const std::int32_t* const four[] = {rows[0], rows[1], rows[2], rows[3]};
+  stretch.cubicDown(to.As<Word>(), n, four, weight, alpha);
+  check("cubicDown", to, [&](int i) {
+    return CubicPixel([&](int c, int j) { return rows[j][4 * i + c]; }, weight, alpha);
+  });
+
+  const kalvora::Places line{0x4000, 0x8000, random.Below(0x20000), random.Below(0x20000)};
+  const Word stride = 4 * Places::kWidth;
+  GuardedBuffer top(4 * p.count, edge), bottom(4 * p.count, edge), x(4 * p.count, edge);
+  GuardedBuffer y(4 * p.count, edge);
+  loops.turn.place(top.As<Word>(), bottom.As<Word>(), x.As<Word>(), y.As<Word>(), n, line, stride);
+  const auto u = [&](int i) { return line.u + static_cast<Word>(i) * line.du; };
+  const auto v = [&](int i) { return line.v + static_cast<Word>(i) * line.dv; };
+  check("top", top, [&](int i) { return (v(i) >> 16) * stride + (u(i) >> 16) * 4; });
+  check("bottom", bottom, [&](int i) { return top.As<Word>()[i] + stride; });
+  check("x", x, [&](int i) { return ((u(i) & 0xFFFF) + 0x7F) >> 8; });
+  check("y", y, [&](int i) { return ((v(i) & 0xFFFF) + 0x7F) >> 8; });
+  loops.turn.mix(to.As<Word>(), n, p.picture.data(), p.top, p.bottom, p.weightX, p.weightY);
+  check("mix", to, [&](int i) {
+    return reference::Lerp(p.Pair(i, p.y[i]), p.Pair(i, p.y[i] + 1), p.weightY[i]);
+  });
+  loops.turn.cubic(to.As<Word>(), n, p.picture.data(), stride, p.top, p.u, p.v,
+                   KTables::KBicubic.data(), alpha);
+  check("cubic", to, [&](int i) {
+    std::int32_t w[8];
+    kalvora::FindWeights(w, static_cast<std::int32_t>(p.u[i]));
+    kalvora::FindWeights(w + 4, static_cast<std::int32_t>(p.v[i]));
+    for (int j = 0; j < 4; ++j) w[j] *= 4;
+    return CubicPixel([&](int c, int j) { return p.Sum(i, p.y[i] + static_cast<Word>(j), c, w); },
+                      w + 4, alpha);
+  });
+}
+
+TEST(Loops, StretchedAndTurnedInEveryWidth) {
+  static_assert(sizeof(Loops::stretch) + sizeof(Loops::turn) == 7 * sizeof(void*));
+  for (const Loops* const* width = kalvora::UsableLoops(); *width; ++width) {
+    Random random(13);
+    for (int n = 0; n <= kLongest; ++n) {
+      for (const auto edge : {GuardedBuffer::kAtEnd, GuardedBuffer::kAtStart}) {
+        const Places places(random, n, edge);
+        ASSERT_NO_FATAL_FAILURE(CheckPlaces(**width, places, n, edge, random));
+      }
     }
   }
 }
