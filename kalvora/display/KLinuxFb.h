@@ -1,4 +1,5 @@
-// KLinuxFb: puts rendered frames on a framebuffer device or a shared-memory surface.
+// KLinuxFb: puts rendered frames on a display: a framebuffer device, a mode-setting output, or a
+// surface in shared memory.
 #ifndef KALVORA_DISPLAY_KLINUXFB_H
 #define KALVORA_DISPLAY_KLINUXFB_H
 

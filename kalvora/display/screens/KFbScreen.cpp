@@ -78,8 +78,8 @@ bool KFbScreen::Look(unsigned index, KDisplayFacts& facts, KError& error) {
   facts.bpp = mode.bits_per_pixel;
   if (!TakeMode(mode, 0, error) || !TakeMemory(memory, true, error)) return false;
   std::snprintf(facts.driver, sizeof facts.driver, "%.16s", memory.id);
-  facts.flips = memory.ypanstep != 0;
   facts.buffers = std::min(available_, 3u);
+  facts.flips = memory.ypanstep != 0 && available_ > 1;
   const bool fits = TakeRows(mode, memory, true, error);
   facts.hasShadow = wantsShadow;
   return fits && MakeBuffers(1, error);

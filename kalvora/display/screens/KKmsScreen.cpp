@@ -46,7 +46,7 @@ bool KKmsScreen::Open(unsigned index, unsigned bitsPerPixel, bool orSimilar, KEr
     return true;
   }
   return Fail(error, ReasonOf(errno, KErrorFormat), errno, "%s takes no buffer of %u bits a pixel",
-              path_, bitsPerPixel);
+              path_, bitsPerPixel != 0 ? bitsPerPixel : 32);
 }
 
 /// Opening shows nothing yet.
