@@ -27,10 +27,18 @@ class ChainEdge {
   std::int32_t XAt(std::int32_t y) {
     if (y == bottom_) return x1_;
     if (y == y0_ || IsVertical()) return x0_;
-    if (ratio_ == 0) FindRatio();
-    const std::int64_t dy = std::int64_t{y} - y0_;
-    return x0_ + static_cast<std::int32_t>((ratio_ * dy + (std::int64_t{1} << 31)) >> 32);
+    return AfterTravel(TravelTo(y));
   }
+  /// x minus that of the upper end, with 32 fraction bits and rounded up by half a unit. It grows
+  /// by the same amount from row to row.
+  std::uint64_t TravelTo(std::int32_t y) {
+    if (ratio_ == 0 && !IsVertical()) FindRatio();
+    return static_cast<std::uint64_t>(ratio_ * (std::int64_t{y} - y0_)) + (std::uint64_t{1} << 31);
+  }
+  std::int32_t AfterTravel(std::uint64_t travel) const {
+    return x0_ + static_cast<std::int32_t>(travel >> 32);
+  }
+  std::uint64_t TravelPerRow() const { return static_cast<std::uint64_t>(ratio_) << 16; }
   /// y of the lower end.
   std::int32_t Bottom() const { return bottom_; }
   bool IsVertical() const { return x0_ == x1_; }

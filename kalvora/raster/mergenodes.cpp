@@ -26,6 +26,7 @@ class NodeList {
 
   // Until it is sorted, a node's kind holds its place in the order of discovery.
   void Sort() {
+    if (count_ < 2) return;
     std::sort(nodes_, nodes_ + count_, [](const KMergeNode& a, const KMergeNode& b) {
       return a.vertex->y != b.vertex->y ? a.vertex->y < b.vertex->y : a.kind > b.kind;
     });

@@ -70,15 +70,27 @@ class Rows {
   /// Covers what lies between two edges over a step of that height, and paints the row when it was
   /// the last.
   void Step(Chain& left, Chain& right, std::int32_t y, std::int32_t stop) {
-    if (stop - y == kRow) {
-      style_.ComputeAA(left.Top(), left.Bottom(), left.Slope(), right.Top(), right.Bottom(),
-                       right.Slope());
-    } else {
-      Part(left, right, stop - y);
-    }
+    if (stop - y == kRow) return WholeRow(left, right);
+    Part(left, right, stop - y);
     if (stop & (kRow - 1)) return;
     Finish();
     GoTo(stop >> 16);
+  }
+
+  /// Whole rows from y on, while the chains keep their order and go on below them. Returns where
+  /// the next step begins.
+  std::int32_t Whole(Chain& left, Chain& right, std::int32_t y, std::int32_t end) {
+    std::uint64_t l = left.edge.TravelTo(y), r = right.edge.TravelTo(y);
+    const std::uint64_t leftStep = left.edge.TravelPerRow(), rightStep = right.edge.TravelPerRow();
+    for (; end - y > kRow; y += kRow) {
+      left.bottom = left.edge.AfterTravel(l += leftStep);
+      right.bottom = right.edge.AfterTravel(r += rightStep);
+      if (left.top > right.top || left.bottom > right.bottom) break;
+      WholeRow(left, right);
+      left.top = left.bottom;
+      right.top = right.bottom;
+    }
+    return y;
   }
 
   /// The whole rows [row, end), between two vertical edges. False when the paint has no fillers of
@@ -112,6 +124,17 @@ class Rows {
     style_.StartRow();
     carried_ = 0;
     added_ = false;
+  }
+
+  void WholeRow(Chain& left, Chain& right) {
+    style_.ComputeAA(left.Top(), left.Bottom(), left.Slope(), right.Top(), right.Bottom(),
+                     right.Slope());
+    if (style_.x0 < style_.x1) {
+      const bool solid = style_.solidX0 < style_.solidX1;
+      Paint(style_.x0, solid ? style_.solidX0 : style_.x1, solid ? style_.solidX1 : style_.x1,
+            style_.x1);
+    }
+    GoTo(style_.y + 1);
   }
 
   // A step too low to be drawn adds its height to the next of the row.
@@ -171,14 +194,16 @@ void DrawSimplePolygon(const RasterJob& job, const KVertex2D* top) {
     std::int32_t stop = std::min((y & -kRow) + kRow, both);
     Chain* left = &backward;
     Chain* right = &forward;
-    const bool upright = backward.edge.IsVertical() && forward.edge.IsVertical();
-    if (upright && (y & (kRow - 1)) == 0 && both - y >= 2 * kRow) {
+    if ((y & (kRow - 1)) == 0 && both - y >= 2 * kRow) {
       if (left->top > right->top) std::swap(left, right);
-      if (rows.Block(*left, *right, y >> 16, both >> 16)) {
+      const bool upright = left->edge.IsVertical() && right->edge.IsVertical();
+      if (upright && rows.Block(*left, *right, y >> 16, both >> 16)) {
         y = both & -kRow;
         if (!backward.Follow(y) || !forward.Follow(y)) break;
         continue;
       }
+      y = rows.Whole(*left, *right, y, both);
+      stop = std::min(y + kRow, both);
     }
     backward.bottom = backward.edge.XAt(stop);
     forward.bottom = forward.edge.XAt(stop);

@@ -49,6 +49,10 @@ constexpr std::uint32_t FractionOf(std::uint32_t a, std::uint32_t b) {
 constexpr std::int64_t RatioOf(std::int32_t dx, std::uint32_t dy) {
   std::uint32_t width = Magnitude(dx);
   std::int64_t steep = 0;
+  if constexpr (kHasDivider64) {
+    steep = static_cast<std::int64_t>((std::uint64_t{width} << 32) / dy);
+    return dx < 0 ? -steep : steep;
+  }
   if (width >= dy) {
     const auto [whole, rest] = DivModDivider(width, dy);
     steep = static_cast<std::int64_t>(whole) * (std::int64_t{1} << 32);
