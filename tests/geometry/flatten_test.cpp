@@ -116,6 +116,57 @@ TEST(Flatten, CrossProductsDecideLikeTheTable) {
   EXPECT_LT(unsure, 300000);
 }
 
+// Halving by the table alone, as long as the number of points is not limited.
+void Halve(std::vector<KVertex2D>& out, const std::vector<KVertex2D>& c, std::uint32_t bound,
+           int pending = 0) {
+  const std::size_t n = c.size() - 1;
+  const KVertex2D b = n == 3 ? c[2] - c[3] : KVertex2D::Origin;
+  if (kalvora::IsFlatByTable(c[n] - c[0], c[1] - c[0], b, bound) || pending == 10 ||
+      out.size() > 200) {
+    return out.push_back(c[0]);
+  }
+  const auto middle = [](KFixed p, KFixed q) {
+    return KFixed::FromRaw(static_cast<std::int32_t>((std::int64_t{p.raw} + q.raw) >> 1));
+  };
+  std::vector<KVertex2D> row = c, early(n + 1), late(n + 1);
+  for (std::size_t k = 0; k <= n; ++k) {
+    early[k] = row[0];
+    late[n - k] = row[n - k];
+    for (std::size_t i = 0; i + k < n; ++i) {
+      row[i] = {middle(row[i].x, row[i + 1].x), middle(row[i].y, row[i + 1].y)};
+    }
+  }
+  Halve(out, early, bound, pending + 1);
+  Halve(out, late, bound, pending);
+}
+
+TEST(Flatten, PointsAreTheTables) {
+  Random random(9);
+  for (int i = 0; i < 20000; ++i) {
+    const std::int32_t size = 1 << (10 + random.Below(17)), turn = size >> random.Below(10);
+    std::vector<KVertex2D> c(3 + random.Below(2));
+    for (KVertex2D& p : c) {
+      const auto off = [&](int part) { return KFixed::FromRaw(random.Between(-part, part)); };
+      p = {off(turn), off(turn)};
+      // Evenly along a chord, on which the ends or all lie.
+      const auto step = static_cast<int>(&p - c.data());
+      if (i % 3) p.x.raw += size / 4 * step;
+      if (i % 2) p.y.raw += size / 5 * step;
+    }
+    const KFixed tolerance = KFixed::FromRaw(1 << random.Below(17));
+    std::vector<KVertex2D> points(256), plain;
+    Halve(plain, c, 2 * static_cast<std::uint32_t>(tolerance.raw));
+    plain.push_back(c.back());
+    const int n =
+        c.size() == 3
+            ? kalvora::FlattenQuadratic(points.data(), {c[0], c[1], c[2]}, 1, tolerance)
+            : kalvora::FlattenCubic(points.data(), {c[0], c[1], c[2], c[3]}, 1, tolerance);
+    if (n > 100) continue;
+    points.resize(static_cast<std::size_t>(n));
+    ASSERT_EQ(points, plain) << i;
+  }
+}
+
 TEST(Flatten, CountsPoints) {
   struct Case {
     std::vector<KVertex2D> curve;
