@@ -64,12 +64,9 @@ ActiveChains::~ActiveChains() {
   stack_->DeAlloc(entries_);
 }
 
-bool ActiveChains::Enter(std::int32_t top) {
+bool ActiveChains::Change(std::int32_t top) {
   const std::int32_t row = top >> 16;
-  if (count_ > 0 &&
-      (entries_[0].chain->XBottom() < left_ || entries_[count_ - 1].chain->XBottom() >= right_)) {
-    ParkBeside(row);
-  }
+  if (ReachesBeside()) ParkBeside(row);
   if (nextRow_ <= row) {
     freshCount_ = 0;
     WakeChains(top);
@@ -110,8 +107,7 @@ void ActiveChains::Reorder(const Group& group) {
   if (!(winding == right)) rolesAreOld_ = true;
 }
 
-void ActiveChains::DropEnded() {
-  if (firstEnded_ >= count_) return;
+void ActiveChains::TakeEndedAway() {
   std::size_t kept = firstEnded_;
   for (std::size_t i = firstEnded_; i < count_; ++i) {
     Chain* chain = entries_[i].chain;
@@ -234,7 +230,6 @@ void ActiveChains::FindRoles() {
   rolesAreOld_ = false;
 }
 
-// Chains beside the columns drawn are the first and the last.
 void ActiveChains::ParkBeside(std::int32_t row) {
   std::size_t kept = 0;
   for (std::size_t i = 0; i < count_; ++i) {

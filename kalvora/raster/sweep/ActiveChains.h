@@ -36,7 +36,9 @@ class ActiveChains {
   /// Goes on to the row with the given top: chains beside the columns drawn fall asleep, those that
   /// start or wake in it come in; all are sorted by x and have their roles. Two that start at one
   /// node without others in between have roles as if they were alone. False when memory runs out.
-  bool Enter(std::int32_t top);
+  bool Enter(std::int32_t top) {
+    return (nextRow_ > top >> 16 && !rolesAreOld_ && !ReachesBeside()) || Change(top);
+  }
 
   RowEntry* Entries() const { return entries_; }
   std::size_t Count() const { return count_; }
@@ -61,9 +63,18 @@ class ActiveChains {
   /// A chain at that place, or to its right, has ended in the row.
   void HasEnded(std::size_t i) { firstEnded_ = std::min(firstEnded_, i); }
   /// After all groups: takes away the chains that have ended.
-  void DropEnded();
+  void DropEnded() {
+    if (firstEnded_ < count_) TakeEndedAway();
+  }
 
  private:
+  // The chains beside the columns drawn are the first and the last.
+  bool ReachesBeside() const {
+    return count_ > 0 && (entries_[0].chain->XBottom() < left_ ||
+                          entries_[count_ - 1].chain->XBottom() >= right_);
+  }
+  bool Change(std::int32_t top);
+  void TakeEndedAway();
   bool TakeNodes(std::int32_t top);
   bool StartPair(const KMergeNode& node, std::int32_t top);
   void Start(Chain* chain, const KMergeNode& node, std::int32_t top);
