@@ -136,8 +136,8 @@ struct Run {
 
 // The pixels [x, end) from the first of the right edge on, into which the left edge reaches.
 template <typename Put>
-[[gnu::noinline]] void CoverShared(Put put, EdgeArea left, EdgeArea right, std::int32_t x,
-                                   std::int32_t end, std::int32_t height) {
+void CoverShared(Put put, EdgeArea& left, EdgeArea& right, std::int32_t x, std::int32_t end,
+                 std::int32_t height) {
   const std::int32_t leftEnd = std::min(left.last + 1, end);
   left.Begin(x);
   right.Begin(x);
@@ -166,7 +166,7 @@ Run Cover(KRowStyle* style, const Edge& l, const Edge& r, std::int32_t height) {
   if (left.last < rightStart) {
     right.Each(rightStart, end, [=](std::int32_t x, std::int32_t area) { put(x, height - area); });
   } else {
-    CoverShared(put, EdgeArea(l, height), EdgeArea(r, height), rightStart, end, height);
+    CoverShared(put, left, right, rightStart, end, height);
   }
   return {std::max(start, leftEnd), rightStart, true};
 }
