@@ -14,8 +14,9 @@ struct PixelBox {
   std::int32_t x0 = 0, y0 = 0, x1 = 0, y1 = 0;
 
   PixelBox() = default;
-  PixelBox(const KClip& clip, std::int64_t left, std::int64_t top, std::int64_t right,
-           std::int64_t bottom)
+  /// Of 32 or 64 bits: on small processors a box of glyphs is made as often as one of their rows.
+  template <typename T>
+  PixelBox(const KClip& clip, T left, T top, T right, T bottom)
       : x0(AtLeast(left, clip.x0)),
         y0(AtLeast(top, clip.y0)),
         x1(AtMost(right, clip.x1)),
@@ -25,11 +26,13 @@ struct PixelBox {
 
  private:
   // What lies beyond the other side of the clip is as empty at INT16_MAX or INT16_MIN.
-  static std::int32_t AtLeast(std::int64_t v, std::int16_t least) {
-    return static_cast<std::int32_t>(std::clamp<std::int64_t>(v, least, INT16_MAX));
+  template <typename T>
+  static std::int32_t AtLeast(T v, std::int16_t least) {
+    return static_cast<std::int32_t>(std::clamp<T>(v, least, INT16_MAX));
   }
-  static std::int32_t AtMost(std::int64_t v, std::int16_t most) {
-    return static_cast<std::int32_t>(std::clamp<std::int64_t>(v, INT16_MIN, most));
+  template <typename T>
+  static std::int32_t AtMost(T v, std::int16_t most) {
+    return static_cast<std::int32_t>(std::clamp<T>(v, INT16_MIN, most));
   }
 };
 

@@ -80,6 +80,50 @@ inline void OverGroups(std::uint32_t*& to, const std::uint32_t*& source, int& n)
 
 #undef KALVORA_OVER
 
+/// A colour's channels, eight times each.
+struct ColorPlanes {
+  uint8x8_t b, g, r, a;
+
+  explicit ColorPlanes(std::uint32_t c)
+      : b(vdup_n_u8(static_cast<std::uint8_t>(c))),
+        g(vdup_n_u8(static_cast<std::uint8_t>(c >> 8))),
+        r(vdup_n_u8(static_cast<std::uint8_t>(c >> 16))),
+        a(vdup_n_u8(static_cast<std::uint8_t>(c >> 24))) {}
+};
+
+// With a weight m + k, k being 1 above 128, d' = floor((d (255 - m) + c m + (k ? c : d)) / 256): of
+// 8-bit numbers, channel by channel. From d16 to d19 and m in d20.
+#define KALVORA_LERP(b, g, r, a)                                                         \
+  "vmvn d21, d20\n\tvmull.u8 q12, d16, d21\n\tvmull.u8 q13, d17, d21\n\t"                \
+  "vmull.u8 q14, d18, d21\n\tvmull.u8 q15, d19, d21\n\tvcgt.u8 d21, d20, %P[half]\n\t"   \
+  "vmlal.u8 q12, %P[b], d20\n\tvmlal.u8 q13, %P[g], d20\n\tvmlal.u8 q14, %P[r], d20\n\t" \
+  "vmlal.u8 q15, %P[a], d20\n\tvbit d16, %P[b], d21\n\tvbit d17, %P[g], d21\n\t"         \
+  "vbit d18, %P[r], d21\n\tvbit d19, %P[a], d21\n\tvaddw.u8 q12, q12, d16\n\t"           \
+  "vaddw.u8 q13, q13, d17\n\tvaddw.u8 q14, q14, d18\n\tvaddw.u8 q15, q15, d19\n\t"       \
+  "vshrn.i16 " b ", q12, #8\n\tvshrn.i16 " g ", q13, #8\n\tvshrn.i16 " r                 \
+  ", q14, #8\n\t"                                                                        \
+  "vshrn.i16 " a ", q15, #8\n\t"
+
+/// d = lerp(d, c, mask) of a row of 8 pixels or more. The last eight may overlap: they are made of
+/// the pixels as they were.
+inline void LerpMaskedRow(std::uint32_t* to, const std::uint8_t* mask, int n,
+                          const ColorPlanes& c) {
+  int turns = (n - 1) / 8;
+  asm volatile(
+      "vld4.8 {d16-d19}, [%[end]]\n\tvld1.8 {d20}, [%[maskEnd]]\n\t" KALVORA_LERP(
+          "d4", "d5", "d6", "d7") "cmp %[turns], #0\n\tbeq 2f\n"
+      KALVORA_LOOP("vld4.8 {d16-d19}, [%[to]]\n\tvld1.8 {d20}, [%[mask]]!\n\t"
+                   KALVORA_LERP("d16", "d17", "d18", "d19") "vst4.8 {d16-d19}, [%[to]]!\n\t")
+      "\n2:\tvst4.8 {d4-d7}, [%[end]]"
+      : [to] "+r"(to), [mask] "+r"(mask), [turns] "+r"(turns)
+      : [end] "r"(to + n - 8), [maskEnd] "r"(mask + n - 8), [b] "w"(c.b), [g] "w"(c.g),
+        [r] "w"(c.r), [a] "w"(c.a), [half] "w"(vdup_n_u8(128))
+      : "d4", "d5", "d6", "d7", "d16", "d17", "d18", "d19", "d20", "d21", "d24", "d25", "d26",
+        "d27", "d28", "d29", "d30", "d31", "cc", "memory");
+}
+
+#undef KALVORA_LERP
+
 #else
 
 inline void FillGroups(std::uint32_t*& to, const std::uint32_t* end, Words c) {
