@@ -32,6 +32,7 @@ KRowPainter::~KRowPainter() {
 bool KRowPainter::Bind(std::int32_t share) {
   job_.style->paint = job_.paint;
   job_.style->share = share;
+  stride_ = static_cast<std::ptrdiff_t>(job_.target->stride / 4);
   solid_ = coverage_ = nullptr;
   job_.style->block = job_.style->edged = nullptr;
   job_.style->differences = nullptr;
@@ -76,21 +77,12 @@ void KRowPainter::Covered(std::int32_t from, std::int32_t to) {
                  static_cast<unsigned>(to - from));
 }
 
-bool KRowPainter::Differences(std::int32_t from, std::int32_t to, KRowDifferences row) {
-  if (!job_.style->differences || job_.mask) return false;
-  job_.style->x0 = from;
-  job_.style->x1 = to;
-  row.stride = static_cast<std::ptrdiff_t>(job_.target->stride / 4);
-  job_.style->differences(job_.record, row);
-  return true;
-}
-
 // Goes to the box's first row, and sets its columns.
 KRowBlock KRowPainter::BlockOf(const PixelBox& box) {
   GoTo(box.y0);
   job_.style->x0 = box.x0;
   job_.style->x1 = box.x1;
-  return {.rows = box.y1 - box.y0, .stride = static_cast<std::ptrdiff_t>(job_.target->stride / 4)};
+  return {.rows = box.y1 - box.y0, .stride = stride_};
 }
 
 void KRowPainter::Column(std::int32_t x, const PixelBox& box, std::int32_t coverage) {

@@ -34,9 +34,17 @@ class KRowPainter {
   void Solid(std::int32_t from, std::int32_t to);
   /// Paints pixels by the coverage line, and clears it there.
   void Covered(std::int32_t from, std::int32_t to);
-  /// Paints pixels by differences of coverage, and clears these, whose stride need not be set.
-  /// False when the paint cannot: then they must be summed up.
-  bool Differences(std::int32_t from, std::int32_t to, KRowDifferences row);
+  /// Paints pixels by differences of coverage, and clears these. Sets their stride. False when the
+  /// paint cannot: then they must be summed up.
+  bool Differences(std::int32_t from, std::int32_t to, KRowDifferences& row) {
+    KRowStyle& style = *job_.style;
+    if (!style.differences || job_.mask) return false;
+    style.x0 = from;
+    style.x1 = to;
+    row.stride = stride_;
+    style.differences(job_.record, row);
+    return true;
+  }
   /// Paints the box, whose first and last column may have a coverage of their own, 16.16. Takes the
   /// paint's fillers of blocks where it has them.
   void Box(const PixelBox& box, std::int32_t left = KRowBlock::kNoEdge,
@@ -53,6 +61,7 @@ class KRowPainter {
   const PaintJob& job_;
   KFiller solid_ = nullptr;
   KFiller coverage_ = nullptr;
+  std::ptrdiff_t stride_ = 0;  // words from a row to the next
 };
 
 }  // namespace kalvora

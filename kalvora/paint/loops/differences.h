@@ -82,13 +82,18 @@ std::uint32_t MixDifferences(const Differences& row, std::uint32_t c, bool blend
     std::uint32_t bits = row.touched[word];
     if (bits == 0) continue;
     row.touched[word] = 0;
-    for (; bits != 0; bits &= bits - 1) {
-      const int from = 128 * word + 4 * __builtin_ctz(bits);
-      if (done < from) row.alike(row, done, from, FirstLane(sum));
-      done = from + 4;
+    for (int at = 128 * word; bits != 0; done = at) {
+      const int skipped = __builtin_ctz(bits);
+      bits >>= skipped;
+      at += 4 * skipped;
+      if (done < at) row.alike(row, done, at, FirstLane(sum));
       // An outline goes on nearby in the next row: far from here in memory.
-      __builtin_prefetch(to + from + stride, 1);
-      sum = MixFour(to + from, line + from, sum, color, blend);
+      __builtin_prefetch(to + at + stride, 1);
+      do {
+        sum = MixFour(to + at, line + at, sum, color, blend);
+        at += 4;
+        bits >>= 1;
+      } while (bits & 1);
     }
   }
   if (done < n) row.alike(row, done, n, FirstLane(sum));

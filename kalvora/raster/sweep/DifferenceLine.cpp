@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <bit>
 
-#include "kalvora/raster/KRowPainter.h"
 #include "kalvora/raster/KStack.h"
 
 namespace kalvora {
@@ -27,13 +26,13 @@ DifferenceLine::DifferenceLine(KStack* stack, std::int32_t first, std::int32_t e
     : stack_(stack), first_(first), width_(end - first), blocks_((width_ + 4) >> 2) {
   const std::int32_t words = (blocks_ + 31) >> 5;
   const auto entries = static_cast<std::uint32_t>(4 * blocks_ + words);
-  line_ = static_cast<std::uint32_t*>(stack->Alloc(entries * sizeof(std::uint32_t)));
-  if (!line_) return;
-  touched_ = line_ + 4 * blocks_;
-  std::fill_n(line_, entries, 0u);
+  row_.line = static_cast<std::uint32_t*>(stack->Alloc(entries * sizeof(std::uint32_t)));
+  if (!row_.line) return;
+  row_.touched = row_.line + 4 * blocks_;
+  std::fill_n(row_.line, entries, 0u);
 }
 
-DifferenceLine::~DifferenceLine() { stack_->DeAlloc(line_); }
+DifferenceLine::~DifferenceLine() { stack_->DeAlloc(row_.line); }
 
 /// The piece from left to right, whichever way it goes down: R(b) is the height on whose far side
 /// it lies left of the border b, counted from the end where it is left of all borders:
@@ -72,7 +71,7 @@ void DifferenceLine::AddSlanted(SlopedEdge& edge, std::int32_t xTop, std::int32_
   if (column == left) {
     const std::int32_t r = reach(product(left + 1));
     last = static_cast<std::int32_t>((std::int64_t{r} * (kWhole - (low & 0xFFFF))) >> 16);
-    line_[column] += static_cast<std::uint32_t>(weight * last);
+    row_.line[column] += static_cast<std::uint32_t>(weight * last);
     entered = r;
     ++column;
   } else {
@@ -85,7 +84,7 @@ void DifferenceLine::AddSlanted(SlopedEdge& edge, std::int32_t xTop, std::int32_
     for (; column < stop; ++column, p += step) {
       const std::int32_t r = reach(p);
       const std::int32_t area = entered + r;
-      line_[column] += static_cast<std::uint32_t>(weight * (area - last));
+      row_.line[column] += static_cast<std::uint32_t>(weight * (area - last));
       last = area;
       entered = r;
     }
@@ -93,15 +92,15 @@ void DifferenceLine::AddSlanted(SlopedEdge& edge, std::int32_t xTop, std::int32_
   if (right < width_) {
     const auto beyond =
         static_cast<std::int32_t>((std::int64_t{height - entered} * (high & 0xFFFF)) >> 16);
-    line_[column] += static_cast<std::uint32_t>(weight * (2 * height - beyond - last));
-    line_[++column] += static_cast<std::uint32_t>(weight * beyond);
+    row_.line[column] += static_cast<std::uint32_t>(weight * (2 * height - beyond - last));
+    row_.line[++column] += static_cast<std::uint32_t>(weight * beyond);
   }
   MarkRange(std::max(left, 0), std::min(column, width_));
 }
 
 void DifferenceLine::MarkRange(std::int32_t from, std::int32_t last) {
   for (std::int32_t block = from >> 2; block <= last >> 2; ++block) {
-    touched_[block >> 5] |= std::uint32_t{1} << (block & 31);
+    row_.touched[block >> 5] |= std::uint32_t{1} << (block & 31);
   }
 }
 
@@ -109,7 +108,7 @@ void DifferenceLine::MarkRange(std::int32_t from, std::int32_t last) {
 // block.
 std::uint32_t DifferenceLine::SumUp(std::int32_t* coverage, std::int32_t from, std::int32_t to,
                                     std::uint32_t sum) {
-  std::uint32_t* line = line_;
+  std::uint32_t* line = row_.line;
   for (std::int32_t column = from; column < to; ++column) {
     sum += line[column];
     line[column] = 0;
@@ -118,9 +117,8 @@ std::uint32_t DifferenceLine::SumUp(std::int32_t* coverage, std::int32_t from, s
   return sum;
 }
 
-void DifferenceLine::Paint(KRowPainter& painter, std::int32_t* coverage, bool inside) {
-  std::uint32_t sum = inside ? kFull : 0;
-  if (painter.Differences(first_, first_ + width_, {line_, touched_, sum, 0})) return;
+void DifferenceLine::SumUp(KRowPainter& painter, std::int32_t* coverage) {
+  std::uint32_t sum = row_.start;
   std::int32_t done = 0;
   coverage += first_;
   // Pixels that no piece touches are all alike.
@@ -133,8 +131,8 @@ void DifferenceLine::Paint(KRowPainter& painter, std::int32_t* coverage, bool in
   };
   const std::int32_t words = (blocks_ + 31) >> 5;
   for (std::int32_t word = 0; word < words; ++word) {
-    std::uint32_t bits = touched_[word];
-    touched_[word] = 0;
+    std::uint32_t bits = row_.touched[word];
+    row_.touched[word] = 0;
     while (bits != 0) {
       const int first = std::countr_zero(bits);
       const int count = std::countr_one(bits >> first);
@@ -147,7 +145,7 @@ void DifferenceLine::Paint(KRowPainter& painter, std::int32_t* coverage, bool in
       done = to;
     }
   }
-  line_[width_] = 0;
+  row_.line[width_] = 0;
   paintLevel(width_);
 }
 

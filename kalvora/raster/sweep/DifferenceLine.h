@@ -5,14 +5,12 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "kalvora/raster/PaintJob.h"
+#include "kalvora/raster/KRowPainter.h"
 #include "kalvora/raster/sweep/SlopedEdge.h"
 
 class KStack;
 
 namespace kalvora {
-
-class KRowPainter;
 
 /// Collects areas to the right of pieces of edges: a pixel's coverage is the running sum of the
 /// differences up to it. A piece writes to the pixels that it passes through and to the one after
@@ -34,7 +32,7 @@ class DifferenceLine {
   DifferenceLine(const DifferenceLine&) = delete;
   DifferenceLine& operator=(const DifferenceLine&) = delete;
 
-  bool Ready() const { return line_; }
+  bool Ready() const { return row_.line; }
   std::int32_t First() const { return first_; }
   std::int32_t End() const { return first_ + width_; }
 
@@ -63,7 +61,10 @@ class DifferenceLine {
   }
 
   /// Paints the row and empties the line. `inside` says what lies to the left of the first column.
-  void Paint(KRowPainter& painter, std::int32_t* coverage, bool inside);
+  void Paint(KRowPainter& painter, std::int32_t* coverage, bool inside) {
+    row_.start = inside ? kFull : 0;
+    if (!painter.Differences(first_, first_ + width_, row_)) SumUp(painter, coverage);
+  }
 
  private:
   bool IsDrawn(std::int32_t column) const {
@@ -88,8 +89,8 @@ class DifferenceLine {
       return;
     }
     const std::int32_t beside = Share(height, fractions);
-    line_[column] += static_cast<std::uint32_t>(weight * (2 * height - beside));
-    line_[column + 1] += static_cast<std::uint32_t>(weight * beside);
+    row_.line[column] += static_cast<std::uint32_t>(weight * (2 * height - beside));
+    row_.line[column + 1] += static_cast<std::uint32_t>(weight * beside);
     Mark(column);
     Mark(column + 1);
   }
@@ -98,9 +99,9 @@ class DifferenceLine {
               std::int32_t height, std::int32_t weight) {
     const std::int32_t entering = Share(reached, 0x10000 - (low & 0xFFFF));
     const std::int32_t beyond = Share(height - reached, high & 0xFFFF);
-    line_[column] += static_cast<std::uint32_t>(weight * entering);
-    line_[column + 1] += static_cast<std::uint32_t>(weight * (2 * height - beyond - entering));
-    line_[column + 2] += static_cast<std::uint32_t>(weight * beyond);
+    row_.line[column] += static_cast<std::uint32_t>(weight * entering);
+    row_.line[column + 1] += static_cast<std::uint32_t>(weight * (2 * height - beyond - entering));
+    row_.line[column + 2] += static_cast<std::uint32_t>(weight * beyond);
     Mark(column);
     Mark(column + 2);
   }
@@ -108,22 +109,22 @@ class DifferenceLine {
                   std::int32_t weight);
 
   void Put(std::int32_t column, std::int32_t value) {
-    line_[column] += static_cast<std::uint32_t>(value);
+    row_.line[column] += static_cast<std::uint32_t>(value);
     Mark(column);
   }
   void Mark(std::int32_t column) {
-    touched_[column >> 7] |= std::uint32_t{1} << ((column >> 2) & 31);
+    row_.touched[column >> 7] |= std::uint32_t{1} << ((column >> 2) & 31);
   }
   void MarkRange(std::int32_t from, std::int32_t last);
+  void SumUp(KRowPainter& painter, std::int32_t* coverage);
   std::uint32_t SumUp(std::int32_t* coverage, std::int32_t from, std::int32_t to,
                       std::uint32_t sum);
 
   KStack* stack_;
   std::int32_t first_;
   std::int32_t width_;
-  std::int32_t blocks_;               // of four columns, with the one after the last column
-  std::uint32_t* line_ = nullptr;     // wrapping around: only sums mean something
-  std::uint32_t* touched_ = nullptr;  // a bit for each block
+  std::int32_t blocks_;    // of four columns, with the one after the last column
+  KRowDifferences row_{};  // wrapping around: only sums mean something
 };
 
 }  // namespace kalvora
