@@ -21,7 +21,6 @@ class ActiveChains {
   /// Neighbours that meet in the row, [first, end) of the entries.
   struct Group {
     std::uint32_t first, end;
-    std::int32_t low;  ///< the least x that the last of them touches
   };
 
   /// The chains that hang from the sorted nodes [begin, end). See Ready.

@@ -44,15 +44,15 @@ struct alignas(64) Chain {
   std::uint64_t place;  // where it leaves the row: at its lower border, or where it ends; before
                         // the row is walked, where it comes in. See SlopedEdge::PlaceAt
   std::int32_t x;       // where it comes into the row: at its top, or where it starts
-  std::int32_t straightTo;  // it has no vertices above that y; kNotStraight: it has to be looked at
+  std::int32_t straightTo;  // it has no vertices above that y; kNotStraight: it has to be looked
+                            // at; of a chain that ends: where
   std::int8_t role;
   std::int8_t winding;  // -1 backward, +1 forward through the ring: what it counts, and how it is
                         // walked
   bool starts;          // inside the row; before it is walked, x is where its node is
   bool turns;           // it has vertices inside the row or at its lower border: `below` is set
 
-  bool bends;  // it is in the row with more than one edge
-  bool ends;   // inside the row or at its lower border
+  bool ends;  // inside the row or at its lower border
   bool isClip;
   std::uint8_t slot;    // its place in its block
   std::uint32_t order;  // of its node among all, and of it in its pair
@@ -86,7 +86,8 @@ inline bool IsLeft(const Chain& p, const Chain& q) {
 
 /// A chain in the row's order.
 struct RowEntry {
-  std::int32_t reached;  // the furthest x that it and all before it touch in the row
+  std::int32_t low;      // the least x that it touches in the row
+  std::int32_t reached;  // the furthest x that it and all before it touch
   Chain* chain;
 };
 

@@ -24,6 +24,43 @@ bool CrossInPairs(const RowEntry* entries, std::size_t count) {
   return true;
 }
 
+bool EndTogether(const Chain& a, const Chain& b) {
+  return b.ends && a.straightTo == b.straightTo && a.winding != b.winding && a.isClip == b.isClip;
+}
+
+// Goes on to the next edge, without a level one in between.
+bool GoOn(ChainCursor& cursor, const Chain& chain, bool& jumps) {
+  const std::int32_t x = cursor.xEnd;
+  if (!cursor.Next(chain.winding)) return false;
+  jumps = jumps || cursor.xTop != x;
+  return true;
+}
+
+// Whether the one is left of the other, or touches it, where the row has both.
+bool AreInOrder(Chain& left, Chain& right, std::int32_t top) {
+  if (!left.starts && !right.starts && !left.turns && !right.turns) {
+    return left.XBottom() <= right.XBottom();
+  }
+  ChainCursor a, b;
+  a.Begin(left, top);
+  b.Begin(right, top);
+  bool jumps = false;
+  while (a.end <= b.top) {
+    if (!GoOn(a, left, jumps)) return true;
+  }
+  while (b.end <= a.top) {
+    if (!GoOn(b, right, jumps)) return true;
+  }
+  std::int32_t y = std::max(a.top, b.top);
+  while (!jumps && a.XAt(y) <= b.XAt(y)) {
+    if (y == kWholeHeight) return true;
+    if (a.end == y && !GoOn(a, left, jumps)) return true;
+    if (b.end == y && !GoOn(b, right, jumps)) return true;
+    y = std::min(a.end, b.end);
+  }
+  return false;
+}
+
 }  // namespace
 
 void RowSweep::Add(std::int32_t top) {
@@ -57,6 +94,7 @@ void RowSweep::AddPieces() {
       extent = {std::min(chain.x, x), std::max(chain.x, x)};
     }
     if (extent.low <= reached || joins) Join(i, extent.low);
+    entries[i].low = extent.low;
     entries[i].reached = reached = std::max(reached, extent.high);
   }
 }
@@ -69,7 +107,7 @@ Extent RowSweep::Walk(Chain& chain) {
   Extent extent{x, x};
   if (chain.starts) extent.Include(chain.x);
   chain.x = x;
-  chain.turns = chain.bends = at->y1 <= bottom_;
+  chain.turns = at->y1 <= bottom_;
   chain.straightTo = chain.turns ? Chain::kNotStraight : at->y1;
   while (at->y1 <= bottom_) {
     if (chain.role != 0) line_.Add(*at, x, at->x1, (at->y1 - y) << kHeightBits, chain.role);
@@ -77,12 +115,11 @@ Extent RowSweep::Walk(Chain& chain) {
     x = at->x1;
     extent.Include(x);
     const KVertex2D* vertex = at->lower;
-    const bool first = at == &chain.edge;
     at = &chain.below;
     if (!at->Find(vertex, chain.winding, y, extent)) {
       chain.place = SlopedEdge::PlaceOf(x);
+      chain.straightTo = y;
       chain.ends = true;
-      chain.bends = !first;
       return extent;
     }
     x = at->x0;
@@ -113,7 +150,7 @@ void RowSweep::Join(std::uint32_t entry, std::int32_t low) {
       --first;
     }
   }
-  groups[groupCount_++] = {first, entry + 1, low};
+  groups[groupCount_++] = {first, entry + 1};
 }
 
 void RowSweep::SolveGroup(const Group& group) {
@@ -129,10 +166,7 @@ void RowSweep::SolveGroup(const Group& group) {
     x = chain.XBottom();
   }
   if (straight && ordered) return;
-  const bool solved =
-      straight     ? SolveCrossings(group)
-      : count == 2 ? PairKeepsOrder(*first[0].chain, *first[1].chain, first[0].reached <= group.low)
-                   : false;
+  const bool solved = straight ? SolveCrossings(group) : KeepsOrder(first, count);
   if (!solved) {
     GroupSweep sweep(stack_, line_, inside_, chains_.LeftOf(group.first), top_);
     sweep.Run(first, count);
@@ -175,36 +209,39 @@ void RowSweep::Change(Chain& chain, std::int32_t y, std::int32_t change) {
   line_.Add(chain.edge, chain.x, chain.XBottom(), kWholeHeight, change);
 }
 
-// Whether two chains that have the row to themselves between their extents begin together, end
-// together, and keep their order in between. Then they have the roles that they came with.
-bool RowSweep::PairKeepsOrder(Chain& first, Chain& second, bool apart) {
-  if (first.starts != second.starts || first.ends != second.ends) return false;
-  if (first.starts && !chains_.ArePair(first, second)) return false;
-  if (apart) return true;
-  const bool mirrored = first.starts && StartsLeft(second.edge, first.edge);
-  Chain &left = mirrored ? second : first, &right = mirrored ? first : second;
-  if (!left.bends && !right.bends) {
-    return left.XBottom() <= right.XBottom() && (!left.ends || left.edge.y1 == right.edge.y1);
+// Whether every start and every end is that of two neighbours, and nobody crosses another. Then all
+// have the roles that they came with.
+bool RowSweep::KeepsOrder(const RowEntry* first, std::size_t count) const {
+  if (count > kFew) return false;
+  if (count == 2 && first[0].reached <= first[1].low) {
+    const Chain &a = *first[0].chain, &b = *first[1].chain;
+    return (a.starts ? ActiveChains::ArePair(a, b) : !b.starts) &&
+           (a.ends ? EndTogether(a, b) : !b.ends);
   }
-  ChainCursor a, b;
-  a.Begin(left, top_);
-  b.Begin(right, top_);
-  for (;;) {
-    const std::int32_t y = std::min(a.end, b.end);
-    if (a.XAt(y) > b.XAt(y)) return false;
-    if (y == kWholeHeight) return true;
-    bool over = false;
-    for (ChainCursor* cursor : {&a, &b}) {
-      if (cursor->end != y) continue;
-      const std::int32_t x = cursor->xEnd;
-      if (!cursor->Next((cursor == &a ? left : right).winding)) {
-        over = true;
-      } else if (cursor->xTop != x) {
-        return false;
-      }
+  RowEntry entries[kFew];
+  std::copy_n(first, count, entries);
+  for (std::size_t i = 0; i < count; ++i) {
+    if (!entries[i].chain->starts) continue;
+    if (i + 1 == count || !ActiveChains::ArePair(*entries[i].chain, *entries[i + 1].chain)) {
+      return false;
     }
-    if (over) return a.end == b.end;
+    RowEntry &a = entries[i], &b = entries[++i];
+    if (StartsLeft(b.chain->edge, a.chain->edge)) {
+      std::swap(a, b);
+      a.reached = b.reached = std::max(a.reached, b.reached);
+    }
   }
+  for (std::size_t i = 0; i < count; ++i) {
+    if (!entries[i].chain->ends) continue;
+    if (i + 1 == count || !EndTogether(*entries[i].chain, *entries[i + 1].chain)) return false;
+    ++i;
+  }
+  for (std::size_t i = 1; i < count; ++i) {
+    for (std::size_t k = i; k > 0 && entries[k - 1].reached > entries[i].low; --k) {
+      if (!AreInOrder(*entries[k - 1].chain, *entries[i].chain, top_)) return false;
+    }
+  }
+  return true;
 }
 
 }  // namespace kalvora

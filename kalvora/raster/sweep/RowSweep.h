@@ -22,6 +22,7 @@ class RowSweep {
 
  private:
   using Group = ActiveChains::Group;
+  static constexpr std::size_t kFew = 8;
 
   void AddPieces();
   Extent Walk(Chain& chain);
@@ -30,7 +31,7 @@ class RowSweep {
   bool SolveCrossings(const Group& group);
   void Cross(Chain& a, Chain& b, const Winding& left);
   void Change(Chain& chain, std::int32_t y, std::int32_t change);
-  bool PairKeepsOrder(Chain& a, Chain& b, bool apart);
+  bool KeepsOrder(const RowEntry* first, std::size_t count) const;
 
   KStack* stack_;
   ActiveChains& chains_;
