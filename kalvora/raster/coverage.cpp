@@ -55,7 +55,8 @@ class EdgeArea {
   /// Moves to pixel p, whose left border the edge may already have crossed.
   void Begin(std::int32_t p) {
     if (p <= first) return;
-    h_ = Hold(Mul(Entry(), edge_.slope) + std::int64_t{edge_.slope} * (p - first - 1));
+    const std::int64_t h = Mul(Entry(), edge_.slope) + std::int64_t{edge_.slope} * (p - first - 1);
+    h_ = static_cast<std::int32_t>(std::clamp<std::int64_t>(h, 0, height_));
   }
 
   /// Area in pixel p; call it for consecutive pixels within [first, last].
@@ -74,7 +75,7 @@ class EdgeArea {
     return Mul(kFull - static_cast<std::int32_t>((sum >> 1) & 0xFFFF), height_);
   }
   std::int32_t Entering() {
-    h_ = Hold(Mul(Entry(), edge_.slope));
+    h_ = std::clamp(Mul(Entry(), edge_.slope), 0, height_);
     return Mul(h_, Entry()) >> 1;
   }
   std::int32_t Between() {
@@ -87,9 +88,6 @@ class EdgeArea {
   std::int32_t Leaving() const { return height_ - (Mul(edge_.x1 & 0xFFFF, height_ - h_) >> 1); }
 
   std::int32_t Entry() const { return kFull - (edge_.x0 & 0xFFFF); }
-  std::int32_t Hold(std::int64_t h) const {
-    return static_cast<std::int32_t>(std::clamp<std::int64_t>(h, 0, height_));
-  }
 
   Edge edge_;
   std::int32_t height_;
