@@ -170,6 +170,18 @@ TEST(Polygon, CoversTheExactArea) {
   }
 }
 
+// The step ends where an upright edge and another cross, by rounding in another column than the
+// edge's own.
+TEST(Polygon, CrossingBesideAnUprightEdge) {
+  const auto at = [](int x, int y) { return KVertex2D{KFixed::FromRaw(x), KFixed::FromRaw(y)}; };
+  const Rings rings{{at(1048576, 1081344), at(1048576, 557056), at(1081344, 589824),
+                     at(1146880, 688128), at(557056, 917504)}};
+  Canvas canvas(kSize, kSize);
+  canvas.Draw(rings, KFillNonZero);
+  const Worst worst = Compare(canvas, AreaReference({rings, -1}, nullptr, kSize, kSize));
+  EXPECT_LE(worst.error, kTolerance) << worst.x << "," << worst.y;
+}
+
 TEST(Polygon, ClipPathsLimitToTheirInterior) {
   Random random(7);
   Canvas canvas(kSize, kSize);
