@@ -79,25 +79,30 @@ class NodeList {
 };
 
 // -1 when the walk rises from a to b (y grows downward), 1 when it falls, 0 on the level.
-int Direction(const KVertex2D* a, const KVertex2D* b) {
-  return (b->y > a->y ? 1 : 0) - (b->y < a->y ? 1 : 0);
+int Direction(const KVertex2D& a, const KVertex2D& b) {
+  return (b.y > a.y ? 1 : 0) - (b.y < a.y ? 1 : 0);
 }
 
 bool CollectTops(NodeList& list, const KVertex2D* ring) {
+  if (ring::Count(ring) == 0) return true;
   const KVertex2D* first = ring::First(ring);
-  const KVertex2D* end = first + ring::Count(ring);
-  int direction = 0;
-  for (const KVertex2D* v = end; v-- != first && direction == 0;) {
-    direction = Direction(v, ring::Next(v));
+  const KVertex2D* last = first + ring::Count(ring) - 1;
+  int direction = Direction(*last, *first);
+  for (const KVertex2D* v = last; direction == 0 && v != first; --v) {
+    direction = Direction(v[-1], *v);
   }
   if (direction == 0) return true;
-  for (const KVertex2D* v = first; v != end; ++v) {
-    const int next = Direction(v, ring::Next(v));
-    if (next == 0) continue;
-    if (direction < 0 && next > 0 && !list.Append(v)) return false;
-    direction = next;
+  const auto pass = [&](const KVertex2D* v, const KVertex2D* next) {
+    const int then = Direction(*v, *next);
+    if (then == 0) return true;
+    const bool top = direction < then;
+    direction = then;
+    return !top || list.Append(v);
+  };
+  for (const KVertex2D* v = first; v != last; ++v) {
+    if (!pass(v, v + 1)) return false;
   }
-  return true;
+  return pass(last, first);
 }
 
 }  // namespace
