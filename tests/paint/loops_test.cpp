@@ -266,8 +266,11 @@ struct Places {
   Places(Random& random, int n, GuardedBuffer::Edge edge)
       : picture(4 * kWidth * kHeight, edge), count(static_cast<std::size_t>(n + 7) / 8 * 8) {
     for (int i = 0; i < kWidth * kHeight; ++i) picture.As<Word>()[i] = Span::Pixel(random);
+    for (int i = 0; i < n; ++i) x[i] = random.Below(kWidth - 3);
+    std::sort(x, x + n);
+    if (random.OneIn(4)) std::reverse(x, x + n);
     for (int i = 0; i < n; ++i) {
-      x[i] = random.Below(kWidth - 3), y[i] = random.Below(kHeight - 3);
+      y[i] = random.Below(kHeight - 3);
       u[i] = x[i] << 16 | random.Below(0x10000), v[i] = y[i] << 16 | random.Below(0x10000);
       offset[i] = x[i] * 4, top[i] = (y[i] * kWidth + x[i]) * 4, bottom[i] = top[i] + 4 * kWidth;
       weightX[i] = random.Below(257), weightY[i] = random.Below(257);

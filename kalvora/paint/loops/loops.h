@@ -120,7 +120,8 @@ enum class SampleAlpha {
 /// bytes from the start of a source row, and weights; these arrays, and what `across` loops write,
 /// have room for n rounded up to a multiple of 8, and are 0 there.
 struct StretchLoops {
-  /// out[i] = lerp(p, the pixel behind p, weight[i]), p being the pixel at offset[i]
+  /// out[i] = lerp(p, the pixel behind p, weight[i]), p being the pixel at offset[i]; offsets do
+  /// not fall from one to the next, or do not rise.
   void (*mixAcross)(std::uint32_t* out, int n, const std::uint8_t* row, const std::uint32_t* offset,
                     const std::uint32_t* weight);
   /// to[i] = lerp(a[i], b[i], weight)

@@ -12,6 +12,7 @@ namespace {
 struct Pairs {
   Words left, right;
 
+  Pairs(Words l, Words r) : left(l), right(r) {}
   Pairs(const std::uint8_t* row, const std::uint32_t* offset) {
 #if KALVORA_LANES > 1
     const Longs first = LoadLongs(row, offset, kFirstPixels);
@@ -27,10 +28,27 @@ struct Pairs {
 
 void MixAcross(std::uint32_t* out, int n, const std::uint8_t* row, const std::uint32_t* offset,
                const std::uint32_t* weight) {
-  for (int i = 0; i < n; i += kLanes) {
-    const Pairs pairs(row, offset + i);
+  int i = 0;
+  const auto put = [&](const Pairs& pairs) {
     Store(out + i, Lerp(pairs.left, pairs.right, Both(Load(weight + i))));
+  };
+#if KALVORA_LANES == 8
+  // Pairs that lie in nine pixels, of which none is behind the last pair, come by permutations.
+  const std::uint32_t end = n > 0 ? offset[n - 1] : 0;
+  for (; i + kLanes <= n; i += kLanes) {
+    const std::uint32_t first = offset[i], span = offset[i + kLanes - 1] - first;
+    const auto index = reinterpret_cast<__m256i>((Load(offset + i) - first) >> 2);
+    const auto eight = [=](std::uint32_t bytes) {
+      return _mm256_permutevar8x32_epi32(LoadAs<__m256i>(row + bytes), index);
+    };
+    if (span <= 28 && first + 28 <= end) {
+      put(Pairs(reinterpret_cast<Words>(eight(first)), reinterpret_cast<Words>(eight(first + 4))));
+    } else {
+      put(Pairs(row, offset + i));
+    }
   }
+#endif
+  for (; i < n; i += kLanes) put(Pairs(row, offset + i));
 }
 
 void MixDown(std::uint32_t* to, int n, const std::uint32_t* a, const std::uint32_t* b,

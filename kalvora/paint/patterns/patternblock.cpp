@@ -6,6 +6,7 @@
 #include "kalvora/core/KSoftPixmap.h"
 #include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/paint/loops/loops.h"
+#include "kalvora/paint/patterns/edges.h"
 #include "kalvora/paint/patterns/patternwalk.h"
 #include "kalvora/support/KFlags.h"
 
@@ -38,22 +39,14 @@ void PutBlock(const KStyleContext2D* style, Put put, const Block& block,
 }
 
 /// What the coverage fillers do with source pixels of one coverage.
-PixelLoop CoveredLoop(const KStyleContext2D* style, Put put) {
-  const PixelLoops& loops = style->loops->pixels;
-  const bool copy = style->source->transform.linearIdentity;
-  const auto full = static_cast<int>(Weight::kCoverage);
-  const auto part = static_cast<int>(Weight::kCoverageOpacity);
-  const auto twice = static_cast<int>(Weight::kOpacityThenCoverage);
-  switch (put) {
-    case Put::kCopy:
-      return loops.lerp[full];
-    case Put::kOver:
-      return loops.over[full];
-    case Put::kOverOpacity:
-      return loops.over[copy ? twice : part];
-    default:
-      return loops.lerp[part];
+EdgePut EdgeOf(const KStyleContext2D* style, Put put, std::int32_t coverage) {
+  const bool blend = put == Put::kOver || put == Put::kOverOpacity;
+  const auto opacity = static_cast<std::uint32_t>(style->opacity);
+  if (put == Put::kCopy || put == Put::kOver) return {blend, 256, EdgePut::Weight(coverage)};
+  if (blend && style->source->transform.linearIdentity) {
+    return {blend, opacity, EdgePut::Weight(coverage)};
   }
+  return {blend, 256, EdgePut::Weight(coverage, style->opacity)};
 }
 
 /// The nearest pixels along rows of the pixmap, which all rows of the block pick from the same
@@ -101,12 +94,11 @@ class NearestColumns {
 
   /// Fills a single column, weighed by a coverage.
   void FillCovered(const KRowBlock& rows, Put put, std::int32_t coverage) {
-    const PixelLoop loop = CoveredLoop(style_, put);
+    const EdgePut edge = EdgeOf(style_, put, coverage);
     std::uint32_t* to = style_->row + x0_;
     RowWalk walk(*this);
     for (std::int32_t y = 0; y < rows.rows; ++y, to += rows.stride) {
-      const std::uint32_t* pixel = Words(source_.Row(walk.Next())) + columns_[0];
-      loop(to, pixel, &coverage, 1, style_->opacity);
+      *to = edge(*to, Words(source_.Row(walk.Next()))[columns_[0]]);
     }
   }
 

@@ -11,6 +11,7 @@
 #include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/paint/loops/loops.h"
 #include "kalvora/paint/patterns/bicubic.h"
+#include "kalvora/paint/patterns/edges.h"
 #include "kalvora/paint/patterns/patternwalk.h"
 #include "kalvora/support/KFlags.h"
 
@@ -31,8 +32,10 @@ class Putter {
     Loop(Weight::kFull, Weight::kOpacity)(to, samples, nullptr, n, opacity_);
   }
   /// One sample at a coverage, 16.16.
-  void Edge(std::uint32_t* to, std::uint32_t sample, std::int32_t coverage) const {
-    Loop(Weight::kCoverage, Weight::kCoverageOpacity)(to, &sample, &coverage, 1, opacity_);
+  EdgePut Edge(std::int32_t coverage) const {
+    const std::uint32_t weight =
+        opacity_ == 256 ? EdgePut::Weight(coverage) : EdgePut::Weight(coverage, opacity_);
+    return {alpha_, 256, weight};
   }
 
  private:
@@ -51,26 +54,22 @@ template <typename Columns>
 void FillColumns(const KStyleContext2D* style, const KRowBlock& rows, const Putter& putter,
                  std::int32_t x, int n) {
   constexpr std::int32_t kNone = KRowBlock::kNoEdge;
-  const bool first = x == style->x0, last = x + n == style->x1;
-  const std::int32_t left = first ? rows.left : kNone;
-  const std::int32_t right = last && (left == kNone || n > 1) ? rows.right : kNone;
+  const bool starts = x == style->x0, ends = x + n == style->x1;
+  const std::int32_t left = starts ? rows.left : kNone;
+  const std::int32_t right = ends && (left == kNone || n > 1) ? rows.right : kNone;
   const int begin = left != kNone, end = n - (right != kNone);
+  const EdgePut putLeft = putter.Edge(left), putRight = putter.Edge(right);
   Columns columns(style, x, n);
   std::uint32_t samples[Columns::kMost];
   std::uint32_t* to = style->row + x;
   for (std::int32_t y = 0; y < rows.rows; ++y, to += rows.stride) {
-    if (putter.Stores() && begin == 0 && end == n) {
-      columns.Read(to, style->y + y, n);
-      continue;
-    }
-    columns.Read(samples, style->y + y, n);
-    if (putter.Stores()) {
-      std::copy(samples + begin, samples + end, to + begin);
-    } else {
-      putter.Row(to + begin, samples + begin, end - begin);
-    }
-    if (left != kNone) putter.Edge(to, samples[0], left);
-    if (right != kNone) putter.Edge(to + end, samples[end], right);
+    const std::uint32_t before = to[0], after = to[n - 1];
+    std::uint32_t* const got = putter.Stores() ? to : samples;
+    columns.Read(got, style->y + y, n);
+    const std::uint32_t first = got[0], last = got[n - 1];
+    if (!putter.Stores()) putter.Row(to + begin, samples + begin, end - begin);
+    if (left != kNone) to[0] = putLeft(before, first);
+    if (right != kNone) to[end] = putRight(after, last);
   }
 }
 
