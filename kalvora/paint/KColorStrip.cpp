@@ -38,20 +38,34 @@ Mix CoveredMix(std::uint32_t color, bool blend, std::int32_t coverage) {
 
 struct ColorRow : Differences {
   const ColorLoops& loops;
-  std::uint32_t color;
 };
 
-template <bool Blend>
-void FillAlike(const Differences& differences, int from, int to, std::uint32_t sum) {
+void FillAlike(const Differences& differences, int from, int to, std::int32_t held) {
   const auto& row = static_cast<const ColorRow&>(differences);
-  const std::int32_t held = static_cast<std::int32_t>(sum) >> (Differences::kFullBits - 8);
-  if (held <= 0) return;
   const Block block{row.to + from, 0, to - from, 1};
   const auto weight = static_cast<std::uint32_t>(std::min(held, 256));
-  if (Blend) return row.loops.over(block, Scale(row.color, weight));
+  if (row.blend) return row.loops.over(block, Scale(row.color, weight));
   if (weight == 256) return row.loops.fill(block, row.color);
   const Mix mix{256 - weight, Lo(row.color) * weight, Hi(row.color) * weight, 0};
   row.loops.edged(block, mix, mix, mix);
+}
+
+// A row whose last four columns are touched, of which it may have less.
+void FillWithLast(ColorRow& row) {
+  std::uint32_t bit = std::uint32_t{1} << (row.n >> 2 & 31), few[4] = {};
+  row.touched[row.n >> 7] ^= bit;
+  const int rest = row.n & 3;
+  row.n -= rest;
+  row.start = row.loops.differences(row);
+  std::uint32_t* const to = row.to + row.n;
+  std::copy_n(to, rest, few);
+  row.line += row.n;
+  row.to = few;
+  row.touched = &bit;
+  row.n = 4;
+  bit = 1;
+  row.loops.differences(row);
+  std::copy_n(few, rest, to);
 }
 
 }  // namespace
@@ -110,38 +124,18 @@ void FillEdgedColorBlock(const KStyleContext2D* style, const KRowBlock& block) {
 
 void FillColorDifferences(const KStyleContext2D* style, const KRowDifferences& differences) {
   static_assert(Differences::kFullBits == KRowDifferences::kFullBits);
-  const ColorLoops& loops = style->loops->color;
-  const std::uint32_t color = style->color.Word();
-  const bool blend = style->blend != 0;
   ColorRow row{{.to = style->row + style->x0,
                 .stride = differences.stride,
                 .line = differences.line,
                 .touched = differences.touched,
                 .n = style->x1 - style->x0,
                 .start = differences.start + Differences::kHalf,
-                .alike = blend ? FillAlike<true> : FillAlike<false>},
-               loops,
-               color};
-  // Of the last four columns the row may have less.
-  std::uint32_t last = std::uint32_t{1} << (row.n >> 2 & 31);
-  if (!(row.touched[row.n >> 7] & last)) {
-    loops.differences(row, color, blend);
-    return;
-  }
-  row.touched[row.n >> 7] ^= last;
-  const int rest = row.n & 3;
-  row.n -= rest;
-  row.start = loops.differences(row, color, blend);
-  row.line += row.n;
-  std::uint32_t* const to = row.to + row.n;
-  std::uint32_t few[4] = {};
-  std::copy_n(to, rest, few);
-  row.to = few;
-  row.touched = &last;
-  last = 1;
-  row.n = 4;
-  loops.differences(row, color, blend);
-  std::copy_n(few, rest, to);
+                .color = style->color.Word(),
+                .blend = style->blend != 0,
+                .alike = FillAlike},
+               style->loops->color};
+  if (row.touched[row.n >> 7] >> (row.n >> 2 & 31) & 1) return FillWithLast(row);
+  row.loops.differences(row);
 }
 
 void FillMaskedBlock(const KStyleContext2D* style, const KRowBlock& block) {

@@ -17,9 +17,7 @@ namespace {
 
 #if KALVORA_LANES > 4
 
-std::uint32_t MixDifferences(const Differences& row, std::uint32_t c, bool blend) {
-  return sse2::kLoops.color.differences(row, c, blend);
-}
+std::uint32_t MixDifferences(const Differences& row) { return sse2::kLoops.color.differences(row); }
 
 #else
 
@@ -42,6 +40,28 @@ inline Words MixColor(Words d, Words c, Words both, bool blend) {
   return blend ? Over(d, Scale(c, both)) : Lerp(d, c, both);
 }
 
+#if KALVORA_LANES == 4
+/// The sums of the first one, two, three, four lanes.
+inline Words RunningSums(Words v) {
+#if defined(__SSE2__)
+  v += reinterpret_cast<Words>(_mm_slli_si128(reinterpret_cast<__m128i>(v), 4));
+  return v + reinterpret_cast<Words>(_mm_slli_si128(reinterpret_cast<__m128i>(v), 8));
+#else
+  v += vextq_u32(Words{}, v, 3);
+  return v + vextq_u32(Words{}, v, 2);
+#endif
+}
+
+/// The last lane in all of them.
+inline Words SpreadLast(Words v) {
+#if defined(__SSE2__)
+  return reinterpret_cast<Words>(_mm_shuffle_epi32(reinterpret_cast<__m128i>(v), 0xFF));
+#else
+  return vdupq_lane_u32(vget_high_u32(v), 1);
+#endif
+}
+#endif
+
 /// Four pixels. Returns the sum behind them.
 inline Words MixFour(std::uint32_t* to, std::uint32_t* line, Words sum, Words c, bool blend) {
 #if KALVORA_LANES == 1
@@ -54,12 +74,10 @@ inline Words MixFour(std::uint32_t* to, std::uint32_t* line, Words sum, Words c,
   }
   return sum;
 #else
-  Words v = Load(line);
+  sum += RunningSums(Load(line));
   Store(line, Words{});
-  v += __builtin_shufflevector(v, Words{}, 4, 0, 1, 2);
-  sum += v + __builtin_shufflevector(v, Words{}, 4, 4, 0, 1);
   Store(to, MixColor(Load(to), c, BothSums(sum), blend));
-  return __builtin_shufflevector(sum, sum, 3, 3, 3, 3);
+  return SpreadLast(sum);
 #endif
 }
 
@@ -71,13 +89,28 @@ inline std::uint32_t FirstLane(Words v) {
 #endif
 }
 
-std::uint32_t MixDifferences(const Differences& row, std::uint32_t c, bool blend) {
+// Up to how many solid pixels between blocks are stored here.
+constexpr int kFewSolid = 48;
+
+/// Whole fours.
+inline void FillFours(std::uint32_t* to, const std::uint32_t* end, Words c) {
+  do {
+    for (int i = 0; i < 4; i += kLanes) Store(to + i, c);
+    to += 4;
+  } while (to != end);
+}
+
+std::uint32_t MixDifferences(const Differences& row) {
   const int n = row.n;
+  const bool blend = row.blend;
   std::uint32_t *const to = row.to, *const line = row.line;
   const std::ptrdiff_t stride = row.stride;
-  const Words color = All(c);
+  const Words color = All(row.color);
   Words sum = All(row.start);
   int done = 0;
+  const auto weightNow = [&] {
+    return static_cast<std::int32_t>(FirstLane(sum)) >> (Differences::kFullBits - 8);
+  };
   for (int word = 0; word <= n >> 7; ++word) {
     std::uint32_t bits = row.touched[word];
     if (bits == 0) continue;
@@ -86,7 +119,14 @@ std::uint32_t MixDifferences(const Differences& row, std::uint32_t c, bool blend
       const int skipped = __builtin_ctz(bits);
       bits >>= skipped;
       at += 4 * skipped;
-      if (done < at) row.alike(row, done, at, FirstLane(sum));
+      const std::int32_t weight = weightNow();
+      if (weight > 0 && done < at) {
+        if (weight >= 256 && at - done <= kFewSolid && !blend) {
+          FillFours(to + done, to + at, color);
+        } else {
+          row.alike(row, done, at, weight);
+        }
+      }
       // An outline goes on nearby in the next row: far from here in memory.
       __builtin_prefetch(to + at + stride, 1);
       do {
@@ -96,7 +136,7 @@ std::uint32_t MixDifferences(const Differences& row, std::uint32_t c, bool blend
       } while (bits & 1);
     }
   }
-  if (done < n) row.alike(row, done, n, FirstLane(sum));
+  if (done < n && weightNow() > 0) row.alike(row, done, n, weightNow());
   return FirstLane(sum);
 }
 

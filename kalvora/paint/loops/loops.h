@@ -53,8 +53,10 @@ struct Differences {
   std::uint32_t* touched;  ///< a bit for each four of `line`, and one more: all others are 0
   int n;                   ///< whole fours where `line` is touched
   std::uint32_t start;
-  /// Paints the pixels [from, to), which all have one sum.
-  void (*alike)(const Differences& row, int from, int to, std::uint32_t sum);
+  std::uint32_t color;
+  bool blend;  ///< over(d, scale(color, weight)), or else lerp(d, color, weight)
+  /// Paints the pixels [from, to), which all have one weight, 1 or more; from 256 on it is 256.
+  void (*alike)(const Differences& row, int from, int to, std::int32_t weight);
 };
 
 /// Loops over one colour c. `coverage` (16.16, 0..0x10000) belongs to the same pixels as `to`.
@@ -76,9 +78,8 @@ struct ColorLoops {
   /// d = lerp(d, c, mask)
   void (*lerpMasked)(const Block& block, const std::uint8_t* mask, std::ptrdiff_t maskStride,
                      std::uint32_t c);
-  /// `cover` when the colour must be blended, else `lerp`, by differences: `line` and `touched` are
-  /// zero afterwards. Returns the sum at the end.
-  std::uint32_t (*differences)(const Differences& row, std::uint32_t c, bool blend);
+  /// By differences: `line` and `touched` are zero afterwards. Returns the sum at the end.
+  std::uint32_t (*differences)(const Differences& row);
 };
 
 /// How source pixels are weighed.
