@@ -103,6 +103,7 @@ KSoftMatrix3D& KSoftMatrix3D::operator*=(const KSoftMatrix3D* other) {
 
 void KSoftMatrix3D::Combine(const KSoftMatrix3D* b) {
   if (b == nullptr) return;
+  if (b->identity && !identity) return;  // as below, without copies
   KSoftMatrix3D product = *b;
   product *= this;
   *this = product;
