@@ -8,7 +8,7 @@
 namespace kalvora {
 namespace {
 
-constexpr int kMost = 64;  // pixels that are placed at a time
+constexpr int kMost = 256;  // pixels that are placed at a time
 constexpr std::uint32_t kPixel = 4;
 
 /// Pixels with the ones behind them, in two rows, and how they are weighed (TurnLoops).
