@@ -14,25 +14,62 @@ namespace {
 
 using namespace kalvora;
 
-// Vertices of the ring of the subpath that `segment` opens, at the most: every straight piece adds
-// one, every curve piece up to kMaxCurvePoints, the start point one. 0 when it cannot be counted.
-unsigned RingReserve(const KSegment* segment) {
-  std::uint64_t entries = ring::kLinks + 1;
-  do {
-    const std::uint64_t each = segment->Order() == 1 ? 1 : KStroker::kMaxCurvePoints;
-    entries += segment->Pieces() * each;
-    segment = segment->next;
-  } while (segment && !segment->Opens());
-  return entries * sizeof(KVertex2D) <= UINT32_MAX ? static_cast<unsigned>(entries) : 0;
-}
+/// One ring while it is being written, the newest allocation.
+class RingWriter {
+ public:
+  explicit RingWriter(const Memory& memory) : memory_(memory) {}
 
-/// One ring while it is being written.
-struct RingWriter {
+  /// Begins a ring. False, here and below: no memory.
+  bool Begin(KVertex2D p) {
+    ring = nullptr;
+    count_ = 0;
+    capacity_ = 0;
+    return AddLine(p);
+  }
+  bool AddLine(KVertex2D p) {
+    if (!Reserve(1)) return false;
+    ring[++count_] = ring::Vertex(p);
+    return true;
+  }
+  /// From the last vertex on, which is the curve's first point.
+  bool AddCurve(const KVertex2D (&p)[4], unsigned order, KFixed flatness) {
+    if (!Reserve(KStroker::kMaxCurvePoints)) return false;
+    KVertex2D* out = ring + count_;
+    const int n = order == 2 ? FlattenQuadratic(out, {p[0], p[1], p[2]}, 1, flatness)
+                             : FlattenCubic(out, p, 1, flatness);
+    for (int k = 0; k < n; ++k) out[k] = ring::Vertex(out[k]);
+    count_ += static_cast<unsigned>(n) - 1;
+    return true;
+  }
+  /// Gives back what was reserved too much, so that the next ring follows closely.
+  void Close() {
+    ring::Close(ring, count_);
+    void* fitted = memory_.ReAlloc(ring, Bytes(std::uint64_t{count_} + ring::kLinks));
+    if (fitted) ring = static_cast<KVertex2D*>(fitted);
+  }
+
   KVertex2D* ring = nullptr;
-  unsigned count = 0;
 
-  void Add(KVertex2D p) { ring[++count] = ring::Vertex(p); }
-  KVertex2D* Tail() { return ring + 1 + count; }
+ private:
+  static constexpr std::uint64_t kFirstCapacity = 1024;
+
+  static std::uint64_t Bytes(std::uint64_t entries) { return entries * sizeof(KVertex2D); }
+  bool Reserve(unsigned points) {
+    const std::uint64_t needed = std::uint64_t{count_} + points + ring::kLinks;
+    return needed <= capacity_ || Grow(needed);
+  }
+  bool Grow(std::uint64_t needed) {
+    const std::uint64_t capacity = std::max({needed, 2 * capacity_, kFirstCapacity});
+    auto* moved = static_cast<KVertex2D*>(memory_.ReAlloc(ring, Bytes(capacity)));
+    if (!moved) return false;
+    ring = moved;
+    capacity_ = capacity;
+    return true;
+  }
+
+  const Memory memory_;
+  unsigned count_ = 0;
+  std::uint64_t capacity_ = 0;
 };
 
 /// What of a path no pixel of a clip shows.
@@ -87,7 +124,7 @@ class Unseen {
   bool limited_, several_;
 };
 
-void AddPieces(RingWriter& writer, const KSegment* segment, KVertex2D& current,
+bool AddPieces(RingWriter& writer, const KSegment* segment, KVertex2D& current,
                const KSoftMatrix3D* m, KFixed flatness, const Unseen& unseen) {
   const KVertex2D* points = segment->Points();
   const unsigned order = segment->Order();
@@ -95,18 +132,10 @@ void AddPieces(RingWriter& writer, const KSegment* segment, KVertex2D& current,
     KVertex2D p[4] = {current};
     for (unsigned k = 0; k < order; ++k) p[k + 1] = m->Map(points[k]);
     current = p[order];
-    if (order == 1 || unseen.Hides(p, order)) {
-      writer.Add(current);
-      continue;
-    }
-    // The curve's points go where the ring continues, its start point over the vertex that stands
-    // there.
-    KVertex2D* out = writer.Tail() - 1;
-    const int n = order == 2 ? FlattenQuadratic(out, {p[0], p[1], p[2]}, 1, flatness)
-                             : FlattenCubic(out, p, 1, flatness);
-    for (int k = 1; k < n; ++k) out[k] = ring::Vertex(out[k]);
-    writer.count += static_cast<unsigned>(n) - 1;
+    const bool line = order == 1 || unseen.Hides(p, order);
+    if (!(line ? writer.AddLine(current) : writer.AddCurve(p, order, flatness))) return false;
   }
+  return true;
 }
 
 }  // namespace
@@ -130,36 +159,25 @@ unsigned KStroker::FlattenPath(KVertex2D**& rings, const KSoftPath* path, const 
   if (!rings) return 0;
   unsigned count = 0;
   const Unseen unseen(clip, *path, *m);
-  RingWriter writer;
+  RingWriter writer(memory);
+  bool hidden = true, added = true;
   KVertex2D current = KVertex2D::Origin;
-  for (const KSegment* segment = path->first; segment; segment = segment->next) {
+  for (const KSegment* segment = path->first; segment && added; segment = segment->next) {
     if (segment->Opens()) {
-      writer = {};
-      if (unseen.Hides(Subpath::Of(segment))) {
-        rings[count++] = nullptr;
-        continue;
-      }
-      const unsigned entries = RingReserve(segment);
-      if (entries) writer.ring = static_cast<KVertex2D*>(memory.Alloc(entries * sizeof(KVertex2D)));
-      if (!entries || !writer.ring) {
-        FreeRings(rings, count, onStack);
-        rings = nullptr;
-        return 0;
-      }
-      rings[count++] = writer.ring;
+      rings[count++] = nullptr;
+      hidden = unseen.Hides(Subpath::Of(segment));
       current = m->Map(*segment->Start());
-      writer.Add(current);
+      added = hidden || writer.Begin(current);
     }
-    if (!writer.ring) continue;
-    AddPieces(writer, segment, current, m, Flatness(), unseen);
-    if (!segment->next || segment->next->Opens()) {
-      ring::Close(writer.ring, writer.count);
-      // What the reserve has too much goes back, so that the next ring follows closely.
-      const auto bytes = static_cast<unsigned>((writer.count + ring::kLinks) * sizeof(KVertex2D));
-      if (onStack) stack->ReAlloc(writer.ring, bytes);
-    }
+    if (hidden) continue;
+    added = added && AddPieces(writer, segment, current, m, Flatness(), unseen);
+    if (added && (!segment->next || segment->next->Opens())) writer.Close();
+    rings[count - 1] = writer.ring;
   }
-  return count;
+  if (added) return count;
+  FreeRings(rings, count, onStack);
+  rings = nullptr;
+  return 0;
 }
 
 void KStroker::FreeRings(KVertex2D** rings, unsigned count, bool onStack) {
