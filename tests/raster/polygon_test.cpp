@@ -114,6 +114,18 @@ Rings Thicket(Random& r) {
   }
   return {ring};
 }
+// Quadrilaterals that begin and end at few heights inside the rows, some with level sides.
+Rings Terraces(Random& r) {
+  Rings rings(2 + r.Below(7));
+  for (Ring& ring : rings) {
+    const double top = 8 + r.Below(8) * 0.25, bottom = top + (1 + r.Below(8)) * 0.25;
+    const double upper = r.OneIn(2) ? top : top + 0.25, lower = r.OneIn(2) ? bottom : bottom - 0.25;
+    ring = {At(Uniform(r, -4, 36), top), At(Uniform(r, -4, 36), upper),
+            At(Uniform(r, -4, 36), bottom), At(Uniform(r, -4, 36), lower)};
+    if (r.OneIn(3)) ring = Reversed(ring);
+  }
+  return rings;
+}
 
 struct Family {
   const char* name;
@@ -128,6 +140,7 @@ constexpr Family kFamilies[] = {
     {"sliver", Sliver, 1000},           {"speck", Speck, 1500},
     {"nearly flat", NearlyFlat, 800},   {"lattice", Lattice, 1500},
     {"overlap", Overlap, 500},          {"thicket", Thicket, 60},
+    {"terraces", Terraces, 500},
 };
 
 struct Worst {
