@@ -61,6 +61,14 @@ struct ChainCursor {
   SlopedEdge below_;
 };
 
+/// Whether `a` is right of `b` at the lower end of what they have in common. x in between is asked
+/// for where the ends do not tell.
+inline bool AreInverted(ChainCursor& a, ChainCursor& b) {
+  if (a.end == b.end) return a.xEnd > b.xEnd;
+  if (a.end < b.end) return a.xEnd > std::min(b.xTop, b.xEnd) && a.xEnd > b.XAt(a.end);
+  return std::max(a.xTop, a.xEnd) > b.xEnd && a.XAt(b.end) > b.xEnd;
+}
+
 /// Where two pieces cross, of which the left one is `before` (0 or more) units of x away from the
 /// other at the top of what they have in common, and `after` (more than 0) beyond it `height`
 /// below: up to two units below where they meet.

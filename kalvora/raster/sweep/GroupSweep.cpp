@@ -9,8 +9,6 @@
 namespace kalvora {
 namespace {
 
-bool AreInverted(ChainCursor& a, ChainCursor& b, std::int32_t y) { return a.XAt(y) > b.XAt(y); }
-
 // Where two pieces cross that are inverted at y, the lower end of what they have in common: from
 // their own heights only.
 std::int32_t CrossingOf(ChainCursor& a, ChainCursor& b, std::int32_t y) {
@@ -73,7 +71,7 @@ std::int32_t GroupSweep::Sweep() {
     if (key == EventTree::kNever) break;
     const std::int32_t y = static_cast<std::int32_t>(key >> 2);
     if (y > now_) {
-      Settle();
+      if (marks_) Settle();
       now_ = y;
     }
     if (++work_ > limit) {
@@ -102,9 +100,8 @@ void GroupSweep::Schedule(Cursor& cursor, EventTree& tree) {
 // Of a listed cursor: the end of its piece, or before that the crossing with its right neighbour.
 std::uint32_t GroupSweep::NextEvent(Cursor& cursor) {
   const std::uint32_t key = EndOf(cursor);
-  if (!cursor.next) return key;
+  if (!cursor.next || !AreInverted(cursor, *cursor.next)) return key;
   const std::int32_t y = std::min(cursor.end, cursor.next->end);
-  if (!AreInverted(cursor, *cursor.next, y)) return key;
   const std::int32_t at = std::max(CrossingOf(cursor, *cursor.next, y), now_);
   return at < kWholeHeight ? std::min(key, Key(at, kCross)) : key;
 }
@@ -170,7 +167,7 @@ void GroupSweep::Insert(Cursor& cursor, std::int32_t y, EventTree& tree) {
     Cursor& next = *at->next;
     const std::int32_t x = next.XAt(y);
     if (x > cursor.xTop) break;
-    if (x == cursor.xTop && !AreInverted(cursor, next, std::min(cursor.end, next.end))) break;
+    if (x == cursor.xTop && !AreInverted(cursor, next)) break;
   }
   cursor.listed = true;
   cursor.previous = at;

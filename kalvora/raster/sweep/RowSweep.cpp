@@ -51,12 +51,13 @@ bool AreInOrder(Chain& left, Chain& right, std::int32_t top) {
   while (b.end <= a.top) {
     if (!GoOn(b, right, jumps)) return true;
   }
-  std::int32_t y = std::max(a.top, b.top);
-  while (!jumps && a.XAt(y) <= b.XAt(y)) {
+  const std::int32_t from = std::max(a.top, b.top);
+  if (a.XAt(from) > b.XAt(from)) return false;
+  while (!jumps && !AreInverted(a, b)) {
+    const std::int32_t y = std::min(a.end, b.end);
     if (y == kWholeHeight) return true;
     if (a.end == y && !GoOn(a, left, jumps)) return true;
     if (b.end == y && !GoOn(b, right, jumps)) return true;
-    y = std::min(a.end, b.end);
   }
   return false;
 }
