@@ -81,13 +81,23 @@ void DifferenceLine::AddSlanted(SlopedEdge& edge, std::int32_t xTop, std::int32_
   if (column < stop) {
     std::uint64_t p = product(column + 1);
     const std::uint64_t step = goesLeft ? 0 - (gain << 16) : gain << 16;
-    for (; column < stop; ++column, p += step) {
-      const std::int32_t r = reach(p);
-      const std::int32_t area = entered + r;
-      row_.line[column] += static_cast<std::uint32_t>(weight * (area - last));
-      last = area;
-      entered = r;
+    const std::int32_t second = reach(p);
+    row_.line[column] += static_cast<std::uint32_t>(weight * (entered + second - last));
+    // Further differences of areas are those of R from the border before the column to that behind,
+    // where one sign and one constant go for all.
+    const std::int32_t turned = goesLeft ? -1 : 0, offset = goesLeft ? height + 1 : 0;
+    std::int32_t before = entered - offset, now = second - offset;
+    while (++column < stop) {
+      p += step;
+      const auto h =
+          std::min(static_cast<std::uint32_t>(p >> shift), static_cast<std::uint32_t>(height));
+      const std::int32_t behind = static_cast<std::int32_t>(h) ^ turned;
+      row_.line[column] += static_cast<std::uint32_t>(weight * (behind - before));
+      before = now;
+      now = behind;
     }
+    last = before + now + 2 * offset;
+    entered = now + offset;
   }
   if (right < width_) {
     const auto beyond =
@@ -99,9 +109,12 @@ void DifferenceLine::AddSlanted(SlopedEdge& edge, std::int32_t xTop, std::int32_
 }
 
 void DifferenceLine::MarkRange(std::int32_t from, std::int32_t last) {
-  for (std::int32_t block = from >> 2; block <= last >> 2; ++block) {
-    row_.touched[block >> 5] |= std::uint32_t{1} << (block & 31);
+  std::int32_t block = from >> 2;
+  for (; block >> 5 < last >> 7; block = (block | 31) + 1) {
+    row_.touched[block >> 5] |= ~std::uint32_t{0} << (block & 31);
   }
+  row_.touched[last >> 7] |=
+      (std::uint32_t{2} << (last >> 2 & 31)) - (std::uint32_t{1} << (block & 31));
 }
 
 // Writes the coverage of columns up to `to`, and empties their differences up to the end of a
