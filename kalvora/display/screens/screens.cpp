@@ -25,22 +25,23 @@ KScreen* New() {
 
 constexpr struct {
   KDisplay kind;
+  const char* name;
   KScreen* (*make)();
 } kScreens[] = {
 #if KALVORA_FB
-    {KDisplayFramebuffer, New<KFbScreen>},
+    {KDisplayFramebuffer, "framebuffer", New<KFbScreen>},
 #else
-    {KDisplayFramebuffer, nullptr},
+    {KDisplayFramebuffer, "framebuffer", nullptr},
 #endif
 #if KALVORA_SHM
-    {KDisplayShared, New<KShmScreen>},
+    {KDisplayShared, "shared-memory", New<KShmScreen>},
 #else
-    {KDisplayShared, nullptr},
+    {KDisplayShared, "shared-memory", nullptr},
 #endif
 #if KALVORA_KMS
-    {KDisplayKms, New<KKmsScreen>},
+    {KDisplayKms, "mode-setting", New<KKmsScreen>},
 #else
-    {KDisplayKms, nullptr},
+    {KDisplayKms, "mode-setting", nullptr},
 #endif
 };
 
@@ -58,8 +59,7 @@ KScreen* NewScreen(KDisplay kind, KError& error) {
   for (const auto& row : kScreens) {
     if (row.kind != kind) continue;
     if (row.make == nullptr) {
-      Fail(error, KErrorNotSupported, 0, "this library was built without displays of kind %d",
-           kind);
+      Fail(error, KErrorNotSupported, 0, "this library was built without %s displays", row.name);
       return nullptr;
     }
     screen = row.make();

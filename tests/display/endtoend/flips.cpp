@@ -129,8 +129,7 @@ bool LoseTo(char** command, int card, Flips& flips) {
   if (drmDropMaster(card) != 0) return false;
   const pid_t child = fork();
   if (child == 0) {
-    close(1);
-    execvp(command[0], command);
+    if (std::freopen("/dev/null", "w", stdout) != nullptr) execvp(command[0], command);
     _exit(127);
   }
   int status = 0;
