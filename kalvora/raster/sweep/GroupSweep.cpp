@@ -74,7 +74,7 @@ std::int32_t GroupSweep::Sweep() {
       if (marks_) Settle();
       now_ = y;
     }
-    if (++work_ > limit) {
+    if (++work_ + settled_ / 8 > limit) {
       Settle();
       return now_;
     }
@@ -214,7 +214,7 @@ void GroupSweep::Settle() {
     bool inside = inside_(cursor->previous->after);
     for (bool differs = true; differs && cursor; cursor = cursor->next) {
       const Winding before = cursor->after;
-      if (!cursor->marked) ++work_;
+      if (!cursor->marked) ++settled_;
       cursor->marked = false;
       inside = TakeRole(*cursor, cursor->previous->after, inside);
       differs = cursor->after != before || (cursor->next && cursor->next->marked);

@@ -21,7 +21,9 @@ namespace kalvora {
 /// others after all starts and ends of one height, which come in pairs. Only a chain whose role
 /// changes adds area: what it has down to there, as often as the role falls.
 ///
-/// A group with more events than kGenerous + 4 for each chain is drawn in slabs from there on.
+/// A group with more work than kGenerous + 4 for each chain is drawn in slabs from there on: events
+/// count, and steps in search of a place for those that start, and every eighth winding found anew
+/// beyond those of chains that came and went. So a sweep ends after O(n) of them, each of O(log n).
 class GroupSweep {
  public:
   static constexpr std::size_t kGenerous = 16384;
@@ -85,6 +87,7 @@ class GroupSweep {
   std::int32_t now_ = 0;
   std::uint32_t count_ = 0;
   std::size_t work_ = 0;
+  std::size_t settled_ = 0;  // windings found anew, but for those that were marked
   Cursor* cursors_ = nullptr;
   Cursor head_;
   Cursor* marks_ = nullptr;  // those whose windings are to be found anew
