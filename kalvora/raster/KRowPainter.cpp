@@ -5,7 +5,6 @@
 
 #include "kalvora/core/KSoftPixmap.h"
 #include "kalvora/core/channels.h"
-#include "kalvora/support/KMem.h"
 
 namespace kalvora {
 namespace {
@@ -20,6 +19,15 @@ std::int32_t MaskCoverage(std::uint8_t m) {
 std::int32_t WeighByMask(std::int32_t coverage, std::uint8_t m) {
   const auto weight = static_cast<std::uint32_t>(MaskCoverage(m));
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(coverage) * weight >> 16);
+}
+
+// In line, for most runs are short.
+void Clear(std::int32_t* coverage, std::int32_t n) {
+  for (; n >= 4; n -= 4, coverage += 4) {
+    coverage[0] = coverage[1] = coverage[2] = coverage[3] = 0;
+  }
+  if (n & 2) coverage[0] = coverage[1] = 0, coverage += 2;
+  if (n & 1) coverage[0] = 0;
 }
 
 }  // namespace
@@ -57,8 +65,7 @@ void KRowPainter::Solid(std::int32_t from, std::int32_t to) {
   const std::uint8_t* bytes = job_.mask->At(from, job_.style->y);
   std::transform(bytes, bytes + (to - from), job_.style->lineBuffer + from, MaskCoverage);
   Fill(coverage_, from, to);
-  KMem::Memset32(reinterpret_cast<std::uint32_t*>(job_.style->lineBuffer) + from, 0,
-                 static_cast<unsigned>(to - from));
+  Clear(job_.style->lineBuffer + from, to - from);
 }
 
 void KRowPainter::Covered(std::int32_t from, std::int32_t to) {
@@ -73,8 +80,7 @@ void KRowPainter::Covered(std::int32_t from, std::int32_t to) {
                    WeighByMask);
   }
   Fill(coverage_, from, to);
-  KMem::Memset32(reinterpret_cast<std::uint32_t*>(line) + from, 0,
-                 static_cast<unsigned>(to - from));
+  Clear(line + from, to - from);
 }
 
 // Goes to the box's first row, and sets its columns.
