@@ -33,7 +33,8 @@ class ChainEdge {
   /// by the same amount from row to row.
   std::uint64_t TravelTo(std::int32_t y) {
     if (ratio_ == 0 && !IsVertical()) FindRatio();
-    return static_cast<std::uint64_t>(ratio_ * (std::int64_t{y} - y0_)) + (std::uint64_t{1} << 31);
+    const std::uint32_t height = static_cast<std::uint32_t>(y) - static_cast<std::uint32_t>(y0_);
+    return static_cast<std::uint64_t>(ratio_) * height + (std::uint64_t{1} << 31);
   }
   std::int32_t AfterTravel(std::uint64_t travel) const {
     return x0_ + static_cast<std::int32_t>(travel >> 32);
