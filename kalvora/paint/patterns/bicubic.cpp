@@ -9,7 +9,7 @@
 namespace kalvora {
 namespace {
 
-constexpr int kMost = 64;  // pixels that are placed at a time
+constexpr int kMost = 256;  // pixels that are placed at a time
 
 /// A sum of weighed channels, 16.16, as a channel.
 std::uint32_t ToChannel(std::int64_t sum) {
