@@ -74,7 +74,6 @@ void KRowPainter::Covered(std::int32_t from, std::int32_t to) {
   // An outline goes on nearby in the next row, where its pixels are read: far from here in memory.
   const auto below = reinterpret_cast<std::uintptr_t>(job_.style->row) + job_.target->stride;
   __builtin_prefetch(reinterpret_cast<const void*>(below + 4 * static_cast<unsigned>(from)), 1);
-  __builtin_prefetch(reinterpret_cast<const void*>(below + 4 * static_cast<unsigned>(to)), 1);
   if (job_.mask) {
     std::transform(line + from, line + to, job_.mask->At(from, job_.style->y), line + from,
                    WeighByMask);
