@@ -141,50 +141,17 @@ void CoverMasked(const Block& block, const std::uint8_t* mask, std::ptrdiff_t ma
   });
 }
 
-#if KALVORA_LANES == 4 && !defined(__SSE2__)
-/// Two vectors of pixels mixed with one colour: their mask bytes are widened together.
-struct MaskedPair {
-  Words first, second;
-
-  MaskedPair(const std::uint32_t* p, const std::uint32_t* q, const std::uint8_t* maskP,
-             const std::uint8_t* maskQ, Words lo, Words hi) {
-    const std::uint64_t bytes = LoadAs<std::uint32_t>(maskP);
-    const uint8x8_t m = vcreate_u8(bytes | std::uint64_t{LoadAs<std::uint32_t>(maskQ)} << 32);
-    // The weights: m + 1 above 128, else m.
-    const int8x8_t above = vreinterpret_s8_u8(vcgt_u8(m, vdup_n_u8(128)));
-    const uint16x8_t w = vreinterpretq_u16_s16(vsubw_s8(vreinterpretq_s16_u16(vmovl_u8(m)), above));
-    const uint16x8x2_t both = vzipq_u16(w, w);
-    first = Mixed(Load(p), AsWords(both.val[0]), lo, hi);
-    second = Mixed(Load(q), AsWords(both.val[1]), lo, hi);
-  }
-  void StoreAt(std::uint32_t* p, std::uint32_t* q) const {
-    Store(p, first);
-    Store(q, second);
-  }
-
- private:
-  static Words Mixed(Words d, Words w, Words lo, Words hi) {
-    const Words rest = Difference(All(0x01000100), w);
-    return JoinHigh(Sum(Times(Lo(d), rest), Times(lo, w)), Sum(Times(Hi(d), rest), Times(hi, w)));
-  }
-};
-
-#endif
-
 void LerpMasked(const Block& block, const std::uint8_t* mask, std::ptrdiff_t maskStride,
                 std::uint32_t c) {
   const Words color = All(c);
-#if KALVORA_LANES == 4 && !defined(__SSE2__)
+#if KALVORA_LANES == 4 && defined(__arm__)
   const int last = block.n - kLanes;
   if (last >= 0 && last < kLanes) {
     const Words lo = Lo(color), hi = Hi(color);
     return EachRow(block, [=](std::uint32_t* to, int y) {
-      const std::uint8_t* m = mask + y * maskStride;
-      MaskedPair(to, to + last, m, m + last, lo, hi).StoreAt(to, to + last);
+      LerpMaskedPair(to, mask + y * maskStride, last, lo, hi);
     });
   }
-#endif
-#if KALVORA_LANES == 4 && defined(__arm__)
   if (last > 0) {
     const ColorPlanes planes(c);
     return EachRow(block, [=](std::uint32_t* to, int y) {

@@ -124,6 +124,31 @@ inline void LerpMaskedRow(std::uint32_t* to, const std::uint8_t* mask, int n,
 
 #undef KALVORA_LERP
 
+/// The same of a row of 4 to 7 pixels, which two vectors hold, the second one `last` pixels behind
+/// the first: weights are made of the mask's bytes together.
+inline void LerpMaskedPair(std::uint32_t* to, const std::uint8_t* mask, int last, Words lo,
+                           Words hi) {
+  // d' = d (256 - w) + c w, two channels of each pixel at a time.
+  Words a = Load(to), b = Load(to + last), first, w, second, rest;
+  asm("vmov %e[w], %[m0], %[m1]\n\tvcgt.u8 %e[rest], %e[w], %P[half]\n\t"
+      "vmovl.u8 %q[w], %e[w]\n\tvsubw.s8 %q[w], %q[w], %e[rest]\n\t"
+      "vmov %q[second], %q[w]\n\tvzip.16 %q[w], %q[second]\n\t"
+      "vsub.i16 %q[rest], %q[all], %q[w]\n\tvshr.u16 %q[first], %q[a], #8\n\t"
+      "vbic.i16 %q[a], #0xff00\n\tvmul.i16 %q[first], %q[first], %q[rest]\n\t"
+      "vmul.i16 %q[a], %q[a], %q[rest]\n\tvmla.i16 %q[first], %q[hi], %q[w]\n\t"
+      "vmla.i16 %q[a], %q[lo], %q[w]\n\tvsub.i16 %q[rest], %q[all], %q[second]\n\t"
+      "vsri.16 %q[first], %q[a], #8\n\tvshr.u16 %q[a], %q[b], #8\n\t"
+      "vbic.i16 %q[b], #0xff00\n\tvmul.i16 %q[a], %q[a], %q[rest]\n\t"
+      "vmul.i16 %q[b], %q[b], %q[rest]\n\tvmla.i16 %q[a], %q[hi], %q[second]\n\t"
+      "vmla.i16 %q[b], %q[lo], %q[second]\n\tvsri.16 %q[a], %q[b], #8"
+      : [a] "+w"(a), [b] "+w"(b), [first] "=&w"(first), [w] "=&w"(w), [second] "=&w"(second),
+        [rest] "=&w"(rest)
+      : [m0] "r"(LoadAs<std::uint32_t>(mask)), [m1] "r"(LoadAs<std::uint32_t>(mask + last)),
+        [half] "w"(vdup_n_u8(128)), [all] "w"(All(0x01000100)), [lo] "w"(lo), [hi] "w"(hi));
+  Store(to, first);
+  Store(to + last, a);
+}
+
 #else
 
 inline void FillGroups(std::uint32_t*& to, const std::uint32_t* end, Words c) {

@@ -391,8 +391,11 @@ void Pixels(std::uint32_t* to, int n, F f) {
 /// Calls row(first pixel, index) for each row of the block.
 template <typename F>
 void EachRow(const Block& block, F row) {
+  // Copies: for all that compilers know, pixels could lie in the block.
+  const std::ptrdiff_t stride = block.stride;
+  const int rows = block.rows;
   std::uint32_t* to = block.to;
-  for (int y = 0; y < block.rows; ++y, to += block.stride) row(to, y);
+  for (int y = 0; y < rows; ++y, to += stride) row(to, y);
 }
 
 }  // namespace
