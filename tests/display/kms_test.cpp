@@ -1,6 +1,7 @@
 // Displays of mode-setting drivers: opening, what may go wrong with page flips, and going away.
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -252,7 +253,13 @@ TEST(Kms, StaysOnScreenWhenAForkedChildEnds) {
     KLinuxFb fb;
     ASSERT_NE(fb.SetDisplay(kind, 0, KFormat8888PM, 3), nullptr);
     fb.Flip(true, nullptr);
-    const pid_t child = fork();
+    pid_t child;
+    {
+      // What the flip thread holds at this moment the child would wait for.
+      const std::lock_guard cards(card.lock);
+      const auto calls = rig.Hold();
+      child = fork();
+    }
     if (child == 0) {
       fb.Flip(true, nullptr);
       fb.Close();

@@ -90,6 +90,9 @@ class Rig {
   bool segmentIsOurs = true;  ///< this process made it
   std::atomic<bool> segmentDetached{false};
 
+  /// For a fork: while it is held, no other thread holds what every call asks for.
+  std::unique_lock<std::mutex> Hold() { return std::unique_lock(lock); }
+
  private:
   int VideoIoctl(unsigned request, void* argument);
   std::string Describe(unsigned request, const void* argument) const;
