@@ -14,7 +14,7 @@
 // The library is compiled with hidden visibility: only what carries this mark can be linked
 // against.
 #define KALVORA_API __attribute__((visibility("default")))
-// Private members of a marked class that need not be linked against: templates.
+// Private members of a marked class, which nobody links against.
 #define KALVORA_LOCAL __attribute__((visibility("hidden")))
 
 #endif

@@ -219,29 +219,29 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   static std::uint64_t Id;  ///< zero at load time
 
  private:
-  bool NeedParts();
-  bool NoMemory();
-  bool BindStrips(KFormat format);
-  bool NewLineBuffer(unsigned width);
-  bool NewDisplayLineBuffer();
-  bool BorrowLineBuffer();
-  void DropLineBuffer();
-  void UnbindTarget();
-  void SetDisplayAttribute(unsigned key, unsigned value);
-  void ResetState();
+  KALVORA_LOCAL bool NeedParts();
+  KALVORA_LOCAL bool NoMemory();
+  KALVORA_LOCAL bool BindStrips(KFormat format);
+  KALVORA_LOCAL bool NewLineBuffer(unsigned width);
+  KALVORA_LOCAL bool NewDisplayLineBuffer();
+  KALVORA_LOCAL bool BorrowLineBuffer();
+  KALVORA_LOCAL void DropLineBuffer();
+  KALVORA_LOCAL void UnbindTarget();
+  KALVORA_LOCAL void SetDisplayAttribute(unsigned key, unsigned value);
+  KALVORA_LOCAL void ResetState();
   bool CanDraw() const { return mCanDraw; }
-  void NoteTarget();
-  const KPaint& Apart(const KPaint& paint);
-  void Describe(kalvora::PaintJob& job, const KPaint& paint);
-  void Describe(kalvora::RasterJob& job, const KPaint& paint, KFillRule rule);
-  kalvora::PaintJob Painting(const KPaint& paint);
-  kalvora::RasterJob Job(const KPaint& paint, KFillRule rule);
-  kalvora::RectangleJob RectJob(const KPaint& paint, KFillRule rule, bool antiAlias);
-  void RasterPolyline(const KVertex2D* points, unsigned count, bool closed);
-  void FillWithPixmap(const KSoftPixmap& pixmap, KVertex2D a, KVertex2D b);
-  void FillStroke(KVertex2D** rings, unsigned count);
-  void FillPolygon(const KVertex2D* points, unsigned count);
-  void WritePixel(std::uint32_t value);
+  KALVORA_LOCAL void NoteTarget();
+  KALVORA_LOCAL const KPaint& Apart(const KPaint& paint);
+  KALVORA_LOCAL void Describe(kalvora::PaintJob& job, const KPaint& paint);
+  KALVORA_LOCAL void Describe(kalvora::RasterJob& job, const KPaint& paint, KFillRule rule);
+  KALVORA_LOCAL kalvora::PaintJob Painting(const KPaint& paint);
+  KALVORA_LOCAL kalvora::RasterJob Job(const KPaint& paint, KFillRule rule);
+  KALVORA_LOCAL kalvora::RectangleJob RectJob(const KPaint& paint, KFillRule rule, bool antiAlias);
+  KALVORA_LOCAL void RasterPolyline(const KVertex2D* points, unsigned count, bool closed);
+  KALVORA_LOCAL void FillWithPixmap(const KSoftPixmap& pixmap, KVertex2D a, KVertex2D b);
+  KALVORA_LOCAL void FillStroke(KVertex2D** rings, unsigned count);
+  KALVORA_LOCAL void FillPolygon(const KVertex2D* points, unsigned count);
+  KALVORA_LOCAL void WritePixel(std::uint32_t value);
   template <typename Codes>
   KALVORA_LOCAL void DrawCodes(Codes codes, KVertex2D origin, const KVertex2D* positions);
   template <typename Names>
@@ -252,11 +252,11 @@ class KALVORA_API KSoftContext2D : public KStroker, public KFTFontContext {
   template <typename Names>
   KALVORA_LOCAL KGlyphExtents MeasureMasks(KGlyphMasks& masks, Names names,
                                            const kalvora::GlyphPlaces& places);
-  void SetUp(KGlyphMasks& masks) const;
-  void DrawColouredGlyph(const KSoftPixmap& glyph, int x, int y);
-  bool CannotShow(const KFTFont* only, unsigned count, KVertex2D origin,
-                  const KVertex2D* positions) const;
-  void DrawOutlineAt(KVertex2D pen);
+  KALVORA_LOCAL void SetUp(KGlyphMasks& masks) const;
+  KALVORA_LOCAL void DrawColouredGlyph(const KSoftPixmap& glyph, int x, int y);
+  KALVORA_LOCAL bool CannotShow(const KFTFont* only, unsigned count, KVertex2D origin,
+                                const KVertex2D* positions) const;
+  KALVORA_LOCAL void DrawOutlineAt(KVertex2D pen);
 
   KSoftMatrix3D mTransform;
   KClipRings* mClipRings = nullptr;
