@@ -51,7 +51,7 @@ void FillAlike(const Differences& differences, int from, int to, std::int32_t he
 }
 
 // A row whose last four columns are touched, of which it may have less.
-void FillWithLast(ColorRow& row) {
+[[gnu::noinline]] void FillWithLast(ColorRow& row) {
   std::uint32_t bit = std::uint32_t{1} << (row.n >> 2 & 31), few[4] = {};
   row.touched[row.n >> 7] ^= bit;
   const int rest = row.n & 3;
@@ -131,7 +131,7 @@ void FillColorDifferences(const KStyleContext2D* style, const KRowDifferences& d
                 .n = style->x1 - style->x0,
                 .start = differences.start + Differences::kHalf,
                 .color = style->color.Word(),
-                .blend = style->blend != 0,
+                .blend = style->blend,
                 .alike = FillAlike},
                style->loops->color};
   if (row.touched[row.n >> 7] >> (row.n >> 2 & 31) & 1) return FillWithLast(row);

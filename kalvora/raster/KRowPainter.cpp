@@ -40,17 +40,13 @@ KRowPainter::~KRowPainter() {
 bool KRowPainter::Bind(std::int32_t share) {
   job_.style->paint = job_.paint;
   job_.style->share = share;
+  pixels_ = job_.target->Row32(0);
   stride_ = static_cast<std::ptrdiff_t>(job_.target->stride / 4);
   solid_ = coverage_ = nullptr;
   job_.style->block = job_.style->edged = nullptr;
   job_.style->differences = nullptr;
   if (job_.init) job_.init(job_.record, solid_, coverage_);
   return solid_ && coverage_;
-}
-
-void KRowPainter::GoTo(std::int32_t y) {
-  job_.style->y = y;
-  job_.style->row = job_.target->Row32(static_cast<unsigned>(y));
 }
 
 void KRowPainter::Fill(KFiller filler, std::int32_t from, std::int32_t to) {

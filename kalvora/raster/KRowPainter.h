@@ -29,7 +29,10 @@ class KRowPainter {
   /// part of the paint's own that counts, 16.16. False when the paint has none.
   bool Bind(std::int32_t share = KRowStyle::kWholeOpacity);
   /// Goes to row y of the target.
-  void GoTo(std::int32_t y);
+  void GoTo(std::int32_t y) {
+    job_.style->y = y;
+    job_.style->row = pixels_ + stride_ * y;
+  }
   /// Paints fully covered pixels.
   void Solid(std::int32_t from, std::int32_t to);
   /// Paints pixels by the coverage line, and clears it there.
@@ -61,6 +64,7 @@ class KRowPainter {
   const PaintJob& job_;
   KFiller solid_ = nullptr;
   KFiller coverage_ = nullptr;
+  std::uint32_t* pixels_ = nullptr;
   std::ptrdiff_t stride_ = 0;  // words from a row to the next
 };
 

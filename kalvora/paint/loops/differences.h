@@ -102,7 +102,7 @@ inline void FillFours(std::uint32_t* to, const std::uint32_t* end, Words c) {
 
 std::uint32_t MixDifferences(const Differences& row) {
   const int n = row.n;
-  const bool blend = row.blend;
+  const bool blend = row.blend != 0;
   std::uint32_t *const to = row.to, *const line = row.line;
   const std::ptrdiff_t stride = row.stride;
   const Words color = All(row.color);

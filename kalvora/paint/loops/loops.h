@@ -54,7 +54,7 @@ struct Differences {
   int n;                   ///< whole fours where `line` is touched
   std::uint32_t start;
   std::uint32_t color;
-  bool blend;  ///< over(d, scale(color, weight)), or else lerp(d, color, weight)
+  std::uint32_t blend;  ///< over(d, scale(color, weight)); or, when 0, lerp(d, color, weight)
   /// Paints the pixels [from, to), which all have one weight, 1 or more; from 256 on it is 256.
   void (*alike)(const Differences& row, int from, int to, std::int32_t weight);
 };

@@ -34,6 +34,11 @@ DifferenceLine::DifferenceLine(KStack* stack, std::int32_t first, std::int32_t e
 
 DifferenceLine::~DifferenceLine() { stack_->DeAlloc(row_.line); }
 
+void DifferenceLine::AddRow(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom,
+                            std::int32_t weight) {
+  AddPiece(edge, xTop, xBottom, kWholeHeight, weight);
+}
+
 /// The piece from left to right, whichever way it goes down: R(b) is the height on whose far side
 /// it lies left of the border b, counted from the end where it is left of all borders:
 ///   one column l, entering      R(l + 1) (1 - frac) / 2

@@ -40,6 +40,24 @@ class DifferenceLine {
   /// `height` (1 to kWholeHeight) to where x is xBottom.
   void Add(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t height,
            std::int32_t weight) {
+    AddPiece(edge, xTop, xBottom, height, weight);
+  }
+  /// The same for a whole row.
+  void AddRow(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t weight);
+  /// The same for a vertical line.
+  void AddVertical(std::int32_t x, std::int32_t height, std::int32_t weight) {
+    AddUpright((x >> 16) - first_, 2 * (x & 0xFFFF), height, weight);
+  }
+
+  /// Paints the row and empties the line. `inside` says what lies to the left of the first column.
+  void Paint(KRowPainter& painter, std::int32_t* coverage, bool inside) {
+    row_.start = inside ? kFull : 0;
+    if (!painter.Differences(first_, first_ + width_, row_)) SumUp(painter, coverage);
+  }
+
+ private:
+  [[gnu::always_inline]] void AddPiece(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom,
+                                       std::int32_t height, std::int32_t weight) {
     const std::int32_t column = (xTop >> 16) - first_;
     const std::int32_t over = (xBottom >> 16) - first_ - column;
     if (over == 0) {
@@ -55,18 +73,6 @@ class DifferenceLine {
       AddSlanted(edge, xTop, xBottom, height, weight);
     }
   }
-  /// The same for a vertical line.
-  void AddVertical(std::int32_t x, std::int32_t height, std::int32_t weight) {
-    AddUpright((x >> 16) - first_, 2 * (x & 0xFFFF), height, weight);
-  }
-
-  /// Paints the row and empties the line. `inside` says what lies to the left of the first column.
-  void Paint(KRowPainter& painter, std::int32_t* coverage, bool inside) {
-    row_.start = inside ? kFull : 0;
-    if (!painter.Differences(first_, first_ + width_, row_)) SumUp(painter, coverage);
-  }
-
- private:
   bool IsDrawn(std::int32_t column) const {
     return static_cast<std::uint32_t>(column) < static_cast<std::uint32_t>(width_);
   }

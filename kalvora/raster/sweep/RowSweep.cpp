@@ -91,7 +91,7 @@ void RowSweep::AddPieces() {
       chain.x = chain.XBottom();
       chain.place += static_cast<std::uint64_t>(chain.edge.ratio) << 16;
       const std::int32_t x = chain.XBottom();
-      if (chain.role != 0) line_.Add(chain.edge, chain.x, x, kWholeHeight, chain.role);
+      if (chain.role != 0) line_.AddRow(chain.edge, chain.x, x, chain.role);
       extent = {std::min(chain.x, x), std::max(chain.x, x)};
     }
     if (extent.low <= reached || joins) Join(i, extent.low);
