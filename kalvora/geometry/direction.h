@@ -33,6 +33,21 @@ constexpr Vector Between(KVertex2D a, KVertex2D b) {
 constexpr std::int64_t Extent(Vector v) { return Abs(v.x) > Abs(v.y) ? Abs(v.x) : Abs(v.y); }
 constexpr std::int64_t Bound(Vector v) { return Abs(v.x) + Abs(v.y); }
 
+/// A vector of 32-bit components, which form a product in one instruction.
+struct ShortVector {
+  std::int32_t x, y;
+
+  static constexpr ShortVector Of(Vector v) {
+    return {static_cast<std::int32_t>(v.x), static_cast<std::int32_t>(v.y)};
+  }
+};
+constexpr std::int64_t Dot(ShortVector a, ShortVector b) {
+  return std::int64_t{a.x} * b.x + std::int64_t{a.y} * b.y;
+}
+constexpr std::int64_t Cross(ShortVector a, ShortVector b) {
+  return std::int64_t{a.x} * b.y - std::int64_t{a.y} * b.x;
+}
+
 constexpr std::int64_t Dot(Vector a, Vector b) { return a.x * b.x + a.y * b.y; }
 constexpr std::int64_t Cross(Vector a, Vector b) { return a.x * b.y - a.y * b.x; }
 

@@ -91,12 +91,16 @@ constexpr int ReducingShift(Vector v) {
   const int shift = static_cast<int>(std::bit_width(static_cast<std::uint64_t>(Extent(v)))) - 28;
   return shift > 0 ? shift : 0;
 }
-constexpr Vector Reduced(Vector v) {
-  const int shift = ReducingShift(v);
-  return {v.x >> shift, v.y >> shift};
+constexpr ShortVector Shifted(Vector v, int shift) {
+  return ShortVector::Of({v.x >> shift, v.y >> shift});
 }
+constexpr ShortVector Reduced(Vector v) { return Shifted(v, ReducingShift(v)); }
 /// The length, at most 8 % too small.
-constexpr std::int64_t RoughLength(Vector v) { return std::max(Extent(v), Bound(v) * 181 >> 8); }
+constexpr std::int64_t RoughLength(ShortVector v) {
+  const std::uint32_t x = Magnitude(v.x), y = Magnitude(v.y);
+  const std::uint64_t slanted = std::uint64_t{x + y} * 181 >> 8;
+  return std::max(static_cast<std::int64_t>(slanted), std::int64_t{std::max(x, y)});
+}
 
 /// The most steps of one piece, and the most that one may turn (20 degrees, 16.16).
 inline constexpr std::int64_t kMostSteps = 6;
@@ -106,13 +110,14 @@ inline constexpr std::uint32_t kMostStepTurn = 22876;
 /// between them, a sum of products of the control points, over the chord's length.
 template <int ORDER>
 std::int64_t MeanHeight(const Bezier<ORDER>& piece) {
-  Vector v[ORDER];
+  Vector from[ORDER];
   int shift = 0;
   for (int i = 0; i < ORDER; ++i) {
-    v[i] = piece.p[i + 1] - piece.p[0];
-    shift = std::max(shift, ReducingShift(v[i]));
+    from[i] = piece.p[i + 1] - piece.p[0];
+    shift = std::max(shift, ReducingShift(from[i]));
   }
-  for (Vector& s : v) s = {s.x >> shift, s.y >> shift};
+  ShortVector v[ORDER];
+  for (int i = 0; i < ORDER; ++i) v[i] = Shifted(from[i], shift);
   const std::int64_t length = RoughLength(v[ORDER - 1]);
   if (length == 0) return 0;
   if constexpr (ORDER == 2) return Quotient(Cross(v[0], v[1]), 3 * length) << shift;
@@ -124,14 +129,14 @@ std::int64_t MeanHeight(const Bezier<ORDER>& piece) {
 /// Whether every control point lies so near to the chord that the curve stays within `flatness`.
 template <int ORDER>
 bool IsFlat(const Bezier<ORDER>& piece, std::int64_t flatness) {
-  const Vector chord = Reduced(piece.p[ORDER] - piece.p[0]);
+  const ShortVector chord = Reduced(piece.p[ORDER] - piece.p[0]);
   const std::int64_t length = RoughLength(chord);
   for (int i = 1; i < ORDER; ++i) {
     const Vector v = piece.p[i] - piece.p[0];
     const int shift = ReducingShift(v);
     // A quadratic reaches half of its control point's distance, a cubic three quarters of the
     // larger one.
-    const std::int64_t across = Abs(Cross(chord, {v.x >> shift, v.y >> shift}));
+    const std::int64_t across = Abs(Cross(chord, Shifted(v, shift)));
     const std::int64_t height = ORDER == 2 ? across / 2 : across / 4 * 3;
     if (height > (flatness >> shift) * length) return false;
   }
@@ -143,11 +148,11 @@ template <int ORDER>
 bool IsOneStep(const Bezier<ORDER>& piece, const Pen& pen) {
   // Together the legs may turn by what the pen allows.
   const std::int64_t turn = pen.turn / (ORDER - 1);
-  Vector before{0, 0};
+  ShortVector before{0, 0};
   for (int i = 0; i < ORDER; ++i) {
-    const Vector leg = Reduced(piece.Leg(i));
-    if (IsNothing(leg)) continue;
-    if (!before.IsZero()) {
+    const ShortVector leg = Reduced(piece.Leg(i));
+    if (IsNothing({leg.x, leg.y})) continue;
+    if (before.x != 0 || before.y != 0) {
       const std::int64_t ahead = Dot(before, leg);
       if (ahead <= 0 || Abs(Cross(before, leg)) > (ahead >> 16) * turn) return false;
     }
@@ -168,13 +173,13 @@ std::int64_t StepsOf(const Bezier<ORDER>& piece, const Pen& pen) {
   for (int i = 0; i < ORDER; ++i) longest = std::max(longest, Extent(piece.Leg(i)));
   const int width = static_cast<int>(std::bit_width(static_cast<std::uint64_t>(longest)));
   const int shift = std::max(width - kBits, 0);
-  Vector leg[ORDER];
-  Vector chord{0, 0};
+  ShortVector leg[ORDER];
+  ShortVector chord{0, 0};
   for (int i = 0; i < ORDER; ++i) {
     const Vector v = piece.Leg(i);
-    leg[i] = {v.x >> shift, v.y >> shift};
+    leg[i] = Shifted(v, shift);
     if (Extent(v) < longest >> 3) return 0;
-    chord = chord + leg[i];
+    chord = {chord.x + leg[i].x, chord.y + leg[i].y};
   }
 
   // The turn of the whole piece, and what it would be at the rates of its ends, 16.16.
@@ -185,10 +190,10 @@ std::int64_t StepsOf(const Bezier<ORDER>& piece, const Pen& pen) {
     if (ahead <= 0) return 0;
     across[i] = Abs(Cross(leg[i], leg[i + 1])) << 16;
     turn += Quotient(across[i], ahead);
-    const Vector change = leg[i + 1] - leg[i];
+    const ShortVector change{leg[i + 1].x - leg[i].x, leg[i + 1].y - leg[i].y};
     bend = std::max(bend, Abs(Cross(chord, change)));
   }
-  const auto rate = [](std::int64_t sine, Vector v) {
+  const auto rate = [](std::int64_t sine, ShortVector v) {
     return Quotient((ORDER - 1) * sine, std::max<std::int64_t>(Dot(v, v), 1));
   };
   turn = std::max({turn, rate(across[0], leg[0]), rate(across[ORDER - 2], leg[ORDER - 1])});

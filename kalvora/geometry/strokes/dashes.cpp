@@ -78,8 +78,7 @@ std::int64_t ParameterAt(const Bezier<ORDER>& piece, std::int64_t part, std::int
   std::int32_t x[ORDER + 1];
   for (int i = 0; i <= ORDER; ++i) {
     const Vector v = piece.p[i] - piece.p[0];
-    const std::int64_t along =
-        Dot({v.x >> shift, v.y >> shift}, {chord.x >> shift, chord.y >> shift});
+    const std::int64_t along = Dot(Shifted(v, shift), Shifted(chord, shift));
     x[i] = static_cast<std::int32_t>(along >> (Unit::kBits - 2));
   }
   const auto wanted = static_cast<std::int32_t>(x[ORDER] * part >> Unit::kBits);

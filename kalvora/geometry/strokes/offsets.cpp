@@ -16,7 +16,7 @@ KStretch StretchAlong(const Pen& pen, Vector v, bool straight) {
 /// Whether a curve that runs in direction d goes on along `leg` without a turn worth a join: less
 /// than half a degree.
 bool GoesOn(KVertex2D d, Vector leg) {
-  const Vector unit = Wide(d), v = Reduced(leg);
+  const ShortVector unit{d.x.raw, d.y.raw}, v = Reduced(leg);
   const std::int64_t ahead = Dot(unit, v);
   return ahead > 0 && Abs(Cross(unit, v)) <= ahead >> 7;
 }
