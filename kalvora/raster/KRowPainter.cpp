@@ -96,23 +96,24 @@ void KRowPainter::Column(std::int32_t x, const PixelBox& box, std::int32_t cover
 
 void KRowPainter::Box(const PixelBox& box, std::int32_t left, std::int32_t right) {
   if (box.IsEmpty()) return;
-  const KRowStyle& style = *job_.style;
-  if (style.block && !job_.mask && left == KRowBlock::kNoEdge && right == KRowBlock::kNoEdge) {
-    return style.block(job_.record, BlockOf(box));
-  }
+  const bool edges = left != KRowBlock::kNoEdge || right != KRowBlock::kNoEdge;
+  const KBlockFiller filler = edges ? job_.style->edged : job_.style->block;
+  if (!filler || job_.mask) return Parts(box, left, right);
+  KRowBlock block = BlockOf(box);
+  block.left = left;
+  block.right = right;
+  filler(job_.record, block);
+}
+
+// Where there is no filler for all of the box.
+void KRowPainter::Parts(const PixelBox& box, std::int32_t left, std::int32_t right) {
   const bool hasLeft = left != KRowBlock::kNoEdge;
   const bool hasRight = right != KRowBlock::kNoEdge && (!hasLeft || box.x1 - box.x0 > 1);
-  if ((hasLeft || hasRight) && style.edged && !job_.mask) {
-    KRowBlock block = BlockOf(box);
-    block.left = left;
-    block.right = right;
-    return style.edged(job_.record, block);
-  }
   PixelBox inner = box;
   inner.x0 += hasLeft;
   inner.x1 -= hasRight;
-  if (style.block && !job_.mask) {
-    if (!inner.IsEmpty()) style.block(job_.record, BlockOf(inner));
+  if (job_.style->block && !job_.mask) {
+    if (!inner.IsEmpty()) job_.style->block(job_.record, BlockOf(inner));
   } else {
     for (std::int32_t y = inner.y0; y < inner.y1; ++y) {
       GoTo(y);

@@ -58,6 +58,7 @@ class KRowPainter {
 
  private:
   KRowBlock BlockOf(const PixelBox& box);
+  void Parts(const PixelBox& box, std::int32_t left, std::int32_t right);
   void Column(std::int32_t x, const PixelBox& box, std::int32_t coverage);
   void Fill(KFiller filler, std::int32_t from, std::int32_t to);
 
