@@ -161,8 +161,8 @@ void KShadowScreen::WriteUpright(std::uint8_t* pixels, unsigned index, const KRe
   }
 }
 
-/// Turns tile by tile: of each row or column of the frame a line of the cache is read, and of each
-/// row of the device a piece is written.
+/// Turns tile by tile: of each row or column of the frame one or two lines of the cache are read,
+/// and of each row of the device a piece is written.
 void KShadowScreen::WriteTurned(std::uint8_t* pixels, unsigned index, const KRect& r,
                                 const std::atomic<bool>& cancelled) {
   std::uint32_t tile[kTileRows][kTileColumns];

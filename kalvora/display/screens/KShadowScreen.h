@@ -40,7 +40,7 @@ class KShadowScreen final : public KScreen {
 
  private:
   static constexpr int kTileColumns = 64;
-  static constexpr int kTileRows = 16;
+  static constexpr int kTileRows = 32;
 
   KRect Whole() const;
   KRect ToDevice(const KRect& rect) const;

@@ -127,6 +127,7 @@ class Flips {
 /// Gives the card away, and takes it back when the command has ended. False when it failed.
 bool LoseTo(char** command, int card, Flips& flips) {
   if (drmDropMaster(card) != 0) return false;
+  std::fflush(stdout);
   const pid_t child = fork();
   if (child == 0) {
     if (std::freopen("/dev/null", "w", stdout) != nullptr) execvp(command[0], command);
