@@ -15,7 +15,7 @@ namespace kalvora {
 inline constexpr std::int32_t kHeightBits = 10;  // beyond 16.16
 inline constexpr std::int32_t kWholeHeight = 0x10000 << kHeightBits;
 
-/// The columns that something touches, as a range of 16.16 x, ends included.
+/// What something touches, as a range of 16.16 x, ends included.
 struct Extent {
   std::int32_t low, high;
 
@@ -42,10 +42,6 @@ struct SlopedEdge {
   /// through the ring, and includes in `extent` the x of the vertices after `v` on the way. False
   /// when the chain turns upward before it does: it has ended.
   bool Find(const KVertex2D* v, std::int32_t direction, std::int32_t y, Extent& extent);
-  /// Goes on along the chain from the lower end of this edge.
-  bool Continue(std::int32_t direction, std::int32_t y, Extent& extent) {
-    return Find(lower, direction, y, extent);
-  }
 
   void NeedRatio() {
     if (!hasRatio) FindRatio();
