@@ -22,9 +22,11 @@ std::int32_t CrossingOf(ChainCursor& a, ChainCursor& b, std::int32_t y) {
 void GroupSweep::Run(const RowEntry* entries, std::size_t count) {
   if (count > UINT32_MAX / 2 / sizeof(Cursor)) return;
   count_ = static_cast<std::uint32_t>(count);
-  cursors_ = static_cast<Cursor*>(stack_->Alloc(static_cast<unsigned>(
-      count * sizeof(Cursor) + EventTree::Room(count) * sizeof(EventTree::Event))));
-  if (!cursors_) return;
+  const std::size_t room = EventTree::Room(count);
+  events_ = static_cast<EventTree::Event*>(stack_->Alloc(
+      static_cast<unsigned>(room * sizeof(EventTree::Event) + count * sizeof(Cursor))));
+  if (!events_) return;
+  cursors_ = reinterpret_cast<Cursor*>(events_ + room);
   Prepare(entries);
   const std::int32_t reached = Sweep();
   if (reached < kWholeHeight) {
@@ -32,7 +34,7 @@ void GroupSweep::Run(const RowEntry* entries, std::size_t count) {
   } else {
     Finish();
   }
-  stack_->DeAlloc(cursors_);
+  stack_->DeAlloc(events_);
 }
 
 void GroupSweep::Prepare(const RowEntry* entries) {
@@ -57,7 +59,7 @@ void GroupSweep::Prepare(const RowEntry* entries) {
 
 // The height that the sweep has reached: the row's bottom, or where it gave up.
 std::int32_t GroupSweep::Sweep() {
-  EventTree tree(reinterpret_cast<EventTree::Event*>(cursors_ + count_), count_);
+  EventTree tree(events_, count_);
   for (std::uint32_t i = 0; i < count_; ++i) {
     Cursor& cursor = cursors_[i];
     tree.Init(i, cursor.listed ? NextEvent(cursor) : Key(cursor.top, kStart));
@@ -66,8 +68,9 @@ std::int32_t GroupSweep::Sweep() {
   const std::size_t limit = kGenerous + 4 * std::size_t{count_};
   now_ = 0;
   for (;;) {
-    const auto [key, who] = tree.First();
-    Cursor& cursor = cursors_[who];
+    const EventTree::Event first = tree.First();
+    const std::uint32_t key = EventTree::KeyOf(first);
+    Cursor& cursor = cursors_[EventTree::WhoOf(first)];
     if (key == EventTree::kNever) break;
     const std::int32_t y = static_cast<std::int32_t>(key >> 2);
     if (y > now_) {

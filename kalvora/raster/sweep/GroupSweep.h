@@ -87,7 +87,8 @@ class GroupSweep {
   std::int32_t now_ = 0;
   std::uint32_t count_ = 0;
   std::size_t work_ = 0;
-  std::size_t settled_ = 0;  // windings found anew, but for those that were marked
+  std::size_t settled_ = 0;             // windings found anew, but for those that were marked
+  EventTree::Event* events_ = nullptr;  // the memory of all: of the tree, then the cursors
   Cursor* cursors_ = nullptr;
   Cursor head_;
   Cursor* marks_ = nullptr;  // those whose windings are to be found anew
