@@ -40,8 +40,11 @@ void MixTurned(std::uint32_t* out, int n, const std::uint8_t* source, const std:
   }
 }
 
-/// The weights of a coordinate.
+// CubicWeights: the weights of a coordinate. CubicAt: sums across of four rows, times the weights
+// down: four words of channels.
+
 #if KALVORA_LANES == 8
+
 /// In every other word.
 inline Words CubicWeights(const std::int32_t* lines, std::uint32_t v) {
   const std::uint32_t f = v & 0xFFFF;
@@ -50,36 +53,10 @@ inline Words CubicWeights(const std::int32_t* lines, std::uint32_t v) {
   return reinterpret_cast<Words>(
       _mm256_add_epi32(_mm256_srli_epi64(product, 16), _mm256_srli_epi64(line, 32)));
 }
-#elif KALVORA_LANES == 4 && !defined(__SSE2__)
-inline int32x4_t CubicWeights(const std::int32_t* lines, std::uint32_t v) {
-  const std::uint32_t f = v & 0xFFFF;
-  const auto factor = static_cast<std::int32_t>(f);
-  const int32x4x2_t line = vld2q_s32(lines + (f >> 11) * 8);
-  return vaddq_s32(vcombine_s32(vshrn_n_s64(vmull_n_s32(vget_low_s32(line.val[0]), factor), 16),
-                                vshrn_n_s64(vmull_n_s32(vget_high_s32(line.val[0]), factor), 16)),
-                   line.val[1]);
-}
-/// (sum weights[lane]) >> 16
-template <int lane>
-int32x4_t Weighed(int32x4_t sum, int32x2_t weights) {
-  return vcombine_s32(vshrn_n_s64(vmull_lane_s32(vget_low_s32(sum), weights, lane), 16),
-                      vshrn_n_s64(vmull_lane_s32(vget_high_s32(sum), weights, lane), 16));
-}
-#else
-inline void CubicWeights(std::int32_t* weights, const std::int32_t* lines, std::uint32_t v) {
-  const std::uint32_t f = v & 0xFFFF;
-  const std::int32_t* line = lines + (f >> 11) * 8;
-  for (int j = 0; j < 4; ++j) {
-    weights[j] = static_cast<std::int32_t>((std::int64_t{line[2 * j]} * f >> 16) + line[2 * j + 1]);
-  }
-}
-#endif
 
-/// Sums across of four rows, times the weights down: four words of channels.
 inline void CubicAt(std::int32_t* channels, const std::uint8_t* p, std::size_t stride,
                     const std::int32_t* lines, std::uint32_t u, std::uint32_t v) {
   const auto row = [=](int j) { return p + static_cast<std::size_t>(j) * stride; };
-#if KALVORA_LANES == 8
   // As WeighedSum does it.
   const Words x = CubicWeights(lines, u) << 2, y = CubicWeights(lines, v) << 14;
   const Words left = __builtin_shufflevector(x, x, 0, 0, 0, 0, 2, 2, 2, 2);
@@ -101,7 +78,28 @@ inline void CubicAt(std::int32_t* channels, const std::uint8_t* p, std::size_t s
   const Words odd =
       HighProducts(OddWords(first), firstWeights) + HighProducts(OddWords(second), secondWeights);
   _mm_storeu_si128(reinterpret_cast<__m128i*>(channels), AddHalves(JoinProducts(even, odd)));
+}
+
 #elif KALVORA_LANES == 4 && !defined(__SSE2__)
+
+inline int32x4_t CubicWeights(const std::int32_t* lines, std::uint32_t v) {
+  const std::uint32_t f = v & 0xFFFF;
+  const auto factor = static_cast<std::int32_t>(f);
+  const int32x4x2_t line = vld2q_s32(lines + (f >> 11) * 8);
+  return vaddq_s32(vcombine_s32(vshrn_n_s64(vmull_n_s32(vget_low_s32(line.val[0]), factor), 16),
+                                vshrn_n_s64(vmull_n_s32(vget_high_s32(line.val[0]), factor), 16)),
+                   line.val[1]);
+}
+/// (sum weights[lane]) >> 16
+template <int lane>
+int32x4_t Weighed(int32x4_t sum, int32x2_t weights) {
+  return vcombine_s32(vshrn_n_s64(vmull_lane_s32(vget_low_s32(sum), weights, lane), 16),
+                      vshrn_n_s64(vmull_lane_s32(vget_high_s32(sum), weights, lane), 16));
+}
+
+inline void CubicAt(std::int32_t* channels, const std::uint8_t* p, std::size_t stride,
+                    const std::int32_t* lines, std::uint32_t u, std::uint32_t v) {
+  const auto row = [=](int j) { return p + static_cast<std::size_t>(j) * stride; };
   const int32x4_t x = CubicWeights(lines, u), y = CubicWeights(lines, v);
   const auto across = [=](int j) {
     const uint8x16_t bytes = vld1q_u8(row(j));
@@ -116,7 +114,21 @@ inline void CubicAt(std::int32_t* channels, const std::uint8_t* p, std::size_t s
   vst1q_s32(channels,
             vaddq_s32(vaddq_s32(Weighed<0>(across(0), first), Weighed<1>(across(1), first)),
                       vaddq_s32(Weighed<0>(across(2), second), Weighed<1>(across(3), second))));
+}
+
 #else
+
+inline void CubicWeights(std::int32_t* weights, const std::int32_t* lines, std::uint32_t v) {
+  const std::uint32_t f = v & 0xFFFF;
+  const std::int32_t* line = lines + (f >> 11) * 8;
+  for (int j = 0; j < 4; ++j) {
+    weights[j] = static_cast<std::int32_t>((std::int64_t{line[2 * j]} * f >> 16) + line[2 * j + 1]);
+  }
+}
+
+inline void CubicAt(std::int32_t* channels, const std::uint8_t* p, std::size_t stride,
+                    const std::int32_t* lines, std::uint32_t u, std::uint32_t v) {
+  const auto row = [=](int j) { return p + static_cast<std::size_t>(j) * stride; };
   std::int32_t x[4], y[4], sums[4][8] = {};
   CubicWeights(x, lines, u);
   CubicWeights(y, lines, v);
@@ -128,8 +140,9 @@ inline void CubicAt(std::int32_t* channels, const std::uint8_t* p, std::size_t s
     rows[j] = sums[j];
   }
   for (int c = 0; c < 4; c += kLanes) Store(channels + c, WeighedSum(rows, c, y));
-#endif
 }
+
+#endif
 
 void CubicTurned(std::uint32_t* out, int n, const std::uint8_t* source, std::size_t stride,
                  const std::uint32_t* offset, const std::uint32_t* u, const std::uint32_t* v,

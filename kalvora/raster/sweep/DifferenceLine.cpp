@@ -39,6 +39,62 @@ void DifferenceLine::AddRow(SlopedEdge& edge, std::int32_t xTop, std::int32_t xB
   AddPiece(edge, xTop, xBottom, kWholeHeight, weight);
 }
 
+namespace {
+
+/// R(b) of a piece; see AddSlanted.
+struct Reach {
+  std::uint64_t gain;
+  int shift;
+  std::uint32_t height;
+  bool goesLeft;
+  std::int32_t xTop;
+  std::int32_t first;
+
+  /// (distance from xTop to the border left of `column`) x gain
+  std::uint64_t Product(std::int32_t column) const {
+    const std::int32_t border = (column + first) * kWhole;
+    return gain * static_cast<std::uint32_t>(goesLeft ? xTop - border : border - xTop);
+  }
+  std::uint32_t Height(std::uint64_t product) const {
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(product >> shift, height));
+  }
+  std::int32_t operator()(std::uint64_t product) const {
+    return static_cast<std::int32_t>(goesLeft ? height - Height(product) : Height(product));
+  }
+};
+
+/// How far a slanted piece has come.
+struct Progress {
+  std::int32_t column;
+  std::int32_t last;     // area of the column before, twice
+  std::int32_t entered;  // R at the left border of the column
+};
+
+// The columns up to `stop`, one at least, which the piece passes from border to border.
+void Pass(std::uint32_t* line, const Reach& reach, std::int32_t weight, std::int32_t stop,
+          Progress& at) {
+  std::int32_t column = at.column;
+  std::uint64_t p = reach.Product(column + 1);
+  const std::uint64_t step = reach.goesLeft ? 0 - (reach.gain << 16) : reach.gain << 16;
+  const std::int32_t second = reach(p);
+  line[column] += static_cast<std::uint32_t>(weight * (at.entered + second - at.last));
+  // Further differences of areas are those of R from the border before the column to that behind,
+  // where one sign and one constant go for all.
+  const std::int32_t turned = reach.goesLeft ? -1 : 0;
+  const std::int32_t offset = reach.goesLeft ? static_cast<std::int32_t>(reach.height) + 1 : 0;
+  std::int32_t before = at.entered - offset, now = second - offset;
+  while (++column < stop) {
+    p += step;
+    const std::int32_t behind = static_cast<std::int32_t>(reach.Height(p)) ^ turned;
+    line[column] += static_cast<std::uint32_t>(weight * (behind - before));
+    before = now;
+    now = behind;
+  }
+  at = {column, before + now + 2 * offset, now + offset};
+}
+
+}  // namespace
+
 /// The piece from left to right, whichever way it goes down: R(b) is the height on whose far side
 /// it lies left of the border b, counted from the end where it is left of all borders:
 ///   one column l, entering      R(l + 1) (1 - frac) / 2
@@ -57,60 +113,26 @@ void DifferenceLine::AddSlanted(SlopedEdge& edge, std::int32_t xTop, std::int32_
   if (right < 0) return Put(0, 2 * height * weight);
 
   edge.NeedGain();
-  const int shift = edge.shift;
-  const std::uint64_t gain = edge.gain;
-  // (distance from xTop to the border left of `column`) x gain
-  const auto product = [&](std::int32_t column) {
-    const std::int32_t border = (column + first_) * kWhole;
-    return gain * static_cast<std::uint32_t>(goesLeft ? xTop - border : border - xTop);
-  };
-  const auto reach = [&](std::uint64_t p) {
-    const auto h = static_cast<std::int32_t>(
-        std::min<std::uint64_t>(p >> shift, static_cast<std::uint32_t>(height)));
-    return goesLeft ? height - h : h;
-  };
-
-  std::int32_t column = std::max(left, 0);
-  std::int32_t last = 0;     // area of the column before, twice
-  std::int32_t entered = 0;  // R at the left border of the column
-  if (column == left) {
-    const std::int32_t r = reach(product(left + 1));
-    last = static_cast<std::int32_t>((std::int64_t{r} * (kWhole - (low & 0xFFFF))) >> 16);
-    row_.line[column] += static_cast<std::uint32_t>(weight * last);
-    entered = r;
-    ++column;
+  const Reach reach{edge.gain, edge.shift, static_cast<std::uint32_t>(height),
+                    goesLeft,  xTop,       first_};
+  Progress at{std::max(left, 0), 0, 0};
+  if (at.column == left) {
+    at.entered = reach(reach.Product(left + 1));
+    at.last =
+        static_cast<std::int32_t>((std::int64_t{at.entered} * (kWhole - (low & 0xFFFF))) >> 16);
+    row_.line[at.column++] += static_cast<std::uint32_t>(weight * at.last);
   } else {
-    entered = reach(product(0));
+    at.entered = reach(reach.Product(0));
   }
   const std::int32_t stop = std::min(right, width_);
-  if (column < stop) {
-    std::uint64_t p = product(column + 1);
-    const std::uint64_t step = goesLeft ? 0 - (gain << 16) : gain << 16;
-    const std::int32_t second = reach(p);
-    row_.line[column] += static_cast<std::uint32_t>(weight * (entered + second - last));
-    // Further differences of areas are those of R from the border before the column to that behind,
-    // where one sign and one constant go for all.
-    const std::int32_t turned = goesLeft ? -1 : 0, offset = goesLeft ? height + 1 : 0;
-    std::int32_t before = entered - offset, now = second - offset;
-    while (++column < stop) {
-      p += step;
-      const auto h =
-          std::min(static_cast<std::uint32_t>(p >> shift), static_cast<std::uint32_t>(height));
-      const std::int32_t behind = static_cast<std::int32_t>(h) ^ turned;
-      row_.line[column] += static_cast<std::uint32_t>(weight * (behind - before));
-      before = now;
-      now = behind;
-    }
-    last = before + now + 2 * offset;
-    entered = now + offset;
-  }
+  if (at.column < stop) Pass(row_.line, reach, weight, stop, at);
   if (right < width_) {
     const auto beyond =
-        static_cast<std::int32_t>((std::int64_t{height - entered} * (high & 0xFFFF)) >> 16);
-    row_.line[column] += static_cast<std::uint32_t>(weight * (2 * height - beyond - last));
-    row_.line[++column] += static_cast<std::uint32_t>(weight * beyond);
+        static_cast<std::int32_t>((std::int64_t{height - at.entered} * (high & 0xFFFF)) >> 16);
+    row_.line[at.column] += static_cast<std::uint32_t>(weight * (2 * height - beyond - at.last));
+    row_.line[++at.column] += static_cast<std::uint32_t>(weight * beyond);
   }
-  MarkRange(std::max(left, 0), std::min(column, width_));
+  MarkRange(std::max(left, 0), std::min(at.column, width_));
 }
 
 void DifferenceLine::MarkRange(std::int32_t from, std::int32_t last) {

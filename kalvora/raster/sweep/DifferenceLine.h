@@ -33,8 +33,6 @@ class DifferenceLine {
   DifferenceLine& operator=(const DifferenceLine&) = delete;
 
   bool Ready() const { return row_.line; }
-  std::int32_t First() const { return first_; }
-  std::int32_t End() const { return first_ + width_; }
 
   /// Adds `weight` times the area to the right of a piece of `edge`, from its top at xTop down
   /// `height` (1 to kWholeHeight) to where x is xBottom.
