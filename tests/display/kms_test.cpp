@@ -258,6 +258,7 @@ TEST(Kms, StaysOnScreenWhenAForkedChildEnds) {
       // What the flip thread holds at this moment the child would wait for.
       const std::lock_guard cards(card.lock);
       const auto calls = rig.Hold();
+      const auto device = rig.fb.Hold();
       child = fork();
     }
     if (child == 0) {

@@ -61,6 +61,9 @@ class Framebuffer {
   std::uint8_t* Memory() const { return memory; }
   std::size_t Size() const { return size; }
 
+  /// Keeps every other thread out, for as long as the result lives.
+  std::unique_lock<std::mutex> Hold() { return std::unique_lock(lock); }
+
  private:
   int GetVar(fb_var_screeninfo* var) const;
   int PutVar(fb_var_screeninfo* var);
