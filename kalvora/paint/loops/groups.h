@@ -10,11 +10,13 @@
 namespace kalvora::KALVORA_WIDTH {
 namespace {
 
-#if defined(__arm__)
+// The first Thumb instructions lack some of those.
+#if defined(__arm__) && (!defined(__thumb__) || defined(__thumb2__))
+#define KALVORA_ARM 1
 #define KALVORA_LOOP(body) "1:\n\t" body "subs %[turns], %[turns], #1\n\tbne 1b"
 #endif
 
-#if defined(__arm__) && KALVORA_LANES == 4
+#if defined(KALVORA_ARM) && KALVORA_LANES == 4
 
 /// d = c, 16 pixels at a time.
 inline void FillGroups(std::uint32_t*& to, const std::uint32_t* end, Words c) {
@@ -164,7 +166,7 @@ inline void OverGroups(std::uint32_t*&, const std::uint32_t*&, int&) {}
 #endif
 
 /// to[i] = table[index[i]], 4 pixels at a time.
-#if defined(__arm__)
+#if defined(KALVORA_ARM)
 inline void PickGroups(std::uint32_t*& to, const std::uint32_t*& index, int& n,
                        const std::uint32_t* table) {
   int turns = n / 4;
@@ -179,6 +181,7 @@ inline void PickGroups(std::uint32_t*& to, const std::uint32_t*& index, int& n,
       : "r4", "r5", "r6", "r8", "cc", "memory");
 }
 #undef KALVORA_LOOP
+#undef KALVORA_ARM
 #else
 inline void PickGroups(std::uint32_t*& to, const std::uint32_t*& index, int& n,
                        const std::uint32_t* table) {
