@@ -3,6 +3,7 @@
 #define KALVORA_PAINT_LOOPS_STRETCH_H
 
 #include "kalvora/paint/loops/lanes.h"
+#include "kalvora/paint/loops/longs.h"
 #include "kalvora/paint/loops/loops.h"
 
 namespace kalvora::KALVORA_WIDTH {
