@@ -67,7 +67,7 @@ Rings SpikyStar(Random& r) {
 }
 Rings CrossedStar(Random& r) {
   return {Pentagram(Uniform(r, 8, 24), Uniform(r, 8, 24), Uniform(r, 3, 20),
-                    5 + 2 * static_cast<int>(r.Below(3)), Uniform(r, 0, 6))};
+                    5 + 2 * static_cast<int>(r.Below(9)), Uniform(r, 0, 6))};
 }
 Rings Hole(Random& r) {
   const double cx = Uniform(r, 10, 22), cy = Uniform(r, 10, 22), turn = Uniform(r, 0, 6);

@@ -167,7 +167,8 @@ void RowSweep::SolveGroup(const Group& group) {
     x = chain.XBottom();
   }
   if (straight && ordered) return;
-  const bool solved = straight ? SolveCrossings(group) : KeepsOrder(first, count);
+  const bool solved =
+      straight ? SolveCrossings(group) || StaysInside(group) : KeepsOrder(first, count);
   if (!solved) {
     GroupSweep sweep(stack_, line_, inside_, chains_.LeftOf(group.first), top_);
     sweep.Run(first, count);
@@ -184,6 +185,36 @@ bool RowSweep::SolveCrossings(const Group& group) {
     if (b.XBottom() < a.XBottom()) Cross(a, b, chains_.LeftOf(i));
   }
   return true;
+}
+
+// Whether chains that go straight through the row have no role and get none, whichever of them have
+// crossed where: so deep inside that no winding comes to zero. Left of a chain may be missing those
+// that cross it from there, and be added those that cross it to there.
+bool RowSweep::StaysInside(const Group& group) const {
+  const RowEntry* const entries = chains_.Entries() + group.first;
+  const std::size_t count = group.end - group.first;
+  if (inside_.shape != KFillNonZero || count > kMany) return false;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (entries[i].chain->role != 0 || entries[i].chain->isClip) return false;
+  }
+  Extent windings[kMany];  // on both sides of a chain
+  const auto widen = [&](std::size_t i, std::int32_t by) {
+    (by < 0 ? windings[i].low : windings[i].high) += by;
+  };
+  for (std::size_t i = 0; i < count; ++i) {
+    const Chain& chain = *entries[i].chain;
+    const std::int32_t x = chain.XBottom();
+    const std::int32_t right = chain.after.shape;
+    windings[i] = {std::min(right, right - chain.winding), std::max(right, right - chain.winding)};
+    for (std::size_t k = i; k-- > 0 && entries[k].reached > x;) {
+      const Chain& left = *entries[k].chain;
+      if (left.XBottom() <= x) continue;
+      widen(i, -left.winding);
+      widen(k, chain.winding);
+    }
+  }
+  return std::all_of(windings, windings + count,
+                     [](const Extent& of) { return of.low > 0 || of.high < 0; });
 }
 
 // What changes from where the two cross on. Mostly nothing does: both are inside or outside of

@@ -23,11 +23,13 @@ class RowSweep {
  private:
   using Group = ActiveChains::Group;
   static constexpr std::size_t kFew = 8;
+  static constexpr std::size_t kMany = 128;
 
   void AddPieces();
   Extent Walk(Chain& chain);
   void Join(std::uint32_t entry, std::int32_t low);
   void SolveGroup(const Group& group);
+  bool StaysInside(const Group& group) const;
   bool SolveCrossings(const Group& group);
   void Cross(Chain& a, Chain& b, const Winding& left);
   void Change(Chain& chain, std::int32_t y, std::int32_t change);
