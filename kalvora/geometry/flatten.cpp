@@ -32,13 +32,17 @@ class RingWriter {
     return true;
   }
   /// From the last vertex on, which is the curve's first point.
-  bool AddCurve(const KVertex2D (&p)[4], unsigned order, KFixed flatness) {
+  template <int ORDER>
+  bool AddCurve(const KVertex2D (&p)[ORDER + 1], const Flatness& flatness) {
     if (!Reserve(KStroker::kMaxCurvePoints)) return false;
     KVertex2D* out = ring + count_;
-    const int n = order == 2 ? FlattenQuadratic(out, {p[0], p[1], p[2]}, 1, flatness)
-                             : FlattenCubic(out, p, 1, flatness);
-    for (int k = 0; k < n; ++k) out[k] = ring::Vertex(out[k]);
+    const int n = FlattenCurve<ORDER>(p, out, 1, flatness);
     count_ += static_cast<unsigned>(n) - 1;
+    // The halves of a curve never leave its range: few have points to look through.
+    const auto isLink = [](const KVertex2D& v) { return ring::IsLink(&v); };
+    if (std::any_of(p, p + ORDER + 1, isLink)) {
+      for (int k = 0; k < n; ++k) out[k] = ring::Vertex(out[k]);
+    }
     return true;
   }
   /// Gives back what was reserved too much, so that the next ring follows closely.
@@ -101,17 +105,20 @@ class Unseen {
   /// as many top vertices and winds as often, as the curve only falls or only rises, and lies above
   /// or below the clip. One ring alone may be drawn by DrawSimplePolygon, where every vertex of a
   /// row counts; else the curve may lie far to the left or right as well.
-  bool Hides(const KVertex2D* p, unsigned order) const {
-    if (!limited_ || IsInside(p[0])) return false;
+  template <int ORDER>
+  bool Hides(const KVertex2D (&p)[ORDER + 1]) const {
+    return limited_ && !IsInside(p[0]) && IsBeside(p, ORDER);
+  }
+
+ private:
+  [[gnu::noinline]] bool IsBeside(const KVertex2D* p, int order) const {
     VertexBox box;
-    for (unsigned i = 0; i <= order; ++i) box.Include(p[i]);
+    for (int i = 0; i <= order; ++i) box.Include(p[i]);
     if (!box.Misses(clip_, several_ ? DrawnBox::kMargin : kFartherThanX)) return false;
     const auto lower = [](KVertex2D a, KVertex2D b) { return a.y < b.y; };
     const auto higher = [](KVertex2D a, KVertex2D b) { return a.y > b.y; };
     return std::is_sorted(p, p + order + 1, lower) || std::is_sorted(p, p + order + 1, higher);
   }
-
- private:
   bool IsInside(KVertex2D v) const {
     const std::int32_t x = v.x.raw >> 16, y = v.y.raw >> 16;
     return x >= clip_.x0 && x < clip_.x1 && y >= clip_.y0 && y < clip_.y1;
@@ -124,29 +131,69 @@ class Unseen {
   bool limited_, several_;
 };
 
-bool AddPieces(RingWriter& writer, const KSegment* segment, KVertex2D& current,
-               const KSoftMatrix3D* m, KFixed flatness, const Unseen& unseen) {
-  const KVertex2D* points = segment->Points();
-  const unsigned order = segment->Order();
-  for (unsigned i = segment->Pieces(); i > 0; --i, points += order) {
-    KVertex2D p[4] = {current};
-    for (unsigned k = 0; k < order; ++k) p[k + 1] = m->Map(points[k]);
-    current = p[order];
-    const bool line = order == 1 || unseen.Hides(p, order);
-    if (!(line ? writer.AddLine(current) : writer.AddCurve(p, order, flatness))) return false;
+/// Adds subpaths to rings.
+class Flattener {
+ public:
+  Flattener(const Memory& memory, const KSoftMatrix3D& m, const Flatness& flatness,
+            const Unseen& unseen)
+      : writer_(memory), matrix_(m), flatness_(flatness), unseen_(unseen) {}
+
+  bool Begin(KVertex2D start) {
+    current_ = matrix_.Map(start);
+    return writer_.Begin(current_);
   }
-  return true;
-}
+  bool Add(const KSegment* segment) {
+    switch (segment->Order()) {
+      case 1:
+        return AddPieces<1>(segment);
+      case 2:
+        return AddPieces<2>(segment);
+      default:
+        return AddPieces<3>(segment);
+    }
+  }
+  KVertex2D* Ring() const { return writer_.ring; }
+  void Close() { writer_.Close(); }
+
+ private:
+  template <int ORDER>
+  bool AddPieces(const KSegment* segment) {
+    const KVertex2D* points = segment->Points();
+    for (unsigned i = segment->Pieces(); i > 0; --i, points += ORDER) {
+      KVertex2D p[ORDER + 1];
+      p[0] = current_;
+      for (int k = 0; k < ORDER; ++k) p[k + 1] = matrix_.Map(points[k]);
+      current_ = p[ORDER];
+      if (!AddPiece<ORDER>(p)) return false;
+    }
+    return true;
+  }
+  template <int ORDER>
+  bool AddPiece(const KVertex2D (&p)[ORDER + 1]) {
+    if constexpr (ORDER > 1) {
+      if (!unseen_.Hides<ORDER>(p)) return writer_.AddCurve<ORDER>(p, flatness_);
+    }
+    return writer_.AddLine(p[ORDER]);
+  }
+
+  RingWriter writer_;
+  const KSoftMatrix3D& matrix_;
+  const Flatness& flatness_;
+  const Unseen& unseen_;
+  KVertex2D current_{};
+};
 
 }  // namespace
 
 int KStroker::GetBezierPts(KVertex2D* out, KVertex2D p0, KVertex2D c1, KVertex2D c2, KVertex2D p3,
                            int stride) {
-  return FlattenCubic(out, {p0, c1, c2, p3}, stride, GeoQuality);
+  const KVertex2D curve[] = {p0, c1, c2, p3};
+  return FlattenCurve<3>(curve, out, stride, kalvora::Flatness(GeoQuality));
 }
 
 int KStroker::GetBezierPts(KVertex2D* out, KVertex2D p0, KVertex2D c, KVertex2D p2, int stride) {
-  return FlattenQuadratic(out, {p0, c, p2}, stride, GeoQuality);
+  const KVertex2D curve[] = {p0, c, p2};
+  return FlattenCurve<2>(curve, out, stride, kalvora::Flatness(GeoQuality));
 }
 
 unsigned KStroker::FlattenPath(KVertex2D**& rings, const KSoftPath* path, const KSoftMatrix3D* m,
@@ -159,20 +206,19 @@ unsigned KStroker::FlattenPath(KVertex2D**& rings, const KSoftPath* path, const 
   if (!rings) return 0;
   unsigned count = 0;
   const Unseen unseen(clip, *path, *m);
-  RingWriter writer(memory);
+  const kalvora::Flatness flatness(Flatness());
+  Flattener flattener(memory, *m, flatness, unseen);
   bool hidden = true, added = true;
-  KVertex2D current = KVertex2D::Origin;
   for (const KSegment* segment = path->first; segment && added; segment = segment->next) {
     if (segment->Opens()) {
       rings[count++] = nullptr;
       hidden = unseen.Hides(Subpath::Of(segment));
-      current = m->Map(*segment->Start());
-      added = hidden || writer.Begin(current);
+      added = hidden || flattener.Begin(*segment->Start());
     }
     if (hidden) continue;
-    added = added && AddPieces(writer, segment, current, m, Flatness(), unseen);
-    if (added && (!segment->next || segment->next->Opens())) writer.Close();
-    rings[count - 1] = writer.ring;
+    added = added && flattener.Add(segment);
+    if (added && (!segment->next || segment->next->Opens())) flattener.Close();
+    rings[count - 1] = flattener.Ring();
   }
   if (added) return count;
   FreeRings(rings, count, onStack);
