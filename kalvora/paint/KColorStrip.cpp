@@ -138,6 +138,16 @@ void FillColorDifferences(const KStyleContext2D* style, const KRowDifferences& d
   row.loops.differences(row);
 }
 
+static void FillSteps(const KStyleContext2D* style, const KRowSteps& steps) {
+  const std::uint32_t color = style->color.Word();
+  const bool blend = style->blend != 0;
+  if (!blend || color != 0) style->loops->color.steps(steps, color, blend);
+}
+
+KStepFiller ColorSteps(const KStyleContext2D* style) {
+  return style->loops->color.steps ? FillSteps : nullptr;
+}
+
 void FillMaskedBlock(const KStyleContext2D* style, const KRowBlock& block) {
   FillMasked(style, block, style->blend != 0);
 }

@@ -27,6 +27,8 @@ void BlendColorBlock(const KStyleContext2D* style, const KRowBlock& block);
 
 void FillEdgedColorBlock(const KStyleContext2D* style, const KRowBlock& block);
 void FillColorDifferences(const KStyleContext2D* style, const KRowDifferences& row);
+/// Null where the inner loops have none of steps.
+KStepFiller ColorSteps(const KStyleContext2D* style);
 /// By the bytes of block.mask.
 void FillMaskedBlock(const KStyleContext2D* style, const KRowBlock& block);
 

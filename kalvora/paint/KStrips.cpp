@@ -39,6 +39,7 @@ void KStrips<F>::InitColor(KStyleContext2D* style, KFiller& solid, KFiller& cove
   style->block = blend ? kalvora::BlendColorBlock : kalvora::FillColorBlock;
   style->edged = kalvora::FillEdgedColorBlock;
   style->differences = kalvora::FillColorDifferences;
+  style->steps = kalvora::ColorSteps(style);
 }
 
 template <typename F>

@@ -31,8 +31,12 @@ class KRowPainter {
   /// Goes to row y of the target.
   void GoTo(std::int32_t y) {
     job_.style->y = y;
-    job_.style->row = pixels_ + stride_ * y;
+    job_.style->row = Row(y);
   }
+  /// The first pixel of row y of the target.
+  std::uint32_t* Row(std::int32_t y) const { return pixels_ + stride_ * y; }
+  /// Paints rows of steps. Only where there is no mask and the style record has `steps`.
+  void Steps(const KRowSteps& steps) { job_.style->steps(job_.record, steps); }
   /// Paints fully covered pixels.
   void Solid(std::int32_t from, std::int32_t to);
   /// Paints pixels by the coverage line, and clears it there.

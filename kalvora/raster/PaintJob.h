@@ -8,6 +8,7 @@
 class KSoftPixmap;
 struct KPaint;
 struct KRowStyle;
+struct KRowSteps;
 struct KStyleContext2D;
 
 /// A span filler: writes [x0, x1) of the style record's row. It never clears coverage, never looks
@@ -43,10 +44,13 @@ struct KRowDifferences {
 /// A filler that takes differences: it paints the columns, and leaves `line` and `touched` zero.
 using KDifferenceFiller = void (*)(const KStyleContext2D*, const KRowDifferences&);
 
+/// A filler of rows whose coverage has not been computed yet (see KRowSteps.h).
+using KStepFiller = void (*)(const KStyleContext2D*, const KRowSteps&);
+
 /// A strip initialiser: reads style->paint, prepares the paint's words of the style record and
 /// returns the filler for fully covered pixels and the one that weighs them by lineBuffer. Pointers
-/// that it leaves alone stay null: then nothing is drawn. It may set style->block, style->edged
-/// and style->differences.
+/// that it leaves alone stay null: then nothing is drawn. It may set style->block, style->edged,
+/// style->differences and style->steps.
 using KStripInit = void (*)(KStyleContext2D* style, KFiller& solid, KFiller& coverage);
 
 namespace kalvora {

@@ -1,11 +1,13 @@
 // Scan conversion of one ring with a single top vertex: two chains from the top to the bottom.
 //
-// Each row is cut into steps at the vertices; a row without any is one step. A step's coverage goes
-// into the coverage line, and the row is painted when its last step has ended.
+// Each row is cut into steps at the vertices; a row without any is one step. Where the paint has a
+// filler of steps they are collected for it. Otherwise a step's coverage goes into the coverage
+// line, and the row is painted when its last step has ended.
 #include <algorithm>
 #include <utility>
 
 #include "kalvora/raster/KRowPainter.h"
+#include "kalvora/raster/StepPainter.h"
 #include "kalvora/raster/crossing.h"
 #include "kalvora/raster/edge.h"
 #include "kalvora/raster/polygon.h"
@@ -19,6 +21,8 @@ constexpr std::int32_t kLowestStep = 16;  // what ComputeAA still draws
 constexpr std::int32_t kAsGoodAsFull = kRow - 128;
 // A run of so many solid pixels is painted on its own.
 constexpr std::int32_t kLongRun = 24;
+
+KFixed Fixed(std::int32_t raw) { return KFixed::FromRaw(raw); }
 
 struct Chain {
   ChainEdge edge;
@@ -37,10 +41,16 @@ struct Chain {
     top = edge.XAt(y);
     return true;
   }
-  KFixed Top() const { return KFixed::FromRaw(top); }
-  KFixed Bottom() const { return KFixed::FromRaw(bottom); }
+  bool IsAcross() const { return top >> 16 != bottom >> 16; }
   // Within one column the slope does not matter.
-  KFixed Slope() { return top >> 16 == bottom >> 16 ? kZero : edge.Slope(); }
+  StepEdge Edge() { return {top, bottom, IsAcross() ? edge.Slope().raw : 0}; }
+  // In a part of a row, a slope of the wrong sign makes the edge vertical at its middle.
+  StepEdge PartOfEdge() {
+    const StepEdge e = Edge();
+    if (!IsAcross() || (e.slope < 0) == (top > bottom)) return e;
+    const auto middle = static_cast<std::int32_t>((std::int64_t{top} + bottom) >> 1);
+    return {middle, middle, 0};
+  }
   // Of the pixel that a vertical edge goes through, what lies to its right.
   std::int32_t RightOf() const { return kRow - (top & 0xFFFF); }
 };
@@ -61,7 +71,12 @@ std::int32_t CutAtCrossing(Chain& left, Chain& right, std::int32_t y, std::int32
 class Rows {
  public:
   Rows(const RasterJob& job, std::int32_t y)
-      : job_(job), style_(*job.style), painter_(job), ready_(painter_.Bind()) {
+      : job_(job),
+        style_(*job.style),
+        painter_(job),
+        ready_(painter_.Bind()),
+        steps_(painter_, style_.clip),
+        hasSteps_(style_.steps && !job.mask) {
     if (ready_) GoTo(y >> 16);
   }
 
@@ -109,6 +124,7 @@ class Rows {
 
   /// Paints what is pending.
   void Finish() {
+    if (inSteps_) return steps_.EndRow(row_);
     if (style_.x0 >= style_.x1) return;
     // A run that not every step of the row shares has only part of its height.
     if (style_.solidHeight < kAsGoodAsFull) style_.SettleSolidRun();
@@ -120,21 +136,32 @@ class Rows {
 
  private:
   void GoTo(std::int32_t row) {
-    painter_.GoTo(row);
-    style_.StartRow();
+    row_ = row;
     carried_ = 0;
     added_ = false;
+    inSteps_ = hasSteps_;
+    if (!inSteps_) StartLine();
+  }
+
+  void StartLine() {
+    painter_.GoTo(row_);
+    style_.StartRow();
   }
 
   void WholeRow(Chain& left, Chain& right) {
-    style_.ComputeAA(left.Top(), left.Bottom(), left.Slope(), right.Top(), right.Bottom(),
-                     right.Slope());
+    const StepEdge l = left.Edge(), r = right.Edge();
+    if (inSteps_) {
+      steps_.Add(l, r, kRow);
+      return steps_.EndRow(row_++);
+    }
+    style_.ComputeAA(Fixed(l.top), Fixed(l.bottom), Fixed(l.slope), Fixed(r.top), Fixed(r.bottom),
+                     Fixed(r.slope));
     if (style_.x0 < style_.x1) {
       const bool solid = style_.solidX0 < style_.solidX1;
       Paint(style_.x0, solid ? style_.solidX0 : style_.x1, solid ? style_.solidX1 : style_.x1,
             style_.x1);
     }
-    GoTo(style_.y + 1);
+    GoTo(row_ + 1);
   }
 
   // A step too low to be drawn adds its height to the next of the row.
@@ -142,9 +169,21 @@ class Rows {
     height += carried_;
     carried_ = height < kLowestStep ? height : 0;
     if (carried_) return;
+    if (inSteps_) {
+      if (steps_.Add(left.PartOfEdge(), right.PartOfEdge(), height)) return;
+      // So many steps are added up in the coverage line.
+      inSteps_ = false;
+      StartLine();
+      steps_.TakeRow(
+          [this](const StepEdge& l, const StepEdge& r, std::int32_t h) { Add(l, r, h); });
+    }
     added_ = true;
-    style_.ComputeAA(left.Top(), left.Bottom(), left.Slope(), right.Top(), right.Bottom(),
-                     right.Slope(), KFixed::FromRaw(height));
+    Add(left.Edge(), right.Edge(), height);
+  }
+
+  void Add(const StepEdge& l, const StepEdge& r, std::int32_t height) {
+    style_.ComputeAA(Fixed(l.top), Fixed(l.bottom), Fixed(l.slope), Fixed(r.top), Fixed(r.bottom),
+                     Fixed(r.slope), Fixed(height));
   }
 
   void Paint(std::int32_t x0, std::int32_t solid0, std::int32_t solid1, std::int32_t x1) {
@@ -174,6 +213,10 @@ class Rows {
   KRowStyle& style_;
   KRowPainter painter_;
   bool ready_;
+  StepPainter steps_;
+  const bool hasSteps_;
+  bool inSteps_ = false;  // the present row is made of steps, not in the coverage line
+  std::int32_t row_ = 0;
   bool added_ = false;        // the row was built by adding: sums may be off by a few units
   std::int32_t carried_ = 0;  // height of the steps of this row that were too low to draw
 };

@@ -1,4 +1,7 @@
-// Blocks: what a paint's fillers of whole blocks paint is what its fillers of rows paint.
+// Blocks and steps: what a paint's fillers of whole blocks, and of rows whose coverage they compute
+// themselves, paint is what its fillers of rows paint.
+#include <cstdlib>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -7,8 +10,13 @@
 #include "kalvora/paint/KPaint.h"
 #include "kalvora/paint/KSoftColorRamp.h"
 #include "kalvora/paint/loops/loops.h"
+#include "kalvora/raster/KClipRings.h"
 #include "kalvora/raster/KRowPainter.h"
+#include "kalvora/raster/KStack.h"
+#include "kalvora/raster/polygon.h"
+#include "kalvora/raster/ring.h"
 
+#include "tests/paint/reference.h"
 #include "tests/paint/span.h"
 
 namespace {
@@ -41,10 +49,11 @@ struct Board {
   KStyleContext2D style;
 };
 
-/// The paint's own initialiser, without what it says of blocks.
+/// The paint's own initialiser, without what it says of blocks and steps.
 void InitRows(KStyleContext2D* style, KFiller& solid, KFiller& coverage) {
   Strips(false).init[style->paint->type](style, solid, coverage);
   style->block = style->edged = nullptr;
+  style->steps = nullptr;
 }
 
 /// Any colour, gradient, or picture that is moved or scaled, at any opacity.
@@ -126,6 +135,111 @@ TEST(Blocks, AreWhatRowsPaint) {
     }
     ASSERT_EQ(blocks.pixels, rows.pixels) << (*width)->name << " in round " << round << ": paint "
                                           << paint.type << ", quality " << picture.quality;
+  }
+}
+
+/// Two chains of edges from a top to a bottom: flat and steep ones, on and between borders of
+/// pixels, that may cross, and sometimes more in one row than are collected.
+std::vector<KVertex2D> TwoChains(Random& random) {
+  const auto many = random.OneIn(4) ? 100u : 6u;
+  const int low = random.OneIn(2) ? 1 : 300, high = random.OneIn(2) ? 0x1000 : 0x38000;
+  const int wide = random.OneIn(3) ? kWidth : 12, spread = random.Between(0, wide) << 16;
+  const int x = random.Between(-20 << 16, kWidth << 16), y = random.Between(-3 << 16, 7 << 16);
+  std::vector<KVertex2D> ring{{}, {Fixed(x), Fixed(y)}}, back;
+  for (auto* chain : {&ring, &back}) {
+    int down = y;
+    for (auto n = 1 + random.Below(many); n > 0; --n) {
+      down += random.Between(low, high);
+      const int at = x + random.Between(chain == &ring ? -spread : -1 << 15, spread);
+      chain->push_back({Fixed(random.OneIn(4) ? at & -0x10000 : at), Fixed(down)});
+    }
+  }
+  ring.insert(ring.end(), back.rbegin(), back.rend());
+  ring.push_back({});
+  kalvora::ring::Close(ring.data(), static_cast<unsigned>(ring.size() - kalvora::ring::kLinks));
+  return ring;
+}
+
+TEST(Steps, AreWhatRowsPaint) {
+  Random random(4);
+  for (int round = 0; round < 20000; ++round) {
+    static Board steps(random), rows(random);
+    rows.pixels = steps.pixels;
+    const kalvora::Loops* const* width = kalvora::UsableLoops();
+    for (int i = round % 3; i > 0 && width[1]; --i) ++width;
+    steps.style.loops = *width;
+    KPaint paint;
+    paint.type = KPaintColor;
+    paint.color = KColor32::FromWord(Span::Premultiplied(random.Next()));
+    paint.translucent = random.OneIn(2);
+    const auto column = [&] { return static_cast<std::int16_t>(random.Between(0, kWidth)); };
+    const KClip clip{random.OneIn(2) ? column() : std::int16_t{0}, 0,
+                     random.OneIn(2) ? column() : std::int16_t{kWidth}, kHeight};
+    std::vector<KVertex2D> ring = TwoChains(random);
+    for (Board* board : {&steps, &rows}) {
+      board->style.clip = clip;
+      KStack stack;
+      const KClipRings noClip;
+      const PaintJob job{.record = &board->style,
+                         .style = &board->style,
+                         .target = &board->target,
+                         .paint = &paint,
+                         .init = board == &rows ? InitRows : Strips(false).init[KPaintColor]};
+      kalvora::RasterPolygon({job, &stack, KFillEvenOdd, false, KFillEvenOdd, &noClip}, ring.data(),
+                             static_cast<unsigned>(ring.size() - kalvora::ring::kLinks));
+      ASSERT_EQ(board->line, std::vector<std::int32_t>(kWidth)) << "coverage left behind";
+    }
+    ASSERT_EQ(steps.pixels, rows.pixels) << (*width)->name << " in round " << round;
+  }
+}
+
+// Also edges of slopes that do not fit them, as far away as there are any.
+TEST(Steps, HaveTheCoverageOfTheirRows) {
+  Random random(5);
+  static Board steps(random), rows(random);
+  for (int round = 0; round < 30000; ++round) {
+    rows.pixels = steps.pixels;
+    const kalvora::Loops* const* width = kalvora::UsableLoops();
+    for (int i = round % 3; i > 0 && width[1]; --i) ++width;
+    if (!(*width)->color.steps) continue;
+    const int count = 1 + round / 3 % 3, first = random.Between(0, kWidth);
+    KRowSteps row{};
+    row.row[0] = {steps.pixels.data(), count};
+    row.rows = 1, row.x0 = first, row.x1 = kWidth;
+    KRowStyle& style = rows.style;
+    style.clip = {static_cast<std::int16_t>(first), 0, kWidth, kHeight};
+    style.StartRow();
+    const auto x = [&] {
+      return random.OneIn(4) ? random.Between(-(1 << 30) + 1, (1 << 30) - 1)
+                             : random.Between(0, random.OneIn(2) ? 2 << 16 : kWidth << 16);
+    };
+    KFixed e[2][3];
+    for (int i = 0; i < 2 * count; ++i) {
+      KFixed(&edge)[3] = e[i & 1];
+      row.height[i] = count == 1 ? 0x10000 : i & 1 ? row.height[i - 1] : random.Between(16, 21845);
+      row.top[i] = x();
+      row.bottom[i] = random.OneIn(3) ? row.top[i] + random.Between(-40000, 40000) : x();
+      row.slope[i] = std::abs(random.Between(-INT32_MAX, INT32_MAX) >> random.Below(31));
+      if (row.top[i] > row.bottom[i]) row.slope[i] = -row.slope[i];
+      if (count > 1 && row.slope[i] == 0) row.bottom[i] = row.top[i];
+      if (count == 1 && random.OneIn(4)) row.slope[i] = -row.slope[i];
+      edge[0] = Fixed(row.top[i]), edge[1] = Fixed(row.bottom[i]), edge[2] = Fixed(row.slope[i]);
+      if ((i & 1) == 0) continue;
+      if (count == 1) {
+        style.ComputeAA(e[0][0], e[0][1], e[0][2], e[1][0], e[1][1], e[1][2]);
+        if (style.x0 < style.x1 && style.solidX0 < style.solidX1) style.solidHeight = 0x10000;
+      } else {
+        style.ComputeAA(e[0][0], e[0][1], e[0][2], e[1][0], e[1][1], e[1][2], Fixed(row.height[i]));
+      }
+    }
+    style.SettleSolidRun();
+    const std::uint32_t color = Span::Premultiplied(random.Next());
+    (*width)->color.steps(row, color, false);
+    for (std::size_t i = 0; i < kWidth; ++i) {
+      rows.pixels[i] = reference::Lerp(rows.pixels[i], color,
+                                       reference::CoverageWeight(std::exchange(rows.line[i], 0)));
+    }
+    ASSERT_EQ(steps.pixels, rows.pixels) << (*width)->name << " in round " << round;
   }
 }
 

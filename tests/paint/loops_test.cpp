@@ -191,9 +191,9 @@ void Check(const Loops& loops, const Row& row, const Case& c) {
 
 TEST(Loops, FollowTheRulesInEveryWidth) {
   const std::vector<Row> table = Table();
-  // Every pointer of the tables has its row, but for `differences`, of which a test below is, and
-  // the two weights that lerp does without.
-  static_assert(sizeof(Loops::color) + sizeof(Loops::pixels) == 21 * sizeof(void*));
+  // Every pointer of the tables has its row, but for `differences`, of which a test below is,
+  // `steps` (see block_test.cpp), and the two weights that lerp does without.
+  static_assert(sizeof(Loops::color) + sizeof(Loops::pixels) == 22 * sizeof(void*));
   ASSERT_EQ(table.size(), 20u - 2);
   for (const Loops* const* width = kalvora::UsableLoops(); *width; ++width) {
     for (const Row& row : table) {

@@ -35,11 +35,6 @@ inline Words BothSums(Words sum) {
 #endif
 }
 
-/// c, blended or not, by weights.
-inline Words MixColor(Words d, Words c, Words both, bool blend) {
-  return blend ? Over(d, Scale(c, both)) : Lerp(d, c, both);
-}
-
 #if KALVORA_LANES == 4
 /// The sums of the first one, two, three, four lanes.
 inline Words RunningSums(Words v) {

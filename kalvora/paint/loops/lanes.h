@@ -82,8 +82,36 @@ inline Words NegativeLanes(Words w) {
   return static_cast<Words>(AsInts(w) >> 31);
 #endif
 }
+/// All bits of the lanes where a > b, as signed words.
+inline Words Above(Words a, Words b) {
+#if KALVORA_LANES > 1
+  return reinterpret_cast<Words>(AsInts(a) > AsInts(b));
+#else
+  return AsInts(a) > AsInts(b) ? ~0u : 0u;
+#endif
+}
 /// The bits of `a` where `mask` has ones, of `b` elsewhere.
-inline Words Select(Words mask, Words a, Words b) { return (a & mask) | (b & ~mask); }
+inline Words Select(Words mask, Words a, Words b) {
+#if KALVORA_LANES > 1 && !defined(__SSE2__)
+  return vbslq_u32(mask, a, b);
+#elif KALVORA_LANES == 8
+  return reinterpret_cast<Words>(_mm256_blendv_epi8(
+      reinterpret_cast<__m256i>(b), reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(mask)));
+#else
+  return (a & mask) | (b & ~mask);
+#endif
+}
+/// The lesser signed word, and the greater.
+inline Words Least(Words a, Words b) {
+#if KALVORA_LANES == 8
+  return reinterpret_cast<Words>(
+      _mm256_min_epi32(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+#elif KALVORA_LANES == 4 && !defined(__SSE2__)
+  return vreinterpretq_u32_s32(vminq_s32(vreinterpretq_s32_u32(a), vreinterpretq_s32_u32(b)));
+#else
+  return Select(Above(a, b), b, a);
+#endif
+}
 
 // The first lanes of a vector: as many as a Part says, 1..kLanes. The others hold anything.
 
@@ -265,6 +293,11 @@ inline Words Over(Words d, Words s) { return Scale(d, BothRest(s)) + s; }
 inline Words Lerp(Words d, Words c, Words both) {
   return JoinHigh(Sum(LoHigh(d), Times(Difference(Lo(c), Lo(d)), both)),
                   Sum(HiHigh(d), Times(Difference(Hi(c), Hi(d)), both)));
+}
+
+/// c, blended or not, by weights.
+inline Words MixColor(Words d, Words c, Words both, bool blend) {
+  return blend ? Over(d, Scale(c, both)) : Lerp(d, c, both);
 }
 
 /// The weights of 16.16 coverage, for both fields.

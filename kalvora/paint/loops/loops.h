@@ -17,6 +17,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "kalvora/raster/KRowSteps.h"
+
 namespace kalvora {
 
 /// Rows of target pixels: `n` pixels from `to` on, and the rows below it, `stride` pixels apart.
@@ -80,6 +82,9 @@ struct ColorLoops {
                      std::uint32_t c);
   /// By differences: `line` and `touched` are zero afterwards. Returns the sum at the end.
   std::uint32_t (*differences)(const Differences& row);
+  /// By the coverage of rows of steps: d = over(d, scale(c, coverage)), or lerp(d, c, coverage).
+  /// Null where a vector is one word: then it is cheaper to have the coverage in its line.
+  void (*steps)(const KRowSteps& steps, std::uint32_t c, bool blend);
 };
 
 /// How source pixels are weighed.

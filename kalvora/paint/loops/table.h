@@ -9,6 +9,7 @@
 #include "kalvora/paint/loops/loops.h"
 #include "kalvora/paint/loops/pixels.h"
 #include "kalvora/paint/loops/radial.h"
+#include "kalvora/paint/loops/steps.h"
 #include "kalvora/paint/loops/stretch.h"
 #include "kalvora/paint/loops/turn.h"
 
@@ -27,7 +28,8 @@ constinit const Loops kLoops = {
               .lerp = LerpColor,
               .coverMasked = CoverMasked,
               .lerpMasked = LerpMasked,
-              .differences = MixDifferences},
+              .differences = MixDifferences,
+              .steps = kMixSteps},
     .pixels = {.over = {OverPixels<Weight::kFull>, OverPixels<Weight::kOpacity>,
                         OverPixels<Weight::kCoverage>, OverPixels<Weight::kCoverageOpacity>,
                         OverPixels<Weight::kOpacityThenCoverage>},
