@@ -96,6 +96,48 @@ constexpr std::int64_t Part(std::int64_t v, std::int64_t t) {
 }
 constexpr Vector Part(Vector v, std::int64_t t) { return {Part(v.x, t), Part(v.y, t)}; }
 
+/// A vector scaled so that its larger component has 30 bits: every vector is measured equally well.
+struct Scaled {
+  std::int32_t x, y;
+  int shift;              ///< how far the components were shifted to the left
+  int half;               ///< half of the leading zeros of the squared length: 1 or 2
+  std::uint32_t square;   ///< the squared length over 2^(64 - 2 half), 1/4 to 1, 32 fraction bits
+  std::uint32_t inverse;  ///< 1 over its root, 30 fraction bits
+
+  /// Of what is not zero.
+  static constexpr Scaled Of(Vector v) {
+    Scaled s{};
+    s.shift = 30 - static_cast<int>(std::bit_width(static_cast<std::uint64_t>(Extent(v))));
+    const auto scale = [&s](std::int64_t component) {
+      return static_cast<std::int32_t>(s.shift >= 0 ? component * (std::int64_t{1} << s.shift)
+                                                    : component >> -s.shift);
+    };
+    s.x = scale(v.x);
+    s.y = scale(v.y);
+    const auto squared =
+        static_cast<std::uint64_t>(std::int64_t{s.x} * s.x + std::int64_t{s.y} * s.y);
+    s.half = squared >> 60 ? 1 : 2;
+    s.square = static_cast<std::uint32_t>(squared >> (32 - 2 * s.half));
+    s.inverse = InverseRoot(s.square);
+    return s;
+  }
+  constexpr Unit Direction() const {
+    // With half = 2, components have a bit to spare.
+    const auto unit = [this](std::int32_t component) {
+      const std::int64_t doubled = component * (1 << (half - 1));
+      return static_cast<std::int32_t>((doubled * inverse + (1 << 30)) >> 31);
+    };
+    return {unit(x), unit(y)};
+  }
+  constexpr std::int64_t Length() const {
+    // sqrt(m) = m / sqrt(m), with 30 bits; the square's root has 32 - half.
+    const auto root = static_cast<std::int64_t>(std::uint64_t{square} * inverse >> 32);
+    const int down = shift + half - 2;
+    const std::int64_t rounding = down > 0 ? std::int64_t{1} << (down - 1) : 0;
+    return down >= 0 ? (root + rounding) >> down : root << -down;
+  }
+};
+
 /// Length and direction of a vector.
 struct Polar {
   std::int64_t length;  ///< in the vector's own scale
@@ -103,33 +145,12 @@ struct Polar {
 };
 
 constexpr Polar ToPolar(Vector v) {
-  const std::int64_t extent = Extent(v);
-  if (extent == 0) return {0, {0, 0}};
-  // The larger component is scaled to 30 bits, so that every vector is measured equally well.
-  const int shift = 30 - static_cast<int>(std::bit_width(static_cast<std::uint64_t>(extent)));
-  const std::int64_t x = shift >= 0 ? v.x * (std::int64_t{1} << shift) : v.x >> -shift;
-  const std::int64_t y = shift >= 0 ? v.y * (std::int64_t{1} << shift) : v.y >> -shift;
-  // The squared length, 2^58 to 2^61, as m / 2^32 in 1/4 to 1.
-  const auto squareOf = [](std::int64_t component) {
-    const auto word = static_cast<std::int32_t>(component);
-    return std::int64_t{word} * word;
-  };
-  const auto square = static_cast<std::uint64_t>(squareOf(x) + squareOf(y));
-  const int half = std::countl_zero(square) / 2;
-  const auto m = static_cast<std::uint32_t>(square << 2 * half >> 32);
-  const std::int64_t inverse = InverseRoot(m);
-  const auto unit = [=](std::int64_t component) {
-    return static_cast<std::int32_t>((component * inverse + (std::int64_t{1} << (31 - half))) >>
-                                     (32 - half));
-  };
-  // sqrt(m) = m / sqrt(m), with 30 bits; the square's root has 32 - half.
-  const std::int64_t root = m * inverse >> 32;
-  const int down = shift + half - 2;
-  const std::int64_t rounding = down > 0 ? std::int64_t{1} << (down - 1) : 0;
-  return {down >= 0 ? (root + rounding) >> down : root << -down, {unit(x), unit(y)}};
+  if (v.IsZero()) return {0, {0, 0}};
+  const Scaled scaled = Scaled::Of(v);
+  return {scaled.Length(), scaled.Direction()};
 }
-
-constexpr std::int64_t LengthOf(Vector v) { return ToPolar(v).length; }
+constexpr Unit DirectionOf(Vector v) { return v.IsZero() ? Unit{0, 0} : Scaled::Of(v).Direction(); }
+constexpr std::int64_t LengthOf(Vector v) { return v.IsZero() ? 0 : Scaled::Of(v).Length(); }
 
 }  // namespace kalvora
 

@@ -35,6 +35,16 @@ bool StrokeRings::Open(std::uint32_t reserve) {
 
 void StrokeRings::Add(Side side, KVertex2D p) { Put(side, ring::Vertex(matrix_.Map(p))); }
 
+void StrokeRings::AddBoth(KVertex2D left, KVertex2D right) {
+  if (room_ - left_ - right_ < 2) {
+    Add(Side::kLeft, left);
+    Add(Side::kRight, right);
+    return;
+  }
+  ring_[++left_] = ring::Vertex(matrix_.Map(left));
+  ring_[room_ - right_++] = ring::Vertex(matrix_.Map(right));
+}
+
 void StrokeRings::Put(Side side, KVertex2D mapped) {
   if (left_ + right_ == room_ && !Grow()) return;
   if (side == Side::kLeft) {

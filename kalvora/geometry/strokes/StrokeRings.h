@@ -29,8 +29,9 @@ class StrokeRings {
   bool IsOpen() const { return ring_; }
   bool Failed() const { return failed_; }
 
-  /// Appends a vertex, given in user space, to a side.
+  /// Appends a vertex, given in user space, to a side, or to both.
   void Add(Side side, KVertex2D p);
+  void AddBoth(KVertex2D left, KVertex2D right);
   /// Number of a side's vertices.
   std::uint32_t Count(Side side) const { return side == Side::kLeft ? left_ : right_; }
   /// The most steps of one fan.

@@ -14,6 +14,8 @@ namespace kalvora {
 /// Whether v is what roundings may leave of nothing: too short to have a direction.
 constexpr bool IsNothing(Vector v) { return Extent(v) < 512; }
 
+// Loops over a curve's few legs are unrolled, so that these stay in registers.
+
 /// A curve of ORDER + 1 points with 32 fraction bits, so that the tangents of its smallest pieces
 /// keep their direction.
 template <int ORDER>
@@ -66,13 +68,17 @@ struct Bezier {
   /// The halves, or the parts before and after a point between, as `between` of two points says.
   template <typename Between>
   void Cut(Bezier& before, Bezier& after, Between between) const {
-    Vector q[ORDER + 1];
-    for (int i = 0; i <= ORDER; ++i) q[i] = p[i];
-    for (int n = ORDER;; --n) {
-      before.p[ORDER - n] = q[0];
-      after.p[n] = q[n];
-      if (n == 0) break;
-      for (int i = 0; i < n; ++i) q[i] = between(q[i], q[i + 1]);
+    const Vector first = between(p[0], p[1]), last = between(p[ORDER - 1], p[ORDER]);
+    if constexpr (ORDER == 2) {
+      const Vector at = between(first, last), end = p[2];
+      before = {{p[0], first, at}};
+      after = {{at, last, end}};
+    } else {
+      const Vector inner = between(p[1], p[2]), end = p[3];
+      const Vector left = between(first, inner), right = between(inner, last);
+      const Vector at = between(left, right);
+      before = {{p[0], first, left, at}};
+      after = {{at, right, last, end}};
     }
   }
   void Halve(Bezier& before, Bezier& after) const {
@@ -81,16 +87,39 @@ struct Bezier {
     });
   }
   /// Re-parameterises to the parts before and after t, 30 fraction bits.
-  void ReParam(Bezier& before, Bezier& after, std::int64_t t) const {
-    Cut(before, after, [t](Vector a, Vector b) { return a + Part(b - a, t); });
+  void ReParam(Bezier& before, Bezier& after, std::int32_t t) const {
+    if (HasShortLegs()) {
+      // What lies between two points of a later step is no longer than what lay between earlier
+      // ones.
+      Cut(before, after, [t](Vector a, Vector b) {
+        const ShortVector v = ShortVector::Of(b - a);
+        return a +
+               Vector{std::int64_t{v.x} * t >> Unit::kBits, std::int64_t{v.y} * t >> Unit::kBits};
+      });
+    } else {
+      Cut(before, after, [t](Vector a, Vector b) { return a + Part(b - a, t); });
+    }
+  }
+
+ private:
+  /// Whether all legs fit into words of 32 bits, with some room for roundings.
+  bool HasShortLegs() const {
+    std::int64_t bits = 0;
+#pragma GCC unroll 3
+    for (int i = 0; i < ORDER; ++i) {
+      const Vector leg = Leg(i);
+      bits |= (leg.x ^ leg.x >> 63) | (leg.y ^ leg.y >> 63);
+    }
+    return bits < (std::int64_t{1} << 30);
   }
 };
 
 /// The vector scaled down to 28 bits: products of two such stay exact.
-constexpr int ReducingShift(Vector v) {
-  const int shift = static_cast<int>(std::bit_width(static_cast<std::uint64_t>(Extent(v)))) - 28;
+constexpr int ReducingShift(std::int64_t extent) {
+  const int shift = static_cast<int>(std::bit_width(static_cast<std::uint64_t>(extent))) - 28;
   return shift > 0 ? shift : 0;
 }
+constexpr int ReducingShift(Vector v) { return ReducingShift(Abs(v.x) | Abs(v.y)); }
 constexpr ShortVector Shifted(Vector v, int shift) {
   return ShortVector::Of({v.x >> shift, v.y >> shift});
 }
@@ -111,12 +140,15 @@ inline constexpr std::uint32_t kMostStepTurn = 22876;
 template <int ORDER>
 std::int64_t MeanHeight(const Bezier<ORDER>& piece) {
   Vector from[ORDER];
-  int shift = 0;
+  std::int64_t size = 0;  // as long as the largest of the magnitudes
+#pragma GCC unroll 3
   for (int i = 0; i < ORDER; ++i) {
     from[i] = piece.p[i + 1] - piece.p[0];
-    shift = std::max(shift, ReducingShift(from[i]));
+    size |= Abs(from[i].x) | Abs(from[i].y);
   }
+  const int shift = ReducingShift(size);
   ShortVector v[ORDER];
+#pragma GCC unroll 3
   for (int i = 0; i < ORDER; ++i) v[i] = Shifted(from[i], shift);
   const std::int64_t length = RoughLength(v[ORDER - 1]);
   if (length == 0) return 0;
@@ -149,6 +181,7 @@ bool IsOneStep(const Bezier<ORDER>& piece, const Pen& pen) {
   // Together the legs may turn by what the pen allows.
   const std::int64_t turn = pen.turn / (ORDER - 1);
   ShortVector before{0, 0};
+#pragma GCC unroll 3
   for (int i = 0; i < ORDER; ++i) {
     const ShortVector leg = Reduced(piece.Leg(i));
     if (IsNothing({leg.x, leg.y})) continue;
@@ -167,44 +200,61 @@ bool IsOneStep(const Bezier<ORDER>& piece, const Pen& pen) {
 /// A step leaves its chord by an eighth of the second derivative, and the pen, which turns by s, by
 /// r s^2 / 8; both shrink with the square of the number of steps.
 template <int ORDER>
-std::int64_t StepsOf(const Bezier<ORDER>& piece, const Pen& pen) {
+std::int64_t StepsOf(const Vector (&legs)[ORDER], const Pen& pen) {
   constexpr int kBits = 22;
-  std::int64_t longest = 0;
-  for (int i = 0; i < ORDER; ++i) longest = std::max(longest, Extent(piece.Leg(i)));
+  std::int64_t longest = 0, shortest = INT64_MAX;
+#pragma GCC unroll 3
+  for (const Vector v : legs) {
+    const std::int64_t extent = Extent(v);
+    longest = std::max(longest, extent);
+    shortest = std::min(shortest, extent);
+  }
+  if (shortest < longest >> 3) return 0;
   const int width = static_cast<int>(std::bit_width(static_cast<std::uint64_t>(longest)));
   const int shift = std::max(width - kBits, 0);
   ShortVector leg[ORDER];
   ShortVector chord{0, 0};
+#pragma GCC unroll 3
   for (int i = 0; i < ORDER; ++i) {
-    const Vector v = piece.Leg(i);
-    leg[i] = Shifted(v, shift);
-    if (Extent(v) < longest >> 3) return 0;
+    leg[i] = Shifted(legs[i], shift);
     chord = {chord.x + leg[i].x, chord.y + leg[i].y};
   }
 
   // The turn of the whole piece, and what it would be at the rates of its ends, 16.16.
-  std::int64_t turn = 0, bend = 0;
-  std::int64_t across[ORDER - 1];
+  std::uint64_t turn = 0, across[ORDER - 1];
+#pragma GCC unroll 3
   for (int i = 0; i + 1 < ORDER; ++i) {
     const std::int64_t ahead = Dot(leg[i], leg[i + 1]);
     if (ahead <= 0) return 0;
-    across[i] = Abs(Cross(leg[i], leg[i + 1])) << 16;
-    turn += Quotient(across[i], ahead);
+    across[i] = static_cast<std::uint64_t>(Abs(Cross(leg[i], leg[i + 1]))) << 16;
+    turn += Quotient(across[i], static_cast<std::uint64_t>(ahead));
+  }
+  constexpr std::uint64_t kMostTurn = 4 * std::uint64_t{kOne.raw};
+  const auto include = [&turn](std::uint64_t sine, ShortVector v) {
+    const auto square = static_cast<std::uint64_t>(std::max<std::int64_t>(Dot(v, v), 1));
+    // Most rates do not need their quotient to be seen as smaller.
+    if (turn <= kMostTurn && (ORDER - 1) * sine >= (turn + 1) * square) {
+      turn = Quotient((ORDER - 1) * sine, square);
+    }
+  };
+  include(across[0], leg[0]);
+  include(across[ORDER - 2], leg[ORDER - 1]);
+  if (turn > kMostTurn) return 0;
+  std::int64_t n = (static_cast<std::uint32_t>(turn) + kMostStepTurn - 1) / kMostStepTurn;
+  if (n > kMostSteps) return n;
+
+  // max |B''| / 8: B'' = 2 (leg 2 - leg 1) for a quadratic, 6 times a difference for a cubic.
+  std::int64_t bend = 0;
+#pragma GCC unroll 3
+  for (int i = 0; i + 1 < ORDER; ++i) {
     const ShortVector change{leg[i + 1].x - leg[i].x, leg[i + 1].y - leg[i].y};
     bend = std::max(bend, Abs(Cross(chord, change)));
   }
-  const auto rate = [](std::int64_t sine, ShortVector v) {
-    return Quotient((ORDER - 1) * sine, std::max<std::int64_t>(Dot(v, v), 1));
-  };
-  turn = std::max({turn, rate(across[0], leg[0]), rate(across[ORDER - 2], leg[ORDER - 1])});
-  if (turn > 4 * kOne.raw) return 0;
-
-  // max |B''| / 8: B'' = 2 (leg 2 - leg 1) for a quadratic, 6 times a difference for a cubic.
   const std::int64_t height = Quotient(bend, std::max<std::int64_t>(RoughLength(chord), 1))
                               << shift;
   const std::int64_t sag = ORDER == 2 ? height / 4 : height / 4 * 3;
-  const std::int64_t swing = (pen.radius.raw * turn >> 16) * turn >> 3;
-  std::int64_t n = (static_cast<std::uint32_t>(turn) + kMostStepTurn - 1) / kMostStepTurn;
+  const auto turned = static_cast<std::int64_t>(turn);
+  const std::int64_t swing = (pen.radius.raw * turned >> 16) * turned >> 3;
   n = std::max<std::int64_t>(n, 1);
   while (n <= kMostSteps && n * n * pen.flatness < sag + swing) ++n;
   return n;
@@ -214,10 +264,15 @@ std::int64_t StepsOf(const Bezier<ORDER>& piece, const Pen& pen) {
 /// legs of the control polygon with a turn at each, or (-1) not before it is halved.
 template <int ORDER>
 int CourseOf(const Bezier<ORDER>& piece, const Pen& pen) {
+  Vector legs[ORDER];
   std::int64_t size = 0;
-  for (int i = 0; i < ORDER; ++i) size += Bound(piece.Leg(i));
+#pragma GCC unroll 3
+  for (int i = 0; i < ORDER; ++i) {
+    legs[i] = piece.Leg(i);
+    size += Bound(legs[i]);
+  }
   if (size <= pen.flatness / 4) return 0;
-  const std::int64_t steps = StepsOf(piece, pen);
+  const std::int64_t steps = StepsOf<ORDER>(legs, pen);
   if (steps == 0) return IsOneStep(piece, pen) ? 1 : -1;
   return steps <= kMostSteps ? static_cast<int>(steps) : -1;
 }
@@ -230,6 +285,14 @@ template <int ORDER, typename Glide, typename Follow>
 void Subdivide(const Bezier<ORDER>& curve, const Pen& pen, const KSoftMatrix3D& m, Glide glide,
                Follow follow) {
   constexpr int kDepth = 10;
+  static_assert(kMostSteps == 6);
+  constexpr std::int32_t kParts[] = {0,
+                                     Unit::kOne,
+                                     Unit::kOne / 2,
+                                     Unit::kOne / 3,
+                                     Unit::kOne / 4,
+                                     Unit::kOne / 5,
+                                     Unit::kOne / 6};
   const int deepest = curve.IsInPlane(m) ? kDepth : 0;
   Bezier<ORDER> pending[kDepth];
   int depths[kDepth];
@@ -248,7 +311,7 @@ void Subdivide(const Bezier<ORDER>& curve, const Pen& pen, const KSoftMatrix3D& 
       follow(piece);
     } else {
       for (; course > 1; --course) {
-        piece.ReParam(part, piece, Unit::kOne / course);
+        piece.ReParam(part, piece, kParts[course]);
         glide(part);
       }
       glide(piece);

@@ -71,7 +71,7 @@ class Progress {
 /// The parameter, 30 fraction bits, at which a piece that turns little has gone `part` of its way:
 /// measured along the chord, along which it only runs forward, to `accuracy`.
 template <int ORDER>
-std::int64_t ParameterAt(const Bezier<ORDER>& piece, std::int64_t part, std::int64_t accuracy) {
+std::int32_t ParameterAt(const Bezier<ORDER>& piece, std::int64_t part, std::int64_t accuracy) {
   const Vector chord = piece.p[ORDER] - piece.p[0];
   const int shift = ReducingShift(chord);
   // Both below 2^28: a quarter of their product leaves 30 bits, and words suffice from here on.

@@ -7,10 +7,15 @@ using namespace kalvora;
 
 namespace {
 
-KStretch StretchAlong(const Pen& pen, Vector v, bool straight) {
+/// Of a straight line, and of a curve's leg.
+KStretch StretchAlong(const Pen& pen, Vector v) {
   const Polar polar = ToPolar(v);
   const KVertex2D direction = polar.direction.Rounded();
-  return {direction, pen.Offset(direction), straight ? polar.length : 0};
+  return {direction, pen.Offset(direction), polar.length};
+}
+KStretch StretchToward(const Pen& pen, Vector leg) {
+  const KVertex2D direction = DirectionOf(leg).Rounded();
+  return {direction, pen.Offset(direction), 0};
 }
 
 /// Whether a curve that runs in direction d goes on along `leg` without a turn worth a join: less
@@ -26,8 +31,7 @@ bool GoesOn(KVertex2D d, Vector leg) {
 // Sides -------------------------------------------------------------------------------------------
 
 void KStrokeBuilder::AddBoth(KVertex2D p, KVertex2D offset) {
-  out_.Add(Side::kLeft, p + offset);
-  out_.Add(Side::kRight, p - offset);
+  out_.AddBoth(p + offset, p - offset);
 }
 
 void KStrokeBuilder::Begin() {
@@ -53,10 +57,7 @@ void KStrokeBuilder::Arrive() {
 // leaves the curve as much on one side as on the other: by the mean height of the curve above its
 // chord, and by s^2 / 12 of the pen's radius where the pen turns by s.
 void KStrokeBuilder::Swell(std::int64_t height) {
-  if (!k_.pending || k_.before.length > 0) {
-    Arrive();
-    return;
-  }
+  if (!k_.pending || k_.before.length > 0) return Arrive();
   const KVertex2D d = k_.before.direction, o = k_.before.offset;
   const std::int64_t turn = Cross(Wide(d), Wide(k_.next.direction)) >> 16;
   const auto swell = KFixed::FromRaw(static_cast<std::int32_t>((turn * turn >> 16) / 12));
@@ -89,7 +90,7 @@ void KStrokeBuilder::EndFan() {
 void KStrokeBuilder::Turn(Vector leg, bool smooth) {
   if (!k_.empty && GoesOn(k_.before.direction, leg)) return;
   EndFan();
-  k_.next = StretchAlong(pen_, leg, false);
+  k_.next = StretchToward(pen_, leg);
   if (k_.empty) {
     Begin();
   } else {
@@ -101,7 +102,7 @@ void KStrokeBuilder::Turn(Vector leg, bool smooth) {
 template <int ORDER>
 void KStrokeBuilder::Glide(const Bezier<ORDER>& piece) {
   Turn(piece.FirstLeg(), true);
-  k_.next = StretchAlong(pen_, piece.LastLeg(), false);
+  k_.next = StretchToward(pen_, piece.LastLeg());
   const KVertex2D end = piece.End();
   Swell(MeanHeight(piece) >> Bezier<ORDER>::kExtraBits);
   const Vector ahead = Wide(k_.next.direction);
@@ -134,7 +135,7 @@ void KStrokeBuilder::OffsetPoly(const KVertex2D* points, unsigned pieces) {
     const Vector v = Between(k_.point, points[i]);
     if (v.IsZero()) continue;
     EndFan();
-    k_.next = StretchAlong(pen_, v, true);
+    k_.next = StretchAlong(pen_, v);
     if (k_.empty) {
       Begin();
     } else if (k_.next.direction != k_.before.direction) {
