@@ -92,17 +92,17 @@ bool CollectTops(NodeList& list, const KVertex2D* ring) {
     direction = Direction(v[-1], *v);
   }
   if (direction == 0) return true;
-  const auto pass = [&](const KVertex2D* v, const KVertex2D* next) {
-    const int then = Direction(*v, *next);
-    if (then == 0) return true;
-    const bool top = direction < then;
-    direction = then;
-    return !top || list.Append(v);
-  };
-  for (const KVertex2D* v = first; v != last; ++v) {
-    if (!pass(v, v + 1)) return false;
+  bool falls = direction > 0;
+  std::int32_t y = first->y.raw;
+  for (const KVertex2D* v = first;; ++v) {
+    const std::int32_t then = (v == last ? first : v + 1)->y.raw;
+    // One jump for both conditions: which way an edge goes cannot be foreseen.
+    const bool top = !falls & (then > y);
+    if (top && !list.Append(v)) return false;
+    if (v == last) return true;
+    falls = (then > y) | (falls & (then == y));
+    y = then;
   }
-  return pass(last, first);
 }
 
 }  // namespace
