@@ -87,21 +87,30 @@ void ActiveChains::Reorder(const Group& group) {
   RowEntry* const entries = entries_ + group.first;
   const std::size_t count = group.end - group.first;
   const Winding right = entries[count - 1].chain->after;
-  for (std::size_t i = 0; i < count; ++i) entries[i].chain->starts = false;
-  SortNearlySorted(entries, count, kEntryIsLeft);
+  // Those that have ended move behind the others.
+  std::size_t kept = 0, ended = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    Chain* const chain = entries[i].chain;
+    chain->starts = false;
+    entries[kept].chain = fresh_[ended].chain = chain;
+    kept += !chain->ends;
+    ended += chain->ends;
+  }
+  SortNearlySorted(entries, kept, kEntryIsLeft);
   Winding winding = LeftOf(group.first);
   bool inside = inside_(winding);
-  for (std::size_t i = 0; i < count; ++i) {
+  for (std::size_t i = 0; i < kept; ++i) {
     Chain& chain = *entries[i].chain;
-    if (chain.ends) {
-      HasEnded(group.first + i);
-    } else {
-      winding.Pass(chain);
-      const bool now = inside_(winding);
-      chain.role = static_cast<std::int8_t>(int{now} - int{inside});
-      inside = now;
-    }
+    winding.Pass(chain);
+    const bool now = inside_(winding);
+    chain.role = static_cast<std::int8_t>(int{now} - int{inside});
+    inside = now;
     chain.after = winding;
+  }
+  if (ended > 0) HasEnded(group.first + kept);
+  for (std::size_t i = 0; i < ended; ++i) {
+    entries[kept + i].chain = fresh_[i].chain;
+    fresh_[i].chain->after = winding;
   }
   // The partner of one that started or ended may lie asleep beside the clip.
   if (!(winding == right)) rolesAreOld_ = true;

@@ -38,7 +38,8 @@ bool GoOn(ChainCursor& cursor, const Chain& chain, bool& jumps) {
 
 // Whether the one is left of the other, or touches it, where the row has both.
 bool AreInOrder(Chain& left, Chain& right, std::int32_t top) {
-  if (!left.starts && !right.starts && !left.turns && !right.turns) {
+  if (!left.turns && !right.turns &&
+      (left.starts ? ActiveChains::ArePair(left, right) : !right.starts)) {
     return left.XBottom() <= right.XBottom();
   }
   ChainCursor a, b;
@@ -245,10 +246,13 @@ void RowSweep::Change(Chain& chain, std::int32_t y, std::int32_t change) {
 // have the roles that they came with.
 bool RowSweep::KeepsOrder(const RowEntry* first, std::size_t count) const {
   if (count > kFew) return false;
-  if (count == 2 && first[0].reached <= first[1].low) {
-    const Chain &a = *first[0].chain, &b = *first[1].chain;
-    return (a.starts ? ActiveChains::ArePair(a, b) : !b.starts) &&
-           (a.ends ? EndTogether(a, b) : !b.ends);
+  if (count == 2) {
+    Chain *a = first[0].chain, *b = first[1].chain;
+    if (a->starts ? !ActiveChains::ArePair(*a, *b) : b->starts) return false;
+    if (a->ends ? !EndTogether(*a, *b) : b->ends) return false;
+    if (first[0].reached <= first[1].low) return true;
+    if (a->starts && StartsLeft(b->edge, a->edge)) std::swap(a, b);
+    return AreInOrder(*a, *b, top_);
   }
   RowEntry entries[kFew];
   std::copy_n(first, count, entries);
