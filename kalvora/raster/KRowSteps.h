@@ -18,8 +18,10 @@ struct KRowSteps {
 
   // Of edges, 16.16:
   std::int32_t top[2 * kMost], bottom[2 * kMost];  ///< x where the step begins and ends
-  std::int32_t slope[2 * kMost];   ///< height gained per pixel of x; of the wrong sign it is 0
   std::int32_t height[2 * kMost];  ///< of its step; those of a row sum up to 1.0 at most
+  /// Height gained per pixel of x. Of the wrong sign, it is 0 in a step of the whole height; in
+  /// others the edge is vertical at its middle then.
+  std::int32_t slope[2 * kMost];
   Row row[kMost];
   std::int32_t rows;    ///< each of one step or more
   std::int32_t x0, x1;  ///< columns that may be painted

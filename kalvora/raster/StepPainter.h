@@ -56,9 +56,12 @@ class StepPainter {
     steps_.height[i] = height;
   }
   StepEdge Get(int i) const { return {steps_.top[i], steps_.bottom[i], steps_.slope[i]}; }
-  // Rows lie far apart in memory: they come while the next ones are collected.
-  void Fetch(const std::uint32_t* pixels, std::int32_t x) const {
-    __builtin_prefetch(pixels + std::clamp<std::int32_t>(x >> 16, clip_.x0, clip_.x1), 1);
+  // Rows lie far apart in memory: they come while the next ones are collected. Where a column is
+  // that of another row, or of none, no harm is done.
+  static void Fetch(const std::uint32_t* pixels, std::int32_t x) {
+    const auto column = static_cast<std::uintptr_t>(std::intptr_t{x >> 16});
+    __builtin_prefetch(
+        reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(pixels) + 4 * column), 1);
   }
   bool MakeRoom();
   void Paint();

@@ -18,7 +18,7 @@ bool ChainEdge::Start(const KVertex2D* v, std::int32_t direction, std::int32_t y
   bottom_ = lower->y.raw;
   lower_ = lower;
   ratio_ = 0;
-  hasSlope_ = false;
+  slope_ = FindSlope();
   return true;
 }
 
@@ -29,17 +29,15 @@ void ChainEdge::FindRatio() {
 
 // The reciprocal of dx / dy, rounded to the nearest unit: over a wide edge its error adds up pixel
 // by pixel.
-void ChainEdge::FindSlope() {
-  hasSlope_ = true;
-  slope_ = kZero;
+std::int32_t ChainEdge::FindSlope() const {
   // Where it crosses another, a step may end beside the edge's own column.
-  if (x0_ >> 16 == x1_ >> 16) return;
+  if (x0_ >> 16 == x1_ >> 16) return 0;
   const std::uint32_t width = Magnitude(x1_ - x0_);
   const auto dy = static_cast<std::uint32_t>(bottom_) - static_cast<std::uint32_t>(y0_);
   const std::uint64_t steep =
       Quotient((std::uint64_t{dy} << 16) + (width >> 1), std::uint64_t{width});
   const auto slope = static_cast<std::int32_t>(std::min<std::uint64_t>(steep, INT32_MAX));
-  slope_ = KFixed::FromRaw(x1_ < x0_ ? -slope : slope);
+  return x1_ < x0_ ? -slope : slope;
 }
 
 }  // namespace kalvora

@@ -13,8 +13,7 @@ namespace kalvora {
 /// carried from row to row: it is exact at both ends, does not drift, and does not depend on where
 /// the clip begins.
 ///
-/// Many edges of a small shape lie within one row or one column: the two divisions wait until they
-/// are asked for.
+/// Many edges of a small shape lie within one row or one column, and need less than two divisions.
 class ChainEdge {
  public:
   /// Finds the first edge of the chain from `v` on that reaches below y. False when the chain turns
@@ -26,9 +25,10 @@ class ChainEdge {
   /// x at y, which lies between the edge's upper end and `Bottom`.
   std::int32_t XAt(std::int32_t y) {
     if (y == bottom_) return x1_;
-    if (y == y0_ || IsVertical()) return x0_;
-    return AfterTravel(TravelTo(y));
+    return y == y0_ ? x0_ : AfterTravel(TravelTo(y));
   }
+  /// The same below the upper end.
+  std::int32_t XBelow(std::int32_t y) { return y == bottom_ ? x1_ : AfterTravel(TravelTo(y)); }
   /// x minus that of the upper end, with 32 fraction bits and rounded up by half a unit. It grows
   /// by the same amount from row to row.
   std::uint64_t TravelTo(std::int32_t y) {
@@ -44,19 +44,15 @@ class ChainEdge {
   std::int32_t Bottom() const { return bottom_; }
   bool IsVertical() const { return x0_ == x1_; }
   /// Row height gained per pixel of x, 16.16, of an edge that leaves a column of pixels.
-  KFixed Slope() {
-    if (!hasSlope_) FindSlope();
-    return slope_;
-  }
+  std::int32_t Slope() const { return slope_; }
 
  private:
   void FindRatio();
-  void FindSlope();
+  std::int32_t FindSlope() const;
 
   std::int64_t ratio_;  // dx / dy with 32 fraction bits; 0 until it is needed
   std::int32_t x0_, y0_, x1_, bottom_;
-  KFixed slope_;
-  bool hasSlope_;
+  std::int32_t slope_;
   const KVertex2D* lower_;
 };
 

@@ -41,13 +41,11 @@ struct Chain {
     top = edge.XAt(y);
     return true;
   }
-  bool IsAcross() const { return top >> 16 != bottom >> 16; }
-  // Within one column the slope does not matter.
-  StepEdge Edge() { return {top, bottom, IsAcross() ? edge.Slope().raw : 0}; }
-  // In a part of a row, a slope of the wrong sign makes the edge vertical at its middle.
-  StepEdge PartOfEdge() {
+  StepEdge Edge() const { return {top, bottom, edge.Slope()}; }
+  // Of a part as high as a row, whose slope counts as in parts.
+  StepEdge HighPart() const {
     const StepEdge e = Edge();
-    if (!IsAcross() || (e.slope < 0) == (top > bottom)) return e;
+    if ((e.slope < 0) == (top > bottom)) return e;
     const auto middle = static_cast<std::int32_t>((std::int64_t{top} + bottom) >> 1);
     return {middle, middle, 0};
   }
@@ -58,8 +56,8 @@ struct Chain {
 // Ends the step where the chains cross, when they do: both x become the mean of the two there.
 std::int32_t CutAtCrossing(Chain& left, Chain& right, std::int32_t y, std::int32_t stop) {
   stop = y + CrossingHeight(left.top, left.bottom, right.top, right.bottom, stop - y);
-  left.bottom = left.edge.XAt(stop);
-  right.bottom = right.edge.XAt(stop);
+  left.bottom = left.edge.XBelow(stop);
+  right.bottom = right.edge.XBelow(stop);
   if (left.bottom > right.bottom) {
     const auto mean = static_cast<std::int32_t>((std::int64_t{left.bottom} + right.bottom) >> 1);
     left.bottom = right.bottom = mean;
@@ -170,7 +168,11 @@ class Rows {
     carried_ = height < kLowestStep ? height : 0;
     if (carried_) return;
     if (inSteps_) {
-      if (steps_.Add(left.PartOfEdge(), right.PartOfEdge(), height)) return;
+      const bool high = height == kRow;
+      if (steps_.Add(high ? left.HighPart() : left.Edge(), high ? right.HighPart() : right.Edge(),
+                     height)) {
+        return;
+      }
       // So many steps are added up in the coverage line.
       inSteps_ = false;
       StartLine();
@@ -248,8 +250,8 @@ void DrawSimplePolygon(const RasterJob& job, const KVertex2D* top) {
       y = rows.Whole(*left, *right, y, both);
       stop = std::min(y + kRow, both);
     }
-    backward.bottom = backward.edge.XAt(stop);
-    forward.bottom = forward.edge.XAt(stop);
+    backward.bottom = backward.edge.XBelow(stop);
+    forward.bottom = forward.edge.XBelow(stop);
     if (std::pair(left->top, left->bottom) > std::pair(right->top, right->bottom)) {
       std::swap(left, right);
     }

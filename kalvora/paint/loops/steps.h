@@ -54,9 +54,12 @@ class Areas {
  public:
   /// Of a vector of edges, from i on.
   void Find(const KRowSteps& steps, int i) {
-    const Words top = Load(steps.top + i), bottom = Load(steps.bottom + i);
     const Words slope = Load(steps.slope + i), h = Load(steps.height + i), full = All(0x10000);
-    const Words back = Above(top, bottom);
+    Words top = Load(steps.top + i), bottom = Load(steps.bottom + i);
+    const Words back = Above(top, bottom), wrong = NegativeLanes(slope) ^ back;
+    const Words upright = wrong & Above(full, h), mean = Half(top + bottom);
+    top = Select(upright, mean, top);
+    bottom = Select(upright, mean, bottom);
     const Words e0 = Select(back, bottom, top), e1 = Select(back, top, bottom);
     const Words gain = Positive((slope ^ back) - back);
     const Words first = Floor(e0);
@@ -93,6 +96,7 @@ class Areas {
   }
 
  private:
+  static Words Half(Words w) { return reinterpret_cast<Words>(AsInts(w) >> 1); }
   static Words Floor(Words fixed) { return reinterpret_cast<Words>(AsInts(fixed) >> 16); }
   static std::uint32_t Word(std::int32_t i) { return static_cast<std::uint32_t>(i); }
 
@@ -100,6 +104,9 @@ class Areas {
   std::int32_t first_[kMost], last_[kMost];
   std::uint32_t enter_[kMost], leave_[kMost], start_[kMost], slope_[kMost];
 };
+
+inline int Less(int a, int b) { return a < b ? a : b; }
+inline int More(int a, int b) { return a > b ? a : b; }
 
 /// The steps [from, to) of a row.
 struct StepsOfRow {
@@ -162,9 +169,6 @@ struct StepColumns {
     inner0 = More(inner0, x0);
     inner1 = Less(inner1, x1);
   }
-
-  static int Less(int a, int b) { return a < b ? a : b; }
-  static int More(int a, int b) { return a > b ? a : b; }
 };
 
 struct StepColor {
@@ -196,13 +200,15 @@ struct StepColor {
     Pixels(to, n, [&, this](Words d, auto) { return Mix(d, all); });
   }
   void Row(const StepsOfRow& row, std::uint32_t* pixels) const {
-    const StepColumns columns(row);
-    // Narrow rows, and those whose edges lie above each other, in one.
-    const bool inOne = columns.x1 - columns.x0 <= 2 * kLanes || columns.inner0 >= columns.inner1;
-    if (inOne) return Columns<BetweenEdges>(row, pixels, columns.x0, columns.x1);
-    Columns<BehindLeft>(row, pixels, columns.x0, columns.inner0);
-    Inner(pixels + columns.inner0, columns.inner1 - columns.inner0, row.Height());
-    Columns<BeforeRight>(row, pixels, columns.inner1, columns.x1);
+    const auto [x0, x1, inner0, inner1] = StepColumns(row);
+    // Narrow rows, and those whose edges lie above each other, in one. Otherwise vectors at the
+    // ends are whole ones where they can be.
+    if (x1 - x0 <= kLanes || inner0 > inner1) return Columns<BetweenEdges>(row, pixels, x0, x1);
+    const int from = Less(inner1, More(inner0, x0 + kLanes));
+    const int to = More(from, Less(inner1, x1 - kLanes));
+    Columns<BehindLeft>(row, pixels, x0, from);
+    if (from < to) Inner(pixels + from, to - from, row.Height());
+    Columns<BeforeRight>(row, pixels, to, x1);
   }
 };
 
