@@ -1,7 +1,7 @@
 // The geometry of a chain's edges.
 #include "kalvora/raster/edge.h"
 
-#include <algorithm>
+#include <bit>
 
 #include "kalvora/core/division.h"
 #include "kalvora/raster/chainwalk.h"
@@ -34,9 +34,13 @@ std::int32_t ChainEdge::FindSlope() const {
   if (x0_ >> 16 == x1_ >> 16) return 0;
   const std::uint32_t width = Magnitude(x1_ - x0_);
   const auto dy = static_cast<std::uint32_t>(bottom_) - static_cast<std::uint32_t>(y0_);
-  const std::uint64_t steep =
-      Quotient((std::uint64_t{dy} << 16) + (width >> 1), std::uint64_t{width});
-  const auto slope = static_cast<std::int32_t>(std::min<std::uint64_t>(steep, INT32_MAX));
+  const std::uint64_t height = (std::uint64_t{dy} << 16) + (width >> 1);
+  if (height >> 31 >= width) return x1_ < x0_ ? -INT32_MAX : INT32_MAX;
+  const int places = std::countl_zero(width);
+  const std::uint64_t aligned = height << places;
+  const auto slope =
+      static_cast<std::int32_t>(DivideLong(static_cast<std::uint32_t>(aligned >> 32),
+                                           static_cast<std::uint32_t>(aligned), width << places));
   return x1_ < x0_ ? -slope : slope;
 }
 

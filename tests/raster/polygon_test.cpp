@@ -282,6 +282,8 @@ TEST(Polygon, LongDivision) {
     const std::uint32_t lo = random.OneIn(2) ? random.Next() : 0;
     const auto quotient = static_cast<std::uint32_t>((std::uint64_t{hi} << 32 | lo) / d);
     ASSERT_EQ(kalvora::DivideByNewton(hi, lo, d), quotient) << hi << " " << lo << " " << d;
+    const std::uint32_t width = random.Next() >> 1 >> random.Below(31), dy = d >> random.Below(32);
+    ASSERT_EQ(kalvora::RatioByNewton(width, dy), (std::uint64_t{width} << 32) / dy) << dy;
   }
 }
 
