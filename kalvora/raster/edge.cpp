@@ -1,8 +1,6 @@
 // The geometry of a chain's edges.
 #include "kalvora/raster/edge.h"
 
-#include <bit>
-
 #include "kalvora/core/division.h"
 #include "kalvora/raster/chainwalk.h"
 #include "kalvora/raster/sweep/longdivision.h"
@@ -36,11 +34,7 @@ std::int32_t ChainEdge::FindSlope() const {
   const auto dy = static_cast<std::uint32_t>(bottom_) - static_cast<std::uint32_t>(y0_);
   const std::uint64_t height = (std::uint64_t{dy} << 16) + (width >> 1);
   if (height >> 31 >= width) return x1_ < x0_ ? -INT32_MAX : INT32_MAX;
-  const int places = std::countl_zero(width);
-  const std::uint64_t aligned = height << places;
-  const auto slope =
-      static_cast<std::int32_t>(DivideLong(static_cast<std::uint32_t>(aligned >> 32),
-                                           static_cast<std::uint32_t>(aligned), width << places));
+  const auto slope = static_cast<std::int32_t>(ShortQuotient(height, width));
   return x1_ < x0_ ? -slope : slope;
 }
 

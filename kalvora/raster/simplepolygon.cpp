@@ -42,18 +42,18 @@ struct Chain {
     return true;
   }
   StepEdge Edge() const { return {top, bottom, edge.Slope()}; }
-  // Of a part as high as a row, whose slope counts as in parts.
-  StepEdge HighPart() const {
-    const StepEdge e = Edge();
-    if ((e.slope < 0) == (top > bottom)) return e;
-    const auto middle = static_cast<std::int32_t>((std::int64_t{top} + bottom) >> 1);
-    return {middle, middle, 0};
-  }
   // Of the pixel that a vertical edge goes through, what lies to its right.
   std::int32_t RightOf() const { return kRow - (top & 0xFFFF); }
 };
 
-// Ends the step where the chains cross, when they do: both x become the mean of the two there.
+// The edge of a part that is as high as a row, whose slope counts as in other parts.
+StepEdge HighPart(const StepEdge& e) {
+  if ((e.slope < 0) == (e.top > e.bottom)) return e;
+  const auto middle = static_cast<std::int32_t>((std::int64_t{e.top} + e.bottom) >> 1);
+  return {middle, middle, 0};
+}
+
+// Ends the step where the chains cross: both x become the mean of the two there.
 std::int32_t CutAtCrossing(Chain& left, Chain& right, std::int32_t y, std::int32_t stop) {
   stop = y + CrossingHeight(left.top, left.bottom, right.top, right.bottom, stop - y);
   left.bottom = left.edge.XBelow(stop);
@@ -82,7 +82,7 @@ class Rows {
 
   /// Covers what lies between two edges over a step of that height, and paints the row when it was
   /// the last.
-  void Step(Chain& left, Chain& right, std::int32_t y, std::int32_t stop) {
+  void Step(const StepEdge& left, const StepEdge& right, std::int32_t y, std::int32_t stop) {
     if (stop - y == kRow) return WholeRow(left, right);
     Part(left, right, stop - y);
     if (stop & (kRow - 1)) return;
@@ -95,14 +95,17 @@ class Rows {
   std::int32_t Whole(Chain& left, Chain& right, std::int32_t y, std::int32_t end) {
     std::uint64_t l = left.edge.TravelTo(y), r = right.edge.TravelTo(y);
     const std::uint64_t leftStep = left.edge.TravelPerRow(), rightStep = right.edge.TravelPerRow();
+    StepEdge a = left.Edge(), b = right.Edge();
     for (; end - y > kRow; y += kRow) {
-      left.bottom = left.edge.AfterTravel(l += leftStep);
-      right.bottom = right.edge.AfterTravel(r += rightStep);
-      if (left.top > right.top || left.bottom > right.bottom) break;
-      WholeRow(left, right);
-      left.top = left.bottom;
-      right.top = right.bottom;
+      a.bottom = left.edge.AfterTravel(l += leftStep);
+      b.bottom = right.edge.AfterTravel(r += rightStep);
+      if (a.top > b.top || a.bottom > b.bottom) break;
+      WholeRow(a, b);
+      a.top = a.bottom;
+      b.top = b.bottom;
     }
+    left.top = a.top;
+    right.top = b.top;
     return y;
   }
 
@@ -123,6 +126,11 @@ class Rows {
   /// Paints what is pending.
   void Finish() {
     if (inSteps_) return steps_.EndRow(row_);
+    FinishLine();
+  }
+
+ private:
+  [[gnu::noinline]] void FinishLine() {
     if (style_.x0 >= style_.x1) return;
     // A run that not every step of the row shares has only part of its height.
     if (style_.solidHeight < kAsGoodAsFull) style_.SettleSolidRun();
@@ -132,7 +140,6 @@ class Rows {
     style_.StartRow();
   }
 
- private:
   void GoTo(std::int32_t row) {
     row_ = row;
     carried_ = 0;
@@ -146,12 +153,15 @@ class Rows {
     style_.StartRow();
   }
 
-  void WholeRow(Chain& left, Chain& right) {
-    const StepEdge l = left.Edge(), r = right.Edge();
+  void WholeRow(const StepEdge& l, const StepEdge& r) {
     if (inSteps_) {
       steps_.Add(l, r, kRow);
       return steps_.EndRow(row_++);
     }
+    WholeLine(l, r);
+  }
+
+  [[gnu::noinline]] void WholeLine(const StepEdge& l, const StepEdge& r) {
     style_.ComputeAA(Fixed(l.top), Fixed(l.bottom), Fixed(l.slope), Fixed(r.top), Fixed(r.bottom),
                      Fixed(r.slope));
     if (style_.x0 < style_.x1) {
@@ -163,24 +173,21 @@ class Rows {
   }
 
   // A step too low to be drawn adds its height to the next of the row.
-  void Part(Chain& left, Chain& right, std::int32_t height) {
+  void Part(const StepEdge& l, const StepEdge& r, std::int32_t height) {
     height += carried_;
     carried_ = height < kLowestStep ? height : 0;
     if (carried_) return;
     if (inSteps_) {
       const bool high = height == kRow;
-      if (steps_.Add(high ? left.HighPart() : left.Edge(), high ? right.HighPart() : right.Edge(),
-                     height)) {
-        return;
-      }
+      if (steps_.Add(high ? HighPart(l) : l, high ? HighPart(r) : r, height)) return;
       // So many steps are added up in the coverage line.
       inSteps_ = false;
       StartLine();
       steps_.TakeRow(
-          [this](const StepEdge& l, const StepEdge& r, std::int32_t h) { Add(l, r, h); });
+          [this](const StepEdge& a, const StepEdge& b, std::int32_t h) { Add(a, b, h); });
     }
     added_ = true;
-    Add(left.Edge(), right.Edge(), height);
+    Add(l, r, height);
   }
 
   void Add(const StepEdge& l, const StepEdge& r, std::int32_t height) {
@@ -237,26 +244,29 @@ void DrawSimplePolygon(const RasterJob& job, const KVertex2D* top) {
   while (y < end) {
     const std::int32_t both = std::min({backward.edge.Bottom(), forward.edge.Bottom(), end});
     std::int32_t stop = std::min((y & -kRow) + kRow, both);
-    Chain* left = &backward;
-    Chain* right = &forward;
     if ((y & (kRow - 1)) == 0 && both - y >= 2 * kRow) {
-      if (left->top > right->top) std::swap(left, right);
-      const bool upright = left->edge.IsVertical() && right->edge.IsVertical();
-      if (upright && rows.Block(*left, *right, y >> 16, both >> 16)) {
+      const bool crossed = backward.top > forward.top;
+      Chain& left = crossed ? forward : backward;
+      Chain& right = crossed ? backward : forward;
+      const bool upright = left.edge.IsVertical() && right.edge.IsVertical();
+      if (upright && rows.Block(left, right, y >> 16, both >> 16)) {
         y = both & -kRow;
         if (!backward.Follow(y) || !forward.Follow(y)) break;
         continue;
       }
-      y = rows.Whole(*left, *right, y, both);
+      y = rows.Whole(left, right, y, both);
       stop = std::min(y + kRow, both);
     }
     backward.bottom = backward.edge.XBelow(stop);
     forward.bottom = forward.edge.XBelow(stop);
-    if (std::pair(left->top, left->bottom) > std::pair(right->top, right->bottom)) {
-      std::swap(left, right);
-    }
-    if (left->bottom > right->bottom) stop = CutAtCrossing(*left, *right, y, stop);
-    rows.Step(*left, *right, y, stop);
+    const bool crossed =
+        std::pair(backward.top, backward.bottom) > std::pair(forward.top, forward.bottom);
+    Chain& left = crossed ? forward : backward;
+    Chain& right = crossed ? backward : forward;
+    if (left.bottom > right.bottom) stop = CutAtCrossing(left, right, y, stop);
+    StepEdge l = backward.Edge(), r = forward.Edge();
+    if (crossed) std::swap(l, r);
+    rows.Step(l, r, y, stop);
     y = stop;
     backward.top = backward.bottom;
     forward.top = forward.bottom;

@@ -158,18 +158,18 @@ void RowSweep::Join(std::uint32_t entry, std::int32_t low) {
 void RowSweep::SolveGroup(const Group& group) {
   RowEntry* const first = chains_.Entries() + group.first;
   const std::size_t count = group.end - group.first;
-  bool bends = false;
-  bool crosses = false;
+  bool straight = true;
+  bool ordered = true;
   std::int32_t x = INT32_MIN;
   for (std::size_t i = 0; i < count; ++i) {
     const Chain& chain = *first[i].chain;
-    bends |= chain.starts | chain.turns;
-    crosses |= chain.XBottom() <= x;
+    straight = straight && !chain.starts && !chain.turns;
+    ordered = ordered && chain.XBottom() > x;
     x = chain.XBottom();
   }
-  if (!bends && !crosses) return;
+  if (straight && ordered) return;
   const bool solved =
-      bends ? KeepsOrder(first, count) : SolveCrossings(group) || StaysInside(group);
+      straight ? SolveCrossings(group) || StaysInside(group) : KeepsOrder(first, count);
   if (!solved) {
     GroupSweep sweep(stack_, line_, inside_, chains_.LeftOf(group.first), top_);
     sweep.Run(first, count);

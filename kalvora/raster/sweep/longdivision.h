@@ -33,6 +33,15 @@ constexpr std::uint32_t DivideLong(std::uint32_t hi, std::uint32_t lo, std::uint
   return static_cast<std::uint32_t>((std::uint64_t{hi} << 32 | lo) / d);
 }
 
+/// floor(a / b) below 2^32, b > 0.
+constexpr std::uint32_t ShortQuotient(std::uint64_t a, std::uint32_t b) {
+  if constexpr (kHasDivider64) return static_cast<std::uint32_t>(a / b);
+  const int places = std::countl_zero(b);
+  const std::uint64_t high = a << places;
+  return DivideByNewton(static_cast<std::uint32_t>(high >> 32), static_cast<std::uint32_t>(high),
+                        b << places);
+}
+
 /// floor(2^32 a / b) for a < b.
 constexpr std::uint32_t FractionOf(std::uint32_t a, std::uint32_t b) {
   const int places = std::countl_zero(b);
@@ -53,9 +62,9 @@ constexpr std::uint64_t RatioByNewton(std::uint32_t width, std::uint32_t dy) {
 
 /// dx / dy with 32 fraction bits, toward zero; dy > 0.
 constexpr std::int64_t RatioOf(std::int32_t dx, std::uint32_t dy) {
-  // The divider takes the sign without a jump.
-  if constexpr (kHasDivider64) return std::int64_t{dx} * (std::int64_t{1} << 32) / dy;
-  const std::uint64_t steep = RatioByNewton(Magnitude(dx), dy);
+  const std::uint32_t width = Magnitude(dx);
+  const std::uint64_t steep =
+      kHasDivider64 ? (std::uint64_t{width} << 32) / dy : RatioByNewton(width, dy);
   return static_cast<std::int64_t>(dx < 0 ? 0 - steep : steep);
 }
 
