@@ -1,5 +1,6 @@
 // Flattening: paths into polygon rings.
 #include <algorithm>
+#include <cstring>
 
 #include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"
@@ -33,7 +34,7 @@ class RingWriter {
   }
   /// From the last vertex on, which is the curve's first point.
   template <int ORDER>
-  bool AddCurve(const KVertex2D (&p)[ORDER + 1], const Flatness& flatness) {
+  bool AddCurve(const KVertex2D* p, const Flatness& flatness) {
     if (!Reserve(KStroker::kMaxCurvePoints)) return false;
     KVertex2D* out = ring + count_;
     const int n = FlattenCurve<ORDER>(p, out, 1, flatness);
@@ -82,7 +83,9 @@ class Unseen {
   /// Without a clip everything counts as seen.
   Unseen(const KRect* clip, const KSoftPath& path, const KSoftMatrix3D& m)
       : matrix_(m), limited_(clip), several_(path.subpathCount > 1) {
-    if (clip) clip_ = {clip->left, clip->top, clip->right, clip->bottom};
+    if (!clip) return;
+    clip_ = {clip->left, clip->top, clip->right, clip->bottom};
+    inside_ = {Range(clip->left, clip->right), Range(clip->top, clip->bottom)};
   }
 
   /// Whether the subpath's ring lies beside the clip. A ring among others does so from where
@@ -105,13 +108,23 @@ class Unseen {
   /// as many top vertices and winds as often, as the curve only falls or only rises, and lies above
   /// or below the clip. One ring alone may be drawn by DrawSimplePolygon, where every vertex of a
   /// row counts; else the curve may lie far to the left or right as well.
-  template <int ORDER>
-  bool Hides(const KVertex2D (&p)[ORDER + 1]) const {
-    return limited_ && !IsInside(p[0]) && IsBeside(p, ORDER);
-  }
+  bool Hides(const KVertex2D* p, int order) const { return !IsInside(p[0]) && IsBeside(p, order); }
 
  private:
+  /// Coordinates from `begin` on, 16.16.
+  struct Range {
+    std::uint32_t begin = 0x80000000, size = UINT32_MAX;
+
+    constexpr Range() = default;
+    constexpr Range(std::int32_t a, std::int32_t b)
+        : begin(static_cast<std::uint32_t>(a) << 16),
+          size(static_cast<std::uint32_t>(std::max(b - a, 0)) << 16) {}
+    bool Holds(KFixed v) const { return static_cast<std::uint32_t>(v.raw) - begin < size; }
+  };
+
+  bool IsInside(KVertex2D v) const { return inside_.x.Holds(v.x) && inside_.y.Holds(v.y); }
   [[gnu::noinline]] bool IsBeside(const KVertex2D* p, int order) const {
+    if (!limited_) return false;
     VertexBox box;
     for (int i = 0; i <= order; ++i) box.Include(p[i]);
     if (!box.Misses(clip_, several_ ? DrawnBox::kMargin : kFartherThanX)) return false;
@@ -119,15 +132,14 @@ class Unseen {
     const auto higher = [](KVertex2D a, KVertex2D b) { return a.y > b.y; };
     return std::is_sorted(p, p + order + 1, lower) || std::is_sorted(p, p + order + 1, higher);
   }
-  bool IsInside(KVertex2D v) const {
-    const std::int32_t x = v.x.raw >> 16, y = v.y.raw >> 16;
-    return x >= clip_.x0 && x < clip_.x1 && y >= clip_.y0 && y < clip_.y1;
-  }
 
   static constexpr std::int32_t kFartherThanX = 1 << 16;
 
   const KSoftMatrix3D& matrix_;
   KClip clip_{};
+  struct {
+    Range x, y;
+  } inside_{};
   bool limited_, several_;
 };
 
@@ -139,8 +151,8 @@ class Flattener {
       : writer_(memory), matrix_(m), flatness_(flatness), unseen_(unseen) {}
 
   bool Begin(KVertex2D start) {
-    current_ = matrix_.Map(start);
-    return writer_.Begin(current_);
+    curve_[0] = matrix_.Map(start);
+    return writer_.Begin(curve_[0]);
   }
   bool Add(const KSegment* segment) {
     switch (segment->Order()) {
@@ -160,27 +172,27 @@ class Flattener {
   bool AddPieces(const KSegment* segment) {
     const KVertex2D* points = segment->Points();
     for (unsigned i = segment->Pieces(); i > 0; --i, points += ORDER) {
-      KVertex2D p[ORDER + 1];
-      p[0] = current_;
-      for (int k = 0; k < ORDER; ++k) p[k + 1] = matrix_.Map(points[k]);
-      current_ = p[ORDER];
-      if (!AddPiece<ORDER>(p)) return false;
+      if (matrix_.identity) {
+        std::memcpy(curve_ + 1, points, ORDER * sizeof *points);
+      } else {
+        for (int k = 0; k < ORDER; ++k) curve_[k + 1] = matrix_.Map(points[k]);
+      }
+      if (!AddPiece<ORDER>()) return false;
+      curve_[0] = curve_[ORDER];
     }
     return true;
   }
   template <int ORDER>
-  bool AddPiece(const KVertex2D (&p)[ORDER + 1]) {
-    if constexpr (ORDER > 1) {
-      if (!unseen_.Hides<ORDER>(p)) return writer_.AddCurve<ORDER>(p, flatness_);
-    }
-    return writer_.AddLine(p[ORDER]);
+  bool AddPiece() {
+    if (ORDER == 1 || unseen_.Hides(curve_, ORDER)) return writer_.AddLine(curve_[ORDER]);
+    return writer_.AddCurve<ORDER>(curve_, flatness_);
   }
 
   RingWriter writer_;
   const KSoftMatrix3D& matrix_;
   const Flatness& flatness_;
   const Unseen& unseen_;
-  KVertex2D current_{};
+  KVertex2D curve_[4]{};  // from the current point on
 };
 
 }  // namespace

@@ -158,18 +158,18 @@ void RowSweep::Join(std::uint32_t entry, std::int32_t low) {
 void RowSweep::SolveGroup(const Group& group) {
   RowEntry* const first = chains_.Entries() + group.first;
   const std::size_t count = group.end - group.first;
-  bool straight = true;
-  bool ordered = true;
+  bool bends = false;
+  bool crosses = false;
   std::int32_t x = INT32_MIN;
   for (std::size_t i = 0; i < count; ++i) {
     const Chain& chain = *first[i].chain;
-    straight = straight && !chain.starts && !chain.turns;
-    ordered = ordered && chain.XBottom() > x;
+    bends |= chain.starts | chain.turns;
+    crosses |= chain.XBottom() <= x;
     x = chain.XBottom();
   }
-  if (straight && ordered) return;
+  if (!bends && !crosses) return;
   const bool solved =
-      straight ? SolveCrossings(group) || StaysInside(group) : KeepsOrder(first, count);
+      bends ? KeepsOrder(first, count) : SolveCrossings(group) || StaysInside(group);
   if (!solved) {
     GroupSweep sweep(stack_, line_, inside_, chains_.LeftOf(group.first), top_);
     sweep.Run(first, count);

@@ -31,7 +31,9 @@ void SlopedEdge::FindRatio() {
 // An edge so upright that its gain does not fit passes a row within less than a unit of x.
 void SlopedEdge::FindGain() {
   const auto dy = static_cast<std::uint32_t>(y1) - static_cast<std::uint32_t>(y0);
-  const std::uint32_t width = Magnitude(x1 - x0);
+  const auto dx = static_cast<std::uint32_t>(x1 - x0);
+  const std::uint32_t sign = x1 < x0;
+  const std::uint32_t width = (dx ^ (0 - sign)) + sign;  // without a jump
   const int high = std::countl_zero(dy);
   const int wide = std::countl_zero(width);
   const std::uint32_t most = dy << high;

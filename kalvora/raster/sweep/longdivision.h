@@ -62,9 +62,9 @@ constexpr std::uint64_t RatioByNewton(std::uint32_t width, std::uint32_t dy) {
 
 /// dx / dy with 32 fraction bits, toward zero; dy > 0.
 constexpr std::int64_t RatioOf(std::int32_t dx, std::uint32_t dy) {
-  const std::uint32_t width = Magnitude(dx);
-  const std::uint64_t steep =
-      kHasDivider64 ? (std::uint64_t{width} << 32) / dy : RatioByNewton(width, dy);
+  // The divider takes the sign without a jump.
+  if constexpr (kHasDivider64) return std::int64_t{dx} * (std::int64_t{1} << 32) / dy;
+  const std::uint64_t steep = RatioByNewton(Magnitude(dx), dy);
   return static_cast<std::int64_t>(dx < 0 ? 0 - steep : steep);
 }
 
