@@ -36,36 +36,18 @@ Mix CoveredMix(std::uint32_t color, bool blend, std::int32_t coverage) {
   return {256 - AlphaWeight(s), 0, 0, s};
 }
 
-struct ColorRow : Differences {
+struct ColorRows : Differences {
   const ColorLoops& loops;
 };
 
-void FillAlike(const Differences& differences, int from, int to, std::int32_t held) {
-  const auto& row = static_cast<const ColorRow&>(differences);
-  const Block block{row.to + from, 0, to - from, 1};
+void FillAlike(const Differences& differences, std::uint32_t* to, int n, std::int32_t held) {
+  const auto& rows = static_cast<const ColorRows&>(differences);
+  const Block block{to, 0, n, 1};
   const auto weight = static_cast<std::uint32_t>(std::min(held, 256));
-  if (row.blend) return row.loops.over(block, Scale(row.color, weight));
-  if (weight == 256) return row.loops.fill(block, row.color);
-  const Mix mix{256 - weight, Lo(row.color) * weight, Hi(row.color) * weight, 0};
-  row.loops.edged(block, mix, mix, mix);
-}
-
-// A row whose last four columns are touched, of which it may have less.
-[[gnu::noinline]] void FillWithLast(ColorRow& row) {
-  std::uint32_t bit = std::uint32_t{1} << (row.n >> 2 & 31), few[4] = {};
-  row.touched[row.n >> 7] ^= bit;
-  const int rest = row.n & 3;
-  row.n -= rest;
-  row.start = row.loops.differences(row);
-  std::uint32_t* const to = row.to + row.n;
-  std::copy_n(to, rest, few);
-  row.line += row.n;
-  row.to = few;
-  row.touched = &bit;
-  row.n = 4;
-  bit = 1;
-  row.loops.differences(row);
-  std::copy_n(few, rest, to);
+  if (rows.blend) return rows.loops.over(block, Scale(rows.color, weight));
+  if (weight == 256) return rows.loops.fill(block, rows.color);
+  const Mix mix{256 - weight, Lo(rows.color) * weight, Hi(rows.color) * weight, 0};
+  rows.loops.edged(block, mix, mix, mix);
 }
 
 }  // namespace
@@ -124,18 +106,21 @@ void FillEdgedColorBlock(const KStyleContext2D* style, const KRowBlock& block) {
 
 void FillColorDifferences(const KStyleContext2D* style, const KRowDifferences& differences) {
   static_assert(Differences::kFullBits == KRowDifferences::kFullBits);
-  ColorRow row{{.to = style->row + style->x0,
-                .stride = differences.stride,
-                .line = differences.line,
-                .touched = differences.touched,
-                .n = style->x1 - style->x0,
-                .start = differences.start + Differences::kHalf,
-                .color = style->color.Word(),
-                .blend = style->blend,
-                .alike = FillAlike},
-               style->loops->color};
-  if (row.touched[row.n >> 7] >> (row.n >> 2 & 31) & 1) return FillWithLast(row);
-  row.loops.differences(row);
+  const ColorRows rows{{.to = style->row + style->x0,
+                        .stride = differences.stride,
+                        .line = differences.line,
+                        .touched = differences.touched,
+                        .lineStride = differences.lineStride,
+                        .edges = differences.edges,
+                        .ranges = differences.ranges,
+                        .n = style->x1 - style->x0,
+                        .rows = differences.rows,
+                        .start = differences.start + Differences::kHalf,
+                        .color = style->color.Word(),
+                        .blend = style->blend,
+                        .alike = FillAlike},
+                       style->loops->color};
+  rows.loops.differences(rows);
 }
 
 static void FillSteps(const KStyleContext2D* style, const KRowSteps& steps) {

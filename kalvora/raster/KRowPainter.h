@@ -41,15 +41,15 @@ class KRowPainter {
   void Solid(std::int32_t from, std::int32_t to);
   /// Paints pixels by the coverage line, and clears it there.
   void Covered(std::int32_t from, std::int32_t to);
-  /// Paints pixels by differences of coverage, and clears these. Sets their stride. False when the
-  /// paint cannot: then they must be summed up.
-  bool Differences(std::int32_t from, std::int32_t to, KRowDifferences& row) {
+  /// Paints pixels of this row and those below by differences of coverage, and clears these. Sets
+  /// their stride. False when the paint cannot: then they must be summed up.
+  bool Differences(std::int32_t from, std::int32_t to, KRowDifferences& rows) {
     KRowStyle& style = *job_.style;
     if (!style.differences || job_.mask) return false;
     style.x0 = from;
     style.x1 = to;
-    row.stride = stride_;
-    style.differences(job_.record, row);
+    rows.stride = stride_;
+    style.differences(job_.record, rows);
     return true;
   }
   /// Paints the box, whose first and last column may have a coverage of their own, 16.16. Takes the

@@ -30,15 +30,23 @@ struct KRowBlock {
 /// A filler of whole blocks: what the paint's other fillers would do row by row.
 using KBlockFiller = void (*)(const KStyleContext2D*, const KRowBlock&);
 
-/// Coverage of the columns [x0, x1) of the style record, kept as differences: that of column i from
-/// x0 on is the sum of `start` and line[0..i], modulo 2^32, in units of 2^-kFullBits.
+/// Coverage of the columns [x0, x1) of the style record, in its row and those below, kept as
+/// differences: that of column i from x0 on is the sum of `start` and line[0..i], modulo 2^32, in
+/// units of 2^-kFullBits. Where differences are not 0, that is for each row said in one of two
+/// ways: by marks, or by pairs of columns, from the first of a pair up to the second, which rise
+/// from pair to pair, but may overlap, and lie within the columns; line[x1 - x0] counts besides.
 struct KRowDifferences {
   static constexpr int kFullBits = 27;
+  static constexpr std::int32_t kByMarks = -1;
 
-  std::uint32_t* line;     ///< one more than there are columns, and on to a multiple of four
-  std::uint32_t* touched;  ///< a bit for each four of them: all others are 0
+  std::uint32_t* line;         ///< three more than there are columns, and on to a multiple of four
+  std::uint32_t* touched;      ///< marks: a bit for each four of them
+  std::ptrdiff_t lineStride;   ///< words from one row's to the next one's, of both
+  const std::int32_t* edges;   ///< pairs of each row, or kByMarks
+  const std::int32_t* ranges;  ///< the pairs, row by row
+  int rows;
   std::uint32_t start;
-  std::ptrdiff_t stride;  ///< words from a row to the next
+  std::ptrdiff_t stride;  ///< words from a row of pixels to the next
 };
 
 /// A filler that takes differences: it paints the columns, and leaves `line` and `touched` zero.

@@ -5,7 +5,7 @@
 #include "kalvora/raster/KRowPainter.h"
 #include "kalvora/raster/polygon.h"
 #include "kalvora/raster/sweep/ActiveChains.h"
-#include "kalvora/raster/sweep/DifferenceLine.h"
+#include "kalvora/raster/sweep/DifferenceRows.h"
 #include "kalvora/raster/sweep/RowSweep.h"
 
 namespace kalvora {
@@ -16,22 +16,20 @@ void DrawComplexPolygon(const RasterJob& job, const KMergeNode* begin, const KMe
   KRowPainter painter(job);
   if (!painter.Bind()) return;
   const InsideRule inside(job.fillRule, job.clipped, job.clipRule);
-  DifferenceLine line(job.stack, box.x0, box.x1);
-  if (!line.Ready()) return;
+  DifferenceRows differences(job.stack, painter, job.style->lineBuffer, box.x0, box.x1);
+  if (!differences.Ready()) return;
   ActiveChains chains(job.stack, begin, end, box, inside);
   if (!chains.Ready()) return;
-  RowSweep sweep(job.stack, chains, line, inside);
-  for (std::int32_t row = box.y0; row < box.y1; ++row) {
+  RowSweep sweep(job.stack, chains, differences, inside);
+  for (std::int32_t row = box.y0; row < box.y1;) {
     if (chains.Count() == 0 && !inside(chains.Base())) {
       row = std::max(row, chains.NextRow());
       if (row >= box.y1) break;
     }
-    const std::int32_t top = row * kRowHeight;
-    if (!chains.Enter(top)) break;
-    sweep.Add(top);
-    painter.GoTo(row);
-    line.Paint(painter, job.style->lineBuffer, inside(chains.Base()));
+    if (!chains.Enter(row * kRowHeight)) break;
+    row += sweep.AddRows(row * kRowHeight, std::min(differences.Room(), box.y1 - row));
   }
+  differences.Paint();
 }
 
 }  // namespace kalvora

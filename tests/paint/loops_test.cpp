@@ -208,52 +208,103 @@ TEST(Loops, FollowTheRulesInEveryWidth) {
   }
 }
 
-// Runs of pixels that are alike, and blocks of four that are touched.
+/// Rows whose coverage is kept as differences, touched in blocks of four or in ranges of columns.
+struct DifferenceRows {
+  DifferenceRows(Random& random, int columns)
+      : n(columns), start(random.OneIn(3) << kalvora::Differences::kFullBits) {
+    bits = (static_cast<std::size_t>(n) + 6) / 4 * 4;
+    stride = bits + bits / 128 + 1;
+    const int rows = random.Between(1, 3);
+    lines.resize(stride * static_cast<std::size_t>(rows));
+    for (int y = 0; y < rows; ++y) {
+      edges.push_back(random.OneIn(2) ? random.Between(0, 5) : -1);
+      Add(random, &lines[stride * static_cast<std::size_t>(y)]);
+    }
+  }
+
+  // Sums lie a few units outside of none and full, too.
+  void Add(Random& random, Word* line) {
+    const std::vector<bool> touched = edges.back() < 0 ? Marks(random, line) : Ranges(random);
+    Word sum = start, before = start;
+    for (int i = 0; i < n; ++i) {
+      if (touched[i]) {
+        const int coverage =
+            random.OneIn(3) ? random.Between(0, 1) << 16 : random.Between(0, 65536);
+        sum = static_cast<Word>(coverage * 2048 + random.Between(-9, 9));
+      }
+      sums.push_back(sum);
+      line[i] = sum - before;
+      before = sum;
+    }
+    if (touched[n]) line[n] = random.Next();
+  }
+
+  std::vector<bool> Marks(Random& random, Word* line) const {
+    std::vector<bool> touched(bits);
+    const int seldom = random.Between(1, 8);
+    for (std::size_t i = 0; i <= static_cast<std::size_t>(n) / 4; ++i) {
+      if (!random.OneIn(seldom)) continue;
+      line[bits + i / 32] |= 1u << i % 32;
+      std::fill_n(touched.begin() + 4 * static_cast<std::ptrdiff_t>(i), 4, true);
+    }
+    return touched;
+  }
+
+  std::vector<bool> Ranges(Random& random) {
+    std::vector<bool> touched(bits);
+    touched[n] = true;
+    for (int i = 0, first = 0; i < edges.back(); ++i) {
+      first = std::min(n, first + random.Between(0, n) / (random.OneIn(2) ? 1 : 8));
+      const int end = std::clamp(first + random.Between(-1, 9), 0, n);
+      ranges.insert(ranges.end(), {first, end});
+      for (int k = first; k < end; ++k) touched[k] = true;
+    }
+    return touched;
+  }
+
+  int n;
+  Word start;
+  std::size_t bits, stride;  // within a line, and from one to the next
+  std::vector<Word> lines, sums;
+  std::vector<std::int32_t> edges, ranges;
+};
+
 TEST(Loops, DifferencesInEveryWidth) {
   Random random(11);
   for (int round = 0; round < 4000; ++round) {
     const int n = random.OneIn(9) ? random.Between(0, 400) : round % (kLongest + 1);
     const auto edge = random.OneIn(2) ? GuardedBuffer::kAtEnd : GuardedBuffer::kAtStart;
-    const auto pixels = static_cast<std::size_t>(n), fours = pixels / 4 + 1;
-    std::vector<Word> before(pixels), sums(pixels), touched(fours / 32 + (fours % 32 != 0));
-    const Word start = random.OneIn(3) << kalvora::Differences::kFullBits;
-    const int seldom = random.Between(1, 8);
-    // Sums lie a few units outside of none and full, too.
-    for (std::size_t i = 0; i < pixels; ++i) {
-      before[i] = Span::Pixel(random);
-      sums[i] = i == 0 ? start : sums[i - 1];
-      if (random.OneIn(seldom)) touched[i / 128] |= 1u << (i / 4 % 32);
-      if (!(touched[i / 128] >> (i / 4 % 32) & 1)) continue;
-      const int coverage = random.OneIn(3) ? random.Between(0, 1) << 16 : random.Between(0, 65536);
-      sums[i] = static_cast<Word>(coverage * 2048 + random.Between(-9, 9));
-    }
-    if (random.OneIn(2)) touched[pixels / 128] |= 1u << (pixels / 4 % 32);
+    const DifferenceRows c(random, n);
+    std::vector<Word> before(c.sums.size());
+    for (Word& pixel : before) pixel = Span::Pixel(random);
     KStyleContext2D style;
     style.color = KColor32::FromWord(Span::Pixel(random));
     style.blend = random.OneIn(2);
     style.x0 = 0;
     style.x1 = n;
     for (const Loops* const* width = kalvora::UsableLoops(); *width; ++width) {
-      GuardedBuffer row(4 * pixels, edge), line(16 * fours, edge), bits(4 * touched.size(), edge);
-      std::copy(before.begin(), before.end(), row.As<Word>());
-      std::copy(touched.begin(), touched.end(), bits.As<Word>());
-      std::fill_n(line.As<Word>(), 4 * fours, 0u);
-      for (std::size_t i = 0; i < pixels; ++i) {
-        line.As<Word>()[i] = sums[i] - (i == 0 ? start : sums[i - 1]);
-      }
-      if (touched[pixels / 128] >> (pixels / 4 % 32) & 1) line.As<Word>()[n] = random.Next();
-      style.row = row.As<Word>();
+      GuardedBuffer pixels(4 * before.size(), edge), lines(4 * c.lines.size(), edge);
+      std::copy(before.begin(), before.end(), pixels.As<Word>());
+      std::copy(c.lines.begin(), c.lines.end(), lines.As<Word>());
+      style.row = pixels.As<Word>();
       style.loops = *width;
-      kalvora::FillColorDifferences(&style, {line.As<Word>(), bits.As<Word>(), start, n});
-      for (std::size_t i = 0; i < pixels; ++i) {
-        const int coverage = std::clamp(static_cast<std::int32_t>(sums[i]) >> 11, 0, 0x10000);
-        ASSERT_EQ(row.As<Word>()[i],
+      kalvora::FillColorDifferences(&style, {.line = lines.As<Word>(),
+                                             .touched = lines.As<Word>() + c.bits,
+                                             .lineStride = static_cast<std::ptrdiff_t>(c.stride),
+                                             .edges = c.edges.data(),
+                                             .ranges = c.ranges.data(),
+                                             .rows = static_cast<int>(c.edges.size()),
+                                             .start = c.start,
+                                             .stride = n});
+      for (std::size_t i = 0; i < before.size(); ++i) {
+        const int coverage = std::clamp(static_cast<std::int32_t>(c.sums[i]) >> 11, 0, 0x10000);
+        ASSERT_EQ(pixels.As<Word>()[i],
                   reference::Composite(before[i], style.color.Word(), style.blend != 0,
                                        reference::CoverageWeight(coverage)))
-            << (*width)->name << ": pixel " << i << " of " << n << ", coverage " << coverage;
+            << (*width)->name << ": pixel " << i << " of " << n << " x " << c.edges.size()
+            << ", coverage " << coverage;
       }
-      for (std::size_t i = 0; i < 4 * fours; ++i) ASSERT_EQ(line.As<Word>()[i], 0u);
-      for (std::size_t i = 0; i < touched.size(); ++i) ASSERT_EQ(bits.As<Word>()[i], 0u);
+      for (std::size_t i = 0; i < c.lines.size(); ++i) ASSERT_EQ(lines.As<Word>()[i], 0u);
     }
   }
 }

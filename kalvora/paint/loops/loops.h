@@ -42,7 +42,7 @@ struct Mix {
   std::uint32_t add;
 };
 
-/// A row of n pixels whose coverage is kept as differences: that of pixel i is the sum of `start`
+/// Rows of n pixels whose coverage is kept as differences: that of pixel i is the sum of `start`
 /// and line[0..i], a signed number modulo 2^32, 2^kFullBits being full coverage. Its weight is
 /// sum >> kFullBits - 8, held to 0..256; so `start` holds half of that for the sake of rounding.
 struct Differences {
@@ -50,15 +50,20 @@ struct Differences {
   static constexpr std::uint32_t kHalf = std::uint32_t{1} << (kFullBits - 9);
 
   std::uint32_t* to;
-  std::ptrdiff_t stride;  ///< pixels to the row below, which is likely to be next
+  std::ptrdiff_t stride;  ///< pixels from a row to the next
   std::uint32_t* line;
-  std::uint32_t* touched;  ///< a bit for each four of `line`, and one more: all others are 0
-  int n;                   ///< whole fours where `line` is touched
+  std::uint32_t* touched;      ///< a bit for each four of `line`, where it is not 0
+  std::ptrdiff_t lineStride;   ///< words from one `line` to the next, and one `touched`
+  const std::int32_t* edges;   ///< for each row: how many pairs of columns say, instead of bits,
+                               ///< from where up to where `line` is touched, and at n; or -1
+  const std::int32_t* ranges;  ///< these pairs
+  int n;
+  int rows;
   std::uint32_t start;
   std::uint32_t color;
   std::uint32_t blend;  ///< over(d, scale(color, weight)); or, when 0, lerp(d, color, weight)
-  /// Paints the pixels [from, to), which all have one weight, 1 or more; from 256 on it is 256.
-  void (*alike)(const Differences& row, int from, int to, std::int32_t weight);
+  /// Paints n pixels, which all have one weight, 1 or more; from 256 on it is 256.
+  void (*alike)(const Differences& rows, std::uint32_t* to, int n, std::int32_t weight);
 };
 
 /// Loops over one colour c. `coverage` (16.16, 0..0x10000) belongs to the same pixels as `to`.
@@ -80,8 +85,8 @@ struct ColorLoops {
   /// d = lerp(d, c, mask)
   void (*lerpMasked)(const Block& block, const std::uint8_t* mask, std::ptrdiff_t maskStride,
                      std::uint32_t c);
-  /// By differences: `line` and `touched` are zero afterwards. Returns the sum at the end.
-  std::uint32_t (*differences)(const Differences& row);
+  /// By differences: `line` and `touched` are zero afterwards.
+  void (*differences)(const Differences& rows);
   /// By the coverage of rows of steps: d = over(d, scale(c, coverage)), or lerp(d, c, coverage).
   /// Null where a vector is one word: then it is cheaper to have the coverage in its line.
   void (*steps)(const KRowSteps& steps, std::uint32_t c, bool blend);

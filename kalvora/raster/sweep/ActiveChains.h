@@ -36,8 +36,11 @@ class ActiveChains {
   /// start or wake in it come in; all are sorted by x and have their roles. Two that start at one
   /// node without others in between have roles as if they were alone. False when memory runs out.
   bool Enter(std::int32_t top) {
-    return (nextRow_ > top >> 16 && !rolesAreOld_ && !ReachesBeside()) || Change(top);
+    changed_ = nextRow_ <= top >> 16 || rolesAreOld_ || ReachesBeside();
+    return !changed_ || Change(top);
   }
+  /// Whether Enter has found something to do.
+  bool HasChanged() const { return changed_; }
 
   RowEntry* Entries() const { return entries_; }
   std::size_t Count() const { return count_; }
@@ -108,6 +111,7 @@ class ActiveChains {
   std::uint32_t order_ = 0;
   Winding base_;
   bool rolesAreOld_ = false;
+  bool changed_ = true;
   RowEntry* entries_ = nullptr;  // here and in the following, room for all chains
   RowEntry* fresh_ = nullptr;    // come in with this row
   Sleeper* sleepers_ = nullptr;  // a heap

@@ -1,42 +1,50 @@
-// DifferenceLine: pieces of edges to differences, and differences to runs of pixels.
+// DifferenceLine: pieces of edges to differences.
 #include "kalvora/raster/sweep/DifferenceLine.h"
 
 #include <algorithm>
-#include <bit>
-
-#include "kalvora/raster/KStack.h"
 
 namespace kalvora {
 namespace {
 
 constexpr std::int32_t kWhole = 0x10000;
-// From here on a coverage weighs 256, as much as full coverage. Then it must count as full also
-// where an opacity multiplies it.
-constexpr std::int32_t kAsGoodAsFull = kWhole - 128;
-
-// 16.16 coverage of a running sum. Roundings may take it a few units outside.
-std::int32_t Settled(std::uint32_t sum) {
-  const std::int32_t coverage = static_cast<std::int32_t>(sum) >> (kHeightBits + 1);
-  return coverage >= kAsGoodAsFull ? kWhole : std::max(coverage, 0);
-}
 
 }  // namespace
 
-DifferenceLine::DifferenceLine(KStack* stack, std::int32_t first, std::int32_t end)
-    : stack_(stack), first_(first), width_(end - first), blocks_((width_ + 4) >> 2) {
-  const std::int32_t words = (blocks_ + 31) >> 5;
-  const auto entries = static_cast<std::uint32_t>(4 * blocks_ + words);
-  row_.line = static_cast<std::uint32_t*>(stack->Alloc(entries * sizeof(std::uint32_t)));
-  if (!row_.line) return;
-  row_.touched = row_.line + 4 * blocks_;
-  std::fill_n(row_.line, entries, 0u);
+void DifferenceLine::Add(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom,
+                         std::int32_t height, std::int32_t weight) {
+  AddPiece(edge, xTop, xBottom, height, weight);
 }
-
-DifferenceLine::~DifferenceLine() { stack_->DeAlloc(row_.line); }
 
 void DifferenceLine::AddRow(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom,
                             std::int32_t weight) {
   AddPiece(edge, xTop, xBottom, kWholeHeight, weight);
+}
+
+void DifferenceLine::AddVertical(std::int32_t x, std::int32_t height, std::int32_t weight) {
+  const std::int32_t column = (x >> 16) - first_;
+  if (column >= width_) return;
+  if (column < 0) return AddToFirst(2 * height * weight, true);
+  AddUpright(column, 2 * (x & 0xFFFF), height, weight);
+  Mark(column);
+  Mark(column + 1);
+}
+
+void DifferenceLine::AddRows(SlopedEdge& edge, std::uint64_t place, std::int32_t weight,
+                             const RowRanges& rows) {
+  const std::uint64_t step = static_cast<std::uint64_t>(edge.ratio) << 16;
+  std::uint32_t* const line = line_;
+  std::int32_t* range = rows.first;
+  std::int32_t x = SlopedEdge::XOf(place);
+  for (std::int32_t row = 0; row < rows.rows; ++row) {
+    const std::int32_t xTop = x;
+    x = SlopedEdge::XOf(place += step);
+    AddPiece<false>(edge, xTop, x, kWholeHeight, weight);
+    range[0] = std::max((std::min(x, xTop) >> 16) - first_, 0);
+    range[1] = std::clamp((std::max(x, xTop) >> 16) - first_ + 2, 1, width_);
+    range += rows.rangeStride;
+    line_ += rows.lineStride;
+  }
+  line_ = line;
 }
 
 namespace {
@@ -103,14 +111,14 @@ void Pass(std::uint32_t* line, const Reach& reach, std::int32_t weight, std::int
 /// With H(b) the height from the piece's top to where it crosses b, R is H for a piece that goes
 /// right, and h - H for one that goes left. H is held to h, which rounding may pass.
 void DifferenceLine::AddSlanted(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom,
-                                std::int32_t height, std::int32_t weight) {
+                                std::int32_t height, std::int32_t weight, bool mark) {
   const bool goesLeft = xBottom < xTop;
   const std::int32_t low = goesLeft ? xBottom : xTop;
   const std::int32_t high = goesLeft ? xTop : xBottom;
   const std::int32_t left = (low >> 16) - first_;
   const std::int32_t right = (high >> 16) - first_;
   if (left >= width_) return;
-  if (right < 0) return Put(0, 2 * height * weight);
+  if (right < 0) return AddToFirst(2 * height * weight, mark);
 
   edge.NeedGain();
   const Reach reach{edge.gain, edge.shift, static_cast<std::uint32_t>(height),
@@ -120,73 +128,28 @@ void DifferenceLine::AddSlanted(SlopedEdge& edge, std::int32_t xTop, std::int32_
     at.entered = reach(reach.Product(left + 1));
     at.last =
         static_cast<std::int32_t>((std::int64_t{at.entered} * (kWhole - (low & 0xFFFF))) >> 16);
-    row_.line[at.column++] += static_cast<std::uint32_t>(weight * at.last);
+    line_[at.column++] += static_cast<std::uint32_t>(weight * at.last);
   } else {
     at.entered = reach(reach.Product(0));
   }
   const std::int32_t stop = std::min(right, width_);
-  if (at.column < stop) Pass(row_.line, reach, weight, stop, at);
+  if (at.column < stop) Pass(line_, reach, weight, stop, at);
   if (right < width_) {
     const auto beyond =
         static_cast<std::int32_t>((std::int64_t{height - at.entered} * (high & 0xFFFF)) >> 16);
-    row_.line[at.column] += static_cast<std::uint32_t>(weight * (2 * height - beyond - at.last));
-    row_.line[++at.column] += static_cast<std::uint32_t>(weight * beyond);
+    line_[at.column] += static_cast<std::uint32_t>(weight * (2 * height - beyond - at.last));
+    line_[++at.column] += static_cast<std::uint32_t>(weight * beyond);
   }
-  MarkRange(std::max(left, 0), std::min(at.column, width_));
+  if (mark) MarkRange(std::max(left, 0), std::min(at.column, width_));
 }
 
 void DifferenceLine::MarkRange(std::int32_t from, std::int32_t last) {
   std::int32_t block = from >> 2;
   for (; block >> 5 < last >> 7; block = (block | 31) + 1) {
-    row_.touched[block >> 5] |= ~std::uint32_t{0} << (block & 31);
+    touched_[block >> 5] |= ~std::uint32_t{0} << (block & 31);
   }
-  row_.touched[last >> 7] |=
+  touched_[last >> 7] |=
       (std::uint32_t{2} << (last >> 2 & 31)) - (std::uint32_t{1} << (block & 31));
-}
-
-// Writes the coverage of columns up to `to`, and empties their differences up to the end of a
-// block.
-std::uint32_t DifferenceLine::SumUp(std::int32_t* coverage, std::int32_t from, std::int32_t to,
-                                    std::uint32_t sum) {
-  std::uint32_t* line = row_.line;
-  for (std::int32_t column = from; column < to; ++column) {
-    sum += line[column];
-    line[column] = 0;
-    coverage[column] = Settled(sum);
-  }
-  return sum;
-}
-
-void DifferenceLine::SumUp(KRowPainter& painter, std::int32_t* coverage) {
-  std::uint32_t sum = row_.start;
-  std::int32_t done = 0;
-  coverage += first_;
-  // Pixels that no piece touches are all alike.
-  const auto paintLevel = [&](std::int32_t to) {
-    const std::int32_t level = Settled(sum);
-    if (level == 0 || done >= to) return;
-    if (level == kWhole) return painter.Solid(first_ + done, first_ + to);
-    std::fill(coverage + done, coverage + to, level);
-    painter.Covered(first_ + done, first_ + to);
-  };
-  const std::int32_t words = (blocks_ + 31) >> 5;
-  for (std::int32_t word = 0; word < words; ++word) {
-    std::uint32_t bits = row_.touched[word];
-    row_.touched[word] = 0;
-    while (bits != 0) {
-      const int first = std::countr_zero(bits);
-      const int count = std::countr_one(bits >> first);
-      bits &= count == 32 ? 0 : ~(((std::uint32_t{1} << count) - 1) << first);
-      const std::int32_t from = std::min(128 * word + 4 * first, width_);
-      const std::int32_t to = std::min(from + 4 * count, width_);
-      paintLevel(from);
-      sum = SumUp(coverage, from, to, sum);
-      painter.Covered(first_ + from, first_ + to);
-      done = to;
-    }
-  }
-  row_.line[width_] = 0;
-  paintLevel(width_);
 }
 
 }  // namespace kalvora

@@ -5,10 +5,8 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "kalvora/raster/KRowPainter.h"
+#include "kalvora/raster/PaintJob.h"
 #include "kalvora/raster/sweep/SlopedEdge.h"
-
-class KStack;
 
 namespace kalvora {
 
@@ -26,109 +24,111 @@ class DifferenceLine {
   static constexpr std::int32_t kFull = 2 * kWholeHeight;
   static_assert(kFull == 1 << KRowDifferences::kFullBits);
 
-  /// For the columns [first, end). The memory comes from `stack`; see Ready.
-  DifferenceLine(KStack* stack, std::int32_t first, std::int32_t end);
-  ~DifferenceLine();
-  DifferenceLine(const DifferenceLine&) = delete;
-  DifferenceLine& operator=(const DifferenceLine&) = delete;
-
-  bool Ready() const { return row_.line; }
+  /// For the columns [first, end); add to it after GoTo.
+  DifferenceLine(std::int32_t first, std::int32_t end) : first_(first), width_(end - first) {}
+  /// `line` has three words more than there are columns, and on to a multiple of four; `touched` a
+  /// bit for each four of them.
+  void GoTo(std::uint32_t* line, std::uint32_t* touched) {
+    line_ = line;
+    touched_ = touched;
+  }
 
   /// Adds `weight` times the area to the right of a piece of `edge`, from its top at xTop down
   /// `height` (1 to kWholeHeight) to where x is xBottom.
   void Add(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t height,
-           std::int32_t weight) {
-    AddPiece(edge, xTop, xBottom, height, weight);
-  }
+           std::int32_t weight);
   /// The same for a whole row.
   void AddRow(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t weight);
+  /// The same for this line and those of rows below, which the edge comes into at `place`. Instead
+  /// of marks it leaves a pair of columns a row.
+  struct RowRanges {
+    std::int32_t* first;
+    std::ptrdiff_t rangeStride;  ///< words from a row's pair to the next one's
+    std::ptrdiff_t lineStride;
+    std::int32_t rows;
+  };
+  void AddRows(SlopedEdge& edge, std::uint64_t place, std::int32_t weight, const RowRanges& rows);
   /// The same for a vertical line.
-  void AddVertical(std::int32_t x, std::int32_t height, std::int32_t weight) {
-    AddUpright((x >> 16) - first_, 2 * (x & 0xFFFF), height, weight);
-  }
-
-  /// Paints the row and empties the line. `inside` says what lies to the left of the first column.
-  void Paint(KRowPainter& painter, std::int32_t* coverage, bool inside) {
-    row_.start = inside ? kFull : 0;
-    if (!painter.Differences(first_, first_ + width_, row_)) SumUp(painter, coverage);
-  }
+  void AddVertical(std::int32_t x, std::int32_t height, std::int32_t weight);
+  /// Marks columns, `last` included.
+  void MarkRange(std::int32_t from, std::int32_t last);
 
  private:
+  // Where products of 64 bits cost little, and a wrong guess much.
+  static constexpr bool kWideWords = sizeof(void*) > 4;
+
+  // A touched column is marked where no range tells of it.
+  template <bool kMark = true>
   [[gnu::always_inline]] void AddPiece(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom,
                                        std::int32_t height, std::int32_t weight) {
-    const std::int32_t column = (xTop >> 16) - first_;
-    const std::int32_t over = (xBottom >> 16) - first_ - column;
-    if (over == 0) {
-      AddUpright(column, (xTop & 0xFFFF) + (xBottom & 0xFFFF), height, weight);
-    } else if (over == 1 && IsDrawn(column) && IsDrawn(column + 1)) {
-      const std::uint32_t toBorder = 0x10000 - static_cast<std::uint32_t>(xTop & 0xFFFF);
-      AddTwo(column, HeightAfter(edge, toBorder, height), xTop, xBottom, height, weight);
-    } else if (over == -1 && IsDrawn(column) && IsDrawn(column - 1)) {
-      const auto toBorder = static_cast<std::uint32_t>(xTop & 0xFFFF);
-      AddTwo(column - 1, height - HeightAfter(edge, toBorder, height), xBottom, xTop, height,
-             weight);
+    const bool goesLeft = xBottom < xTop;
+    const std::int32_t left = ((goesLeft ? xBottom : xTop) >> 16) - first_;
+    const std::int32_t right = ((goesLeft ? xTop : xBottom) >> 16) - first_;
+    if (right - left > 1 || !IsDrawn(left) || !IsDrawn(right)) {
+      return AddSlanted(edge, xTop, xBottom, height, weight, kMark);
+    }
+    if (kWideWords) {
+      AddNarrow(edge, xTop, xBottom, left, left - right, height, weight);
+    } else if (left == right) {
+      AddUpright(left, (xTop & 0xFFFF) + (xBottom & 0xFFFF), height, weight);
     } else {
-      AddSlanted(edge, xTop, xBottom, height, weight);
+      AddNarrow(edge, xTop, xBottom, left, -1, height, weight);
+    }
+    if (kMark) {
+      Mark(left);
+      Mark(right + 1);
     }
   }
   bool IsDrawn(std::int32_t column) const {
     return static_cast<std::uint32_t>(column) < static_cast<std::uint32_t>(width_);
   }
-  // Height that the edge gains over a distance in x; not more than that of the piece.
-  static std::int32_t HeightAfter(SlopedEdge& edge, std::uint32_t distance, std::int32_t height) {
-    edge.NeedGain();
-    const std::uint64_t product = std::uint64_t{edge.gain} * distance;
-    return static_cast<std::int32_t>(
-        std::min<std::uint64_t>(product >> edge.shift, static_cast<std::uint32_t>(height)));
-  }
   // height x fraction, a fraction of up to 2.0 in 16.16.
   static std::int32_t Share(std::int32_t height, std::int32_t fraction) {
     return static_cast<std::int32_t>((std::int64_t{height} * fraction) >> 16);
   }
-  // Within one column, counted from the first; `fractions` is the sum of those of both x.
+  // Within one column; `fractions` is the sum of those of both x.
   void AddUpright(std::int32_t column, std::int32_t fractions, std::int32_t height,
                   std::int32_t weight) {
-    if (!IsDrawn(column)) {
-      if (column < 0) Put(0, 2 * height * weight);
-      return;
-    }
     const std::int32_t beside = Share(height, fractions);
-    row_.line[column] += static_cast<std::uint32_t>(weight * (2 * height - beside));
-    row_.line[column + 1] += static_cast<std::uint32_t>(weight * beside);
-    Mark(column);
-    Mark(column + 1);
+    line_[column] += static_cast<std::uint32_t>(weight * (2 * height - beside));
+    line_[column + 1] += static_cast<std::uint32_t>(weight * beside);
   }
-  // In a column and the next one; see AddSlanted.
-  void AddTwo(std::int32_t column, std::int32_t reached, std::int32_t low, std::int32_t high,
-              std::int32_t height, std::int32_t weight) {
-    const std::int32_t entering = Share(reached, 0x10000 - (low & 0xFFFF));
-    const std::int32_t beyond = Share(height - reached, high & 0xFFFF);
-    row_.line[column] += static_cast<std::uint32_t>(weight * entering);
-    row_.line[column + 1] += static_cast<std::uint32_t>(weight * (2 * height - beyond - entering));
-    row_.line[column + 2] += static_cast<std::uint32_t>(weight * beyond);
-    Mark(column);
-    Mark(column + 2);
+  // In one column or, when `two` has all bits and not none, in two, of which AddSlanted tells:
+  // without branches, because nobody foresees which of them it is.
+  void AddNarrow(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t left,
+                 std::int32_t two, std::int32_t height, std::int32_t weight) {
+    if (edge.gain == 0 && two != 0) edge.NeedGain();
+    const bool goesLeft = xBottom < xTop;
+    const std::int32_t low = (goesLeft ? xBottom : xTop) & 0xFFFF;
+    const std::int32_t high = (goesLeft ? xTop : xBottom) & 0xFFFF;
+    const auto toBorder = static_cast<std::uint32_t>(goesLeft ? high : 0x10000 - low);
+    const auto after = static_cast<std::int32_t>(std::min<std::uint64_t>(
+        (std::uint64_t{edge.gain} * toBorder) >> edge.shift, static_cast<std::uint32_t>(height)));
+    const std::int32_t reached = goesLeft ? height - after : after;
+    const std::int32_t inOne = 2 * height - Share(height, low + high);
+    const std::int32_t inFirst = Share(reached, 0x10000 - low);
+    const std::int32_t entering = inOne ^ ((inOne ^ inFirst) & two);
+    const std::int32_t beyond = Share(height - reached, high) & two;
+    std::uint32_t* const line = line_ + left;
+    line[0] += static_cast<std::uint32_t>(weight * entering);
+    line[1] += static_cast<std::uint32_t>(weight * (2 * height - beyond - entering));
+    line[2] += static_cast<std::uint32_t>(weight * beyond);
   }
   void AddSlanted(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t height,
-                  std::int32_t weight);
+                  std::int32_t weight, bool mark);
 
-  void Put(std::int32_t column, std::int32_t value) {
-    row_.line[column] += static_cast<std::uint32_t>(value);
-    Mark(column);
+  void AddToFirst(std::int32_t value, bool mark) {
+    line_[0] += static_cast<std::uint32_t>(value);
+    if (mark) Mark(0);
   }
   void Mark(std::int32_t column) {
-    row_.touched[column >> 7] |= std::uint32_t{1} << ((column >> 2) & 31);
+    touched_[column >> 7] |= std::uint32_t{1} << ((column >> 2) & 31);
   }
-  void MarkRange(std::int32_t from, std::int32_t last);
-  void SumUp(KRowPainter& painter, std::int32_t* coverage);
-  std::uint32_t SumUp(std::int32_t* coverage, std::int32_t from, std::int32_t to,
-                      std::uint32_t sum);
 
-  KStack* stack_;
   std::int32_t first_;
   std::int32_t width_;
-  std::int32_t blocks_;    // of four columns, with the one after the last column
-  KRowDifferences row_{};  // wrapping around: only sums mean something
+  std::uint32_t* line_ = nullptr;  // wrapping around: only sums mean something
+  std::uint32_t* touched_ = nullptr;
 };
 
 }  // namespace kalvora

@@ -80,15 +80,21 @@ void RowSweep::AddPieces() {
   RowEntry* const entries = chains_.Entries();
   const auto count = static_cast<std::uint32_t>(chains_.Count());
   std::int32_t reached = INT32_MIN;
+  std::int32_t next = INT32_MAX;
   for (std::uint32_t i = 0; i < count; ++i) {
     Chain& chain = *entries[i].chain;
     Extent extent;
     bool joins = false;
     if (chain.straightTo <= bottom_ && (chain.TakeBelow(), chain.straightTo <= bottom_)) {
       extent = Walk(chain);
-      if (chain.ends) chains_.HasEnded(i);
+      if (chain.ends) {
+        chains_.HasEnded(i);
+      } else {
+        next = std::min(next, (chain.turns ? chain.below : chain.edge).y1);
+      }
       joins = chain.starts;
     } else {
+      next = std::min(next, chain.straightTo);
       chain.x = chain.XBottom();
       chain.place += static_cast<std::uint64_t>(chain.edge.ratio) << 16;
       const std::int32_t x = chain.XBottom();
@@ -99,6 +105,7 @@ void RowSweep::AddPieces() {
     entries[i].low = extent.low;
     entries[i].reached = reached = std::max(reached, extent.high);
   }
+  nextVertex_ = next;
 }
 
 // A chain with vertices in the row, or one that starts.

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "kalvora/raster/sweep/ActiveChains.h"
-#include "kalvora/raster/sweep/DifferenceLine.h"
+#include "kalvora/raster/sweep/DifferenceRows.h"
 
 namespace kalvora {
 
@@ -14,17 +14,37 @@ namespace kalvora {
 /// change inside the row, and what follows from that is added besides.
 class RowSweep {
  public:
-  RowSweep(KStack* stack, ActiveChains& chains, DifferenceLine& line, const InsideRule& inside)
-      : stack_(stack), chains_(chains), line_(line), inside_(inside) {}
+  RowSweep(KStack* stack, ActiveChains& chains, DifferenceRows& rows, const InsideRule& inside)
+      : stack_(stack), chains_(chains), rows_(rows), line_(rows.Line()), inside_(inside) {}
 
-  /// Adds the row with the given top, which `chains` has entered.
-  void Add(std::int32_t top);
+  /// Adds the row with the given top, which `chains` has entered; or up to `limit` rows at once,
+  /// when their chains only go on and stay apart. Returns how many these were.
+  std::int32_t AddRows(std::int32_t top, std::int32_t limit) {
+    const std::int32_t rows = AddCalmRows(top, limit);
+    if (rows > 0) return rows;
+    rows_.Begin(top >> 16, inside_(chains_.Base()));
+    Add(top);
+    return 1;
+  }
 
  private:
+  // 0 when the next row is not like that.
+  std::int32_t AddCalmRows(std::int32_t top, std::int32_t limit) {
+    if (top < busyTo_ || chains_.HasChanged()) return 0;
+    const auto free = static_cast<std::int32_t>((std::int64_t{nextVertex_} - top - 1) >> 16);
+    const std::int32_t rows = std::min({limit, chains_.NextRow() - (top >> 16), free});
+    return rows < kFewestCalm ? 0 : AddCalm(top, rows);
+  }
+  void Add(std::int32_t top);
+
   using Group = ActiveChains::Group;
   static constexpr std::size_t kFew = 8;
   static constexpr std::size_t kMany = 128;
+  static constexpr std::int32_t kFewestCalm = 4;  // rows that are worth a look at all chains
+  static constexpr std::int32_t kShortestPause = 2;
 
+  std::int32_t AddCalm(std::int32_t top, std::int32_t rows);
+  bool StayApart(std::int32_t rows) const;
   void AddPieces();
   Extent Walk(Chain& chain);
   void Join(std::uint32_t entry, std::int32_t low);
@@ -37,11 +57,15 @@ class RowSweep {
 
   KStack* stack_;
   ActiveChains& chains_;
+  DifferenceRows& rows_;
   DifferenceLine& line_;
   InsideRule inside_;
   std::int32_t top_ = 0;
   std::int32_t bottom_ = 0;
   std::uint32_t groupCount_ = 0;
+  std::int32_t nextVertex_ = INT32_MIN;  // no chain of the last row has one above that y
+  std::int32_t pause_ = kShortestPause;  // rows; see StayApart
+  std::int32_t busyTo_ = INT32_MIN;      // above that y calm rows need not be looked for
 };
 
 }  // namespace kalvora

@@ -1,0 +1,135 @@
+// DifferenceRows: differences to calls of fillers, and to coverage where there is none for them.
+#include "kalvora/raster/sweep/DifferenceRows.h"
+
+#include <algorithm>
+#include <bit>
+
+#include "kalvora/raster/KStack.h"
+
+namespace kalvora {
+namespace {
+
+constexpr std::int32_t kWhole = 0x10000;
+// From here on a coverage weighs 256, as much as full coverage. Then it must count as full also
+// where an opacity multiplies it.
+constexpr std::int32_t kAsGoodAsFull = kWhole - 128;
+// Lines that have so many pixels in all stay in the nearest cache.
+constexpr std::int32_t kPixels = 4096;
+
+// 16.16 coverage of a running sum. Roundings may take it a few units outside.
+std::int32_t Settled(std::uint32_t sum) {
+  const std::int32_t coverage = static_cast<std::int32_t>(sum) >> (kHeightBits + 1);
+  return coverage >= kAsGoodAsFull ? kWhole : std::max(coverage, 0);
+}
+
+}  // namespace
+
+DifferenceRows::DifferenceRows(KStack* stack, KRowPainter& painter, std::int32_t* coverage,
+                               std::int32_t first, std::int32_t end)
+    : stack_(stack),
+      painter_(painter),
+      coverage_(coverage + first),
+      line_(first, end),
+      first_(first),
+      width_(end - first),
+      room_(width_ > kPixels / kMostRows ? std::max(kPixels / width_, 1) : kMostRows),
+      blocks_((width_ + 6) >> 2),
+      lineStride_(4 * blocks_ + ((blocks_ + 31) >> 5)),
+      lines_(static_cast<std::uint32_t*>(
+          stack->Alloc(static_cast<unsigned>(room_ * lineStride_ * 4)))) {}
+
+DifferenceRows::~DifferenceRows() { stack_->DeAlloc(lines_); }
+
+void DifferenceRows::Begin(std::int32_t y, bool inside, std::int32_t rows, std::int32_t edges) {
+  if (y != y_ + waiting_ || inside != inside_ || waiting_ + rows > room_) Paint();
+  if (waiting_ == 0) {
+    y_ = y;
+    inside_ = inside;
+    freeRange_ = ranges_;
+  }
+  begun_ = {freeRange_, 2 * edges, lineStride_, rows};
+  if (edges > 0) freeRange_ += 2 * edges * rows;
+  line_.GoTo(LineOf(waiting_), LineOf(waiting_) + 4 * blocks_);
+  std::fill_n(edges_ + waiting_, rows, edges);
+  waiting_ += rows;
+  if (used_ >= waiting_) return;
+  std::fill(LineOf(used_), LineOf(waiting_), 0u);
+  used_ = waiting_;
+}
+
+void DifferenceRows::AddEdge(SlopedEdge& edge, std::uint64_t place, std::int32_t weight) {
+  line_.AddRows(edge, place, weight, begun_);
+  begun_.first += 2;
+}
+
+void DifferenceRows::Paint() {
+  if (waiting_ == 0) return;
+  painter_.GoTo(y_);
+  KRowDifferences rows{.line = lines_,
+                       .touched = lines_ + 4 * blocks_,
+                       .lineStride = lineStride_,
+                       .edges = edges_,
+                       .ranges = ranges_,
+                       .rows = waiting_,
+                       .start = inside_ ? std::uint32_t{kFull} : 0,
+                       .stride = 0};
+  if (!painter_.Differences(first_, first_ + width_, rows)) SumUp();
+  waiting_ = 0;
+}
+
+void DifferenceRows::SumUp() {
+  const std::int32_t* range = ranges_;
+  for (std::int32_t row = 0; row < waiting_; ++row) {
+    std::uint32_t* const line = LineOf(row);
+    std::uint32_t* const touched = line + 4 * blocks_;
+    line_.GoTo(line, touched);
+    for (std::int32_t i = 0; i < edges_[row]; ++i, range += 2) {
+      if (range[0] < range[1]) line_.MarkRange(range[0], range[1] - 1);
+    }
+    painter_.GoTo(y_ + row);
+    SumUpRow(line, touched);
+  }
+}
+
+void DifferenceRows::SumUpRow(std::uint32_t* line, std::uint32_t* touched) {
+  std::uint32_t sum = inside_ ? kFull : 0;
+  std::int32_t done = 0;
+  // Pixels that no piece touches are all alike.
+  const auto paintLevel = [&](std::int32_t to) {
+    const std::int32_t level = Settled(sum);
+    if (level == 0 || done >= to) return;
+    if (level == kWhole) return painter_.Solid(first_ + done, first_ + to);
+    std::fill(coverage_ + done, coverage_ + to, level);
+    painter_.Covered(first_ + done, first_ + to);
+  };
+  for (std::int32_t word = 0; word < (blocks_ + 31) >> 5; ++word) {
+    std::uint32_t bits = touched[word];
+    touched[word] = 0;
+    while (bits != 0) {
+      const int first = std::countr_zero(bits);
+      const int count = std::countr_one(bits >> first);
+      bits &= count == 32 ? 0 : ~(((std::uint32_t{1} << count) - 1) << first);
+      const std::int32_t from = std::min(128 * word + 4 * first, width_);
+      const std::int32_t to = std::min(from + 4 * count, width_);
+      paintLevel(from);
+      sum = SumUp(line, from, to, sum);
+      painter_.Covered(first_ + from, first_ + to);
+      done = to;
+    }
+  }
+  line[width_] = 0;
+  paintLevel(width_);
+}
+
+// Writes the coverage of columns, and empties their differences.
+std::uint32_t DifferenceRows::SumUp(std::uint32_t* line, std::int32_t from, std::int32_t to,
+                                    std::uint32_t sum) {
+  for (std::int32_t column = from; column < to; ++column) {
+    sum += line[column];
+    line[column] = 0;
+    coverage_[column] = Settled(sum);
+  }
+  return sum;
+}
+
+}  // namespace kalvora
