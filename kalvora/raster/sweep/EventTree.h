@@ -2,6 +2,9 @@
 #ifndef KALVORA_RASTER_SWEEP_EVENTTREE_H
 #define KALVORA_RASTER_SWEEP_EVENTTREE_H
 
+#include <algorithm>
+#include <bit>
+#include <cstddef>
 #include <cstdint>
 
 namespace kalvora {
@@ -12,44 +15,50 @@ class EventTree {
  public:
   static constexpr std::uint32_t kNever = UINT32_MAX;
 
-  /// A key and whose it is, in one word: what is stored in parts is waited for when it is copied.
+  /// A key and the place of the one whose it is, in one word: what is stored in parts is waited for
+  /// when it is copied. Among equal keys the first place counts.
   using Event = std::uint64_t;
   static std::uint32_t KeyOf(Event event) { return static_cast<std::uint32_t>(event >> 32); }
-  static std::uint32_t WhoOf(Event event) { return static_cast<std::uint32_t>(event); }
 
   /// Events of memory for `count` keys.
   static constexpr std::size_t Room(std::size_t count) { return 2 * count; }
 
-  EventTree(Event* memory, std::uint32_t count) : nodes_(memory), count_(count) {}
+  EventTree(Event* memory, std::uint32_t count)
+      : nodes_(memory), count_(count), deepest_(std::bit_ceil(count)) {}
 
   /// Sets a key before Build.
-  void Init(std::uint32_t i, std::uint32_t key) {
-    nodes_[count_ + i] = std::uint64_t{key} << 32 | i;
-  }
+  void Init(std::uint32_t i, std::uint32_t key) { nodes_[count_ + i] = EventAt(count_ + i, key); }
   void Build() {
-    for (std::uint32_t node = count_ - 1; node > 0; --node) nodes_[node] = Lesser(node);
+    for (std::uint32_t node = count_ - 1; node > 0; --node) {
+      nodes_[node] = std::min(nodes_[2 * node], nodes_[2 * node + 1]);
+    }
   }
   void Set(std::uint32_t i, std::uint32_t key) {
     std::uint32_t node = count_ + i;
-    if (KeyOf(nodes_[node]) == key) return;
-    Init(i, key);
-    while (node >>= 1) {
-      const Event least = Lesser(node);
-      if (least == nodes_[node]) return;
+    Event least = EventAt(node, key);
+    if (nodes_[node] == least) return;
+    nodes_[node] = least;
+    while (node > 1) {
+      least = std::min(least, nodes_[node ^ 1]);
+      node >>= 1;
       nodes_[node] = least;
     }
   }
-  /// Among equal keys any.
   Event First() const { return nodes_[1]; }
+  std::uint32_t WhoOf(Event event) const {
+    const std::uint32_t place = static_cast<std::uint32_t>(event) - count_;
+    return place < count_ ? place : place - count_;
+  }
 
  private:
-  Event Lesser(std::uint32_t node) const {
-    const Event* below = nodes_ + 2 * node;
-    return below[KeyOf(below[1]) < KeyOf(below[0])];
+  // Places count the leaves from the first of the lowest level on, then those above it.
+  Event EventAt(std::uint32_t leaf, std::uint32_t key) const {
+    return std::uint64_t{key} << 32 | (leaf < deepest_ ? leaf + count_ : leaf);
   }
 
   Event* nodes_;  // [1] is the root, [count] and on the keys
   std::uint32_t count_;
+  std::uint32_t deepest_;
 };
 
 }  // namespace kalvora

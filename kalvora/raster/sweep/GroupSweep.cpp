@@ -70,7 +70,7 @@ std::int32_t GroupSweep::Sweep() {
   for (;;) {
     const EventTree::Event first = tree.First();
     const std::uint32_t key = EventTree::KeyOf(first);
-    Cursor& cursor = cursors_[EventTree::WhoOf(first)];
+    Cursor& cursor = cursors_[tree.WhoOf(first)];
     if (key == EventTree::kNever) break;
     const std::int32_t y = static_cast<std::int32_t>(key >> 2);
     if (y > now_) {
@@ -115,7 +115,9 @@ void GroupSweep::AddDownTo(Cursor& cursor, std::int32_t y, std::int32_t weight) 
 }
 
 void GroupSweep::EndPiece(Cursor& cursor, EventTree& tree) {
-  AddDownTo(cursor, cursor.end, cursor.role - cursor.assumed);
+  if (cursor.role != cursor.assumed) {
+    AddDownTo(cursor, cursor.end, cursor.role - cursor.assumed);
+  }
   const std::int32_t x = cursor.xEnd;
   if (!cursor.Next(cursor.chain->winding)) {
     Remove(cursor, tree);
