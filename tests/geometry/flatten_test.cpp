@@ -10,6 +10,7 @@
 #include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"
 #include "kalvora/geometry/curves.h"
+#include "kalvora/geometry/halving/forms.h"
 #include "kalvora/raster/KStack.h"
 #include "kalvora/raster/ring.h"
 
@@ -162,11 +163,16 @@ TEST(Flatten, PointsAreTheTables) {
     Halve(plain, c, 2 * static_cast<std::uint32_t>(tolerance.raw));
     plain.push_back(c.back());
     const kalvora::Flatness flatness(tolerance);
-    const int n = c.size() == 3 ? kalvora::FlattenCurve<2>(c.data(), points.data(), 1, flatness)
-                                : kalvora::FlattenCurve<3>(c.data(), points.data(), 1, flatness);
-    if (n > 100) continue;
-    points.resize(static_cast<std::size_t>(n));
-    ASSERT_EQ(points, plain) << i;
+    // In words, and in vectors where the processor has them.
+    for (const auto flatten :
+         {c.size() == 3 ? kalvora::words::FlattenCurve<2> : kalvora::words::FlattenCurve<3>,
+          c.size() == 3 ? kalvora::FlattenCurve<2> : kalvora::FlattenCurve<3>}) {
+      points.resize(256);
+      const int n = flatten(c.data(), points.data(), 1, flatness);
+      if (n > 100) continue;
+      points.resize(static_cast<std::size_t>(n));
+      ASSERT_EQ(points, plain) << i;
+    }
   }
 }
 
