@@ -185,7 +185,11 @@ struct StepColor {
     const int n = to - from;
 #if KALVORA_LANES == 8
     // One copy of the code, in place of the three of Pixels.
-    for (int x = 0; x < n; x += kLanes) PixelsAt(pixels + from, x, Part(n - x), mix);
+    int x = 0;
+    do {
+      PixelsAt(pixels + from, x, Part(n - x), mix);
+      x += kLanes;
+    } while (__builtin_expect(x < n, 0));
 #else
     Pixels(pixels + from, n, mix);
 #endif
@@ -201,6 +205,7 @@ struct StepColor {
   }
   void Row(const StepsOfRow& row, std::uint32_t* pixels) const {
     const auto [x0, x1, inner0, inner1] = StepColumns(row);
+    if (x0 >= x1) return;
     // Narrow rows, and those whose edges lie above each other, in one. Otherwise vectors at the
     // ends are whole ones where they can be.
     if (x1 - x0 <= kLanes || inner0 > inner1) return Columns<BetweenEdges>(row, pixels, x0, x1);
