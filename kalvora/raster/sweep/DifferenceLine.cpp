@@ -12,12 +12,12 @@ constexpr std::int32_t kWhole = 0x10000;
 
 void DifferenceLine::Add(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom,
                          std::int32_t height, std::int32_t weight) {
-  AddPiece(edge, xTop, xBottom, height, weight);
+  AddPiece<false>(edge, xTop, xBottom, height, weight);
 }
 
 void DifferenceLine::AddRow(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom,
                             std::int32_t weight) {
-  AddPiece(edge, xTop, xBottom, kWholeHeight, weight);
+  AddPiece<true>(edge, xTop, xBottom, kWholeHeight, weight);
 }
 
 void DifferenceLine::AddVertical(std::int32_t x, std::int32_t height, std::int32_t weight) {
@@ -38,7 +38,7 @@ void DifferenceLine::AddRows(SlopedEdge& edge, std::uint64_t place, std::int32_t
   for (std::int32_t row = 0; row < rows.rows; ++row) {
     const std::int32_t xTop = x;
     x = SlopedEdge::XOf(place += step);
-    AddPiece<false>(edge, xTop, x, kWholeHeight, weight);
+    AddPiece<true, false>(edge, xTop, x, kWholeHeight, weight);
     range[0] = std::max((std::min(x, xTop) >> 16) - first_, 0);
     range[1] = std::clamp((std::max(x, xTop) >> 16) - first_ + 2, 1, width_);
     range += rows.rangeStride;

@@ -57,8 +57,9 @@ class DifferenceLine {
   // Where products of 64 bits cost little, and a wrong guess much.
   static constexpr bool kWideWords = sizeof(void*) > 4;
 
-  // A touched column is marked where no range tells of it.
-  template <bool kMark = true>
+  // A touched column is marked where no range tells of it. Whether a whole row of an edge lies in
+  // one column nobody foresees; of the short pieces between vertices nearly all do.
+  template <bool kWhole, bool kMark = true>
   [[gnu::always_inline]] void AddPiece(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom,
                                        std::int32_t height, std::int32_t weight) {
     const bool goesLeft = xBottom < xTop;
@@ -67,7 +68,7 @@ class DifferenceLine {
     if (right - left > 1 || !IsDrawn(left) || !IsDrawn(right)) {
       return AddSlanted(edge, xTop, xBottom, height, weight, kMark);
     }
-    if (kWideWords) {
+    if (kWideWords && kWhole) {
       AddNarrow(edge, xTop, xBottom, left, left - right, height, weight);
     } else if (left == right) {
       AddUpright(left, (xTop & 0xFFFF) + (xBottom & 0xFFFF), height, weight);
