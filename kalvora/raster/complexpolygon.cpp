@@ -16,7 +16,7 @@ void DrawComplexPolygon(const RasterJob& job, const KMergeNode* begin, const KMe
   KRowPainter painter(job);
   if (!painter.Bind()) return;
   const InsideRule inside(job.fillRule, job.clipped, job.clipRule);
-  DifferenceRows differences(job.stack, painter, job.style->lineBuffer, box.x0, box.x1);
+  DifferenceRows differences(job.stack, painter, job.style->lineBuffer, box);
   if (!differences.Ready()) return;
   ActiveChains chains(job.stack, begin, end, box, inside);
   if (!chains.Ready()) return;

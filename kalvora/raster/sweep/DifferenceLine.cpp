@@ -24,27 +24,48 @@ void DifferenceLine::AddVertical(std::int32_t x, std::int32_t height, std::int32
   const std::int32_t column = (x >> 16) - first_;
   if (column >= width_) return;
   if (column < 0) return AddToFirst(2 * height * weight, true);
-  AddUpright(column, 2 * (x & 0xFFFF), height, weight);
+  AddUpright(line_ + column, 2 * (x & 0xFFFF), height, weight);
   Mark(column);
   Mark(column + 1);
 }
 
-void DifferenceLine::AddRows(SlopedEdge& edge, std::uint64_t place, std::int32_t weight,
-                             const RowRanges& rows) {
+// As AddPiece does it, but what is the same in all rows is said once.
+template <bool kGoesLeft>
+void DifferenceLine::AddAlong(SlopedEdge& edge, std::uint64_t place, std::int32_t weight,
+                              RowRanges rows) {
   const std::uint64_t step = static_cast<std::uint64_t>(edge.ratio) << 16;
-  std::uint32_t* const line = line_;
+  const std::int32_t first = first_, width = width_;
+  if (step != 0) edge.NeedGain();
+  const Slope slope{edge.gain, edge.shift, kGoesLeft};
+  std::uint32_t* line = line_;
   std::int32_t* range = rows.first;
   std::int32_t x = SlopedEdge::XOf(place);
   for (std::int32_t row = 0; row < rows.rows; ++row) {
     const std::int32_t xTop = x;
     x = SlopedEdge::XOf(place += step);
-    AddPiece<true, false>(edge, xTop, x, kWholeHeight, weight);
-    range[0] = std::max((std::min(x, xTop) >> 16) - first_, 0);
-    range[1] = std::clamp((std::max(x, xTop) >> 16) - first_ + 2, 1, width_);
+    const std::int32_t low = kGoesLeft ? x : xTop, high = kGoesLeft ? xTop : x;
+    const std::int32_t left = (low >> 16) - first, right = (high >> 16) - first;
+    if (right - left <= 1 && left >= 0 && right < width) {
+      AddNarrow<false>(line + left, slope, low & 0xFFFF, high & 0xFFFF, left - right, kWholeHeight,
+                       weight);
+      range[0] = left;
+      range[1] = std::min(right + 2, width);
+    } else {
+      std::swap(line_, line);
+      AddSlanted(edge, xTop, x, kWholeHeight, weight, false);
+      std::swap(line_, line);
+      range[0] = std::max(left, 0);
+      range[1] = std::clamp(right + 2, 1, width);
+    }
     range += rows.rangeStride;
-    line_ += rows.lineStride;
+    line += rows.lineStride;
   }
-  line_ = line;
+}
+
+void DifferenceLine::AddRows(SlopedEdge& edge, std::uint64_t place, std::int32_t weight,
+                             RowRanges rows) {
+  edge.ratio < 0 ? AddAlong<true>(edge, place, weight, rows)
+                 : AddAlong<false>(edge, place, weight, rows);
 }
 
 namespace {

@@ -47,38 +47,29 @@ class DifferenceLine {
     std::ptrdiff_t lineStride;
     std::int32_t rows;
   };
-  void AddRows(SlopedEdge& edge, std::uint64_t place, std::int32_t weight, const RowRanges& rows);
+  void AddRows(SlopedEdge& edge, std::uint64_t place, std::int32_t weight, RowRanges rows);
   /// The same for a vertical line.
   void AddVertical(std::int32_t x, std::int32_t height, std::int32_t weight);
   /// Marks columns, `last` included.
   void MarkRange(std::int32_t from, std::int32_t last);
 
  private:
-  // Where products of 64 bits cost little, and a wrong guess much.
-  static constexpr bool kWideWords = sizeof(void*) > 4;
-
-  // A touched column is marked where no range tells of it. Whether a whole row of an edge lies in
-  // one column nobody foresees; of the short pieces between vertices nearly all do.
-  template <bool kWhole, bool kMark = true>
+  // Whether a whole row of an edge lies in one column nobody foresees; of the short pieces between
+  // vertices nearly all do.
+  template <bool kWhole>
   [[gnu::always_inline]] void AddPiece(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom,
                                        std::int32_t height, std::int32_t weight) {
     const bool goesLeft = xBottom < xTop;
-    const std::int32_t left = ((goesLeft ? xBottom : xTop) >> 16) - first_;
-    const std::int32_t right = ((goesLeft ? xTop : xBottom) >> 16) - first_;
+    const std::int32_t low = goesLeft ? xBottom : xTop, high = goesLeft ? xTop : xBottom;
+    const std::int32_t left = (low >> 16) - first_, right = (high >> 16) - first_;
     if (right - left > 1 || !IsDrawn(left) || !IsDrawn(right)) {
-      return AddSlanted(edge, xTop, xBottom, height, weight, kMark);
+      return AddSlanted(edge, xTop, xBottom, height, weight, true);
     }
-    if (kWideWords && kWhole) {
-      AddNarrow(edge, xTop, xBottom, left, left - right, height, weight);
-    } else if (left == right) {
-      AddUpright(left, (xTop & 0xFFFF) + (xBottom & 0xFFFF), height, weight);
-    } else {
-      AddNarrow(edge, xTop, xBottom, left, -1, height, weight);
-    }
-    if (kMark) {
-      Mark(left);
-      Mark(right + 1);
-    }
+    if (edge.gain == 0 && left != right) edge.NeedGain();
+    AddNarrow<!kWhole>(line_ + left, {edge.gain, edge.shift, goesLeft}, low & 0xFFFF, high & 0xFFFF,
+                       left - right, height, weight);
+    Mark(left);
+    Mark(right + 1);
   }
   bool IsDrawn(std::int32_t column) const {
     return static_cast<std::uint32_t>(column) < static_cast<std::uint32_t>(width_);
@@ -88,33 +79,42 @@ class DifferenceLine {
     return static_cast<std::int32_t>((std::int64_t{height} * fraction) >> 16);
   }
   // Within one column; `fractions` is the sum of those of both x.
-  void AddUpright(std::int32_t column, std::int32_t fractions, std::int32_t height,
-                  std::int32_t weight) {
+  static void AddUpright(std::uint32_t* line, std::int32_t fractions, std::int32_t height,
+                         std::int32_t weight) {
     const std::int32_t beside = Share(height, fractions);
-    line_[column] += static_cast<std::uint32_t>(weight * (2 * height - beside));
-    line_[column + 1] += static_cast<std::uint32_t>(weight * beside);
+    line[0] += static_cast<std::uint32_t>(weight * (2 * height - beside));
+    line[1] += static_cast<std::uint32_t>(weight * beside);
   }
-  // In one column or, when `two` has all bits and not none, in two, of which AddSlanted tells:
-  // without branches, because nobody foresees which of them it is.
-  void AddNarrow(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t left,
-                 std::int32_t two, std::int32_t height, std::int32_t weight) {
-    if (edge.gain == 0 && two != 0) edge.NeedGain();
-    const bool goesLeft = xBottom < xTop;
-    const std::int32_t low = (goesLeft ? xBottom : xTop) & 0xFFFF;
-    const std::int32_t high = (goesLeft ? xTop : xBottom) & 0xFFFF;
-    const auto toBorder = static_cast<std::uint32_t>(goesLeft ? high : 0x10000 - low);
+  struct Slope {
+    std::uint32_t gain;
+    std::uint8_t shift;
+    bool goesLeft;
+  };
+  // In one column or, when `two` has all bits and not none, in two, of which AddSlanted tells.
+  // `low` and `high` are the fractions of both x. Which of them it is costs a branch, or products
+  // of 64 bits, which are dear on 32-bit machines.
+  template <bool kBranches>
+  [[gnu::always_inline]] static void AddNarrow(std::uint32_t* line, Slope slope, std::int32_t low,
+                                               std::int32_t high, std::int32_t two,
+                                               std::int32_t height, std::int32_t weight) {
+    if (kBranches || sizeof(void*) == 4) {
+      if (two == 0) return AddUpright(line, low + high, height, weight);
+      two = -1;
+    }
+    const auto toBorder = static_cast<std::uint32_t>(slope.goesLeft ? high : 0x10000 - low);
     const auto after = static_cast<std::int32_t>(std::min<std::uint64_t>(
-        (std::uint64_t{edge.gain} * toBorder) >> edge.shift, static_cast<std::uint32_t>(height)));
-    const std::int32_t reached = goesLeft ? height - after : after;
+        (std::uint64_t{slope.gain} * toBorder) >> slope.shift, static_cast<std::uint32_t>(height)));
+    const std::int32_t reached = slope.goesLeft ? height - after : after;
     const std::int32_t inOne = 2 * height - Share(height, low + high);
     const std::int32_t inFirst = Share(reached, 0x10000 - low);
     const std::int32_t entering = inOne ^ ((inOne ^ inFirst) & two);
     const std::int32_t beyond = Share(height - reached, high) & two;
-    std::uint32_t* const line = line_ + left;
     line[0] += static_cast<std::uint32_t>(weight * entering);
     line[1] += static_cast<std::uint32_t>(weight * (2 * height - beyond - entering));
     line[2] += static_cast<std::uint32_t>(weight * beyond);
   }
+  template <bool kGoesLeft>
+  void AddAlong(SlopedEdge& edge, std::uint64_t place, std::int32_t weight, RowRanges rows);
   void AddSlanted(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t height,
                   std::int32_t weight, bool mark);
 

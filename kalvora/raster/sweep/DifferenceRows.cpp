@@ -25,36 +25,33 @@ std::int32_t Settled(std::uint32_t sum) {
 }  // namespace
 
 DifferenceRows::DifferenceRows(KStack* stack, KRowPainter& painter, std::int32_t* coverage,
-                               std::int32_t first, std::int32_t end)
+                               const DrawnBox& box)
     : stack_(stack),
       painter_(painter),
-      coverage_(coverage + first),
-      line_(first, end),
-      first_(first),
-      width_(end - first),
+      coverage_(coverage + box.x0),
+      line_(box.x0, box.x1),
+      first_(box.x0),
+      width_(box.x1 - box.x0),
       room_(width_ > kPixels / kMostRows ? std::max(kPixels / width_, 1) : kMostRows),
       blocks_((width_ + 6) >> 2),
-      lineStride_(4 * blocks_ + ((blocks_ + 31) >> 5)),
-      lines_(static_cast<std::uint32_t*>(
-          stack->Alloc(static_cast<unsigned>(room_ * lineStride_ * 4)))) {}
+      lineStride_(4 * blocks_ + ((blocks_ + 31) >> 5)) {
+  room_ = std::min(room_, box.y1 - box.y0);
+  const auto words = static_cast<std::uint32_t>(room_ * lineStride_);
+  const auto ranges = static_cast<std::uint32_t>(room_ * kMostEdges * 2);
+  lines_ = static_cast<std::uint32_t*>(stack->Alloc((words + ranges) * sizeof(std::uint32_t)));
+  if (!lines_) return;
+  std::fill_n(lines_, words, 0u);
+  ranges_ = freeRange_ = reinterpret_cast<std::int32_t*>(lines_ + words);
+}
 
 DifferenceRows::~DifferenceRows() { stack_->DeAlloc(lines_); }
 
 void DifferenceRows::Begin(std::int32_t y, bool inside, std::int32_t rows, std::int32_t edges) {
-  if (y != y_ + waiting_ || inside != inside_ || waiting_ + rows > room_) Paint();
-  if (waiting_ == 0) {
-    y_ = y;
-    inside_ = inside;
-    freeRange_ = ranges_;
-  }
+  GoOn(y, inside, rows);
   begun_ = {freeRange_, 2 * edges, lineStride_, rows};
-  if (edges > 0) freeRange_ += 2 * edges * rows;
-  line_.GoTo(LineOf(waiting_), LineOf(waiting_) + 4 * blocks_);
+  freeRange_ += 2 * edges * rows;
   std::fill_n(edges_ + waiting_, rows, edges);
   waiting_ += rows;
-  if (used_ >= waiting_) return;
-  std::fill(LineOf(used_), LineOf(waiting_), 0u);
-  used_ = waiting_;
 }
 
 void DifferenceRows::AddEdge(SlopedEdge& edge, std::uint64_t place, std::int32_t weight) {
@@ -75,6 +72,7 @@ void DifferenceRows::Paint() {
                        .stride = 0};
   if (!painter_.Differences(first_, first_ + width_, rows)) SumUp();
   waiting_ = 0;
+  freeRange_ = ranges_;
 }
 
 void DifferenceRows::SumUp() {

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "kalvora/raster/KRowPainter.h"
+#include "kalvora/raster/polygon.h"
 #include "kalvora/raster/sweep/DifferenceLine.h"
 
 class KStack;
@@ -20,12 +21,11 @@ namespace kalvora {
 class DifferenceRows {
  public:
   /// Rows that are begun at once, and edges through them.
-  static constexpr std::int32_t kMostRows = 8;
+  static constexpr std::int32_t kMostRows = 32;
   static constexpr std::int32_t kMostEdges = 16;
 
-  /// For the columns [first, end). The memory comes from `stack`; see Ready.
-  DifferenceRows(KStack* stack, KRowPainter& painter, std::int32_t* coverage, std::int32_t first,
-                 std::int32_t end);
+  /// For the columns and rows of `box`. The memory comes from `stack`; see Ready.
+  DifferenceRows(KStack* stack, KRowPainter& painter, std::int32_t* coverage, const DrawnBox& box);
   ~DifferenceRows();
   DifferenceRows(const DifferenceRows&) = delete;
   DifferenceRows& operator=(const DifferenceRows&) = delete;
@@ -38,7 +38,10 @@ class DifferenceRows {
   std::int32_t Room() const { return room_; }
 
   /// Begins the row y. `inside` says what lies to the left of the first column.
-  void Begin(std::int32_t y, bool inside) { Begin(y, inside, 1, kByMarks); }
+  void Begin(std::int32_t y, bool inside) {
+    GoOn(y, inside, 1);
+    edges_[waiting_++] = KRowDifferences::kByMarks;
+  }
   /// Begins rows from y on, for edges that do not touch.
   void Begin(std::int32_t y, bool inside, std::int32_t rows, std::int32_t edges);
   /// The next of these edges, from left to right, which comes into the first row at `place`.
@@ -49,8 +52,17 @@ class DifferenceRows {
   void Paint();
 
  private:
-  static constexpr std::int32_t kByMarks = KRowDifferences::kByMarks;
-
+  // Goes to the lines of the next rows; before that it paints those that wait, where these cannot
+  // be painted with them.
+  void GoOn(std::int32_t y, bool inside, std::int32_t rows) {
+    if (y != y_ + waiting_ || inside != inside_ || waiting_ + rows > room_) {
+      Paint();
+      y_ = y;
+      inside_ = inside;
+    }
+    std::uint32_t* const line = LineOf(waiting_);
+    line_.GoTo(line, line + 4 * blocks_);
+  }
   std::uint32_t* LineOf(std::int32_t row) const { return lines_ + row * lineStride_; }
   void SumUp();
   void SumUpRow(std::uint32_t* line, std::uint32_t* touched);
@@ -66,14 +78,13 @@ class DifferenceRows {
   std::int32_t blocks_;  // of four columns, with those after the last column
   std::ptrdiff_t lineStride_;
   std::uint32_t* lines_;
-  std::int32_t used_ = 0;     // lines so far: from then on they are zero before they are added to
+  std::int32_t* ranges_;  // of the rows that wait, and room for kMostEdges in all of them
+  std::int32_t* freeRange_;
   std::int32_t waiting_ = 0;  // rows
   std::int32_t y_ = 0;        // of the first that waits
   bool inside_ = false;
   DifferenceLine::RowRanges begun_{};  // of the next edge
-  std::int32_t* freeRange_ = nullptr;
   std::int32_t edges_[kMostRows];
-  std::int32_t ranges_[kMostRows * kMostEdges * 2];
 };
 
 }  // namespace kalvora

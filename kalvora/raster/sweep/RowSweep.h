@@ -40,7 +40,7 @@ class RowSweep {
   using Group = ActiveChains::Group;
   static constexpr std::size_t kFew = 8;
   static constexpr std::size_t kMany = 128;
-  static constexpr std::int32_t kFewestCalm = 4;  // rows that are worth a look at all chains
+  static constexpr std::int32_t kFewestCalm = 2;  // rows that are worth a look at all chains
   static constexpr std::int32_t kShortestPause = 2;
 
   std::int32_t AddCalm(std::int32_t top, std::int32_t rows);
