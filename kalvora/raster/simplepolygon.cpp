@@ -46,7 +46,7 @@ struct Chain {
   std::int32_t RightOf() const { return kRow - (top & 0xFFFF); }
 };
 
-// The edge of a part that is as high as a row, whose slope counts as in other parts.
+// The edge of a part that may be as high as a row: its slope counts as in other parts.
 StepEdge HighPart(const StepEdge& e) {
   if ((e.slope < 0) == (e.top > e.bottom)) return e;
   const auto middle = static_cast<std::int32_t>((std::int64_t{e.top} + e.bottom) >> 1);
@@ -83,7 +83,7 @@ class Rows {
   /// Covers what lies between two edges over a step of that height, and paints the row when it was
   /// the last.
   void Step(const StepEdge& left, const StepEdge& right, std::int32_t y, std::int32_t stop) {
-    if (stop - y == kRow) return WholeRow(left, right);
+    if (stop - y == kRow && !inSteps_) return WholeLine(left, right);
     Part(left, right, stop - y);
     if (stop & (kRow - 1)) return;
     Finish();
@@ -174,12 +174,12 @@ class Rows {
 
   // A step too low to be drawn adds its height to the next of the row.
   void Part(const StepEdge& l, const StepEdge& r, std::int32_t height) {
+    const bool carries = carried_ != 0;
     height += carried_;
     carried_ = height < kLowestStep ? height : 0;
     if (carried_) return;
     if (inSteps_) {
-      const bool high = height == kRow;
-      if (steps_.Add(high ? HighPart(l) : l, high ? HighPart(r) : r, height)) return;
+      if (steps_.Add(carries ? HighPart(l) : l, carries ? HighPart(r) : r, height)) return;
       // So many steps are added up in the coverage line.
       inSteps_ = false;
       StartLine();
