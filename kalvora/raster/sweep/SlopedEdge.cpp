@@ -18,6 +18,7 @@ bool SlopedEdge::Find(const KVertex2D* v, std::int32_t direction, std::int32_t y
   y1 = to->y.raw;
   lower = to;
   gain = 0;
+  shift = 0;  // DifferenceLine shifts by it also where the result does not count
   hasRatio = false;
   return true;
 }
