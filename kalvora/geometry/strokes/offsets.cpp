@@ -7,6 +7,24 @@ using namespace kalvora;
 
 namespace {
 
+/// DirectionOf(v).Rounded().
+KVertex2D RoundedDirectionOf(Vector v) {
+#if defined(__x86_64__) || defined(__aarch64__)
+  // Roots and quotients of floating-point numbers take half of the time. DirectionOf differs from
+  // them by less than 10 units, which matters only where 16 bits are rounded the other way then.
+  constexpr std::int32_t kNear = 16, kStep = 1 << 14;
+  if (v.IsZero()) return {kZero, kZero};
+  const auto x = static_cast<double>(v.x), y = static_cast<double>(v.y);
+  const double inverse = Unit::kOne / __builtin_sqrt(x * x + y * y);
+  const Unit unit{static_cast<std::int32_t>(x * inverse), static_cast<std::int32_t>(y * inverse)};
+  const auto isClear = [](std::int32_t u) {
+    return ((u + kStep / 2 + kNear) & (kStep - 1)) >= 2 * kNear;
+  };
+  if (isClear(unit.x) && isClear(unit.y)) return unit.Rounded();
+#endif
+  return DirectionOf(v).Rounded();
+}
+
 /// Of a straight line, and of a curve's leg.
 KStretch StretchAlong(const Pen& pen, Vector v) {
   const Polar polar = ToPolar(v);
@@ -14,7 +32,7 @@ KStretch StretchAlong(const Pen& pen, Vector v) {
   return {direction, pen.Offset(direction), polar.length};
 }
 KStretch StretchToward(const Pen& pen, Vector leg) {
-  const KVertex2D direction = DirectionOf(leg).Rounded();
+  const KVertex2D direction = RoundedDirectionOf(leg);
   return {direction, pen.Offset(direction), 0};
 }
 
