@@ -15,11 +15,18 @@ void DifferenceLine::Add(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBott
   // Most of what lies between two vertices of a row: that is foreseen, unlike which way it leans.
   const std::int32_t column = (xTop >> 16) - first_;
   if (xTop >> 16 != xBottom >> 16 || !IsDrawn(column)) {
-    return AddPiece<false>(edge, xTop, xBottom, height, weight);
+    return AddFurther(edge, xTop, xBottom, height, weight);
   }
   AddUpright(line_ + column, (xTop & 0xFFFF) + (xBottom & 0xFFFF), height, weight);
   Mark(column);
   Mark(column + 1);
+}
+
+// Apart, because it needs the registers that Add then need not save.
+[[gnu::noinline]] void DifferenceLine::AddFurther(SlopedEdge& edge, std::int32_t xTop,
+                                                  std::int32_t xBottom, std::int32_t height,
+                                                  std::int32_t weight) {
+  AddPiece<false>(edge, xTop, xBottom, height, weight);
 }
 
 void DifferenceLine::AddRow(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom,

@@ -71,6 +71,8 @@ class DifferenceLine {
     Mark(left);
     Mark(right + 1);
   }
+  void AddFurther(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t height,
+                  std::int32_t weight);
   bool IsDrawn(std::int32_t column) const {
     return static_cast<std::uint32_t>(column) < static_cast<std::uint32_t>(width_);
   }
