@@ -262,13 +262,14 @@ bool RowSweep::KeepsOrder(const RowEntry* first, std::size_t count) const {
     return AreInOrder(*a, *b, top_);
   }
   RowEntry entries[kFew];
-  std::copy_n(first, count, entries);
   for (std::size_t i = 0; i < count; ++i) {
-    if (!entries[i].chain->starts) continue;
-    if (i + 1 == count || !ActiveChains::ArePair(*entries[i].chain, *entries[i + 1].chain)) {
+    entries[i] = {first[i].low, first[i].reached, first[i].chain};
+    if (!first[i].chain->starts) continue;
+    if (i + 1 == count || !ActiveChains::ArePair(*first[i].chain, *first[i + 1].chain)) {
       return false;
     }
     RowEntry &a = entries[i], &b = entries[++i];
+    b = {first[i].low, first[i].reached, first[i].chain};
     if (StartsLeft(b.chain->edge, a.chain->edge)) {
       std::swap(a, b);
       a.reached = b.reached = std::max(a.reached, b.reached);
