@@ -12,7 +12,7 @@
 namespace kalvora {
 
 /// A vector of any scale, wide enough for every difference of two points and for curves that are
-/// subdivided with further fraction bits. Components lie within +-2^50.
+/// subdivided with further fraction bits. Components lie within +-2^49.
 struct Vector {
   std::int64_t x, y;
 
@@ -91,8 +91,11 @@ constexpr std::int64_t Ratio(std::int64_t part, std::int64_t whole) {
 
 /// v t for t in 0..1, 30 fraction bits. Long vectors keep what 2^-13 units can tell.
 constexpr std::int64_t Part(std::int64_t v, std::int64_t t) {
-  return Abs(v) < std::int64_t{1} << 32 ? v * t >> Unit::kBits
-                                        : (v >> 18) * t >> (Unit::kBits - 18);
+  const bool isShort = static_cast<std::uint32_t>((v >> 32) + 1) <= 1;  // at the border both agree
+  return isShort
+             ? v * t >> Unit::kBits
+             : std::int64_t{static_cast<std::int32_t>(v >> 18)} * static_cast<std::int32_t>(t) >>
+                   (Unit::kBits - 18);
 }
 constexpr Vector Part(Vector v, std::int64_t t) { return {Part(v.x, t), Part(v.y, t)}; }
 

@@ -120,8 +120,16 @@ constexpr int ReducingShift(std::int64_t extent) {
   return shift > 0 ? shift : 0;
 }
 constexpr int ReducingShift(Vector v) { return ReducingShift(Abs(v.x) | Abs(v.y)); }
+/// v >> shift, which fits into a word, for shifts of 0 to 31.
+constexpr std::int32_t ShiftedWord(std::int64_t v, int shift) {
+  if constexpr (sizeof(void*) > 4) return static_cast<std::int32_t>(v >> shift);
+  // Half as long as a shift of two words by any number.
+  const auto bits = static_cast<std::uint64_t>(v);
+  const auto low = static_cast<std::uint32_t>(bits), high = static_cast<std::uint32_t>(bits >> 32);
+  return static_cast<std::int32_t>(low >> shift | high << 1 << (31 - shift));
+}
 constexpr ShortVector Shifted(Vector v, int shift) {
-  return ShortVector::Of({v.x >> shift, v.y >> shift});
+  return {ShiftedWord(v.x, shift), ShiftedWord(v.y, shift)};
 }
 constexpr ShortVector Reduced(Vector v) { return Shifted(v, ReducingShift(v)); }
 /// The length, at most 8 % too small.
