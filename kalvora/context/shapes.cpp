@@ -73,7 +73,7 @@ void KSoftContext2D::DrawPath(const KSoftPath* path) {
   if (mFill.type != KPaintNone) {
     KVertex2D** rings = nullptr;
     const unsigned count = FlattenPath(rings, path, &mTransform, true, &clip);
-    kalvora::RasterPolygon(Job(mFill, mFillRule), rings, count);
+    if (count > 0) kalvora::RasterPolygon(Job(mFill, mFillRule), rings, count);
     FreeRings(rings, count, true);
   }
   if (mStroke.type != KPaintNone) {

@@ -88,10 +88,22 @@ class Unseen {
     inside_ = {Range(clip->left, clip->right), Range(clip->top, clip->bottom)};
   }
 
-  /// Whether the subpath's ring lies beside the clip. A ring among others does so from where
-  /// RasterPolygon drops it.
-  bool Hides(const Subpath& subpath) const {
+  /// Whether the whole path lies beside the clip, on one side of it.
+  bool Hides(const KSoftPath& path) const {
     if (!limited_) return false;
+    VertexBox box;
+    for (const KSegment* segment = path.first; segment; segment = segment->next) {
+      const KVertex2D* point = segment->Start();
+      for (unsigned n = segment->PointCount(); n > 0; --n) box.Include(matrix_.Map(*point++));
+      if (!box.Misses(clip_, 0)) return false;
+    }
+    return true;
+  }
+
+  /// Whether the subpath's ring, in a path that is not hidden, lies beside the clip. A ring among
+  /// others does so from where RasterPolygon drops it.
+  bool Hides(const Subpath& subpath) const {
+    if (!limited_ || !several_) return false;
     const KVertex2D start = matrix_.Map(subpath.start);
     if (IsInside(start)) return false;
     VertexBox box;
@@ -101,7 +113,7 @@ class Unseen {
         box.Include(matrix_.Map(*points++));
       }
     });
-    return box.Misses(clip_, several_ ? DrawnBox::kMargin : 0);
+    return box.Misses(clip_, DrawnBox::kMargin);
   }
 
   /// Whether a straight line may stand for the curve, in a subpath that is not hidden: it leaves
@@ -211,13 +223,13 @@ int KStroker::GetBezierPts(KVertex2D* out, KVertex2D p0, KVertex2D c, KVertex2D 
 unsigned KStroker::FlattenPath(KVertex2D**& rings, const KSoftPath* path, const KSoftMatrix3D* m,
                                bool onStack, const KRect* clip) {
   rings = nullptr;
-  if (path->subpathCount == 0) return 0;
+  const Unseen unseen(clip, *path, *m);
+  if (path->subpathCount == 0 || unseen.Hides(*path)) return 0;
   const Memory memory{onStack ? stack : nullptr};
   rings =
       static_cast<KVertex2D**>(memory.Alloc(std::size_t{path->subpathCount} * sizeof(KVertex2D*)));
   if (!rings) return 0;
   unsigned count = 0;
-  const Unseen unseen(clip, *path, *m);
   const kalvora::Flatness flatness(Flatness());
   Flattener flattener(memory, *m, flatness, unseen);
   bool hidden = true, added = true;
