@@ -83,10 +83,13 @@ void RowSweep::AddPieces() {
   std::int32_t next = INT32_MAX;
   for (std::uint32_t i = 0; i < count; ++i) {
     Chain& chain = *entries[i].chain;
-    Extent extent;
+    std::int32_t low, high;
     bool joins = false;
     if (chain.straightTo <= bottom_ && (chain.TakeBelow(), chain.straightTo <= bottom_)) {
-      extent = Walk(chain);
+      Extent extent;
+      Walk(chain, extent);
+      low = extent.low;
+      high = extent.high;
       if (chain.ends) {
         chains_.HasEnded(i);
       } else {
@@ -99,21 +102,23 @@ void RowSweep::AddPieces() {
       chain.place += static_cast<std::uint64_t>(chain.edge.ratio) << 16;
       const std::int32_t x = chain.XBottom();
       if (chain.role != 0) line_.AddRow(chain.edge, chain.x, x, chain.role);
-      extent = {std::min(chain.x, x), std::max(chain.x, x)};
+      low = std::min(chain.x, x);
+      high = std::max(chain.x, x);
     }
-    if (extent.low <= reached || joins) Join(i, extent.low);
-    entries[i].low = extent.low;
-    entries[i].reached = reached = std::max(reached, extent.high);
+    if (low <= reached || joins) Join(i, low);
+    entries[i].low = low;
+    entries[i].reached = reached = std::max(reached, high);
   }
   nextVertex_ = next;
 }
 
-// A chain with vertices in the row, or one that starts.
-Extent RowSweep::Walk(Chain& chain) {
+// A chain with vertices in the row, or one that starts. Sets the extent where the caller has it:
+// returned, it would be loaded in one word after it was stored in two.
+void RowSweep::Walk(Chain& chain, Extent& extent) {
   SlopedEdge* at = &chain.edge;
   std::int32_t x = chain.XBottom();
   std::int32_t y = chain.starts ? at->y0 : top_;
-  Extent extent{x, x};
+  extent.low = extent.high = x;
   if (chain.starts) extent.Include(chain.x);
   chain.x = x;
   chain.turns = at->y1 <= bottom_;
@@ -129,7 +134,7 @@ Extent RowSweep::Walk(Chain& chain) {
       chain.place = SlopedEdge::PlaceOf(x);
       chain.straightTo = y;
       chain.ends = true;
-      return extent;
+      return;
     }
     x = at->x0;
   }
@@ -139,7 +144,6 @@ Extent RowSweep::Walk(Chain& chain) {
     line_.Add(*at, x, chain.XBottom(), (bottom_ - y) << kHeightBits, chain.role);
   }
   extent.Include(chain.XBottom());
-  return extent;
 }
 
 // Chains belong together when they touch the same x. The entries are sorted by an x that each

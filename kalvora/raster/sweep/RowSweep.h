@@ -46,7 +46,7 @@ class RowSweep {
   std::int32_t AddCalm(std::int32_t top, std::int32_t rows);
   bool StayApart(std::int32_t rows) const;
   void AddPieces();
-  Extent Walk(Chain& chain);
+  void Walk(Chain& chain, Extent& extent);
   void Join(std::uint32_t entry, std::int32_t low);
   void SolveGroup(const Group& group);
   bool StaysInside(const Group& group) const;
