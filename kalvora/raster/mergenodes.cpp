@@ -94,15 +94,17 @@ bool CollectTops(NodeList& list, const KVertex2D* ring) {
   if (direction == 0) return true;
   bool falls = direction > 0;
   std::int32_t y = first->y.raw;
-  for (const KVertex2D* v = first;; ++v) {
-    const std::int32_t then = (v == last ? first : v + 1)->y.raw;
-    // One jump for both conditions: which way an edge goes cannot be foreseen.
+  // One jump for both conditions: which way an edge goes cannot be foreseen.
+  const auto pass = [&](const KVertex2D* v, std::int32_t then) {
     const bool top = !falls & (then > y);
-    if (top && !list.Append(v)) return false;
-    if (v == last) return true;
     falls = (then > y) | (falls & (then == y));
     y = then;
+    return !top || list.Append(v);
+  };
+  for (const KVertex2D* v = first; v != last; ++v) {
+    if (!pass(v, v[1].y.raw)) return false;
   }
+  return pass(last, first->y.raw);
 }
 
 }  // namespace
