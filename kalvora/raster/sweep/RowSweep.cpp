@@ -92,16 +92,18 @@ void RowSweep::AddPieces() {
       high = extent.high;
       if (chain.ends) {
         chains_.HasEnded(i);
-      } else {
+      } else if (chain.role != 0) {
         next = std::min(next, (chain.turns ? chain.below : chain.edge).y1);
       }
       joins = chain.starts;
     } else {
-      next = std::min(next, chain.straightTo);
       chain.x = chain.XBottom();
       chain.place += static_cast<std::uint64_t>(chain.edge.ratio) << 16;
       const std::int32_t x = chain.XBottom();
-      if (chain.role != 0) line_.AddRow(chain.edge, chain.x, x, chain.role);
+      if (chain.role != 0) {
+        next = std::min(next, chain.straightTo);
+        line_.AddRow(chain.edge, chain.x, x, chain.role);
+      }
       low = std::min(chain.x, x);
       high = std::max(chain.x, x);
     }

@@ -44,7 +44,8 @@ class RowSweep {
   static constexpr std::int32_t kShortestPause = 2;
 
   std::int32_t AddCalm(std::int32_t top, std::int32_t rows);
-  bool StayApart(std::int32_t rows) const;
+  bool StayApart(std::int32_t bottom, std::int32_t rows) const;
+  bool StayApartBent(std::int32_t bottom, std::int32_t rows) const;
   void AddPieces();
   void Walk(Chain& chain, Extent& extent);
   void Join(std::uint32_t entry, std::int32_t low);
@@ -63,7 +64,8 @@ class RowSweep {
   std::int32_t top_ = 0;
   std::int32_t bottom_ = 0;
   std::uint32_t groupCount_ = 0;
-  std::int32_t nextVertex_ = INT32_MIN;  // no chain of the last row has one above that y
+  std::int32_t nextVertex_ =
+      INT32_MIN;  // no chain of the last row with a role has one above that y
   std::int32_t pause_ = kShortestPause;  // rows; see StayApart
   std::int32_t busyTo_ = INT32_MIN;      // above that y calm rows need not be looked for
 };
