@@ -70,7 +70,7 @@ bool KStrokeBuilder::ComputeInit() {
   k_.start = k_.point;
   k_.heading = {kOne, kZero};
   k_.empty = true;
-  k_.pending = k_.atStart = false;
+  k_.pending = k_.atStart = glides_ = false;
   fanSteps_ = 0;
   return out_.Open(reserve_);
 }

@@ -116,6 +116,7 @@ class KStrokeBuilder {
   std::uint32_t reserve_ = 0;  // room for the next ring
   unsigned fanSteps_ = 0;      // of the present fan
   kalvora::Side fanSide_ = kalvora::Side::kLeft;
+  bool glides_ = false;   // the next piece of the present curve begins with a turn too small to see
   bool crossed_ = false;  // the last join took the crossing of its inner sides
   kalvora::Side inner_ = kalvora::Side::kLeft;  // of the last join
 };

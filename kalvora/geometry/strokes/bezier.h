@@ -66,6 +66,7 @@ struct Bezier {
   }
 
   /// The halves, or the parts before and after a point between, as `between` of two points says.
+  /// Either may take the place of the whole.
   template <typename Between>
   void Cut(Bezier& before, Bezier& after, Between between) const {
     const Vector first = between(p[0], p[1]), last = between(p[ORDER - 1], p[ORDER]);
@@ -310,8 +311,7 @@ void Subdivide(const Bezier<ORDER>& curve, const Pen& pen, const KSoftMatrix3D& 
   for (;;) {
     int course = CourseOf(piece, pen);
     if (course < 0 && depth < deepest) {
-      part = piece;
-      part.Halve(piece, pending[count]);
+      piece.Halve(piece, pending[count]);
       depths[count++] = ++depth;
       continue;
     }

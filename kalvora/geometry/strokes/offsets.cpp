@@ -119,7 +119,11 @@ void KStrokeBuilder::Turn(Vector leg, bool smooth) {
 
 template <int ORDER>
 void KStrokeBuilder::Glide(const Bezier<ORDER>& piece) {
-  Turn(piece.FirstLeg(), true);
+  // Where pieces are cut evenly, roundings turn legs that stay as long by 1/400 at the most: less
+  // than what is worth a join. Dashes may cut them anywhere.
+  constexpr std::int64_t kLong = 1 << 16;
+  if (!glides_ || Extent(piece.Leg(0)) < kLong) Turn(piece.FirstLeg(), true);
+  glides_ = !k_.dash.lengths && Extent(piece.Leg(ORDER - 1)) >= kLong;
   k_.next = StretchToward(pen_, piece.LastLeg());
   const KVertex2D end = piece.End();
   Swell(MeanHeight(piece) >> Bezier<ORDER>::kExtraBits);
@@ -140,6 +144,7 @@ template void KStrokeBuilder::Glide(const Bezier<3>&);
 void KStrokeBuilder::FollowLeg(Vector leg, KVertex2D end) {
   if (IsNothing(leg)) return;
   EndFan();
+  glides_ = false;
   Turn(leg, true);
   k_.next = k_.before;
   k_.next.length = 0;
@@ -173,6 +178,7 @@ void KStrokeBuilder::Offset(const KVertex2D* points, unsigned pieces) {
     const auto curve = Bezier<ORDER>::From(k_.point, points);
     if (curve.IsPoint()) continue;
     Turn(curve.FirstLeg(), false);
+    glides_ = false;
     Subdivide(
         curve, pen_, matrix_, [this](const Bezier<ORDER>& piece) { Glide(piece); },
         [this](const Bezier<ORDER>& piece) {
