@@ -41,6 +41,7 @@ struct ShortVector {
     return {static_cast<std::int32_t>(v.x), static_cast<std::int32_t>(v.y)};
   }
 };
+constexpr ShortVector Short(KVertex2D v) { return {v.x.raw, v.y.raw}; }
 constexpr std::int64_t Dot(ShortVector a, ShortVector b) {
   return std::int64_t{a.x} * b.x + std::int64_t{a.y} * b.y;
 }

@@ -39,7 +39,7 @@ KStretch StretchToward(const Pen& pen, Vector leg) {
 /// Whether a curve that runs in direction d goes on along `leg` without a turn worth a join: less
 /// than half a degree.
 bool GoesOn(KVertex2D d, Vector leg) {
-  const ShortVector unit{d.x.raw, d.y.raw}, v = Reduced(leg);
+  const ShortVector unit = Short(d), v = Reduced(leg);
   const std::int64_t ahead = Dot(unit, v);
   return ahead > 0 && Abs(Cross(unit, v)) <= ahead >> 7;
 }
@@ -77,8 +77,8 @@ void KStrokeBuilder::Arrive() {
 void KStrokeBuilder::Swell(std::int64_t height) {
   if (!k_.pending || k_.before.length > 0) return Arrive();
   const KVertex2D d = k_.before.direction, o = k_.before.offset;
-  const std::int64_t turn = Cross(Wide(d), Wide(k_.next.direction)) >> 16;
-  const auto swell = KFixed::FromRaw(static_cast<std::int32_t>((turn * turn >> 16) / 12));
+  const std::int64_t turn = Cross(Short(d), Short(k_.next.direction)) >> 16;
+  const auto swell = KFixed::FromRaw(static_cast<std::int32_t>(turn * turn >> 16) / 12);
   const auto shift = KFixed::FromRaw(static_cast<std::int32_t>(height));
   AddBoth(k_.point + KVertex2D{d.y * shift, -d.x * shift}, o + KVertex2D{o.x * swell, o.y * swell});
   k_.pending = false;
@@ -127,9 +127,10 @@ void KStrokeBuilder::Glide(const Bezier<ORDER>& piece) {
   k_.next = StretchToward(pen_, piece.LastLeg());
   const KVertex2D end = piece.End();
   Swell(MeanHeight(piece) >> Bezier<ORDER>::kExtraBits);
-  const Vector ahead = Wide(k_.next.direction);
-  const std::int64_t way = Dot(Between(k_.point, end), ahead);
-  const std::int64_t swing = Dot(Between(k_.before.offset, k_.next.offset), ahead);
+  const ShortVector ahead = Short(k_.next.direction);
+  const auto along = [ahead](KVertex2D v) { return Dot(Short(v), ahead); };
+  const std::int64_t way = along(end) - along(k_.point);
+  const std::int64_t swing = along(k_.next.offset) - along(k_.before.offset);
   if (Abs(swing) >= way && swing != 0) {
     Fan(swing > 0 ? Side::kRight : Side::kLeft, std::max<std::int64_t>(way, 0), Abs(swing));
   } else {
