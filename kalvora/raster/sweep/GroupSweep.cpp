@@ -11,7 +11,7 @@ namespace {
 
 // Where two pieces cross that are inverted at y, the lower end of what they have in common: from
 // their own heights only.
-std::int32_t CrossingOf(ChainCursor& a, ChainCursor& b, std::int32_t y) {
+[[gnu::noinline]] std::int32_t CrossingOf(ChainCursor& a, ChainCursor& b, std::int32_t y) {
   const std::int32_t from = std::max(a.top, b.top);
   const std::int32_t before = b.XAt(from) - a.XAt(from);
   return before <= 0 ? from : from + CrossingHeight(before, a.XAt(y) - b.XAt(y), y - from);
@@ -57,8 +57,9 @@ void GroupSweep::Prepare(const RowEntry* entries) {
   }
 }
 
-// The height that the sweep has reached: the row's bottom, or where it gave up.
-std::int32_t GroupSweep::Sweep() {
+// The height that the sweep has reached: the row's bottom, or where it gave up. What happens often
+// is in line, what is rare or long is kept out.
+[[gnu::flatten]] std::int32_t GroupSweep::Sweep() {
   EventTree tree(events_, count_);
   for (std::uint32_t i = 0; i < count_; ++i) {
     Cursor& cursor = cursors_[i];
@@ -101,7 +102,7 @@ void GroupSweep::Schedule(Cursor& cursor, EventTree& tree) {
 }
 
 // Of a listed cursor: the end of its piece, or before that the crossing with its right neighbour.
-std::uint32_t GroupSweep::NextEvent(Cursor& cursor) {
+[[gnu::noinline]] std::uint32_t GroupSweep::NextEvent(Cursor& cursor) {
   const std::uint32_t key = EndOf(cursor);
   if (!cursor.next || !AreInverted(cursor, *cursor.next)) return key;
   const std::int32_t y = std::min(cursor.end, cursor.next->end);
@@ -119,16 +120,20 @@ void GroupSweep::EndPiece(Cursor& cursor, EventTree& tree) {
     AddDownTo(cursor, cursor.end, cursor.role - cursor.assumed);
   }
   const std::int32_t x = cursor.xEnd;
-  if (!cursor.Next(cursor.chain->winding)) {
-    Remove(cursor, tree);
-    tree.Set(Index(cursor), EventTree::kNever);
-  } else if (cursor.xTop != x) {
-    Remove(cursor, tree);
-    Insert(cursor, cursor.top, tree);
-  } else {
-    Schedule(*cursor.previous, tree);
-    Schedule(cursor, tree);
-  }
+  if (!cursor.Next(cursor.chain->winding)) return EndChain(cursor, tree);
+  if (cursor.xTop != x) return Jump(cursor, tree);
+  Schedule(*cursor.previous, tree);
+  Schedule(cursor, tree);
+}
+
+[[gnu::noinline]] void GroupSweep::EndChain(Cursor& cursor, EventTree& tree) {
+  Remove(cursor, tree);
+  tree.Set(Index(cursor), EventTree::kNever);
+}
+
+[[gnu::noinline]] void GroupSweep::Jump(Cursor& cursor, EventTree& tree) {
+  Remove(cursor, tree);
+  Insert(cursor, cursor.top, tree);
 }
 
 void GroupSweep::Swap(Cursor& a, EventTree& tree) {
@@ -148,7 +153,7 @@ void GroupSweep::Swap(Cursor& a, EventTree& tree) {
   Schedule(a, tree);
 }
 
-void GroupSweep::Remove(Cursor& cursor, EventTree& tree) {
+[[gnu::noinline]] void GroupSweep::Remove(Cursor& cursor, EventTree& tree) {
   Mark(cursor.next);
   cursor.listed = false;
   cursor.previous->next = cursor.next;
@@ -158,7 +163,7 @@ void GroupSweep::Remove(Cursor& cursor, EventTree& tree) {
 
 // The search begins at the last one listed among those that stood further left when they came into
 // the row. Among equals the one that goes further left comes first.
-void GroupSweep::Insert(Cursor& cursor, std::int32_t y, EventTree& tree) {
+[[gnu::noinline]] void GroupSweep::Insert(Cursor& cursor, std::int32_t y, EventTree& tree) {
   Cursor* at = &head_;
   for (std::uint32_t i = Index(cursor); i-- > 0;) {
     ++work_;
@@ -210,7 +215,7 @@ bool GroupSweep::TakeRole(Cursor& cursor, const Winding& left, bool wasInside) {
 // Brings windings and roles into accord with the order after starts and ends: from every mark on as
 // far as windings differ, mostly to the partner of what started or ended. That may lie asleep
 // beside the clip. In which order marks are taken does not matter but to the work.
-void GroupSweep::Settle() {
+[[gnu::noinline]] void GroupSweep::Settle() {
   for (Cursor* mark = marks_; mark; mark = mark->nextMarked) {
     if (!mark->listed) mark->marked = false;
     if (!mark->marked) continue;

@@ -73,6 +73,8 @@ class GroupSweep {
   std::uint32_t NextEvent(Cursor& cursor);
   void Schedule(Cursor& cursor, EventTree& tree);
   void EndPiece(Cursor& cursor, EventTree& tree);
+  void EndChain(Cursor& cursor, EventTree& tree);
+  void Jump(Cursor& cursor, EventTree& tree);
   void Swap(Cursor& cursor, EventTree& tree);
   void Insert(Cursor& cursor, std::int32_t y, EventTree& tree);
   void Remove(Cursor& cursor, EventTree& tree);
