@@ -53,6 +53,7 @@ class SeenRings {
     }
     count_ = seen;
     if (kept_) rings_ = kept_;
+    if (!job.clipped) box_.margin = DrawnBox::MarginOf(widest_);
   }
   ~SeenRings() { stack_->DeAlloc(kept_); }
   SeenRings(const SeenRings&) = delete;
@@ -70,7 +71,7 @@ class SeenRings {
     if (kept_) {
       std::copy_n(rings_, n, kept_);
     } else {
-      box_ = {0, 0, 0, 0};
+      box_ = {0, 0, 0, 0, 0};
     }
     return kept_;
   }
@@ -83,6 +84,7 @@ class SeenRings {
     box_.y0 = std::max<std::int32_t>(std::min(box_.y0, box.Top()), clip_.y0);
     box_.x1 = std::min<std::int32_t>(std::max(box_.x1, box.Right() + 1), clip_.x1);
     box_.y1 = std::min<std::int32_t>(std::max(box_.y1, box.Bottom() + 1), clip_.y1);
+    widest_ = std::max(widest_, box.Right() - box.Left() + 1);
     return true;
   }
 
@@ -91,6 +93,7 @@ class SeenRings {
   KVertex2D* const* rings_;
   unsigned count_;
   KVertex2D** kept_ = nullptr;
+  std::int32_t widest_ = 0;  // of the rings kept
   DrawnBox box_{INT32_MAX, INT32_MAX, INT32_MIN, INT32_MIN};
 };
 

@@ -2,6 +2,7 @@
 #ifndef KALVORA_RASTER_POLYGON_H
 #define KALVORA_RASTER_POLYGON_H
 
+#include <algorithm>
 #include <cstdint>
 
 #include "kalvora/raster/KFillRule.h"
@@ -23,10 +24,16 @@ struct RasterJob : PaintJob {
 
 /// The pixels to be drawn, ends exclusive.
 struct DrawnBox {
-  /// What lies as far beside them, in pixels, is not looked at, but for what it winds around.
+  /// The most that `margin` is.
   static constexpr std::int32_t kMargin = 66;
 
   std::int32_t x0, y0, x1, y1;
+  /// What lies as far beside them, in pixels, is not looked at, but for what it winds around.
+  std::int32_t margin = kMargin;
+
+  /// What suffices for edges that are up to `width` pixels wide: crossings are rounded by less than
+  /// two units of height (see kHeightBits), of which an edge has 1024 or more.
+  static std::int32_t MarginOf(std::int32_t width) { return std::min((width >> 9) + 3, kMargin); }
 };
 
 /// Fills the area that the rings enclose under the fill rule, within the clip. A null ring counts

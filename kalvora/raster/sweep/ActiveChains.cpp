@@ -11,8 +11,6 @@ namespace kalvora {
 namespace {
 
 constexpr std::int32_t kNever = INT32_MAX;
-// A chain that comes back within so few rows stays awake.
-constexpr std::int32_t kShortSleep = 4;
 
 // The 16.16 border of a column, which may lie beyond where x is held.
 std::int32_t Border(std::int32_t column) {
@@ -43,8 +41,8 @@ ActiveChains::ActiveChains(KStack* stack, const KMergeNode* begin, const KMergeN
       node_(begin),
       nodesEnd_(end),
       inside_(inside),
-      left_(Border(box.x0 - DrawnBox::kMargin)),
-      right_(Border(box.x1 + DrawnBox::kMargin)),
+      left_(Border(box.x0 - box.margin)),
+      right_(Border(box.x1 + box.margin)),
       endRow_(box.y1),
       base_(inside.outside),
       room_(2 * static_cast<std::size_t>(end - begin)),
@@ -270,7 +268,7 @@ bool ActiveChains::Park(Chain* chain, std::int32_t row) {
     const std::int64_t rows = aRow == 0 ? 0 : far / aRow - 1;
     wake = static_cast<std::int32_t>(std::min<std::int64_t>(row + rows, chain->edge.y1 >> 16));
   }
-  if (wake - row < kShortSleep && wake != kNever) return false;
+  if (wake <= row) return false;
   if (left) base_.Pass(*chain);
   rolesAreOld_ = true;
   if (wake >= endRow_) {
