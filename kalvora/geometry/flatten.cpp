@@ -63,7 +63,7 @@ class RingWriter {
     const std::uint64_t needed = std::uint64_t{count_} + points + ring::kLinks;
     return needed <= capacity_ || Grow(needed);
   }
-  bool Grow(std::uint64_t needed) {
+  [[gnu::noinline]] bool Grow(std::uint64_t needed) {
     const std::uint64_t capacity = std::max({needed, 2 * capacity_, kFirstCapacity});
     auto* moved = static_cast<KVertex2D*>(memory_.ReAlloc(ring, Bytes(capacity)));
     if (!moved) return false;
@@ -102,7 +102,7 @@ class Unseen {
 
   /// Whether the subpath's ring, in a path that is not hidden, lies beside the clip. A ring among
   /// others does so from where RasterPolygon drops it.
-  bool Hides(const Subpath& subpath) const {
+  [[gnu::noinline]] bool Hides(const Subpath& subpath) const {
     if (!limited_ || !several_) return false;
     const KVertex2D start = matrix_.Map(subpath.start);
     if (IsInside(start)) return false;
