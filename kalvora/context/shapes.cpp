@@ -1,4 +1,6 @@
 // The drawing context's shapes: each public call as the stages it runs through.
+#include <algorithm>
+
 #include "kalvora/context/KSoftContext2D.h"
 #include "kalvora/geometry/ellipticalrect.h"
 #include "kalvora/paint/KStrips.h"
@@ -67,12 +69,21 @@ kalvora::RectangleJob KSoftContext2D::RectJob(const KPaint& paint, KFillRule rul
   return job;
 }
 
+// What FlattenPath may look at as a clip where there is a clip path, whose edges have any width.
+static KRect WithMargin(KRect clip) {
+  constexpr int kMargin = kalvora::DrawnBox::kMargin;
+  clip.left = static_cast<std::int16_t>(std::max(clip.left - kMargin, INT16_MIN));
+  clip.right = static_cast<std::int16_t>(std::min(clip.right + kMargin, INT16_MAX));
+  return clip;
+}
+
 void KSoftContext2D::DrawPath(const KSoftPath* path) {
   if (!path || !path->first || !CanDraw()) return;
   const KRect clip = RectOf(mClipRings->Seen(mStyle->clip));
   if (mFill.type != KPaintNone) {
     KVertex2D** rings = nullptr;
-    const unsigned count = FlattenPath(rings, path, &mTransform, true, &clip);
+    const KRect near = mClipRings->active ? WithMargin(clip) : clip;
+    const unsigned count = FlattenPath(rings, path, &mTransform, true, &near);
     if (count > 0) kalvora::RasterPolygon(Job(mFill, mFillRule), rings, count);
     FreeRings(rings, count, true);
   }

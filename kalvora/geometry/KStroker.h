@@ -61,8 +61,8 @@ class KALVORA_API KStroker {
   /// Turns every subpath into one device-space ring and returns how many. `rings` and the rings
   /// come from the scratch stack or the C heap, as `onStack` says; release them with FreeRings. 0
   /// and null when the path is empty or memory runs out. With `clip`, in device pixels, the rings
-  /// are good for a fill within it: those of subpaths that lie beside it may be null, and curves
-  /// beside it straight.
+  /// are good for a fill of their own within it: those of subpaths that lie beside it may be null,
+  /// and curves beside it straight.
   unsigned FlattenPath(KVertex2D**& rings, const KSoftPath* path, const KSoftMatrix3D* m,
                        bool onStack, const KRect* clip = nullptr);
   /// Releases rings, last to first, and their array.

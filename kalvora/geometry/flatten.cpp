@@ -82,7 +82,7 @@ class Unseen {
  public:
   /// Without a clip everything counts as seen.
   Unseen(const KRect* clip, const KSoftPath& path, const KSoftMatrix3D& m)
-      : matrix_(m), limited_(clip), several_(path.subpathCount > 1) {
+      : path_(path), matrix_(m), limited_(clip), several_(path.subpathCount > 1) {
     if (!clip) return;
     clip_ = {clip->left, clip->top, clip->right, clip->bottom};
     inside_ = {Range(clip->left, clip->right), Range(clip->top, clip->bottom)};
@@ -93,15 +93,14 @@ class Unseen {
     if (!limited_) return false;
     VertexBox box;
     for (const KSegment* segment = path.first; segment; segment = segment->next) {
-      const KVertex2D* point = segment->Start();
-      for (unsigned n = segment->PointCount(); n > 0; --n) box.Include(matrix_.Map(*point++));
+      Include(box, segment);
       if (!box.Misses(clip_, 0)) return false;
     }
     return true;
   }
 
-  /// Whether the subpath's ring, in a path that is not hidden, lies beside the clip. A ring among
-  /// others does so from where RasterPolygon drops it.
+  /// Whether the subpath's ring, in a path that is not hidden, lies beside the clip, so far that no
+  /// crossing of its edges matters.
   [[gnu::noinline]] bool Hides(const Subpath& subpath) const {
     if (!limited_ || !several_) return false;
     const KVertex2D start = matrix_.Map(subpath.start);
@@ -113,7 +112,7 @@ class Unseen {
         box.Include(matrix_.Map(*points++));
       }
     });
-    return box.Misses(clip_, DrawnBox::kMargin);
+    return box.Misses(clip_, kLeastMargin) && box.Misses(clip_, Margin());
   }
 
   /// Whether a straight line may stand for the curve, in a subpath that is not hidden: it leaves
@@ -139,15 +138,35 @@ class Unseen {
     if (!limited_) return false;
     VertexBox box;
     for (int i = 0; i <= order; ++i) box.Include(p[i]);
-    if (!box.Misses(clip_, several_ ? DrawnBox::kMargin : kFartherThanX)) return false;
+    if (!box.Misses(clip_, several_ ? kLeastMargin : kFartherThanX)) return false;
+    if (several_ && !box.Misses(clip_, Margin())) return false;
     const auto lower = [](KVertex2D a, KVertex2D b) { return a.y < b.y; };
     const auto higher = [](KVertex2D a, KVertex2D b) { return a.y > b.y; };
     return std::is_sorted(p, p + order + 1, lower) || std::is_sorted(p, p + order + 1, higher);
   }
 
-  static constexpr std::int32_t kFartherThanX = 1 << 16;
+  void Include(VertexBox& box, const KSegment* segment) const {
+    const KVertex2D* point = segment->Start();
+    for (unsigned n = segment->PointCount(); n > 0; --n) box.Include(matrix_.Map(*point++));
+  }
+  // How far beside the clip edges of the path cannot matter any more.
+  std::int32_t Margin() const {
+    if (margin_ == 0) {
+      VertexBox box;
+      for (const KSegment* segment = path_.first; segment; segment = segment->next) {
+        Include(box, segment);
+      }
+      margin_ = DrawnBox::MarginOf(box.Right() - box.Left() + 1);
+    }
+    return margin_;
+  }
 
+  static constexpr std::int32_t kFartherThanX = 1 << 16;
+  static constexpr std::int32_t kLeastMargin = DrawnBox::MarginOf(0);
+
+  const KSoftPath& path_;
   const KSoftMatrix3D& matrix_;
+  mutable std::int32_t margin_ = 0;  // 0 until it is asked for
   KClip clip_{};
   struct {
     Range x, y;

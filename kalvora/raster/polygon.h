@@ -33,7 +33,9 @@ struct DrawnBox {
 
   /// What suffices for edges that are up to `width` pixels wide: crossings are rounded by less than
   /// two units of height (see kHeightBits), of which an edge has 1024 or more.
-  static std::int32_t MarginOf(std::int32_t width) { return std::min((width >> 9) + 3, kMargin); }
+  static constexpr std::int32_t MarginOf(std::int32_t width) {
+    return std::min((width >> 9) + 3, kMargin);
+  }
 };
 
 /// Fills the area that the rings enclose under the fill rule, within the clip. A null ring counts
