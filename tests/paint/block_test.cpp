@@ -84,8 +84,11 @@ KPaint AnyPaint(Random& random, KSoftPixmap& picture, KSoftColorRamp& ramp) {
   picture.SetQuality(static_cast<KSampling>(random.Below(3)));
   picture.transform.Identity();
   if (random.OneIn(2)) {
+    // Tiles are not that small: they may begin anew where coordinates wrap.
+    const bool steep = picture.repeatRule == KRepeatClamp && random.OneIn(2);
     picture.transform.Scale(
-        {Fixed(random.Between(-0x28000, 0x28000)), Fixed(random.Between(-0x28000, 0x28000))});
+        {Fixed(steep ? static_cast<int>(random.Next()) : random.Between(-0x28000, 0x28000)),
+         Fixed(random.Between(-0x28000, 0x28000))});
   }
   if (random.OneIn(2)) picture.transform.Translate({number(60), number(20)});
   return paint;

@@ -363,6 +363,12 @@ TEST(Distances, BelowARadius) {
     EXPECT_TRUE(all && range.end - range.begin <= row.end - row.begin + 8)
         << &row - rows << ": " << range.begin << " to " << range.end;
   }
+  // So far away that real numbers cannot tell a square from the next.
+  const kalvora::SquareSeries squares({{Fixed(-200), Fixed(0x3FFFFF55)}, {Fixed(1), Fixed(0)}});
+  for (int i = 200; i < 400; ++i) {
+    const kalvora::IndexRange range = squares.Below(squares.At(i) + 1, 400);
+    EXPECT_TRUE(range.begin <= 400 - i && i < range.end) << range.begin << " to " << range.end;
+  }
 }
 
 }  // namespace

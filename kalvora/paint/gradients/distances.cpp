@@ -54,8 +54,10 @@ IndexRange SquareSeries::Below(std::uint64_t limit, int n) const {
   const double vertex = 0.5 - static_cast<double>(static_cast<std::int64_t>(rise)) * scale;
   const double above = static_cast<double>(start) - static_cast<double>(limit);
   const double square = vertex * vertex - 2 * above * scale;
-  // Rounding may take this much away from it.
-  const double margin = vertex * vertex * 0x1p-48;
+  // Rounding, of squares of up to 2^62 too, may take this much away from it.
+  const double margin =
+      (vertex * vertex + 2 * (static_cast<double>(start) + static_cast<double>(limit)) * scale) *
+      0x1p-48;
   if (square < -margin - 1) return {0, 0};
   const double reach = std::sqrt(std::max(square, 0.0) + margin) + 2;
   const auto held = [n](double i) { return static_cast<int>(std::clamp<double>(i, 0, n)); };

@@ -8,6 +8,7 @@
 #include <algorithm>
 
 #include "kalvora/core/KSoftPixmap.h"
+#include "kalvora/core/division.h"
 #include "kalvora/paint/KStyleContext2D.h"
 #include "kalvora/paint/loops/loops.h"
 #include "kalvora/paint/patterns/bicubic.h"
@@ -190,6 +191,10 @@ class BicubicColumns {
   std::int32_t number_[4] = {-1, -1, -1, -1};
 };
 
+/// Steps of more source pixels than this could wrap, and come back, within the eight columns that
+/// mixAcross looks at together, and takes to rise or fall throughout.
+constexpr std::uint32_t kSteepest = 4096;
+
 }  // namespace
 
 KBlockFiller SelectStretchBlock(const KStyleContext2D* style) {
@@ -197,9 +202,10 @@ KBlockFiller SelectStretchBlock(const KStyleContext2D* style) {
   const bool alongRows = m.m1 == kZero && m.m3 == kZero && !m.linearIdentity;
   if (!alongRows || style->source->repeatRule != KRepeatClamp) return nullptr;
   const std::int32_t width = PatternPixels(*style->source).width;
+  const bool steep = Magnitude(m.m0.raw) > kSteepest << 16;
   switch (style->source->quality) {
     case KSamplingBilinear:
-      return width >= 2 ? FillBlock<BilinearColumns> : nullptr;
+      return width >= 2 && !steep ? FillBlock<BilinearColumns> : nullptr;
     case KSamplingBicubic:
       return width >= 4 ? FillBlock<BicubicColumns> : nullptr;
     default:
