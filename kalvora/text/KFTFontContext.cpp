@@ -1,10 +1,9 @@
-// KFTFontContext: fonts, fallbacks, transform, heights and bounds.
+// KFTFontContext: fonts, fallbacks, transform and heights.
 #include "kalvora/text/KFTFontContext.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <new>
-#include <utility>
 
 #include "kalvora/text/KFTFont.h"
 #include "kalvora/text/KFTLib.h"
@@ -137,70 +136,4 @@ void KFTFontContext::GetHeight(KFixed* height, KFixed* fallbackHeight) const {
   }
   if (height) *height = font ? font->GetFontHeight() : kalvora::kZero;
   if (fallbackHeight) *fallbackHeight = largest;
-}
-
-// Bounds ------------------------------------------------------------------------------------------
-
-namespace {
-
-// floor(x m / 2^16) for the x of a box.
-std::int64_t Mul(std::int64_t x, KFixed m) {
-  return (x >> 16) * m.raw + ((x & 0xFFFF) * m.raw >> 16);
-}
-
-std::int16_t ToPixel(std::int64_t v) {
-  return static_cast<std::int16_t>(std::clamp<std::int64_t>(v >> 16, INT16_MIN, INT16_MAX));
-}
-
-}  // namespace
-
-bool KFTFontContext::ApproxBox(Box* box, unsigned count, KVertex2D origin,
-                               const KVertex2D* positions, const KSoftMatrix3D& m) const {
-  const bool mapped = !Flags.IgnoreTransform;
-  if (mapped && !m.IsOrth()) return false;
-
-  KFixed height, fallbackHeight;
-  GetHeight(&height, &fallbackHeight);
-  const std::int64_t line = std::max(height, fallbackHeight).raw;
-  Box b = {origin.x.raw, origin.y.raw, origin.x.raw, origin.y.raw};
-  if (positions) {
-    b = {positions->x.raw, positions->y.raw, positions->x.raw, positions->y.raw};
-    for (unsigned i = 1; i < count; ++i) {
-      b.left = std::min<std::int64_t>(b.left, positions[i].x.raw);
-      b.top = std::min<std::int64_t>(b.top, positions[i].y.raw);
-      b.right = std::max<std::int64_t>(b.right, positions[i].x.raw);
-      b.bottom = std::max<std::int64_t>(b.bottom, positions[i].y.raw);
-    }
-    b.right += line;
-  } else {
-    // No text is wider than what still can be mapped in 64 bits.
-    constexpr std::int64_t kWidest = std::int64_t{1} << 46;
-    b.right += std::clamp(std::int64_t{count} * line, -kWidest, kWidest);
-  }
-  b.top -= line;
-  b.bottom += line;
-  *box = b;
-  if (!mapped) return true;
-
-  if (m.identity) {
-    // as it is
-  } else if (m.linearIdentity) {
-    *box = {b.left + m.m6.raw, b.top + m.m7.raw, b.right + m.m6.raw, b.bottom + m.m7.raw};
-  } else {
-    *box = {Mul(b.left, m.m0) + Mul(b.top, m.m3) + m.m6.raw,
-            Mul(b.left, m.m1) + Mul(b.top, m.m4) + m.m7.raw,
-            Mul(b.right, m.m0) + Mul(b.bottom, m.m3) + m.m6.raw,
-            Mul(b.right, m.m1) + Mul(b.bottom, m.m4) + m.m7.raw};
-  }
-  if (box->left > box->right) std::swap(box->left, box->right);
-  if (box->top > box->bottom) std::swap(box->top, box->bottom);
-  return true;
-}
-
-bool KFTFontContext::GetApproxBounds(KRect* out, unsigned count, KVertex2D origin,
-                                     const KVertex2D* positions, const KSoftMatrix3D& m) const {
-  Box box;
-  if (!out || !ApproxBox(&box, count, origin, positions, m)) return false;
-  *out = {ToPixel(box.left), ToPixel(box.top), ToPixel(box.right), ToPixel(box.bottom)};
-  return true;
 }

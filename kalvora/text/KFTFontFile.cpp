@@ -47,6 +47,7 @@ bool KFTFontFile::Map(const char* newPath, KError* why) {
   size = static_cast<std::size_t>(status.st_size);
   data = mmap(nullptr, size, PROT_READ, MAP_SHARED, fd, 0);
   if (data == MAP_FAILED) {
+    data = nullptr;
     return kalvora::Fail(error, Reason(), errno, "cannot map %s", newPath);
   }
   path = strdup(newPath);

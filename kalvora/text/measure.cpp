@@ -100,9 +100,11 @@ const void* KFTFont::GetFontData(std::size_t* bytes) const {
 unsigned KFTFont::GetUnitsPerEm() const { return face ? face->units_per_EM : 0; }
 
 KVertex2D KFTFont::GetGlyphAdvance(std::uint32_t glyph) const {
-  KGlyphExtents extents = {0, 0, 0, 0, KVertex2D::Origin};
-  GetGlyphExtents(glyph, extents);
-  return extents.advance;
+  KFixed scale;
+  if (!face || kalvora::LoadDrawn(*this, glyph, FT_LOAD_IGNORE_TRANSFORM, scale) != 0) {
+    return KVertex2D::Origin;
+  }
+  return Scaled(FromF26Dot6(face->glyph->advance), scale);
 }
 
 namespace {

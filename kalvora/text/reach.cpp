@@ -1,5 +1,6 @@
-// KFTFontContext: how far text may reach, by what its fonts say of themselves.
+// KFTFontContext: how far text reaches: about, and at most by what its fonts say of themselves.
 #include <algorithm>
+#include <utility>
 
 #include "kalvora/text/KFTFont.h"
 #include "kalvora/text/KFTFontContext.h"
@@ -13,6 +14,27 @@ using Box = KTextBox;
 constexpr std::int64_t kWidest = std::int64_t{1} << 46;
 
 std::int64_t Held(std::int64_t v) { return std::clamp(v, -kWidest, kWidest); }
+
+// floor(x m / 2^16) for the x of a box.
+std::int64_t Mul(std::int64_t x, KFixed m) {
+  return (x >> 16) * m.raw + ((x & 0xFFFF) * m.raw >> 16);
+}
+
+std::int16_t ToPixel(std::int64_t v) {
+  return static_cast<std::int16_t>(std::clamp<std::int64_t>(v >> 16, INT16_MIN, INT16_MAX));
+}
+
+// The box of positions; the first is read even when `count` is 0.
+Box Around(const KVertex2D* positions, unsigned count) {
+  Box box = {positions->x.raw, positions->y.raw, positions->x.raw, positions->y.raw};
+  for (unsigned i = 1; i < count; ++i) {
+    box.left = std::min<std::int64_t>(box.left, positions[i].x.raw);
+    box.top = std::min<std::int64_t>(box.top, positions[i].y.raw);
+    box.right = std::max<std::int64_t>(box.right, positions[i].x.raw);
+    box.bottom = std::max<std::int64_t>(box.bottom, positions[i].y.raw);
+  }
+  return box;
+}
 
 // What glyphs cover around their pens at most, and the widest way from one to the next.
 struct Reach {
@@ -51,19 +73,10 @@ void Reach::Include(const KFTFont& font, KFixed size) {
 
 // The pens of a line.
 Box PenBox(unsigned count, std::int64_t advance, KVertex2D origin, const KVertex2D* positions) {
-  if (!positions) {
-    const std::int64_t glyphs = std::min(count, 1u << 24);
-    const std::int64_t length = Held(glyphs * std::min(advance, std::int64_t{1} << 38));
-    return {origin.x.raw, origin.y.raw, origin.x.raw + length, origin.y.raw};
-  }
-  Box box = {positions->x.raw, positions->y.raw, positions->x.raw, positions->y.raw};
-  for (unsigned i = 1; i < count; ++i) {
-    box.left = std::min<std::int64_t>(box.left, positions[i].x.raw);
-    box.top = std::min<std::int64_t>(box.top, positions[i].y.raw);
-    box.right = std::max<std::int64_t>(box.right, positions[i].x.raw);
-    box.bottom = std::max<std::int64_t>(box.bottom, positions[i].y.raw);
-  }
-  return box;
+  if (positions) return Around(positions, count);
+  const std::int64_t glyphs = std::min(count, 1u << 24);
+  const std::int64_t length = Held(glyphs * std::min(advance, std::int64_t{1} << 38));
+  return {origin.x.raw, origin.y.raw, origin.x.raw + length, origin.y.raw};
 }
 
 // The smallest and the largest product of [a, b] with m, in 16.16.
@@ -73,12 +86,48 @@ struct Range {
   Range(std::int64_t a, std::int64_t b, KFixed m) : low(Mul(a, m)), high(Mul(b, m)) {
     if (low > high) std::swap(low, high);
   }
-  static std::int64_t Mul(std::int64_t x, KFixed m) {
-    return (x >> 16) * m.raw + ((x & 0xFFFF) * m.raw >> 16);
-  }
 };
 
 }  // namespace
+
+bool KFTFontContext::ApproxBox(Box* box, unsigned count, KVertex2D origin,
+                               const KVertex2D* positions, const KSoftMatrix3D& m) const {
+  const bool mapped = !Flags.IgnoreTransform;
+  if (mapped && !m.IsOrth()) return false;
+
+  KFixed height, fallbackHeight;
+  GetHeight(&height, &fallbackHeight);
+  const std::int64_t line = std::max(height, fallbackHeight).raw;
+  Box b = positions ? Around(positions, count)
+                    : Box{origin.x.raw, origin.y.raw, origin.x.raw, origin.y.raw};
+  b.right += positions ? line : Held(std::int64_t{count} * line);
+  b.top -= line;
+  b.bottom += line;
+  *box = b;
+  if (!mapped) return true;
+
+  if (m.identity) {
+    // as it is
+  } else if (m.linearIdentity) {
+    *box = {b.left + m.m6.raw, b.top + m.m7.raw, b.right + m.m6.raw, b.bottom + m.m7.raw};
+  } else {
+    *box = {Mul(b.left, m.m0) + Mul(b.top, m.m3) + m.m6.raw,
+            Mul(b.left, m.m1) + Mul(b.top, m.m4) + m.m7.raw,
+            Mul(b.right, m.m0) + Mul(b.bottom, m.m3) + m.m6.raw,
+            Mul(b.right, m.m1) + Mul(b.bottom, m.m4) + m.m7.raw};
+  }
+  if (box->left > box->right) std::swap(box->left, box->right);
+  if (box->top > box->bottom) std::swap(box->top, box->bottom);
+  return true;
+}
+
+bool KFTFontContext::GetApproxBounds(KRect* out, unsigned count, KVertex2D origin,
+                                     const KVertex2D* positions, const KSoftMatrix3D& m) const {
+  Box box;
+  if (!out || !ApproxBox(&box, count, origin, positions, m)) return false;
+  *out = {ToPixel(box.left), ToPixel(box.top), ToPixel(box.right), ToPixel(box.bottom)};
+  return true;
+}
 
 KTextBox KFTFontContext::ReachOf(const KFTFont* only, unsigned count, KVertex2D origin,
                                  const KVertex2D* positions, const KSoftMatrix3D& m) const {

@@ -59,7 +59,7 @@ class KGlyphMasks {
   bool quarters_ = false;
   bool colours_ = false;
   std::uint32_t inkOfText_ = 0;
-  KFTCacheKey key_{};  // of the glyph that is looked for, in `font`
+  KFTCacheKey key_{};  // of the glyph that is looked for, in `font_`
 };
 
 #endif
