@@ -2,6 +2,7 @@
 #ifndef KITS_TYPESET_CONTENT_H
 #define KITS_TYPESET_CONTENT_H
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -47,6 +48,11 @@ struct Item {
 
   bool IsRightToLeft() const { return (level & 1) != 0; }
 };
+
+/// A style's size as it is shown.
+inline KFixed SizeOf(const KTextStyle& style) {
+  return std::clamp(style.size, KFixed::FromInt(0), KFixed::FromInt(4096));
+}
 
 /// A style from a byte on, up to the next one's.
 struct StyleRun {

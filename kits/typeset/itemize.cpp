@@ -181,7 +181,7 @@ void Itemizer::Add(std::uint32_t begin, std::uint32_t end) {
   item.begin = begin;
   item.end = end;
   item.style = style_;
-  item.size = std::clamp(style.size, KFixed::FromInt(0), KFixed::FromInt(4096));
+  item.size = SizeOf(style);
   item.level = levels_[begin];
   item.tab = cluster[0] == U'\t';
   item.script = scripts_.Next(cluster[0]);

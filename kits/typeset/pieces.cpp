@@ -200,7 +200,7 @@ void LineMaker::Measure(Line& line) {
   if (line.pieceCount == 0) {
     const KTextStyle& style = content_.StyleAt(content_.offsets[line.begin]);
     consider(style.face || content_.fallbacks.empty() ? style.face : content_.fallbacks[0],
-             style.size);
+             SizeOf(style));
   }
   line.x = (line.base & 1) != 0 ? -hanging : 0;  // from `left`, which is not known yet
   const KFixed spacing = std::clamp(format_.lineSpacing, KFixed::FromInt(0), KFixed::FromInt(16));

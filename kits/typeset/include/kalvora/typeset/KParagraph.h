@@ -86,9 +86,8 @@ class KALVORA_API KParagraph {
   KParagraph();
   ~KParagraph();
   /// What was moved from may only be destroyed, or assigned to.
-  KParagraph(KParagraph&& other) noexcept;  ///< `other` may then only be destroyed or assigned
-  KParagraph& operator=(
-      KParagraph&& other) noexcept;  ///< `other` may then only be destroyed or assigned
+  KParagraph(KParagraph&& other) noexcept;
+  KParagraph& operator=(KParagraph&& other) noexcept;
 
   // --- what it shows
 

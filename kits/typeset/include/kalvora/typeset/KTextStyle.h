@@ -53,7 +53,7 @@ struct KParagraphFormat {
   KLength width = KUnlimited;
   KTextAlign align = KAlignStart;
   KTextDirection direction = KTextAuto;
-  /// The distance of lines, in heights that the fonts ask for; held to 0 .. 100.
+  /// The distance of lines, in heights that the fonts ask for; held to 0 .. 16.
   KFixed lineSpacing = KFixed::FromInt(1);
   unsigned maxLines = 0;  ///< what comes later is left out; 0 leaves nothing out
   bool wrap = true;       ///< else lines end only where the text says so
