@@ -112,7 +112,9 @@ OutputFile::~OutputFile() {
 void OutputFile::Finish() {
   std::FILE* file = file_;
   file_ = nullptr;
+  const bool failed = std::ferror(file) != 0;  // before now: what is left may well be written
   if (std::fclose(file) != 0) Fail(path_, std::strerror(errno));
+  if (failed) Fail(path_, std::strerror(EIO));
   if (!direct_ && std::rename(part_.c_str(), path_.c_str()) != 0) {
     Fail(path_, std::strerror(errno));
   }
