@@ -12,7 +12,6 @@ using kalvora::typeset::Layout;
 using kalvora::typeset::Line;
 using kalvora::typeset::Page;
 using kalvora::typeset::StyleRun;
-using kalvora::typeset::Unit;
 
 namespace {
 
@@ -134,16 +133,7 @@ KLength KParagraph::NaturalWidth() const {
 }
 
 KLength KParagraph::LeastWidth() const {
-  const Content& content = state_->Update().content;
-  KLength widest = 0, seen = 0, all = 0;  // of the part between two places to break
-  for (std::uint32_t i = 0; i < content.Size(); ++i) {
-    const Unit& unit = content.units[i];
-    if (unit.mayBreak || unit.mustBreak) seen = all = 0;
-    all += unit.advance;
-    if (!unit.space) seen = all;
-    widest = std::max(widest, seen);
-  }
-  return widest;
+  return FindLeastWidth(state_->Update().content, state_->format);
 }
 
 std::size_t KParagraph::LineCount() const { return state_->Update().layout.lines.size(); }

@@ -46,6 +46,9 @@ struct Layout {
 /// Makes the lines of a content.
 void MakeLines(const Content& content, const KParagraphFormat& format, Layout& layout);
 
+/// The width of the widest part that cannot be broken between words.
+KLength FindLeastWidth(const Content& content, const KParagraphFormat& format);
+
 /// What justification adds to the cluster of these characters.
 inline KLength StretchOf(const Content& content, const Line& line, std::uint32_t begin,
                          std::uint32_t end) {

@@ -11,7 +11,7 @@
 
 namespace kalvora::typeset {
 
-/// Works once: Run fills the layout.
+/// Works once: Run fills the layout, or LeastWidth measures.
 class LineMaker {
  public:
   LineMaker(const Content& content, const KParagraphFormat& format, Layout& layout)
@@ -22,6 +22,7 @@ class LineMaker {
         limit_(format.width >= KUnlimited ? KUnlimited : std::max<KLength>(format.width, 0)) {}
 
   void Run();
+  KLength LeastWidth();
 
  private:
   struct End {

@@ -186,8 +186,28 @@ void LineMaker::PlaceLines() {
   }
 }
 
+KLength LineMaker::LeastWidth() {
+  KLength widest = 0, seen = 0, all = 0;  // of the part between two places to break
+  for (std::uint32_t i = 0; i < content_.Size(); ++i) {
+    const Unit& unit = content_.units[i];
+    if (unit.mayBreak || unit.mustBreak) {
+      if (content_.characters[i - 1] == kSoftHyphen) seen = all + HyphenWidth(i - 1);
+      widest = std::max(widest, seen);
+      seen = all = 0;
+    }
+    all += unit.advance;
+    if (!unit.space) seen = all;
+  }
+  return std::max(widest, seen);
+}
+
 void MakeLines(const Content& content, const KParagraphFormat& format, Layout& layout) {
   LineMaker(content, format, layout).Run();
+}
+
+KLength FindLeastWidth(const Content& content, const KParagraphFormat& format) {
+  Layout layout;
+  return LineMaker(content, format, layout).LeastWidth();
 }
 
 }  // namespace kalvora::typeset

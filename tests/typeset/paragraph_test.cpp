@@ -113,6 +113,13 @@ TEST(Paragraph, IsSoundWhateverItShows) {
     ExpectSound(p);
     if (HasFatalFailure()) return;
   }
+  // In the least width nothing is broken within words.
+  const std::string_view words = "mmmm\u00ADim mmmmi";
+  KParagraph p = faces.Set(words, 20);
+  p.SetFormat({.width = p.LeastWidth()});
+  for (std::size_t i = 1; i < p.LineCount(); ++i) {
+    EXPECT_TRUE(words[p.LineAt(i).begin - 1] == ' ' || words[p.LineAt(i).begin - 1] == '\xAD') << i;
+  }
   // Sizes are held for lines without characters, too.
   EXPECT_EQ(faces.Set("", 30000).Height(), faces.Set("a", 4096).Height());
 }

@@ -68,8 +68,9 @@ struct KPlacedGlyph {
 ///
 /// Give it text, styles and a format, then ask it anything or draw it: what has changed is made
 /// anew at the next question. A new width or alignment makes lines of the same glyphs; a Replace
-/// shapes only what it touches. Offsets are bytes of the text; those within a character or beyond
-/// the end count as its beginning, and as the end. Invalid UTF-8 shows one replacement character
+/// shapes only what it touches. Offsets are bytes of the text; those beyond the end count as the
+/// end. Replace takes them as they are, and a character has the style of its first byte; elsewhere
+/// one within a character counts as its beginning. Invalid UTF-8 shows one replacement character
 /// for each maximal invalid part.
 ///
 /// Line ends in the text (LF, CR, CR LF, LS, PS...) end lines, and the text after each has a
