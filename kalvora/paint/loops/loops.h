@@ -155,8 +155,8 @@ struct Places {
 };
 
 /// Loops of patterns that are turned. Pixels come in arrays of offsets, in bytes from the start of
-/// the source, below 2^32, and of weights; these have room for n rounded up to a multiple of 8, and
-/// are read so far: their last offsets are good ones too.
+/// the source, below 2^32, and of weights; these have room for n rounded up to a multiple of 8.
+/// `place` and `mix` go so far, and so `mix` must find good offsets there.
 struct TurnLoops {
   /// top[i] = (v_i >> 16) stride + (u_i >> 16) 4 and bottom[i] = top[i] + stride, for coordinates
   /// that stay in 0..2^31, and the weights of their fractions: ((f & 0xFFFF) + 0x7F) >> 8.

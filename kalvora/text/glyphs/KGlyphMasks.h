@@ -22,8 +22,8 @@ class KGlyphMasks {
   KGlyphMasks(KFTFontContext& setting, const KFTFont* primary, Names names,
               const KSoftMatrix3D* m = nullptr);
 
-  /// From here on glyphs stand on quarters of a pixel, if they have outlines that keep their
-  /// shapes.
+  /// From here on glyphs stand on quarters of a pixel, if the primary font has outlines that keep
+  /// their shapes.
   void UseQuarters();
   /// From here on glyphs of fonts that have colours are pixmaps in them; `ink` is what the font has
   /// coloured as the text.
