@@ -151,6 +151,7 @@ class Unseen {
   }
   // How far beside the clip edges of the path cannot matter any more.
   std::int32_t Margin() const {
+    if (path_.subpathCount > DrawnBox::kFewTops) return DrawnBox::kMargin;
     if (margin_ == 0) {
       VertexBox box;
       for (const KSegment* segment = path_.first; segment; segment = segment->next) {

@@ -117,11 +117,12 @@ void RasterNodes(const RasterJob& job, KMergeNode*& nodes, unsigned count, const
 
 void RasterPolygon(const RasterJob& job, KVertex2D* const* rings, unsigned count) {
   const SeenRings seen(job, rings, count);
-  const DrawnBox& box = seen.Box();
+  DrawnBox box = seen.Box();
   if (box.x0 >= box.x1 || box.y0 >= box.y1) return;
   KMergeNode* nodes = nullptr;
   const unsigned nodeCount = GetMergePts(nodes, seen.Rings(), seen.Count(), job.stack);
   if (nodeCount == 0) return;
+  if (nodeCount > DrawnBox::kFewTops) box.margin = DrawnBox::kMargin;
   RasterNodes(job, nodes, nodeCount, box, count == 1);
   job.stack->DeAlloc(nodes);
 }

@@ -30,6 +30,9 @@ struct DrawnBox {
   std::int32_t x0, y0, x1, y1;
   /// What lies as far beside them, in pixels, is not looked at, but for what it winds around.
   std::int32_t margin = kMargin;
+  /// Shapes with more top vertices have the whole margin: they may have rows that are drawn in
+  /// slabs (see GroupSweep.h), where everything that is looked at may show.
+  static constexpr unsigned kFewTops = 64;
 
   /// What suffices for edges that are up to `width` pixels wide: crossings are rounded by less than
   /// two units of height (see kHeightBits), of which an edge has 1024 or more.
