@@ -145,6 +145,8 @@ KALVORA_MIX_FOUR Sums MixFour(std::uint32_t* to, std::uint32_t* line, Sums sum,
 #endif
 }
 
+#undef KALVORA_MIX_FOUR
+
 /// The first n of four pixels, 0..3. `line` has words for all of them.
 [[gnu::noinline]] void MixRest(std::uint32_t* to, std::uint32_t* line, int n, std::uint32_t sum,
                                const ColorMixer& mix) {

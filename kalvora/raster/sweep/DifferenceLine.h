@@ -65,6 +65,7 @@ class DifferenceLine {
     if (right - left > 1 || !IsDrawn(left) || !IsDrawn(right)) {
       return AddSlanted(edge, xTop, xBottom, height, weight, true);
     }
+    // In this order: that the gain is there is foreseen.
     if (edge.gain == 0 && left != right) edge.NeedGain();
     AddNarrow<!kWhole>(line_ + left, {edge.gain, edge.shift, goesLeft}, low & 0xFFFF, high & 0xFFFF,
                        left - right, height, weight);

@@ -68,7 +68,7 @@ void DifferenceRows::Paint() {
                        .edges = edges_,
                        .ranges = ranges_,
                        .rows = waiting_,
-                       .start = inside_ ? std::uint32_t{kFull} : 0,
+                       .start = inside_ ? std::uint32_t{DifferenceLine::kFull} : 0,
                        .stride = 0};
   if (!painter_.Differences(first_, first_ + width_, rows)) SumUp();
   waiting_ = 0;
@@ -90,7 +90,7 @@ void DifferenceRows::SumUp() {
 }
 
 void DifferenceRows::SumUpRow(std::uint32_t* line, std::uint32_t* touched) {
-  std::uint32_t sum = inside_ ? kFull : 0;
+  std::uint32_t sum = inside_ ? DifferenceLine::kFull : 0;
   std::int32_t done = 0;
   // Pixels that no piece touches are all alike.
   const auto paintLevel = [&](std::int32_t to) {

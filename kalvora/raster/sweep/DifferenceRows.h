@@ -30,9 +30,6 @@ class DifferenceRows {
   DifferenceRows(const DifferenceRows&) = delete;
   DifferenceRows& operator=(const DifferenceRows&) = delete;
 
-  /// One pixel covered wholly.
-  static constexpr std::int32_t kFull = DifferenceLine::kFull;
-
   bool Ready() const { return lines_; }
   /// How many rows there is room for: 1 to kMostRows.
   std::int32_t Room() const { return room_; }

@@ -30,9 +30,10 @@ class RowSweep {
  private:
   // 0 when the next row is not like that.
   std::int32_t AddCalmRows(std::int32_t top, std::int32_t limit) {
-    if (top < busyTo_ || chains_.HasChanged()) return 0;
+    const std::int32_t row = top >> 16;
+    if (row < busyTo_ || chains_.HasChanged()) return 0;
     const auto free = static_cast<std::int32_t>((std::int64_t{nextVertex_} - top - 1) >> 16);
-    const std::int32_t rows = std::min({limit, chains_.NextRow() - (top >> 16), free});
+    const std::int32_t rows = std::min({limit, chains_.NextRow() - row, free});
     return rows < kFewestCalm ? 0 : AddCalm(top, rows);
   }
   void Add(std::int32_t top);
@@ -64,10 +65,11 @@ class RowSweep {
   std::int32_t top_ = 0;
   std::int32_t bottom_ = 0;
   std::uint32_t groupCount_ = 0;
-  std::int32_t nextVertex_ =
-      INT32_MIN;  // no chain of the last row with a role has one above that y
-  std::int32_t pause_ = kShortestPause;  // rows; see StayApart
-  std::int32_t busyTo_ = INT32_MIN;      // above that y calm rows need not be looked for
+  // Of the last row's chains with a role none has a vertex above that y.
+  std::int32_t nextVertex_ = INT32_MIN;
+  // Calm rows are looked for from a row on, and when there are none not again for some rows.
+  std::int32_t busyTo_ = 0;
+  std::int32_t pause_ = kShortestPause;
 };
 
 }  // namespace kalvora

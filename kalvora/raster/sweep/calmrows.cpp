@@ -89,7 +89,7 @@ std::int32_t RowSweep::AddCalm(std::int32_t top, std::int32_t rows) {
   }
   while (rows >= kFewestCalm && !StayApart(top + rows * kRowHeight, rows)) rows >>= 1;
   if (rows < kFewestCalm || edges > DifferenceRows::kMostEdges) {
-    busyTo_ = top + pause_ * kRowHeight;
+    busyTo_ = (top >> 16) + pause_;
     pause_ = std::min(2 * pause_, kLongestPause);
     return 0;
   }
