@@ -49,6 +49,24 @@ constexpr std::int64_t Cross(ShortVector a, ShortVector b) {
   return std::int64_t{a.x} * b.y - std::int64_t{a.y} * b.x;
 }
 
+// Floating-point numbers of 53 bits decide quickly what integers would decide too: what they cannot
+// tell for sure is left to those, so that every processor comes to the same results. ARMv6 takes
+// integers at once: the library must be small there.
+#if defined(__x86_64__) || defined(__aarch64__) || \
+    (defined(__ARM_FP) && (__ARM_FP & 8) && __ARM_ARCH >= 7)
+inline constexpr bool kHasReals = true;
+#else
+inline constexpr bool kHasReals = false;
+#endif
+
+/// Exact for integers of 53 bits.
+constexpr double Real(std::int64_t v) {
+  if constexpr (sizeof(void*) > 4) return static_cast<double>(v);
+  // Four instructions on ARM, where the compiler would call a function.
+  constexpr double kTwo32 = 4294967296.0;
+  return static_cast<std::int32_t>(v >> 32) * kTwo32 + static_cast<std::uint32_t>(v);
+}
+
 constexpr std::int64_t Dot(Vector a, Vector b) { return a.x * b.x + a.y * b.y; }
 constexpr std::int64_t Cross(Vector a, Vector b) { return a.x * b.y - a.y * b.x; }
 

@@ -88,7 +88,7 @@ class KStrokeBuilder {
   /// Follows one leg of the control polygon of a piece that is too small, or turns too sharply, to
   /// be followed otherwise.
   void FollowLeg(kalvora::Vector leg, KVertex2D end);
-  void Swell(std::int64_t height);
+  void Swell(std::int32_t height);
   void Fan(kalvora::Side inner, std::int64_t way, std::int64_t swing);
   /// Ends the fan, if there is one, at the two sides of the current point.
   void EndFan();

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "kalvora/geometry/strokes/KStrokeBuilder.h"
+#include "kalvora/geometry/strokes/subdivide.h"
 
 using namespace kalvora;
 

@@ -2,27 +2,26 @@
 #include <algorithm>
 
 #include "kalvora/geometry/strokes/KStrokeBuilder.h"
+#include "kalvora/geometry/strokes/heights.h"
+#include "kalvora/geometry/strokes/subdivide.h"
 
 using namespace kalvora;
 
 namespace {
 
-/// DirectionOf(v).Rounded().
-KVertex2D RoundedDirectionOf(Vector v) {
-#if defined(__x86_64__) || defined(__aarch64__)
+/// DirectionOf(v).Rounded(), of what is not zero.
+KVertex2D RoundedDirectionOf(QuickVector v) {
+  if constexpr (!kHasReals) return DirectionOf(v.Exactly()).Rounded();
   // Roots and quotients of floating-point numbers take half of the time. DirectionOf differs from
   // them by less than 10 units, which matters only where 16 bits are rounded the other way then.
   constexpr std::int32_t kNear = 16, kStep = 1 << 14;
-  if (v.IsZero()) return {kZero, kZero};
   const auto x = static_cast<double>(v.x), y = static_cast<double>(v.y);
   const double inverse = Unit::kOne / __builtin_sqrt(x * x + y * y);
   const Unit unit{static_cast<std::int32_t>(x * inverse), static_cast<std::int32_t>(y * inverse)};
   const auto isClear = [](std::int32_t u) {
     return ((u + kStep / 2 + kNear) & (kStep - 1)) >= 2 * kNear;
   };
-  if (isClear(unit.x) && isClear(unit.y)) return unit.Rounded();
-#endif
-  return DirectionOf(v).Rounded();
+  return isClear(unit.x) && isClear(unit.y) ? unit.Rounded() : DirectionOf(v.Exactly()).Rounded();
 }
 
 /// Of a straight line, and of a curve's leg.
@@ -31,8 +30,8 @@ KStretch StretchAlong(const Pen& pen, Vector v) {
   const KVertex2D direction = polar.direction.Rounded();
   return {direction, pen.Offset(direction), polar.length};
 }
-KStretch StretchToward(const Pen& pen, Vector leg) {
-  const KVertex2D direction = RoundedDirectionOf(leg);
+KStretch StretchToward(const Pen& pen, QuickVector leg) {
+  const KVertex2D direction = leg.IsZero() ? KVertex2D::Origin : RoundedDirectionOf(leg);
   return {direction, pen.Offset(direction), 0};
 }
 
@@ -74,12 +73,11 @@ void KStrokeBuilder::Arrive() {
 // Reaches the sides of a point within a curve, so far outside that the polygon through such points
 // leaves the curve as much on one side as on the other: by the mean height of the curve above its
 // chord, and by s^2 / 12 of the pen's radius where the pen turns by s.
-void KStrokeBuilder::Swell(std::int64_t height) {
-  if (!k_.pending || k_.before.length > 0) return Arrive();
+void KStrokeBuilder::Swell(std::int32_t height) {
   const KVertex2D d = k_.before.direction, o = k_.before.offset;
   const std::int64_t turn = Cross(Short(d), Short(k_.next.direction)) >> 16;
   const auto swell = KFixed::FromRaw(static_cast<std::int32_t>(turn * turn >> 16) / 12);
-  const auto shift = KFixed::FromRaw(static_cast<std::int32_t>(height));
+  const KFixed shift = KFixed::FromRaw(height);
   AddBoth(k_.point + KVertex2D{d.y * shift, -d.x * shift}, o + KVertex2D{o.x * swell, o.y * swell});
   k_.pending = false;
 }
@@ -108,7 +106,7 @@ void KStrokeBuilder::EndFan() {
 void KStrokeBuilder::Turn(Vector leg, bool smooth) {
   if (!k_.empty && GoesOn(k_.before.direction, leg)) return;
   EndFan();
-  k_.next = StretchToward(pen_, leg);
+  k_.next = StretchToward(pen_, QuickVector::Of(leg));
   if (k_.empty) {
     Begin();
   } else {
@@ -121,12 +119,22 @@ template <int ORDER>
 void KStrokeBuilder::Glide(const Bezier<ORDER>& piece) {
   // Where pieces are cut evenly, roundings turn legs that stay as long by 1/400 at the most: less
   // than what is worth a join. Dashes may cut them anywhere.
-  constexpr std::int64_t kLong = 1 << 16;
-  if (!glides_ || Extent(piece.Leg(0)) < kLong) Turn(piece.FirstLeg(), true);
-  glides_ = !k_.dash.lengths && Extent(piece.Leg(ORDER - 1)) >= kLong;
-  k_.next = StretchToward(pen_, piece.LastLeg());
+  constexpr int kLong = 1 << 16;
+  QuickVector to[ORDER];
+#pragma GCC unroll 3
+  for (int i = 0; i < ORDER; ++i) to[i] = QuickVector::Of(piece.p[i + 1] - piece.p[0]);
+  QuickVector last = to[ORDER - 1] - to[ORDER - 2];
+  const bool endsLong = last.Reaches(kLong);
+  if (!endsLong) last = QuickVector::Of(piece.LastLeg());
+  if (!glides_ || !to[0].Reaches(kLong)) Turn(piece.FirstLeg(), true);
+  glides_ = endsLong && !k_.dash.lengths;
+  k_.next = StretchToward(pen_, last);
   const KVertex2D end = piece.End();
-  Swell(MeanHeight(piece) >> Bezier<ORDER>::kExtraBits);
+  if (k_.pending && k_.before.length == 0) {
+    Swell(RoundedHeight(piece, to));
+  } else {
+    Arrive();
+  }
   const ShortVector ahead = Short(k_.next.direction);
   const auto along = [ahead](KVertex2D v) { return Dot(Short(v), ahead); };
   const std::int64_t way = along(end) - along(k_.point);
