@@ -90,7 +90,10 @@ struct Bezier {
   }
   /// Re-parameterises to the parts before and after t, 30 fraction bits.
   void ReParam(Bezier& before, Bezier& after, std::int32_t t) const {
-    if (HasShortLegs()) {
+    ReParam(before, after, t, HasShortLegs());
+  }
+  void ReParam(Bezier& before, Bezier& after, std::int32_t t, bool hasShortLegs) const {
+    if (hasShortLegs) {
       // What lies between two points of a later step is no longer than what lay between earlier
       // ones.
       Cut(before, after, [t](Vector a, Vector b) {
@@ -103,7 +106,6 @@ struct Bezier {
     }
   }
 
- private:
   /// Whether all legs fit into words of 32 bits, with some room for roundings.
   bool HasShortLegs() const {
     std::int64_t bits = 0;

@@ -4,6 +4,9 @@
 #include <algorithm>
 #include <bit>
 
+#include "kalvora/geometry/strokes/cuts.h"
+#include "kalvora/support/processor.h"
+
 namespace kalvora {
 namespace {
 
@@ -267,10 +270,32 @@ template <int ORDER>
 
 // Cutting -----------------------------------------------------------------------------------------
 
+namespace {
+
+#if KALVORA_CURVE_VECTORS
+const bool kHasVectors = WidestVectors() != Vectors::kNone;
+#endif
+
 template <int ORDER>
-void SubdivideFor(const Bezier<ORDER>& curve, const Pen& pen, const KSoftMatrix3D& m,
-                  const PieceTaker<ORDER>& taker) {
-  constexpr int kDepth = 10;
+void Halve(const Bezier<ORDER>& whole, Bezier<ORDER>& before, Bezier<ORDER>& after) {
+#if KALVORA_CURVE_VECTORS
+  if (kHasVectors) return vectors::Halve(whole, before, after);
+#endif
+  whole.Halve(before, after);
+}
+
+template <int ORDER>
+void Cut(const Bezier<ORDER>& whole, Bezier<ORDER>& before, Bezier<ORDER>& after, std::int32_t t,
+         bool hasShortLegs) {
+#if KALVORA_CURVE_VECTORS
+  if (kHasVectors) return vectors::Cut(whole, before, after, t, hasShortLegs);
+#endif
+  whole.ReParam(before, after, t, hasShortLegs);
+}
+
+/// Gives a piece to `glide` in so many steps of equal parameter lengths.
+template <int ORDER, typename Glide>
+void CutEvenly(Bezier<ORDER>& piece, int steps, Glide glide) {
   static_assert(kMostSteps == 6);
   constexpr std::int32_t kParts[] = {0,
                                      Unit::kOne,
@@ -279,7 +304,23 @@ void SubdivideFor(const Bezier<ORDER>& curve, const Pen& pen, const KSoftMatrix3
                                      Unit::kOne / 4,
                                      Unit::kOne / 5,
                                      Unit::kOne / 6};
-  Bezier<ORDER> pieces[kDepth + 1], part;
+  Bezier<ORDER> part;
+  // Legs that are short stay so.
+  const bool isShort = steps > 1 && piece.HasShortLegs();
+  for (; steps > 1; --steps) {
+    Cut(piece, part, piece, kParts[steps], isShort);
+    glide(part);
+  }
+  glide(piece);
+}
+
+}  // namespace
+
+template <int ORDER>
+void SubdivideFor(const Bezier<ORDER>& curve, const Pen& pen, const KSoftMatrix3D& m,
+                  const PieceTaker<ORDER>& taker) {
+  constexpr int kDepth = 10;
+  Bezier<ORDER> pieces[kDepth + 1];
   int depths[kDepth + 1];
   // The present piece, and how often it may be halved.
   Bezier<ORDER>* piece = pieces;
@@ -288,11 +329,11 @@ void SubdivideFor(const Bezier<ORDER>& curve, const Pen& pen, const KSoftMatrix3
   *depth = kDepth;
   bool inPlane = false;
   for (;;) {
-    int course = CourseOf(*piece, pen);
+    const int course = CourseOf(*piece, pen);
     if (course < 0 && *depth > 0) {
       inPlane = inPlane || curve.IsInPlane(m);
       if (inPlane) {
-        piece->Halve(piece[1], piece[0]);
+        Halve(*piece, piece[1], piece[0]);
         depth[1] = --depth[0];
         ++piece;
         ++depth;
@@ -302,11 +343,8 @@ void SubdivideFor(const Bezier<ORDER>& curve, const Pen& pen, const KSoftMatrix3
     if (course <= 0) {
       taker.take(taker.self, *piece, false);
     } else {
-      for (; course > 1; --course) {
-        piece->ReParam(part, *piece, kParts[course]);
-        taker.take(taker.self, part, true);
-      }
-      taker.take(taker.self, *piece, true);
+      CutEvenly(*piece, course,
+                [&taker](const Bezier<ORDER>& step) { taker.take(taker.self, step, true); });
     }
     if (piece == pieces) return;
     --piece;
