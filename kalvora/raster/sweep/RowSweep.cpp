@@ -36,8 +36,16 @@ bool GoOn(ChainCursor& cursor, const Chain& chain, bool& jumps) {
   return true;
 }
 
+// A chain that is there at the row's top and ends inside it, without a vertex before.
+bool EndsStraight(const Chain& chain) {
+  return chain.ends && !chain.starts && chain.edge.y1 == chain.straightTo;
+}
+
 // Whether the one is left of the other, or touches it, where the row has both.
 bool AreInOrder(Chain& left, Chain& right, std::int32_t top) {
+  if (EndsStraight(left) && EndsStraight(right) && left.edge.y1 == right.edge.y1) {
+    return left.x <= right.x && left.edge.x1 <= right.edge.x1;
+  }
   if (!left.turns && !right.turns &&
       (left.starts ? ActiveChains::ArePair(left, right) : !right.starts)) {
     return left.XBottom() <= right.XBottom();
@@ -187,7 +195,7 @@ void RowSweep::SolveGroup(const Group& group) {
     GroupSweep sweep(stack_, line_, inside_, chains_.LeftOf(group.first), top_);
     sweep.Run(first, count);
   }
-  chains_.Reorder(group);
+  if (!solved || count > 2 || !chains_.PassPair(group)) chains_.Reorder(group);
 }
 
 // Chains that go straight through the row. False when some cross more than one other.
