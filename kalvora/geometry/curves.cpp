@@ -16,14 +16,15 @@ const bool kHasVectors = WidestVectors() != Vectors::kNone;
 }  // namespace
 
 template <int ORDER>
-int FlattenCurve(const KVertex2D* curve, KVertex2D* out, int stride, const Flatness& flatness) {
+int FlattenCurve(const KVertex2D& start, const KVertex2D* rest, KVertex2D* out,
+                 const Flatness& flatness) {
 #if KALVORA_POINT_VECTORS
-  if (kHasVectors) return vectors::FlattenCurve<ORDER>(curve, out, stride, flatness);
+  if (kHasVectors) return vectors::FlattenCurve<ORDER>(start, rest, out, flatness);
 #endif
-  return words::FlattenCurve<ORDER>(curve, out, stride, flatness);
+  return words::FlattenCurve<ORDER>(start, rest, out, flatness);
 }
 
-template int FlattenCurve<2>(const KVertex2D*, KVertex2D*, int, const Flatness&);
-template int FlattenCurve<3>(const KVertex2D*, KVertex2D*, int, const Flatness&);
+template int FlattenCurve<2>(const KVertex2D&, const KVertex2D*, KVertex2D*, const Flatness&);
+template int FlattenCurve<3>(const KVertex2D&, const KVertex2D*, KVertex2D*, const Flatness&);
 
 }  // namespace kalvora

@@ -6,11 +6,12 @@
 
 namespace kalvora {
 
-/// Flattens the curve of ORDER + 1 points, 3 or 4: writes the start of every straight piece and
-/// then the end point, `stride` entries apart, and returns the number of points, at most
+/// Flattens the curve from `start` through the ORDER points `rest`, 2 or 3: writes the start of
+/// every straight piece and then the end point, and returns the number of points, at most
 /// KStroker::kMaxCurvePoints.
 template <int ORDER>
-int FlattenCurve(const KVertex2D* curve, KVertex2D* out, int stride, const Flatness& flatness);
+int FlattenCurve(const KVertex2D& start, const KVertex2D* rest, KVertex2D* out,
+                 const Flatness& flatness);
 
 }  // namespace kalvora
 

@@ -28,14 +28,14 @@ struct Flatness {
     const std::uint32_t hair = bound / 32 + 512;
     if (bound <= hair || bound > kMostBound) return;
     longest = Square(std::min((bound / 32 + 128) * 2000, kLongest));
-    least = Square(bound - hair);
-    most = Square(bound + hair);
+    bounds[0] = Square(bound - hair);
+    bounds[1] = Square(bound + hair);
   }
 
   std::uint32_t bound;  ///< pieces are straight when their deviation is below
   // Squares.
-  float longest = -1;         ///< chords for which
-  float least = 0, most = 0;  ///< what is below, and not below, is for sure
+  float longest = 0;     ///< chords for which
+  float bounds[2] = {};  ///< what is below the first, and not below the second, is for sure
 
  private:
   static constexpr std::uint32_t kMostBound = 1 << 26, kLongest = 1 << 28;

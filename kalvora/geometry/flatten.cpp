@@ -1,6 +1,6 @@
 // Flattening: paths into polygon rings.
 #include <algorithm>
-#include <cstring>
+#include <cstddef>
 
 #include "kalvora/geometry/KSoftPath.h"
 #include "kalvora/geometry/KStroker.h"
@@ -34,14 +34,14 @@ class RingWriter {
   }
   /// From the last vertex on, which is the curve's first point.
   template <int ORDER>
-  bool AddCurve(const KVertex2D* p, const Flatness& flatness) {
+  bool AddCurve(const KVertex2D& start, const KVertex2D* rest, const Flatness& flatness) {
     if (!Reserve(KStroker::kMaxCurvePoints)) return false;
     KVertex2D* out = ring + count_;
-    const int n = FlattenCurve<ORDER>(p, out, 1, flatness);
+    const int n = FlattenCurve<ORDER>(start, rest, out, flatness);
     count_ += static_cast<unsigned>(n) - 1;
     // The halves of a curve never leave its range: few have points to look through.
     const auto isLink = [](const KVertex2D& v) { return ring::IsLink(&v); };
-    if (std::any_of(p, p + ORDER + 1, isLink)) {
+    if (isLink(start) || std::any_of(rest, rest + ORDER, isLink)) {
       for (int k = 0; k < n; ++k) out[k] = ring::Vertex(out[k]);
     }
     return true;
@@ -60,21 +60,21 @@ class RingWriter {
 
   static std::uint64_t Bytes(std::uint64_t entries) { return entries * sizeof(KVertex2D); }
   bool Reserve(unsigned points) {
-    const std::uint64_t needed = std::uint64_t{count_} + points + ring::kLinks;
+    const std::size_t needed = std::size_t{count_} + points + ring::kLinks;  // words suffice
     return needed <= capacity_ || Grow(needed);
   }
   [[gnu::noinline]] bool Grow(std::uint64_t needed) {
-    const std::uint64_t capacity = std::max({needed, 2 * capacity_, kFirstCapacity});
+    const std::uint64_t capacity = std::max({needed, 2 * std::uint64_t{capacity_}, kFirstCapacity});
     auto* moved = static_cast<KVertex2D*>(memory_.ReAlloc(ring, Bytes(capacity)));
     if (!moved) return false;
     ring = moved;
-    capacity_ = capacity;
+    capacity_ = static_cast<std::size_t>(capacity);
     return true;
   }
 
   const Memory memory_;
   unsigned count_ = 0;
-  std::uint64_t capacity_ = 0;
+  std::size_t capacity_ = 0;
 };
 
 /// What of a path no pixel of a clip shows.
@@ -119,7 +119,9 @@ class Unseen {
   /// as many top vertices and winds as often, as the curve only falls or only rises, and lies above
   /// or below the clip. One ring alone may be drawn by DrawSimplePolygon, where every vertex of a
   /// row counts; else the curve may lie far to the left or right as well.
-  bool Hides(const KVertex2D* p, int order) const { return !IsInside(p[0]) && IsBeside(p, order); }
+  bool Hides(const KVertex2D& start, const KVertex2D* rest, int order) const {
+    return !IsInside(start) && IsBeside(start, rest, order);
+  }
 
  private:
   /// Coordinates from `begin` on, 16.16.
@@ -134,15 +136,17 @@ class Unseen {
   };
 
   bool IsInside(KVertex2D v) const { return inside_.x.Holds(v.x) && inside_.y.Holds(v.y); }
-  [[gnu::noinline]] bool IsBeside(const KVertex2D* p, int order) const {
+  [[gnu::noinline]] bool IsBeside(const KVertex2D& start, const KVertex2D* rest, int order) const {
     if (!limited_) return false;
     VertexBox box;
-    for (int i = 0; i <= order; ++i) box.Include(p[i]);
+    box.Include(start);
+    for (int i = 0; i < order; ++i) box.Include(rest[i]);
     if (!box.Misses(clip_, several_ ? kLeastMargin : kFartherThanX)) return false;
     if (several_ && !box.Misses(clip_, Margin())) return false;
     const auto lower = [](KVertex2D a, KVertex2D b) { return a.y < b.y; };
     const auto higher = [](KVertex2D a, KVertex2D b) { return a.y > b.y; };
-    return std::is_sorted(p, p + order + 1, lower) || std::is_sorted(p, p + order + 1, higher);
+    return (!lower(rest[0], start) && std::is_sorted(rest, rest + order, lower)) ||
+           (!higher(rest[0], start) && std::is_sorted(rest, rest + order, higher));
   }
 
   void Include(VertexBox& box, const KSegment* segment) const {
@@ -182,11 +186,22 @@ class Flattener {
             const Unseen& unseen)
       : writer_(memory), matrix_(m), flatness_(flatness), unseen_(unseen) {}
 
-  bool Begin(KVertex2D start) {
-    curve_[0] = matrix_.Map(start);
-    return writer_.Begin(curve_[0]);
+  /// Adds the subpath that a record opens, and goes on to the next record that opens one, or to
+  /// null. False: no memory.
+  bool Add(const KSegment*& segment) {
+    at_ = matrix_.Map(*segment->Start());
+    bool added = writer_.Begin(at_);
+    do {
+      added = added && AddRecord(segment);
+      segment = segment->next;
+    } while (segment && !segment->Opens());
+    if (added) writer_.Close();
+    return added;
   }
-  bool Add(const KSegment* segment) {
+  KVertex2D* Ring() const { return writer_.ring; }
+
+ private:
+  bool AddRecord(const KSegment* segment) {
     switch (segment->Order()) {
       case 1:
         return AddPieces<1>(segment);
@@ -196,48 +211,54 @@ class Flattener {
         return AddPieces<3>(segment);
     }
   }
-  KVertex2D* Ring() const { return writer_.ring; }
-  void Close() { writer_.Close(); }
-
- private:
   template <int ORDER>
   bool AddPieces(const KSegment* segment) {
+    KVertex2D mapped[ORDER];
     const KVertex2D* points = segment->Points();
     for (unsigned i = segment->Pieces(); i > 0; --i, points += ORDER) {
-      if (matrix_.identity) {
-        std::memcpy(curve_ + 1, points, ORDER * sizeof *points);
-      } else {
-        for (int k = 0; k < ORDER; ++k) curve_[k + 1] = matrix_.Map(points[k]);
+      const KVertex2D* rest = points;
+      if (!matrix_.identity) {
+        for (int k = 0; k < ORDER; ++k) mapped[k] = matrix_.Map(points[k]);
+        rest = mapped;
       }
-      if (!AddPiece<ORDER>()) return false;
-      curve_[0] = curve_[ORDER];
+      if (!AddPiece<ORDER>(rest)) return false;
+      at_ = rest[ORDER - 1];
     }
     return true;
   }
   template <int ORDER>
-  bool AddPiece() {
-    if (ORDER == 1 || unseen_.Hides(curve_, ORDER)) return writer_.AddLine(curve_[ORDER]);
-    return writer_.AddCurve<ORDER>(curve_, flatness_);
+  bool AddPiece(const KVertex2D* rest) {
+    if (ORDER == 1 || unseen_.Hides(at_, rest, ORDER)) return writer_.AddLine(rest[ORDER - 1]);
+    return writer_.AddCurve<ORDER>(at_, rest, flatness_);
   }
 
   RingWriter writer_;
   const KSoftMatrix3D& matrix_;
   const Flatness& flatness_;
   const Unseen& unseen_;
-  KVertex2D curve_[4]{};  // from the current point on
+  KVertex2D at_{};  // the current point
 };
+
+/// To entries `stride` apart.
+template <int ORDER>
+int FlattenApart(const KVertex2D& start, const KVertex2D* rest, KVertex2D* out, int stride) {
+  KVertex2D points[KStroker::kMaxCurvePoints];
+  const int n = FlattenCurve<ORDER>(start, rest, points, Flatness(KStroker::GeoQuality));
+  for (int i = 0; i < n; ++i) out[std::ptrdiff_t{i} * stride] = points[i];
+  return n;
+}
 
 }  // namespace
 
 int KStroker::GetBezierPts(KVertex2D* out, KVertex2D p0, KVertex2D c1, KVertex2D c2, KVertex2D p3,
                            int stride) {
-  const KVertex2D curve[] = {p0, c1, c2, p3};
-  return FlattenCurve<3>(curve, out, stride, kalvora::Flatness(GeoQuality));
+  const KVertex2D rest[] = {c1, c2, p3};
+  return FlattenApart<3>(p0, rest, out, stride);
 }
 
 int KStroker::GetBezierPts(KVertex2D* out, KVertex2D p0, KVertex2D c, KVertex2D p2, int stride) {
-  const KVertex2D curve[] = {p0, c, p2};
-  return FlattenCurve<2>(curve, out, stride, kalvora::Flatness(GeoQuality));
+  const KVertex2D rest[] = {c, p2};
+  return FlattenApart<2>(p0, rest, out, stride);
 }
 
 unsigned KStroker::FlattenPath(KVertex2D**& rings, const KSoftPath* path, const KSoftMatrix3D* m,
@@ -252,17 +273,20 @@ unsigned KStroker::FlattenPath(KVertex2D**& rings, const KSoftPath* path, const 
   unsigned count = 0;
   const kalvora::Flatness flatness(Flatness());
   Flattener flattener(memory, *m, flatness, unseen);
-  bool hidden = true, added = true;
-  for (const KSegment* segment = path->first; segment && added; segment = segment->next) {
-    if (segment->Opens()) {
-      rings[count++] = nullptr;
-      hidden = unseen.Hides(Subpath::Of(segment));
-      added = hidden || flattener.Begin(*segment->Start());
+  bool added = true;
+  for (const KSegment* segment = path->first; segment && added;) {
+    if (!segment->Opens()) {
+      segment = segment->next;  // of a hidden subpath
+      continue;
     }
-    if (hidden) continue;
-    added = added && flattener.Add(segment);
-    if (added && (!segment->next || segment->next->Opens())) flattener.Close();
-    rings[count - 1] = flattener.Ring();
+    KVertex2D*& ring = rings[count++];
+    ring = nullptr;
+    if (unseen.Hides(Subpath::Of(segment))) {
+      segment = segment->next;
+      continue;
+    }
+    added = flattener.Add(segment);
+    ring = flattener.Ring();
   }
   if (added) return count;
   FreeRings(rings, count, onStack);

@@ -12,12 +12,15 @@
 #define KALVORA_POINT_VECTORS 0
 #endif
 
-#define KALVORA_DECLARE_FORM(form)                                                                \
-  namespace form {                                                                                \
-  template <int ORDER>                                                                            \
-  int FlattenCurve(const KVertex2D* curve, KVertex2D* out, int stride, const Flatness& flatness); \
-  extern template int FlattenCurve<2>(const KVertex2D*, KVertex2D*, int, const Flatness&);        \
-  extern template int FlattenCurve<3>(const KVertex2D*, KVertex2D*, int, const Flatness&);        \
+#define KALVORA_DECLARE_FORM(form)                                                    \
+  namespace form {                                                                    \
+  template <int ORDER>                                                                \
+  int FlattenCurve(const KVertex2D& start, const KVertex2D* rest, KVertex2D* out,     \
+                   const Flatness& flatness);                                         \
+  extern template int FlattenCurve<2>(const KVertex2D&, const KVertex2D*, KVertex2D*, \
+                                      const Flatness&);                               \
+  extern template int FlattenCurve<3>(const KVertex2D&, const KVertex2D*, KVertex2D*, \
+                                      const Flatness&);                               \
   }
 namespace kalvora {
 KALVORA_DECLARE_FORM(words)

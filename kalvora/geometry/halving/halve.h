@@ -10,24 +10,25 @@ namespace kalvora {
 /// The most halves that wait while others are done.
 inline constexpr int kMostPending = 10;
 
-/// Curve: a piece that tells its Start and whether it IsFlat, and that Split makes its earlier half
-/// and returns the later one of.
+/// Curve: a piece that puts down its start or its end, tells whether it is flat, and that Split
+/// makes its earlier half and returns the later one of.
 ///
 /// A piece is taken as straight when it is flat enough, when too many wait, or when the points left
 /// are just enough for them.
 template <typename Curve, typename Judge>
-int Halve(Curve piece, const Judge& judge, KVertex2D end, KVertex2D* out, int stride) {
+[[gnu::always_inline]] inline int Halve(Curve piece, const Judge& judge, KVertex2D* out) {
   constexpr int kMostPieces = KStroker::kMaxCurvePoints - 1;  // the end point takes the last place
   Curve waiting[kMostPending];
   int pending = 0;
-  for (int pieces = 1;; ++pieces) {
-    while (pending < kMostPending && pieces + pending < kMostPieces && !piece.IsFlat(judge)) {
+  int pieces = 1;  // the waiting ones included
+  for (;;) {
+    while (!piece.IsFlat(judge) && pending < kMostPending && pieces < kMostPieces) {
       waiting[pending++] = piece.Split();
+      ++pieces;
     }
-    *out = piece.Start();
-    out += stride;
+    piece.PutStart(out++);
     if (pending == 0) {
-      *out = end;
+      piece.PutEnd(out);
       return pieces + 1;
     }
     piece = waiting[--pending];

@@ -1,13 +1,9 @@
 // Halving in vectors of two points.
 #include "kalvora/geometry/halving/halve.h"
 
-#if KALVORA_POINT_VECTORS
+#if KALVORA_POINT_VECTORS && !defined(__ARM_NEON)
 
 #include <bit>
-
-#if defined(__ARM_NEON)
-#include <arm_neon.h>
-#endif
 
 namespace kalvora::vectors {
 namespace {
@@ -17,36 +13,21 @@ typedef std::int32_t Points __attribute__((vector_size(16)));
 typedef std::uint32_t Bits __attribute__((vector_size(16)));
 typedef float Floats __attribute__((vector_size(16)));
 
-Points TwoOf(const KVertex2D* p) {
-#if defined(__ARM_NEON)
-  return vld1q_s32(&p->x.raw);
-#else
+Points TwoOf(const KVertex2D& a, const KVertex2D& b) {
   // One by one, as they have been stored: a load of both would have to wait for the stores.
   typedef std::uint64_t Words __attribute__((vector_size(16)));
   return reinterpret_cast<Points>(
-      Words{std::bit_cast<std::uint64_t>(p[0]), std::bit_cast<std::uint64_t>(p[1])});
-#endif
+      Words{std::bit_cast<std::uint64_t>(a), std::bit_cast<std::uint64_t>(b)});
 }
 /// (a + b) / 2, rounded down, without a carry to lose.
-Points Middle(Points a, Points b) {
-#if defined(__ARM_NEON)
-  return vhaddq_s32(a, b);
-#else
-  return (a & b) + ((a ^ b) >> 1);
-#endif
-}
+Points Middle(Points a, Points b) { return (a & b) + ((a ^ b) >> 1); }
 Points Minus(Points a, Points b) {
   return reinterpret_cast<Points>(reinterpret_cast<Bits>(a) - reinterpret_cast<Bits>(b));
 }
 /// Two of the points of a and b, 0 to 3.
 template <int I, int J>
 Points Pick(Points a, Points b) {
-#if defined(__ARM_NEON)
-  const int32x2_t points[] = {vget_low_s32(a), vget_high_s32(a), vget_low_s32(b), vget_high_s32(b)};
-  return vcombine_s32(points[I], points[J]);
-#else
   return __builtin_shufflevector(a, b, 2 * I, 2 * I + 1, 2 * J, 2 * J + 1);
-#endif
 }
 template <int I>
 KVertex2D PointOf(Points p) {
@@ -80,8 +61,8 @@ class Judge {
     if ((halves + Turned(halves))[0] > 0 && length <= flatness_.longest) {
       const Floats across = Magnitudes(products - Turned(products));
       const float sum = (across + Swapped(across))[0], square = sum * sum;
-      if (square >= flatness_.most * length) return false;
-      if (square < flatness_.least * length) return true;
+      if (square >= flatness_.bounds[1] * length) return false;
+      if (square < flatness_.bounds[0] * length) return true;
     }
     return IsSurelyFlat(chord, legs);
   }
@@ -99,7 +80,8 @@ template <int ORDER>
 struct Curve {
   Points head, tail;
 
-  KVertex2D Start() const { return PointOf<0>(head); }
+  void PutStart(KVertex2D* out) const { *out = PointOf<0>(head); }
+  void PutEnd(KVertex2D* out) const { *out = PointOf<1>(tail); }
   // The two control points are measured each on its own: on opposite sides of the chord their
   // deviations would cancel, and an S would become a line.
   bool IsFlat(const Judge& judge) const {
@@ -124,13 +106,14 @@ struct Curve {
 }  // namespace
 
 template <int ORDER>
-int FlattenCurve(const KVertex2D* curve, KVertex2D* out, int stride, const Flatness& flatness) {
-  const Curve<ORDER> whole{TwoOf(curve), TwoOf(curve + ORDER - 1)};
-  return Halve(whole, Judge(flatness), curve[ORDER], out, stride);
+int FlattenCurve(const KVertex2D& start, const KVertex2D* rest, KVertex2D* out,
+                 const Flatness& flatness) {
+  const Curve<ORDER> whole{TwoOf(start, rest[0]), TwoOf(rest[ORDER - 2], rest[ORDER - 1])};
+  return Halve(whole, Judge(flatness), out);
 }
 
-template int FlattenCurve<2>(const KVertex2D*, KVertex2D*, int, const Flatness&);
-template int FlattenCurve<3>(const KVertex2D*, KVertex2D*, int, const Flatness&);
+template int FlattenCurve<2>(const KVertex2D&, const KVertex2D*, KVertex2D*, const Flatness&);
+template int FlattenCurve<3>(const KVertex2D&, const KVertex2D*, KVertex2D*, const Flatness&);
 
 }  // namespace kalvora::vectors
 

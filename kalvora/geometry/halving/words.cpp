@@ -62,7 +62,8 @@ template <int ORDER>
 struct Curve {
   KVertex2D* p;
 
-  KVertex2D Start() const { return p[ORDER]; }
+  void PutStart(KVertex2D* out) const { *out = p[ORDER]; }
+  void PutEnd(KVertex2D* out) const { *out = p[0]; }
   bool IsFlat(const Judge& judge) const { return judge.IsFlat<ORDER>(p); }
   Curve Split() {
     Split<&KVertex2D::x>();
@@ -96,14 +97,16 @@ struct Curve {
 }  // namespace
 
 template <int ORDER>
-int FlattenCurve(const KVertex2D* curve, KVertex2D* out, int stride, const Flatness& flatness) {
+int FlattenCurve(const KVertex2D& start, const KVertex2D* rest, KVertex2D* out,
+                 const Flatness& flatness) {
   KVertex2D points[ORDER * (kMostPending + 1) + 1];
-  std::reverse_copy(curve, curve + ORDER + 1, points);
-  const Judge judge(flatness, curve, ORDER);
-  return Halve(Curve<ORDER>{points}, judge, curve[ORDER], out, stride);
+  std::reverse_copy(rest, rest + ORDER, points);
+  points[ORDER] = start;
+  const Judge judge(flatness, points, ORDER);
+  return Halve(Curve<ORDER>{points}, judge, out);
 }
 
-template int FlattenCurve<2>(const KVertex2D*, KVertex2D*, int, const Flatness&);
-template int FlattenCurve<3>(const KVertex2D*, KVertex2D*, int, const Flatness&);
+template int FlattenCurve<2>(const KVertex2D&, const KVertex2D*, KVertex2D*, const Flatness&);
+template int FlattenCurve<3>(const KVertex2D&, const KVertex2D*, KVertex2D*, const Flatness&);
 
 }  // namespace kalvora::words
