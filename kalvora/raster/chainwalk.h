@@ -9,9 +9,10 @@
 
 namespace kalvora {
 
-/// x is held to +-16383 pixels, so that dx with 32 fraction bits fits a 64-bit word.
+/// x is held to -16384 up to just below 16384 pixels, so that dx with 32 fraction bits fits a
+/// 64-bit word: in 31 bits, for which ARM has an instruction.
 inline constexpr std::int32_t kFarthestX = (1 << 30) - 1;
-inline std::int32_t HoldX(KFixed x) { return std::clamp(x.raw, -kFarthestX, kFarthestX); }
+inline std::int32_t HoldX(KFixed x) { return std::clamp(x.raw, -kFarthestX - 1, kFarthestX); }
 
 /// A chain descends from a top vertex to a bottom, through the ring forward (+1) or backward (-1).
 /// Moves `v`, at or above y, down to the upper end of the first edge that reaches below y and

@@ -8,19 +8,11 @@
 
 namespace kalvora {
 
-bool SlopedEdge::Find(const KVertex2D* v, std::int32_t direction, std::int32_t y, Extent& extent) {
-  const KVertex2D* to = NextDescent(
-      v, direction, y, [&](const KVertex2D* passed) { extent.Include(HoldX(passed->x)); });
-  if (!to) return false;
-  x0 = HoldX(v->x);
-  y0 = v->y.raw;
-  x1 = HoldX(to->x);
-  y1 = to->y.raw;
-  lower = to;
-  gain = 0;
-  shift = 0;  // DifferenceLine shifts by it also where the result does not count
-  hasRatio = false;
-  return true;
+// Apart, because Find is in line everywhere.
+[[gnu::noinline]] const KVertex2D* SlopedEdge::Pass(const KVertex2D*& v, std::int32_t direction,
+                                                    std::int32_t y, Extent& extent) {
+  return NextDescent(v, direction, y,
+                     [&](const KVertex2D* passed) { extent.Include(HoldX(passed->x)); });
 }
 
 void SlopedEdge::FindRatio() {

@@ -41,7 +41,13 @@ struct SlopedEdge {
   /// Finds the first edge of a chain from `v` on that reaches below y, -1 backward, 1 forward
   /// through the ring, and includes in `extent` the x of the vertices after `v` on the way. False
   /// when the chain turns upward before it does: it has ended.
-  bool Find(const KVertex2D* v, std::int32_t direction, std::int32_t y, Extent& extent);
+  bool Find(const KVertex2D* v, std::int32_t direction, std::int32_t y, Extent& extent) {
+    // Nearly always the next one does.
+    const KVertex2D* to = ring::Step(v, direction);
+    if (to->y.raw <= y && !(to = Pass(v, direction, y, extent))) return false;
+    Set(*v, to);
+    return true;
+  }
 
   void NeedRatio() {
     if (!hasRatio) FindRatio();
@@ -69,6 +75,18 @@ struct SlopedEdge {
   }
 
  private:
+  static const KVertex2D* Pass(const KVertex2D*& v, std::int32_t direction, std::int32_t y,
+                               Extent& extent);
+  void Set(KVertex2D from, const KVertex2D* to) {
+    x0 = HoldX(from.x);
+    y0 = from.y.raw;
+    x1 = HoldX(to->x);
+    y1 = to->y.raw;
+    lower = to;
+    gain = 0;
+    shift = 0;  // DifferenceLine shifts by it also where the result does not count
+    hasRatio = false;
+  }
   void FindRatio();
   void FindGain();
 };
