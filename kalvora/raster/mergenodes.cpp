@@ -92,14 +92,15 @@ bool CollectTops(NodeList& list, const KVertex2D* ring) {
     direction = Direction(v[-1], *v);
   }
   if (direction == 0) return true;
-  bool falls = direction > 0;
+  std::int32_t falls = direction > 0;
   std::int32_t y = first->y.raw;
-  // One jump for both conditions: which way an edge goes cannot be foreseen.
+  // One jump for all conditions: which way an edge goes cannot be foreseen. After a fall the level
+  // falls on; y is not the least number there.
   const auto pass = [&](const KVertex2D* v, std::int32_t then) {
-    const bool top = !falls & (then > y);
-    falls = (then > y) | (falls & (then == y));
+    const std::int32_t before = falls;
+    falls = then > y - before;
     y = then;
-    return !top || list.Append(v);
+    return falls <= before || list.Append(v);
   };
   for (const KVertex2D* v = first; v != last; ++v) {
     if (!pass(v, v[1].y.raw)) return false;
