@@ -61,6 +61,11 @@ struct ChainCursor {
   SlopedEdge below_;
 };
 
+/// Whether `a` is right of some of `b`, at whatever heights.
+inline bool MayBeInverted(const ChainCursor& a, const ChainCursor& b) {
+  return std::max(a.xTop, a.xEnd) > std::min(b.xTop, b.xEnd);
+}
+
 /// Whether `a` is right of `b` at the lower end of what they have in common. x in between is asked
 /// for where the ends do not tell.
 inline bool AreInverted(ChainCursor& a, ChainCursor& b) {

@@ -101,10 +101,9 @@ void GroupSweep::Schedule(Cursor& cursor, EventTree& tree) {
   if (&cursor != &head_) tree.Set(Index(cursor), NextEvent(cursor));
 }
 
-// Of a listed cursor: the end of its piece, or before that the crossing with its right neighbour.
-[[gnu::noinline]] std::uint32_t GroupSweep::NextEvent(Cursor& cursor) {
+[[gnu::noinline]] std::uint32_t GroupSweep::EndOrCrossing(Cursor& cursor) {
   const std::uint32_t key = EndOf(cursor);
-  if (!cursor.next || !AreInverted(cursor, *cursor.next)) return key;
+  if (!AreInverted(cursor, *cursor.next)) return key;
   const std::int32_t y = std::min(cursor.end, cursor.next->end);
   const std::int32_t at = std::max(CrossingOf(cursor, *cursor.next, y), now_);
   return at < kWholeHeight ? std::min(key, Key(at, kCross)) : key;

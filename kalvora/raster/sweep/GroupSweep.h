@@ -70,7 +70,13 @@ class GroupSweep {
   static std::uint32_t EndOf(const Cursor& cursor) {
     return cursor.end < kWholeHeight ? Key(cursor.end, kEnd) : EventTree::kNever;
   }
-  std::uint32_t NextEvent(Cursor& cursor);
+  // Of a listed cursor: the end of its piece, or before that the crossing with its right neighbour.
+  std::uint32_t NextEvent(Cursor& cursor) {
+    const Cursor* const next = cursor.next;
+    if (!next || !MayBeInverted(cursor, *next)) return EndOf(cursor);
+    return EndOrCrossing(cursor);
+  }
+  std::uint32_t EndOrCrossing(Cursor& cursor);
   void Schedule(Cursor& cursor, EventTree& tree);
   void EndPiece(Cursor& cursor, EventTree& tree);
   void EndChain(Cursor& cursor, EventTree& tree);
