@@ -108,6 +108,7 @@ void FillColorDifferences(const KStyleContext2D* style, const KRowDifferences& d
   static_assert(Differences::kFullBits == KRowDifferences::kFullBits);
   const ColorRows rows{{.to = style->row + style->x0,
                         .stride = differences.stride,
+                        .y = differences.y,
                         .line = differences.line,
                         .touched = differences.touched,
                         .lineStride = differences.lineStride,
@@ -131,6 +132,15 @@ static void FillSteps(const KStyleContext2D* style, const KRowSteps& steps) {
 
 KStepFiller ColorSteps(const KStyleContext2D* style) {
   return style->loops->color.steps ? FillSteps : nullptr;
+}
+
+static void FillStraight(const KStyleContext2D* style, const KStraightEdges& edges) {
+  style->loops->color.straight(style->row + style->x0, style->x1 - style->x0, edges,
+                               style->color.Word());
+}
+
+KStraightFiller ColorStraight(const KStyleContext2D* style) {
+  return style->loops->color.straight && !style->blend ? FillStraight : nullptr;
 }
 
 void FillMaskedBlock(const KStyleContext2D* style, const KRowBlock& block) {

@@ -29,6 +29,8 @@ void FillEdgedColorBlock(const KStyleContext2D* style, const KRowBlock& block);
 void FillColorDifferences(const KStyleContext2D* style, const KRowDifferences& row);
 /// Null where the inner loops have none of steps.
 KStepFiller ColorSteps(const KStyleContext2D* style);
+/// The same of straight edges, which they have for colours that are not blended alone.
+KStraightFiller ColorStraight(const KStyleContext2D* style);
 /// By the bytes of block.mask.
 void FillMaskedBlock(const KStyleContext2D* style, const KRowBlock& block);
 

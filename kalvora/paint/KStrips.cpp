@@ -40,6 +40,7 @@ void KStrips<F>::InitColor(KStyleContext2D* style, KFiller& solid, KFiller& cove
   style->edged = kalvora::FillEdgedColorBlock;
   style->differences = kalvora::FillColorDifferences;
   style->steps = kalvora::ColorSteps(style);
+  style->straight = kalvora::ColorStraight(style);
 }
 
 template <typename F>

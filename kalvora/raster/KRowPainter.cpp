@@ -46,6 +46,7 @@ bool KRowPainter::Bind(std::int32_t share) {
   job_.style->block = job_.style->edged = nullptr;
   job_.style->differences = nullptr;
   job_.style->steps = nullptr;
+  job_.style->straight = nullptr;
   if (job_.init) job_.init(job_.record, solid_, coverage_);
   return solid_ && coverage_;
 }

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "kalvora/raster/KStraightEdges.h"
 #include "kalvora/raster/PixelBox.h"
 
 namespace kalvora {
@@ -51,6 +52,16 @@ class KRowPainter {
     rows.stride = stride_;
     style.differences(job_.record, rows);
     return true;
+  }
+  /// Whether Straight paints anything.
+  bool TakesStraight() const { return job_.style->straight && !job_.mask; }
+  /// Paints columns of this row and those below, which edges go straight through. Sets their
+  /// stride.
+  void Straight(std::int32_t from, std::int32_t to, KStraightEdges& edges) {
+    job_.style->x0 = from;
+    job_.style->x1 = to;
+    edges.stride = stride_;
+    job_.style->straight(job_.record, edges);
   }
   /// Paints the box, whose first and last column may have a coverage of their own, 16.16. Takes the
   /// paint's fillers of blocks where it has them.

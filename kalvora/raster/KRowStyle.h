@@ -55,6 +55,7 @@ struct KRowStyle : KRowSpan, KRowCoverage {
   KBlockFiller edged = nullptr;  ///< of blocks with edges; null like `block`: rows do as well
   KDifferenceFiller differences = nullptr;  ///< of coverage before it is summed up; or null
   KStepFiller steps = nullptr;              ///< of coverage before it is computed; or null
+  KStraightFiller straight = nullptr;       ///< the same, of edges through many rows; or null
 
   /// Coverage of one full row between a left edge that crosses it from xa to xb and a right edge
   /// from xc to xd (either order); sl and sr are the row heights gained per pixel of x. Stores into

@@ -9,6 +9,7 @@ class KSoftPixmap;
 struct KPaint;
 struct KRowStyle;
 struct KRowSteps;
+struct KStraightEdges;
 struct KStyleContext2D;
 
 /// A span filler: writes [x0, x1) of the style record's row. It never clears coverage, never looks
@@ -30,7 +31,7 @@ struct KRowBlock {
 /// A filler of whole blocks: what the paint's other fillers would do row by row.
 using KBlockFiller = void (*)(const KStyleContext2D*, const KRowBlock&);
 
-/// Coverage of the columns [x0, x1) of the style record, in its row and those below, kept as
+/// Coverage of the columns [x0, x1) of the style record, in its row and some below, kept as
 /// differences: that of column i from x0 on is the sum of `start` and line[0..i], modulo 2^32, in
 /// units of 2^-kFullBits. Where differences are not 0, that is for each row said in one of two
 /// ways: by marks, or by pairs of columns, from the first of a pair up to the second, which rise
@@ -42,6 +43,7 @@ struct KRowDifferences {
   std::uint32_t* line;         ///< three more than there are columns, and on to a multiple of four
   std::uint32_t* touched;      ///< marks: a bit for each four of them
   std::ptrdiff_t lineStride;   ///< words from one row's to the next one's, of both
+  const std::int32_t* y;       ///< of each row, counted from the style record's
   const std::int32_t* edges;   ///< pairs of each row, or kByMarks
   const std::int32_t* ranges;  ///< the pairs, row by row
   int rows;
@@ -55,10 +57,13 @@ using KDifferenceFiller = void (*)(const KStyleContext2D*, const KRowDifferences
 /// A filler of rows whose coverage has not been computed yet (see KRowSteps.h).
 using KStepFiller = void (*)(const KStyleContext2D*, const KRowSteps&);
 
+/// The same of the columns [x0, x1) in rows that edges go straight through (see KStraightEdges.h).
+using KStraightFiller = void (*)(const KStyleContext2D*, const KStraightEdges&);
+
 /// A strip initialiser: reads style->paint, prepares the paint's words of the style record and
 /// returns the filler for fully covered pixels and the one that weighs them by lineBuffer. Pointers
 /// that it leaves alone stay null: then nothing is drawn. It may set style->block, style->edged,
-/// style->differences and style->steps.
+/// style->differences, style->steps and style->straight.
 using KStripInit = void (*)(KStyleContext2D* style, KFiller& solid, KFiller& coverage);
 
 namespace kalvora {

@@ -27,7 +27,7 @@ void DrawComplexPolygon(const RasterJob& job, const KMergeNode* begin, const KMe
       if (row >= box.y1) break;
     }
     if (!chains.Enter(row * kRowHeight)) break;
-    row += sweep.AddRows(row * kRowHeight, std::min(differences.Room(), box.y1 - row));
+    row += sweep.AddRows(row * kRowHeight, box.y1 - row);
   }
   differences.Paint();
 }

@@ -26,7 +26,7 @@ using kalvora::KRowPainter;
 using kalvora::PaintJob;
 using kalvora::PixelBox;
 
-constexpr int kWidth = 280, kHeight = 9;  // more columns than are made at a time
+constexpr int kWidth = 280, kHeight = 40;  // more columns and rows than are made at a time
 
 /// A target with its style record; a picture and a mask to draw.
 struct Board {
@@ -54,6 +54,7 @@ void InitRows(KStyleContext2D* style, KFiller& solid, KFiller& coverage) {
   Strips(false).init[style->paint->type](style, solid, coverage);
   style->block = style->edged = nullptr;
   style->steps = nullptr;
+  style->straight = nullptr;
 }
 
 /// Any colour, gradient, or picture that is moved or scaled, at any opacity.
@@ -163,36 +164,72 @@ std::vector<KVertex2D> TwoChains(Random& random) {
   return ring;
 }
 
+/// Rings painted in a width, by all fillers that the colour has there and by those of rows.
+void CheckRings(Random& random, const kalvora::Loops* loops, std::vector<KVertex2D*> rings) {
+  static Board all(random), rows(random);
+  rows.pixels = all.pixels;
+  all.style.loops = loops;
+  KPaint paint;
+  paint.type = KPaintColor;
+  paint.color = KColor32::FromWord(Span::Premultiplied(random.Next()));
+  paint.translucent = random.OneIn(2);
+  const auto column = [&] { return static_cast<std::int16_t>(random.Between(0, kWidth)); };
+  const KClip clip{random.OneIn(2) ? column() : std::int16_t{0}, 0,
+                   random.OneIn(2) ? column() : std::int16_t{kWidth}, kHeight};
+  const KFillRule rule = random.OneIn(2) ? KFillEvenOdd : KFillNonZero;
+  for (Board* board : {&all, &rows}) {
+    board->style.clip = clip;
+    KStack stack;
+    const KClipRings noClip;
+    const PaintJob job{.record = &board->style,
+                       .style = &board->style,
+                       .target = &board->target,
+                       .paint = &paint,
+                       .init = board == &rows ? InitRows : Strips(false).init[KPaintColor]};
+    kalvora::RasterPolygon({job, &stack, rule, false, rule, &noClip}, rings.data(),
+                           static_cast<unsigned>(rings.size()));
+    ASSERT_EQ(board->line, std::vector<std::int32_t>(kWidth)) << "coverage left behind";
+  }
+  ASSERT_EQ(all.pixels, rows.pixels);
+}
+
+const kalvora::Loops* WidthOf(int round) {
+  const kalvora::Loops* const* width = kalvora::UsableLoops();
+  for (int i = round % 3; i > 0 && width[1]; --i) ++width;
+  return *width;
+}
+
 TEST(Steps, AreWhatRowsPaint) {
   Random random(4);
   for (int round = 0; round < 20000; ++round) {
-    static Board steps(random), rows(random);
-    rows.pixels = steps.pixels;
-    const kalvora::Loops* const* width = kalvora::UsableLoops();
-    for (int i = round % 3; i > 0 && width[1]; --i) ++width;
-    steps.style.loops = *width;
-    KPaint paint;
-    paint.type = KPaintColor;
-    paint.color = KColor32::FromWord(Span::Premultiplied(random.Next()));
-    paint.translucent = random.OneIn(2);
-    const auto column = [&] { return static_cast<std::int16_t>(random.Between(0, kWidth)); };
-    const KClip clip{random.OneIn(2) ? column() : std::int16_t{0}, 0,
-                     random.OneIn(2) ? column() : std::int16_t{kWidth}, kHeight};
     std::vector<KVertex2D> ring = TwoChains(random);
-    for (Board* board : {&steps, &rows}) {
-      board->style.clip = clip;
-      KStack stack;
-      const KClipRings noClip;
-      const PaintJob job{.record = &board->style,
-                         .style = &board->style,
-                         .target = &board->target,
-                         .paint = &paint,
-                         .init = board == &rows ? InitRows : Strips(false).init[KPaintColor]};
-      kalvora::RasterPolygon({job, &stack, KFillEvenOdd, false, KFillEvenOdd, &noClip}, ring.data(),
-                             static_cast<unsigned>(ring.size() - kalvora::ring::kLinks));
-      ASSERT_EQ(board->line, std::vector<std::int32_t>(kWidth)) << "coverage left behind";
+    const kalvora::Loops* loops = WidthOf(round);
+    ASSERT_NO_FATAL_FAILURE(CheckRings(random, loops, {ring.data()})) << loops->name << round;
+  }
+}
+
+/// Triangles whose edges go through many rows: upright ones or nearly so, on borders of pixels too,
+/// and flat ones.
+TEST(StraightEdges, AreWhatRowsPaint) {
+  Random random(6);
+  for (int round = 0; round < 12000; ++round) {
+    const int wide = random.OneIn(3) ? 1000 : 1 << random.Below(9);
+    std::vector<KVertex2D> vertices;
+    std::vector<KVertex2D*> rings;
+    const int count = random.Between(2, 4);
+    for (int i = 0; i < 5 * count; ++i) {
+      const int x = random.Between(0, kWidth << 16) + random.Between(-wide, wide) * 0x8000;
+      const int beyond = random.OneIn(2) ? 300 : 30;
+      const int y = random.Between(-beyond << 16, (kHeight + beyond) << 16);
+      vertices.push_back({Fixed(random.OneIn(4) ? x & -0x10000 : x), Fixed(y)});
+      if (random.OneIn(4)) vertices[i].x.raw = vertices[i - i % 5].x.raw + random.Between(-2, 2);
     }
-    ASSERT_EQ(steps.pixels, rows.pixels) << (*width)->name << " in round " << round;
+    for (int i = 0; i < count; ++i) {
+      rings.push_back(&vertices[5 * i]);
+      kalvora::ring::Close(rings.back(), 3);
+    }
+    const kalvora::Loops* loops = WidthOf(round);
+    ASSERT_NO_FATAL_FAILURE(CheckRings(random, loops, rings)) << loops->name << round;
   }
 }
 

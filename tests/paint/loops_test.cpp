@@ -192,8 +192,8 @@ void Check(const Loops& loops, const Row& row, const Case& c) {
 TEST(Loops, FollowTheRulesInEveryWidth) {
   const std::vector<Row> table = Table();
   // Every pointer of the tables has its row, but for `differences`, of which a test below is,
-  // `steps` (see block_test.cpp), and the two weights that lerp does without.
-  static_assert(sizeof(Loops::color) + sizeof(Loops::pixels) == 22 * sizeof(void*));
+  // `steps` and `straight` (see block_test.cpp), and the two weights that lerp does without.
+  static_assert(sizeof(Loops::color) + sizeof(Loops::pixels) == 23 * sizeof(void*));
   ASSERT_EQ(table.size(), 20u - 2);
   for (const Loops* const* width = kalvora::UsableLoops(); *width; ++width) {
     for (const Row& row : table) {
@@ -270,6 +270,7 @@ struct DifferenceRows {
 };
 
 TEST(Loops, DifferencesInEveryWidth) {
+  constexpr std::int32_t kRows[] = {0, 1, 2};
   Random random(11);
   for (int round = 0; round < 4000; ++round) {
     const int n = random.OneIn(9) ? random.Between(0, 400) : round % (kLongest + 1);
@@ -291,6 +292,7 @@ TEST(Loops, DifferencesInEveryWidth) {
       kalvora::FillColorDifferences(&style, {.line = lines.As<Word>(),
                                              .touched = lines.As<Word>() + c.bits,
                                              .lineStride = static_cast<std::ptrdiff_t>(c.stride),
+                                             .y = kRows,
                                              .edges = c.edges.data(),
                                              .ranges = c.ranges.data(),
                                              .rows = static_cast<int>(c.edges.size()),

@@ -80,8 +80,20 @@ class ColorMixer {
     // Of a vector of two pixels, the first field of each in all of its four.
     const __m256i kSpread =
         _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 0, 1, 0, 1, 0, 1, 8, 9, 8, 9, 8, 9, 8, 9));
-    const __m256i w =
-        _mm256_shuffle_epi8(_mm256_cvtepu32_epi64(reinterpret_cast<__m128i>(weights)), kSpread);
+    return Mixed(pixels, _mm256_shuffle_epi8(
+                             _mm256_cvtepu32_epi64(reinterpret_cast<__m128i>(weights)), kSpread));
+  }
+  /// The same by weights of 16 bits.
+  Pixels4 operator()(Pixels4 pixels, std::uint64_t weights) const {
+    const __m256i kSpread = _mm256_setr_epi8(0, 1, 0, 1, 0, 1, 0, 1, 2, 3, 2, 3, 2, 3, 2, 3,  //
+                                             4, 5, 4, 5, 4, 5, 4, 5, 6, 7, 6, 7, 6, 7, 6, 7);
+    return Mixed(pixels,
+                 _mm256_shuffle_epi8(_mm256_set1_epi64x(static_cast<long long>(weights)), kSpread));
+  }
+
+ private:
+  // A weight in each field.
+  Pixels4 Mixed(Pixels4 pixels, __m256i w) const {
     const __m256i d = _mm256_cvtepu8_epi16(pixels);
     if (__builtin_expect(blend_, false)) {
       const __m256i s = _mm256_srli_epi16(_mm256_mullo_epi16(color_, w), 8);
@@ -94,8 +106,6 @@ class ColorMixer {
     const __m256i change = _mm256_mullo_epi16(_mm256_sub_epi16(color_, d), w);
     return Pack(_mm256_srli_epi16(_mm256_add_epi16(_mm256_slli_epi16(d, 8), change), 8));
   }
-
- private:
   static __m128i Pack(__m256i fields) {
     return _mm_packus_epi16(_mm256_castsi256_si128(fields), _mm256_extracti128_si256(fields, 1));
   }
@@ -188,13 +198,13 @@ inline void FillFew(std::uint32_t* to, int n, std::uint32_t color) {
 inline void FillFew(std::uint32_t* to, int n, std::uint32_t color) {
   const Words c = All(color);
   if (n < kLanes) {
-    // Halves of a vector, and quarters.
-    for (int half = kLanes / 2; half > 0; half /= 2) {
-      if (n < half) continue;
-      __builtin_memcpy(to, &c, 4 * half);
-      __builtin_memcpy(to + n - half, &c, 4 * half);
-      return;
-    }
+#if KALVORA_LANES == 8
+    return Part(n).Store(to, c);
+#else
+    if (n & 2) Part<2>{}.Store(to, c);
+    if (n & 1) Part<1>{}.Store(to + n - 1, c);
+    return;
+#endif
   }
   std::uint32_t* const last = to + n - kLanes;
   Store(to, c);
@@ -296,17 +306,17 @@ class RowMixer {
 void MixDifferences(const Differences& rows) {
   const RowMixer mixRow(rows);
   const std::ptrdiff_t stride = rows.stride, lineStride = rows.lineStride;
-  std::uint32_t *to = rows.to, *line = rows.line, *touched = rows.touched;
+  std::uint32_t *line = rows.line, *touched = rows.touched;
   const std::int32_t* ranges = rows.ranges;
-  for (int y = 0; y < rows.rows; ++y) {
-    const std::int32_t edges = rows.edges[y];
+  for (int i = 0; i < rows.rows; ++i) {
+    std::uint32_t* const to = rows.to + stride * rows.y[i];
+    const std::int32_t edges = rows.edges[i];
     if (edges < 0) {
       mixRow(to, line, touched);
     } else {
       mixRow(to, line, ranges, ranges + 2 * edges);
       ranges += 2 * edges;
     }
-    to += stride;
     line += lineStride;
     touched += lineStride;
   }

@@ -18,6 +18,7 @@
 #include <cstdint>
 
 #include "kalvora/raster/KRowSteps.h"
+#include "kalvora/raster/KStraightEdges.h"
 
 namespace kalvora {
 
@@ -51,6 +52,7 @@ struct Differences {
 
   std::uint32_t* to;
   std::ptrdiff_t stride;  ///< pixels from a row to the next
+  const std::int32_t* y;  ///< for each row: how far below `to` it is
   std::uint32_t* line;
   std::uint32_t* touched;      ///< a bit for each four of `line`, where it is not 0
   std::ptrdiff_t lineStride;   ///< words from one `line` to the next, and one `touched`
@@ -90,6 +92,9 @@ struct ColorLoops {
   /// By the coverage of rows of steps: d = over(d, scale(c, coverage)), or lerp(d, c, coverage).
   /// Null where a vector is one word: then it is cheaper to have the coverage in its line.
   void (*steps)(const KRowSteps& steps, std::uint32_t c, bool blend);
+  /// d = lerp(d, c, coverage), by the coverage of rows of n columns from `to` on that edges go
+  /// straight through. Null where a vector is less than eight words.
+  void (*straight)(std::uint32_t* to, int n, const KStraightEdges& edges, std::uint32_t c);
 };
 
 /// How source pixels are weighed.

@@ -10,6 +10,7 @@
 #include "kalvora/paint/loops/pixels.h"
 #include "kalvora/paint/loops/radial.h"
 #include "kalvora/paint/loops/steps.h"
+#include "kalvora/paint/loops/straight.h"
 #include "kalvora/paint/loops/stretch.h"
 #include "kalvora/paint/loops/turn.h"
 
@@ -29,7 +30,8 @@ constinit const Loops kLoops = {
               .coverMasked = CoverMasked,
               .lerpMasked = LerpMasked,
               .differences = MixDifferences,
-              .steps = kMixSteps},
+              .steps = kMixSteps,
+              .straight = kMixStraight},
     .pixels = {.over = {OverPixels<Weight::kFull>, OverPixels<Weight::kOpacity>,
                         OverPixels<Weight::kCoverage>, OverPixels<Weight::kCoverageOpacity>,
                         OverPixels<Weight::kOpacityThenCoverage>},

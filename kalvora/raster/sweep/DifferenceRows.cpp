@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstdlib>
 
 #include "kalvora/raster/KStack.h"
 
@@ -15,6 +16,8 @@ constexpr std::int32_t kWhole = 0x10000;
 constexpr std::int32_t kAsGoodAsFull = kWhole - 128;
 // Lines that have so many pixels in all stay in the nearest cache.
 constexpr std::int32_t kPixels = 4096;
+// Where edges of rows that were begun together are not apart, others of these rows may be.
+constexpr std::int32_t kFewRows = 8;
 
 // 16.16 coverage of a running sum. Roundings may take it a few units outside.
 std::int32_t Settled(std::uint32_t sum) {
@@ -28,6 +31,7 @@ DifferenceRows::DifferenceRows(KStack* stack, KRowPainter& painter, std::int32_t
                                const DrawnBox& box)
     : stack_(stack),
       painter_(painter),
+      takesStraight_(painter.TakesStraight()),
       coverage_(coverage + box.x0),
       line_(box.x0, box.x1),
       first_(box.x0),
@@ -46,25 +50,84 @@ DifferenceRows::DifferenceRows(KStack* stack, KRowPainter& painter, std::int32_t
 
 DifferenceRows::~DifferenceRows() { stack_->DeAlloc(lines_); }
 
-void DifferenceRows::Begin(std::int32_t y, bool inside, std::int32_t rows, std::int32_t edges) {
-  GoOn(y, inside, rows);
-  begun_ = {freeRange_, 2 * edges, lineStride_, rows};
-  freeRange_ += 2 * edges * rows;
-  std::fill_n(edges_ + waiting_, rows, edges);
-  waiting_ += rows;
+void DifferenceRows::BeginEdges(std::int32_t y, bool inside, std::int32_t rows) {
+  edgesTop_ = y;
+  edgesRows_ = rows;
+  straight_.inside = inside;
+  straight_.count = 0;
 }
 
-void DifferenceRows::AddEdge(SlopedEdge& edge, std::uint64_t place, std::int32_t weight) {
-  line_.AddRows(edge, place, weight, begun_);
-  begun_.first += 2;
+void DifferenceRows::AddEdge(SlopedEdge& edge, std::uint64_t place) {
+  const std::uint64_t step = static_cast<std::uint64_t>(edge.ratio) << 16;
+  if (step != 0) edge.NeedGain();
+  edge_[straight_.count] = &edge;
+  straight_.edge[straight_.count++] = {place - Before(), step, edge.gain, edge.shift};
+}
+
+// Whether in so many rows their columns lie within those drawn, and do not touch: at all heights,
+// when at both ends. How far a row goes to the side is added where that is more than a column.
+bool DifferenceRows::AreApart(std::int32_t rows) const {
+  constexpr std::int64_t kColumns = 2;
+  std::int64_t nextTop = 0, nextBottom = 0;
+  if (!takesStraight_) return false;
+  for (int i = 0; i < straight_.count; ++i) {
+    const auto [place, step, gain, shift] = straight_.edge[i];
+    const std::int64_t top = SlopedEdge::XOf(place);
+    const std::int64_t bottom = SlopedEdge::XOf(place + step * static_cast<std::uint32_t>(rows));
+    const std::int64_t across = std::abs(edge_[i]->ratio >> 16);
+    const std::int64_t beside = across > kWhole ? across : 0;
+    if (top - beside < nextTop || bottom - beside < nextBottom) return false;
+    nextTop = top + kColumns * kWhole + 1;
+    nextBottom = bottom + kColumns * kWhole + 1;
+    if (std::max(nextTop, nextBottom) > std::int64_t{width_ + 1} * kWhole) return false;
+  }
+  return true;
+}
+
+void DifferenceRows::EndEdges() {
+  if (straight_.count == 0 && !straight_.inside) return;
+  const std::int32_t few = std::min(room_, takesStraight_ ? kFewRows : kMostRows);
+  while (edgesRows_ > 0) {
+    straight_.rows = edgesRows_;
+    bool areApart = AreApart(straight_.rows);
+    if (!areApart && straight_.rows > few) areApart = AreApart(straight_.rows = few);
+    areApart ? PaintStraight() : AddToLines(straight_.rows);
+    edgesTop_ += straight_.rows;
+    edgesRows_ -= straight_.rows;
+    for (int i = 0; i < straight_.count; ++i) {
+      KStraightEdges::Edge& edge = straight_.edge[i];
+      edge.place += edge.step * static_cast<std::uint32_t>(straight_.rows);
+    }
+  }
+}
+
+void DifferenceRows::PaintStraight() {
+  painter_.GoTo(edgesTop_);
+  painter_.Straight(first_, first_ + width_, straight_);
+}
+
+void DifferenceRows::AddToLines(std::int32_t rows) {
+  const std::int32_t edges = straight_.count;
+  GoOn(straight_.inside, rows);
+  DifferenceLine::RowRanges ranges{freeRange_, 2 * edges, lineStride_, rows};
+  freeRange_ += 2 * edges * rows;
+  for (std::int32_t i = 0; i < rows; ++i) {
+    y_[waiting_] = edgesTop_ + i;
+    edges_[waiting_++] = edges;
+  }
+  std::int32_t weight = straight_.inside ? -1 : 1;
+  for (std::int32_t i = 0; i < edges; ++i, weight = -weight, ranges.first += 2) {
+    line_.AddRows(*edge_[i], straight_.edge[i].place + Before(), weight, ranges);
+  }
 }
 
 void DifferenceRows::Paint() {
   if (waiting_ == 0) return;
-  painter_.GoTo(y_);
+  painter_.GoTo(0);
   KRowDifferences rows{.line = lines_,
                        .touched = lines_ + 4 * blocks_,
                        .lineStride = lineStride_,
+                       .y = y_,
                        .edges = edges_,
                        .ranges = ranges_,
                        .rows = waiting_,
@@ -84,7 +147,7 @@ void DifferenceRows::SumUp() {
     for (std::int32_t i = 0; i < edges_[row]; ++i, range += 2) {
       if (range[0] < range[1]) line_.MarkRange(range[0], range[1] - 1);
     }
-    painter_.GoTo(y_ + row);
+    painter_.GoTo(y_[row]);
     SumUpRow(line, touched);
   }
 }

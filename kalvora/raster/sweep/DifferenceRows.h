@@ -12,17 +12,18 @@ class KStack;
 
 namespace kalvora {
 
-/// A few rows, one below the other, each with a line of its own: what begins a call of a filler is
-/// done once for all of them.
+/// A few rows, each with a line of its own: what begins a call of a filler is done once for all of
+/// them.
 ///
 ///     for each row: Begin(y, inside), then add to Line();
-///     or, for more rows at once: Begin(y, inside, rows, edges), then AddEdge(...) for each edge;
+///     or, for more rows at once: BeginEdges(y, inside, rows), then AddEdge(...) for each edge that
+///     matters, and EndEdges();
 ///     at last: Paint()
 class DifferenceRows {
  public:
   /// Rows that are begun at once, and edges through them.
-  static constexpr std::int32_t kMostRows = 32;
-  static constexpr std::int32_t kMostEdges = 16;
+  static constexpr std::int32_t kMostRows = KStraightEdges::kMostRows;
+  static constexpr std::int32_t kMostEdges = KStraightEdges::kMost;
 
   /// For the columns and rows of `box`. The memory comes from `stack`; see Ready.
   DifferenceRows(KStack* stack, KRowPainter& painter, std::int32_t* coverage, const DrawnBox& box);
@@ -31,18 +32,21 @@ class DifferenceRows {
   DifferenceRows& operator=(const DifferenceRows&) = delete;
 
   bool Ready() const { return lines_; }
-  /// How many rows there is room for: 1 to kMostRows.
-  std::int32_t Room() const { return room_; }
+  /// How many rows may be begun at once: 1 to kMostRows.
+  std::int32_t Room() const { return takesStraight_ ? kMostRows : room_; }
 
   /// Begins the row y. `inside` says what lies to the left of the first column.
   void Begin(std::int32_t y, bool inside) {
-    GoOn(y, inside, 1);
+    GoOn(inside, 1);
+    y_[waiting_] = y;
     edges_[waiting_++] = KRowDifferences::kByMarks;
   }
   /// Begins rows from y on, for edges that do not touch.
-  void Begin(std::int32_t y, bool inside, std::int32_t rows, std::int32_t edges);
-  /// The next of these edges, from left to right, which comes into the first row at `place`.
-  void AddEdge(SlopedEdge& edge, std::uint64_t place, std::int32_t weight);
+  void BeginEdges(std::int32_t y, bool inside, std::int32_t rows);
+  /// The next of these edges, from left to right, which comes into the first row at `place`. It
+  /// must stay where it is until they are ended.
+  void AddEdge(SlopedEdge& edge, std::uint64_t place);
+  void EndEdges();
   /// The line of the row that was begun last.
   DifferenceLine& Line() { return line_; }
   /// Paints all rows that were begun, and empties their lines.
@@ -51,15 +55,19 @@ class DifferenceRows {
  private:
   // Goes to the lines of the next rows; before that it paints those that wait, where these cannot
   // be painted with them.
-  void GoOn(std::int32_t y, bool inside, std::int32_t rows) {
-    if (y != y_ + waiting_ || inside != inside_ || waiting_ + rows > room_) {
+  void GoOn(bool inside, std::int32_t rows) {
+    if (inside != inside_ || waiting_ + rows > room_) {
       Paint();
-      y_ = y;
       inside_ = inside;
     }
     std::uint32_t* const line = LineOf(waiting_);
     line_.GoTo(line, line + 4 * blocks_);
   }
+  bool AreApart(std::int32_t rows) const;
+  void PaintStraight();
+  void AddToLines(std::int32_t rows);
+  // The place of the first column.
+  std::uint64_t Before() const { return static_cast<std::uint64_t>(first_) << 48; }
   std::uint32_t* LineOf(std::int32_t row) const { return lines_ + row * lineStride_; }
   void SumUp();
   void SumUpRow(std::uint32_t* line, std::uint32_t* touched);
@@ -67,6 +75,7 @@ class DifferenceRows {
 
   KStack* stack_;
   KRowPainter& painter_;
+  const bool takesStraight_;
   std::int32_t* coverage_;  // of the first column
   DifferenceLine line_;
   std::int32_t first_;
@@ -78,10 +87,14 @@ class DifferenceRows {
   std::int32_t* ranges_;  // of the rows that wait, and room for kMostEdges in all of them
   std::int32_t* freeRange_;
   std::int32_t waiting_ = 0;  // rows
-  std::int32_t y_ = 0;        // of the first that waits
   bool inside_ = false;
-  DifferenceLine::RowRanges begun_{};  // of the next edge
+  std::int32_t y_[kMostRows];  // here and in the following, of the rows that wait
   std::int32_t edges_[kMostRows];
+  // Rows that were begun for edges, as far as they have not gone on to lines or pixels.
+  std::int32_t edgesTop_ = 0;
+  std::int32_t edgesRows_ = 0;
+  SlopedEdge* edge_[kMostEdges];
+  KStraightEdges straight_;
 };
 
 }  // namespace kalvora

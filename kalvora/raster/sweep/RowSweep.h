@@ -45,8 +45,7 @@ class RowSweep {
   static constexpr std::int32_t kShortestPause = 2;
 
   std::int32_t AddCalm(std::int32_t top, std::int32_t rows);
-  bool StayApart(std::int32_t bottom, std::int32_t rows) const;
-  bool StayApartBent(std::int32_t bottom, std::int32_t rows) const;
+  std::int32_t RowsApart(std::int32_t top, std::int32_t rows) const;
   void AddPieces();
   void Walk(Chain& chain, Extent& extent);
   void Join(std::uint32_t entry, std::int32_t low);

@@ -26,56 +26,62 @@ bool Follow(Chain& chain, std::int32_t bottom, Extent& extent, std::uint64_t& pl
   return true;
 }
 
-// Where a chain comes into some rows, and where it leaves; and what it touches in between, on the
-// side of another.
+// Where a chain comes into some rows, and where it leaves; and what one with vertices touches in
+// between.
 struct Way {
-  std::int64_t top, bottom, beside;
+  std::int32_t top, bottom;
   bool straight;
+  Extent extent;
 
-  bool IsLeftOf(const Way& other) const {
-    if (!straight || !other.straight) return beside + kTouching < other.beside;
-    return top + kTouching < other.top && bottom + kTouching < other.bottom;
+  // False when it ends before. What it leaves the rows on is `below` then, where it has vertices.
+  bool Find(Chain& chain, std::int32_t y, std::int32_t rows) {
+    std::uint64_t place = chain.place + Step(chain, rows);
+    top = chain.XBottom();
+    straight = chain.straightTo > y;
+    if (!straight) {
+      extent = {top, top};
+      if (!Follow(chain, y, extent, place)) return false;
+    }
+    bottom = SlopedEdge::XOf(place);
+    return true;
   }
-};
+  bool IsLeftOf(const Way& other) const {
+    if (straight && other.straight) return IsLeft(top, other.top) && IsLeft(bottom, other.bottom);
+    return IsLeft(straight ? std::max(top, bottom) : extent.high,
+                  other.straight ? std::min(other.top, other.bottom) : other.extent.low);
+  }
+  // Fewer rows in which it may be left of the other: of straight ones as many as there are.
+  std::int32_t RowsLeftOf(const Way& other, std::int32_t rows) const {
+    if (!straight || !other.straight) return rows >> 1;
+    const std::int64_t before = std::int64_t{other.top} - top - 3 * kTouching;
+    const std::int64_t after = std::int64_t{other.bottom} - bottom - 3 * kTouching;
+    if (before <= 0 || after >= before) return 0;
+    return std::min(rows - 1, static_cast<std::int32_t>(before * rows / (before - after)));
+  }
 
-constexpr std::int64_t kBeside = std::int64_t{INT32_MIN} - 2;
+ private:
+  static bool IsLeft(std::int64_t x, std::int64_t other) { return x + kTouching < other; }
+};
 
 }  // namespace
 
-// Whether no chain touches another in these rows, being straight lines that are in the same order
-// at both ends.
-bool RowSweep::StayApart(std::int32_t bottom, std::int32_t rows) const {
+// Whether no chain touches another in these rows, and those with a role have no vertex: being
+// straight lines that are in the same order at both ends, or where one has vertices, by the width
+// of its way. Otherwise fewer rows, which may do.
+std::int32_t RowSweep::RowsApart(std::int32_t top, std::int32_t rows) const {
   const RowEntry* const entries = chains_.Entries();
-  std::int64_t top = kBeside, end = kBeside;
-  for (std::size_t i = 0; i < chains_.Count(); ++i) {
-    const Chain& chain = *entries[i].chain;
-    if (chain.straightTo <= bottom) return StayApartBent(bottom, rows);
-    const std::int32_t x = chain.XBottom();
-    const std::int32_t xEnd = SlopedEdge::XOf(chain.place + Step(chain, rows));
-    if (x <= top + kTouching || xEnd <= end + kTouching) return false;
-    top = x;
-    end = xEnd;
-  }
-  return true;
-}
-
-// The same where some, which have no role, have vertices.
-bool RowSweep::StayApartBent(std::int32_t bottom, std::int32_t rows) const {
-  const RowEntry* const entries = chains_.Entries();
-  Way left{kBeside, kBeside, kBeside, true};
+  const std::int32_t bottom = top + rows * kRowHeight;
+  Way left{};
   for (std::size_t i = 0; i < chains_.Count(); ++i) {
     Chain& chain = *entries[i].chain;
-    const std::int32_t x = chain.XBottom();
-    Extent extent{x, x};
-    std::uint64_t place = chain.place + Step(chain, rows);
-    const bool straight = chain.straightTo > bottom;
-    if (!straight && (chain.role != 0 || !Follow(chain, bottom, extent, place))) return false;
-    const std::int32_t end = SlopedEdge::XOf(place);
-    extent.Include(end);
-    if (!left.IsLeftOf({x, end, extent.low, straight})) return false;
-    left = {x, end, extent.high, straight};
+    Way way;
+    if ((chain.role != 0 && chain.straightTo <= bottom) || !way.Find(chain, bottom, rows)) {
+      return static_cast<std::int32_t>((std::int64_t{chain.straightTo} - top - 1) >> 16);
+    }
+    if (i > 0 && !left.IsLeftOf(way)) return left.RowsLeftOf(way, rows);
+    left = way;
   }
-  return true;
+  return rows;
 }
 
 // Where chains meet often, nobody looks again soon.
@@ -87,18 +93,24 @@ std::int32_t RowSweep::AddCalm(std::int32_t top, std::int32_t rows) {
     entries[i].chain->TakeBelow();
     edges += entries[i].chain->role != 0;
   }
-  while (rows >= kFewestCalm && !StayApart(top + rows * kRowHeight, rows)) rows >>= 1;
-  if (rows < kFewestCalm || edges > DifferenceRows::kMostEdges) {
+  const bool inside = inside_(chains_.Base());
+  if (edges > 0 || inside) rows = std::min(rows, rows_.Room());
+  if (edges > DifferenceRows::kMostEdges) rows = 0;
+  for (std::int32_t tried = 0; rows >= kFewestCalm && rows != tried;) {
+    tried = rows;
+    rows = RowsApart(top, tried);
+  }
+  if (rows < kFewestCalm) {
     busyTo_ = (top >> 16) + pause_;
     pause_ = std::min(2 * pause_, kLongestPause);
     return 0;
   }
   pause_ = kShortestPause;
-  rows_.Begin(top >> 16, inside_(chains_.Base()), rows, edges);
+  rows_.BeginEdges(top >> 16, inside, rows);
   const std::int32_t bottom = top + rows * kRowHeight;
   for (std::size_t i = 0; i < count; ++i) {
     Chain& chain = *entries[i].chain;
-    if (chain.role != 0) rows_.AddEdge(chain.edge, chain.place, chain.role);
+    if (chain.role != 0) rows_.AddEdge(chain.edge, chain.place);
     if (chain.straightTo > bottom) {
       chain.place += Step(chain, rows);
     } else {
@@ -107,6 +119,7 @@ std::int32_t RowSweep::AddCalm(std::int32_t top, std::int32_t rows) {
       chain.place = chain.edge.PlaceAt(bottom);
     }
   }
+  rows_.EndEdges();
   return rows;
 }
 
