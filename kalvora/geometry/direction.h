@@ -171,8 +171,12 @@ constexpr Polar ToPolar(Vector v) {
   const Scaled scaled = Scaled::Of(v);
   return {scaled.Length(), scaled.Direction()};
 }
-constexpr Unit DirectionOf(Vector v) { return v.IsZero() ? Unit{0, 0} : Scaled::Of(v).Direction(); }
-constexpr std::int64_t LengthOf(Vector v) { return v.IsZero() ? 0 : Scaled::Of(v).Length(); }
+[[gnu::noinline]] constexpr Unit DirectionOf(Vector v) {
+  return v.IsZero() ? Unit{0, 0} : Scaled::Of(v).Direction();
+}
+[[gnu::noinline]] constexpr std::int64_t LengthOf(Vector v) {
+  return v.IsZero() ? 0 : Scaled::Of(v).Length();
+}
 
 }  // namespace kalvora
 

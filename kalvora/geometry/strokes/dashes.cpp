@@ -106,7 +106,7 @@ void KStrokeBuilder::ComputeDash(KVertex2D p, Vector heading) {
     return;
   }
   if (dash.Draws()) {
-    k_.heading = ToPolar(heading).direction.Rounded();
+    k_.heading = DirectionOf(heading).Rounded();
     ComputeClose(false);
   }
   k_.point = p;
