@@ -11,6 +11,24 @@ constexpr std::uint32_t kMostPieces = UINT32_MAX >> 4;
 // Coordinates beyond +-8000 would overflow the rasterizer's arithmetic.
 constexpr std::int32_t kFarthest = 8000 * kalvora::kOne.raw;
 
+// Before each record its block holds the number of points that there is room for.
+constexpr std::size_t kFront = 8;
+
+std::uint32_t& Room(KSegment* segment) {
+  return *static_cast<std::uint32_t*>(
+      static_cast<void*>(reinterpret_cast<char*>(segment) - kFront));
+}
+
+void Free(KSegment* segment) { std::free(reinterpret_cast<char*>(segment) - kFront); }
+
+void FreeAll(KSegment* segment) {
+  while (segment) {
+    KSegment* next = segment->next;
+    Free(segment);
+    segment = next;
+  }
+}
+
 bool InRange(KVertex2D p) {
   return p.x.raw <= kFarthest && p.x.raw >= -kFarthest && p.y.raw <= kFarthest &&
          p.y.raw >= -kFarthest;
@@ -18,42 +36,23 @@ bool InRange(KVertex2D p) {
 
 }  // namespace
 
-// A piece of the C heap. Its bytes follow it.
-struct KSoftPath::Block {
-  Block* next;
-  std::size_t size;
-
-  char* End() { return reinterpret_cast<char*>(this + 1) + size; }
-};
-
-// A record with room for `points` points, or null.
+// A record with room for `points` points, or null. Of the kept ones only the next is looked at, and
+// one that is too small goes: paths that are built again and again end up with records that serve
+// each of them.
 KSegment* KSoftPath::NewSegment(std::size_t points) {
-  constexpr std::size_t kMost = (SIZE_MAX - sizeof(Block) - sizeof(KSegment)) / sizeof(KVertex2D);
+  constexpr std::size_t kMost = (SIZE_MAX - kFront - sizeof(KSegment)) / sizeof(KVertex2D);
   if (points > std::min<std::size_t>(kMost, UINT32_MAX)) return nullptr;
-  const std::size_t bytes = sizeof(KSegment) + points * sizeof(KVertex2D);
-  if (bytes > room_ && !NextBlock(bytes)) return nullptr;
-  void* segment = block_->End() - room_;
-  room_ -= bytes;
-  return static_cast<KSegment*>(segment);
-}
-
-// Goes on to the next block. Of the kept ones only the next is looked at, and one that is too small
-// gives way: paths that are built again and again end up with blocks that serve each of them.
-bool KSoftPath::NextBlock(std::size_t bytes) {
-  constexpr std::size_t kFirst = 256 - sizeof(Block), kLargest = 1 << 16;
-  Block*& link = block_ ? block_->next : blocks_;
-  if (!link || link->size < bytes) {
-    const std::size_t twice = block_ ? std::min(2 * block_->size, kLargest) : kFirst;
-    const std::size_t size = std::max(bytes, twice);
-    auto* fresh = static_cast<Block*>(std::malloc(sizeof(Block) + size));
-    if (!fresh) return false;
-    *fresh = {link ? link->next : nullptr, size};
-    std::free(link);
-    link = fresh;
+  if (KSegment* kept = spare_) {
+    spare_ = kept->next;
+    if (Room(kept) >= points) return kept;
+    Free(kept);
   }
-  block_ = link;
-  room_ = block_->size;
-  return true;
+  void* block = std::malloc(kFront + sizeof(KSegment) + points * sizeof(KVertex2D));
+  if (!block) return nullptr;
+  void* behind = static_cast<char*>(block) + kFront;
+  auto* segment = static_cast<KSegment*>(behind);
+  Room(segment) = static_cast<std::uint32_t>(points);
+  return segment;
 }
 
 bool KSoftPath::QuadTo(KVertex2D control, KVertex2D end) {
@@ -93,19 +92,19 @@ bool KSoftPath::BezierTo(unsigned order, const KVertex2D* points, unsigned count
 
 void KSoftPath::Reset() {
   Rewind();
-  while (blocks_) {
-    Block* next = blocks_->next;
-    std::free(blocks_);
-    blocks_ = next;
-  }
+  FreeAll(spare_);
+  spare_ = nullptr;
 }
 
 void KSoftPath::Rewind() {
-  first = subpathStart = last = nullptr;
+  if (last) {
+    last->next = spare_;
+    spare_ = first;
+  }
+  first = nullptr;
   subpathCount = 0;
   newSubpath = 1;
-  block_ = nullptr;
-  room_ = 0;
+  subpathStart = last = nullptr;
 }
 
 KSoftPath& KSoftPath::operator=(const KSoftPath& source) {

@@ -7,9 +7,8 @@
 
 #include "kalvora/core/KSoftMatrix3D.h"
 
-/// Pieces of the same order that follow each other. The points follow the record: first the
-/// subpath's start point when it opens a subpath, then pieces x order points. It stays where it is
-/// until the path is emptied.
+/// Pieces of the same order that follow each other, a block of the C heap. The points follow the
+/// record: first the subpath's start point when it opens a subpath, then pieces x order points.
 struct KSegment {
   std::uint32_t
       header;  ///< bit 0 opens a subpath; bit 1 that subpath is closed; bits 2-3 order; 4-31 pieces
@@ -85,14 +84,10 @@ class KALVORA_API KSoftPath {
   void Finalize() {}
 
  private:
-  struct Block;
   KSegment* NewSegment(std::size_t points);
-  bool NextBlock(std::size_t bytes);
   void Append(KSegment* segment);
 
-  Block* blocks_ = nullptr;  // of the C heap; records lie in them one behind the other
-  Block* block_ = nullptr;   // where the last one lies
-  std::size_t room_ = 0;     // bytes behind it
+  KSegment* spare_ = nullptr;  // records that Rewind kept, in the order they were made
 };
 
 #endif
