@@ -32,16 +32,17 @@ class RingWriter {
     ring[++count_] = ring::Vertex(p);
     return true;
   }
-  /// From the last vertex on, which is the curve's first point.
-  template <int ORDER>
-  bool AddCurve(const KVertex2D& start, const KVertex2D* rest, const Flatness& flatness) {
+  /// From the last vertex on, which is the curve's first point, through 2 or 3 more.
+  bool AddCurve(const KVertex2D& start, const KVertex2D* rest, unsigned order,
+                const Flatness& flatness) {
     if (!Reserve(KStroker::kMaxCurvePoints)) return false;
     KVertex2D* out = ring + count_;
-    const int n = FlattenCurve<ORDER>(start, rest, out, flatness);
+    const int n = order == 3 ? FlattenCurve<3>(start, rest, out, flatness)
+                             : FlattenCurve<2>(start, rest, out, flatness);
     count_ += static_cast<unsigned>(n) - 1;
     // The halves of a curve never leave its range: few have points to look through.
     const auto isLink = [](const KVertex2D& v) { return ring::IsLink(&v); };
-    if (isLink(start) || std::any_of(rest, rest + ORDER, isLink)) {
+    if (isLink(start) || std::any_of(rest, rest + order, isLink)) {
       for (int k = 0; k < n; ++k) out[k] = ring::Vertex(out[k]);
     }
     return true;
@@ -119,7 +120,7 @@ class Unseen {
   /// as many top vertices and winds as often, as the curve only falls or only rises, and lies above
   /// or below the clip. One ring alone may be drawn by DrawSimplePolygon, where every vertex of a
   /// row counts; else the curve may lie far to the left or right as well.
-  bool Hides(const KVertex2D& start, const KVertex2D* rest, int order) const {
+  bool Hides(const KVertex2D& start, const KVertex2D* rest, unsigned order) const {
     return !IsInside(start) && IsBeside(start, rest, order);
   }
 
@@ -136,11 +137,12 @@ class Unseen {
   };
 
   bool IsInside(KVertex2D v) const { return inside_.x.Holds(v.x) && inside_.y.Holds(v.y); }
-  [[gnu::noinline]] bool IsBeside(const KVertex2D& start, const KVertex2D* rest, int order) const {
+  [[gnu::noinline]] bool IsBeside(const KVertex2D& start, const KVertex2D* rest,
+                                  unsigned order) const {
     if (!limited_) return false;
     VertexBox box;
     box.Include(start);
-    for (int i = 0; i < order; ++i) box.Include(rest[i]);
+    for (unsigned i = 0; i < order; ++i) box.Include(rest[i]);
     if (!box.Misses(clip_, several_ ? kLeastMargin : kFartherThanX)) return false;
     if (several_ && !box.Misses(clip_, Margin())) return false;
     const auto lower = [](KVertex2D a, KVertex2D b) { return a.y < b.y; };
@@ -202,34 +204,23 @@ class Flattener {
 
  private:
   bool AddRecord(const KSegment* segment) {
-    switch (segment->Order()) {
-      case 1:
-        return AddPieces<1>(segment);
-      case 2:
-        return AddPieces<2>(segment);
-      default:
-        return AddPieces<3>(segment);
-    }
-  }
-  template <int ORDER>
-  bool AddPieces(const KSegment* segment) {
-    KVertex2D mapped[ORDER];
+    const unsigned order = segment->Order();
+    KVertex2D mapped[3];
     const KVertex2D* points = segment->Points();
-    for (unsigned i = segment->Pieces(); i > 0; --i, points += ORDER) {
+    for (unsigned i = segment->Pieces(); i > 0; --i, points += order) {
       const KVertex2D* rest = points;
       if (!matrix_.identity) {
-        for (int k = 0; k < ORDER; ++k) mapped[k] = matrix_.Map(points[k]);
+        for (unsigned k = 0; k < order; ++k) mapped[k] = matrix_.Map(points[k]);
         rest = mapped;
       }
-      if (!AddPiece<ORDER>(rest)) return false;
-      at_ = rest[ORDER - 1];
+      const KVertex2D end = rest[order - 1];
+      const bool isLine = order == 1 || unseen_.Hides(at_, rest, order);
+      if (!(isLine ? writer_.AddLine(end) : writer_.AddCurve(at_, rest, order, flatness_))) {
+        return false;
+      }
+      at_ = end;
     }
     return true;
-  }
-  template <int ORDER>
-  bool AddPiece(const KVertex2D* rest) {
-    if (ORDER == 1 || unseen_.Hides(at_, rest, ORDER)) return writer_.AddLine(rest[ORDER - 1]);
-    return writer_.AddCurve<ORDER>(at_, rest, flatness_);
   }
 
   RingWriter writer_;

@@ -92,19 +92,7 @@ struct Bezier {
   void ReParam(Bezier& before, Bezier& after, std::int32_t t) const {
     ReParam(before, after, t, HasShortLegs());
   }
-  void ReParam(Bezier& before, Bezier& after, std::int32_t t, bool hasShortLegs) const {
-    if (hasShortLegs) {
-      // What lies between two points of a later step is no longer than what lay between earlier
-      // ones.
-      Cut(before, after, [t](Vector a, Vector b) {
-        const ShortVector v = ShortVector::Of(b - a);
-        return a +
-               Vector{std::int64_t{v.x} * t >> Unit::kBits, std::int64_t{v.y} * t >> Unit::kBits};
-      });
-    } else {
-      Cut(before, after, [t](Vector a, Vector b) { return a + Part(b - a, t); });
-    }
-  }
+  void ReParam(Bezier& before, Bezier& after, std::int32_t t, bool hasShortLegs) const;
 
   /// Whether all legs fit into words of 32 bits, with some room for roundings.
   bool HasShortLegs() const {

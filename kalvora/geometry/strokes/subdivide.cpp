@@ -270,6 +270,24 @@ template <int ORDER>
 
 // Cutting -----------------------------------------------------------------------------------------
 
+template <int ORDER>
+void Bezier<ORDER>::ReParam(Bezier& before, Bezier& after, std::int32_t t,
+                            bool hasShortLegs) const {
+  if (hasShortLegs) {
+    // What lies between two points of a later step is no longer than what lay between earlier
+    // ones.
+    Cut(before, after, [t](Vector a, Vector b) {
+      const ShortVector v = ShortVector::Of(b - a);
+      return a + Vector{std::int64_t{v.x} * t >> Unit::kBits, std::int64_t{v.y} * t >> Unit::kBits};
+    });
+  } else {
+    Cut(before, after, [t](Vector a, Vector b) { return a + Part(b - a, t); });
+  }
+}
+
+template void Bezier<2>::ReParam(Bezier&, Bezier&, std::int32_t, bool) const;
+template void Bezier<3>::ReParam(Bezier&, Bezier&, std::int32_t, bool) const;
+
 namespace {
 
 #if KALVORA_CURVE_VECTORS
