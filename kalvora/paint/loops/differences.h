@@ -303,7 +303,34 @@ class RowMixer {
   int n_;
 };
 
+#if KALVORA_LANES > 1
+constexpr int kNarrow = 12;
+
+/// Rows of up to kNarrow pixels: which of them an edge touches nobody foresees, so all are mixed.
+void MixNarrow(const Differences& rows) {
+  const ColorMixer mix(rows.color, rows.blend != 0);
+  const int n = rows.n, whole = n & ~3;
+  std::uint32_t *line = rows.line, *touched = rows.touched;
+  for (int i = 0; i < rows.rows; ++i) {
+    std::uint32_t* const to = rows.to + rows.stride * rows.y[i];
+    Sums sum = Sums{} + rows.start;
+    for (int at = 0; at < whole; at += 4) sum = MixFour(to + at, line + at, sum, mix);
+    if (whole < n) {
+      MixRest(to + whole, line + whole, n - whole, FirstOf(sum), mix);
+    } else {
+      line[n] = 0;
+    }
+    *touched = 0;
+    line += rows.lineStride;
+    touched += rows.lineStride;
+  }
+}
+#endif
+
 void MixDifferences(const Differences& rows) {
+#if KALVORA_LANES > 1
+  if (rows.n <= kNarrow) return MixNarrow(rows);
+#endif
   const RowMixer mixRow(rows);
   const std::ptrdiff_t stride = rows.stride, lineStride = rows.lineStride;
   std::uint32_t *line = rows.line, *touched = rows.touched;
