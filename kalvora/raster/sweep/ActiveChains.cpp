@@ -114,27 +114,6 @@ void ActiveChains::Reorder(const Group& group) {
   if (!(winding == right)) rolesAreOld_ = true;
 }
 
-bool ActiveChains::PassPair(const Group& group) {
-  RowEntry* const entries = entries_ + group.first;
-  Chain *a = entries[0].chain, *b = entries[1].chain;
-  if (a->starts != b->starts || a->ends != b->ends) return false;
-  if (a->ends) {
-    if (a->starts) return false;
-    a->after = b->after;
-    return true;
-  }
-  if (a->starts && StartsLeft(b->edge, a->edge)) std::swap(a, b);
-  if (a->XBottom() >= b->XBottom()) return false;
-  if (a->starts) {
-    entries[0].chain = a;
-    entries[1].chain = b;
-    a->starts = b->starts = false;
-    a->after = b->after = LeftOf(group.first);
-    a->after.Pass(*a);
-  }
-  return true;
-}
-
 void ActiveChains::TakeEndedAway() {
   std::size_t kept = firstEnded_;
   for (std::size_t i = firstEnded_; i < count_; ++i) {

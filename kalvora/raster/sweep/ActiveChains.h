@@ -62,9 +62,6 @@ class ActiveChains {
 
   /// After the row: sorts a group by where its chains leave, and gives them their roles there.
   void Reorder(const Group& group);
-  /// The same in fewer steps for two chains that have kept their order. False when nothing was
-  /// done.
-  bool PassPair(const Group& group);
   /// A chain at that place, or to its right, has ended in the row.
   void HasEnded(std::size_t i) { firstEnded_ = std::min(firstEnded_, i); }
   /// After all groups: takes away the chains that have ended.

@@ -179,6 +179,7 @@ void RowSweep::Join(std::uint32_t entry, std::int32_t low) {
 void RowSweep::SolveGroup(const Group& group) {
   RowEntry* const first = chains_.Entries() + group.first;
   const std::size_t count = group.end - group.first;
+  if (count == 2 && PassPair(group)) return;
   bool bends = false;
   bool crosses = false;
   std::int32_t x = INT32_MIN;
@@ -195,7 +196,33 @@ void RowSweep::SolveGroup(const Group& group) {
     GroupSweep sweep(stack_, line_, inside_, chains_.LeftOf(group.first), top_);
     sweep.Run(first, count);
   }
-  if (!solved || count > 2 || !chains_.PassPair(group)) chains_.Reorder(group);
+  chains_.Reorder(group);
+}
+
+// Most groups: two chains that keep their order while they go on, start or end side by side. Does
+// what Reorder would do. False when they are not like that: nothing is changed then.
+bool RowSweep::PassPair(const Group& group) {
+  RowEntry* const first = chains_.Entries() + group.first;
+  Chain *a = first[0].chain, *b = first[1].chain;
+  if (a->starts != b->starts || a->ends != b->ends) return false;
+  if (a->ends) {
+    if (a->starts || !EndTogether(*a, *b)) return false;
+  } else {
+    if (a->starts && !ActiveChains::ArePair(*a, *b)) return false;
+    if (a->starts && StartsLeft(b->edge, a->edge)) std::swap(a, b);
+    if (a->XBottom() >= b->XBottom()) return false;
+  }
+  if (first[0].reached > first[1].low && !AreInOrder(*a, *b, top_)) return false;
+  if (a->starts) {
+    first[0].chain = a;
+    first[1].chain = b;
+    a->starts = b->starts = false;
+    a->after = b->after = chains_.LeftOf(group.first);
+    a->after.Pass(*a);
+  } else if (a->ends) {
+    a->after = b->after;
+  }
+  return true;
 }
 
 // Chains that go straight through the row. False when some cross more than one other.
@@ -267,14 +294,6 @@ void RowSweep::Change(Chain& chain, std::int32_t y, std::int32_t change) {
 // have the roles that they came with.
 bool RowSweep::KeepsOrder(const RowEntry* first, std::size_t count) const {
   if (count > kFew) return false;
-  if (count == 2) {
-    Chain *a = first[0].chain, *b = first[1].chain;
-    if (a->starts ? !ActiveChains::ArePair(*a, *b) : b->starts) return false;
-    if (a->ends ? !EndTogether(*a, *b) : b->ends) return false;
-    if (first[0].reached <= first[1].low) return true;
-    if (a->starts && StartsLeft(b->edge, a->edge)) std::swap(a, b);
-    return AreInOrder(*a, *b, top_);
-  }
   RowEntry entries[kFew];
   for (std::size_t i = 0; i < count; ++i) {
     entries[i] = {first[i].low, first[i].reached, first[i].chain};

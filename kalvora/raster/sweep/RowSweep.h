@@ -50,6 +50,7 @@ class RowSweep {
   void Walk(Chain& chain, Extent& extent);
   void Join(std::uint32_t entry, std::int32_t low);
   void SolveGroup(const Group& group);
+  bool PassPair(const Group& group);
   bool StaysInside(const Group& group) const;
   bool SolveCrossings(const Group& group);
   void Cross(Chain& a, Chain& b, const Winding& left);
