@@ -16,7 +16,10 @@ void DrawComplexPolygon(const RasterJob& job, const KMergeNode* begin, const KMe
   KRowPainter painter(job);
   if (!painter.Bind()) return;
   const InsideRule inside(job.fillRule, job.clipped, job.clipRule);
-  DifferenceRows differences(job.stack, painter, job.style->lineBuffer, box);
+  // Where the clip has a few more columns, none of which is painted, rows end with a whole block.
+  DrawnBox columns = box;
+  columns.x1 = std::min<std::int32_t>(box.x0 + ((box.x1 - box.x0 + 4) & ~3), job.style->clip.x1);
+  DifferenceRows differences(job.stack, painter, job.style->lineBuffer, columns);
   if (!differences.Ready()) return;
   ActiveChains chains(job.stack, begin, end, box, inside);
   if (!chains.Ready()) return;
