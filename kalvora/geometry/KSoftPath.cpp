@@ -5,26 +5,18 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <malloc.h>
+
 namespace {
 
 constexpr std::uint32_t kMostPieces = UINT32_MAX >> 4;
 // Coordinates beyond +-8000 would overflow the rasterizer's arithmetic.
 constexpr std::int32_t kFarthest = 8000 * kalvora::kOne.raw;
 
-// Before each record its block holds the number of points that there is room for.
-constexpr std::size_t kFront = 8;
-
-std::uint32_t& Room(KSegment* segment) {
-  return *static_cast<std::uint32_t*>(
-      static_cast<void*>(reinterpret_cast<char*>(segment) - kFront));
-}
-
-void Free(KSegment* segment) { std::free(reinterpret_cast<char*>(segment) - kFront); }
-
 void FreeAll(KSegment* segment) {
   while (segment) {
     KSegment* next = segment->next;
-    Free(segment);
+    std::free(segment);
     segment = next;
   }
 }
@@ -38,21 +30,18 @@ bool InRange(KVertex2D p) {
 
 // A record with room for `points` points, or null. Of the kept ones only the next is looked at, and
 // one that is too small goes: paths that are built again and again end up with records that serve
-// each of them.
+// each of them. How large one is the heap knows: a word for it would make most records a third
+// longer, and whoever draws many small paths waits for their memory.
 KSegment* KSoftPath::NewSegment(std::size_t points) {
-  constexpr std::size_t kMost = (SIZE_MAX - kFront - sizeof(KSegment)) / sizeof(KVertex2D);
+  constexpr std::size_t kMost = (SIZE_MAX - sizeof(KSegment)) / sizeof(KVertex2D);
   if (points > std::min<std::size_t>(kMost, UINT32_MAX)) return nullptr;
+  const std::size_t bytes = sizeof(KSegment) + points * sizeof(KVertex2D);
   if (KSegment* kept = spare_) {
     spare_ = kept->next;
-    if (Room(kept) >= points) return kept;
-    Free(kept);
+    if (malloc_usable_size(kept) >= bytes) return kept;
+    std::free(kept);
   }
-  void* block = std::malloc(kFront + sizeof(KSegment) + points * sizeof(KVertex2D));
-  if (!block) return nullptr;
-  void* behind = static_cast<char*>(block) + kFront;
-  auto* segment = static_cast<KSegment*>(behind);
-  Room(segment) = static_cast<std::uint32_t>(points);
-  return segment;
+  return static_cast<KSegment*>(std::malloc(bytes));
 }
 
 bool KSoftPath::QuadTo(KVertex2D control, KVertex2D end) {
