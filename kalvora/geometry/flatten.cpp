@@ -213,7 +213,7 @@ class Flattener {
         for (unsigned k = 0; k < order; ++k) mapped[k] = matrix_.Map(points[k]);
         rest = mapped;
       }
-      const KVertex2D end = rest[order - 1];
+      const KVertex2D& end = rest[order - 1];
       const bool isLine = order == 1 || unseen_.Hides(at_, rest, order);
       if (!(isLine ? writer_.AddLine(end) : writer_.AddCurve(at_, rest, order, flatness_))) {
         return false;
