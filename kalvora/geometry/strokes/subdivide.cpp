@@ -270,9 +270,18 @@ template <int ORDER>
 
 // Cutting -----------------------------------------------------------------------------------------
 
+#if KALVORA_CURVE_VECTORS
+namespace {
+const bool kHasVectors = WidestVectors() != Vectors::kNone;
+}  // namespace
+#endif
+
 template <int ORDER>
 void Bezier<ORDER>::ReParam(Bezier& before, Bezier& after, std::int32_t t,
                             bool hasShortLegs) const {
+#if KALVORA_CURVE_VECTORS
+  if (kHasVectors) return vectors::Cut(*this, before, after, t, hasShortLegs);
+#endif
   if (hasShortLegs) {
     // What lies between two points of a later step is no longer than what lay between earlier
     // ones.
@@ -290,25 +299,12 @@ template void Bezier<3>::ReParam(Bezier&, Bezier&, std::int32_t, bool) const;
 
 namespace {
 
-#if KALVORA_CURVE_VECTORS
-const bool kHasVectors = WidestVectors() != Vectors::kNone;
-#endif
-
 template <int ORDER>
 void Halve(const Bezier<ORDER>& whole, Bezier<ORDER>& before, Bezier<ORDER>& after) {
 #if KALVORA_CURVE_VECTORS
   if (kHasVectors) return vectors::Halve(whole, before, after);
 #endif
   whole.Halve(before, after);
-}
-
-template <int ORDER>
-void Cut(const Bezier<ORDER>& whole, Bezier<ORDER>& before, Bezier<ORDER>& after, std::int32_t t,
-         bool hasShortLegs) {
-#if KALVORA_CURVE_VECTORS
-  if (kHasVectors) return vectors::Cut(whole, before, after, t, hasShortLegs);
-#endif
-  whole.ReParam(before, after, t, hasShortLegs);
 }
 
 /// Gives a piece to `glide` in so many steps of equal parameter lengths.
@@ -326,7 +322,7 @@ void CutEvenly(Bezier<ORDER>& piece, int steps, Glide glide) {
   // Legs that are short stay so.
   const bool isShort = steps > 1 && piece.HasShortLegs();
   for (; steps > 1; --steps) {
-    Cut(piece, part, piece, kParts[steps], isShort);
+    piece.ReParam(part, piece, kParts[steps], isShort);
     glide(part);
   }
   glide(piece);
