@@ -67,7 +67,8 @@ template <int ORDER>
   for (int i = 0; i < ORDER; ++i) {
     x[i] = static_cast<double>(to[i].x);
     y[i] = static_cast<double>(to[i].y);
-    size += __builtin_fabs(x[i]) + __builtin_fabs(y[i]);
+    const double both = __builtin_fabs(x[i]) + __builtin_fabs(y[i]);
+    size = i == 0 ? both : size + both;
   }
   const double across = __builtin_fabs(x[ORDER - 1]), down = __builtin_fabs(y[ORDER - 1]);
   const double length = std::max(std::max(across, down), (across + down) * (181.0 / 256));

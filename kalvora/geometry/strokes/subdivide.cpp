@@ -158,7 +158,7 @@ class QuickPiece {
       y_[i] = Real(leg.y);
       const double across = __builtin_fabs(x_[i]), down = __builtin_fabs(y_[i]);
       const double extent = std::max(across, down);
-      size_ += across + down;
+      size_ = i == 0 ? across + down : size_ + (across + down);
       longest_ = i == 0 ? extent : std::max(longest_, extent);
       shortest_ = i == 0 ? extent : std::min(shortest_, extent);
     }
@@ -207,9 +207,9 @@ class QuickPiece {
 
   /// How far the curve leaves its chord.
   [[gnu::always_inline]] double Sag() const {
-    double chordX = 0, chordY = 0;
+    double chordX = x_[0], chordY = y_[0];
 #pragma GCC unroll 3
-    for (int i = 0; i < ORDER; ++i) {
+    for (int i = 1; i < ORDER; ++i) {
       chordX += x_[i];
       chordY += y_[i];
     }
@@ -254,7 +254,7 @@ class QuickPiece {
   }
 
   double x_[ORDER], y_[ORDER];
-  double size_ = 0, longest_ = 0, shortest_ = 0;  // sum and bounds of the legs' sizes
+  double size_, longest_, shortest_;  // sum and bounds of the legs' sizes
 };
 
 }  // namespace
@@ -311,13 +311,13 @@ void Halve(const Bezier<ORDER>& whole, Bezier<ORDER>& before, Bezier<ORDER>& aft
 template <int ORDER, typename Glide>
 void CutEvenly(Bezier<ORDER>& piece, int steps, Glide glide) {
   static_assert(kMostSteps == 6);
-  constexpr std::int32_t kParts[] = {0,
-                                     Unit::kOne,
-                                     Unit::kOne / 2,
-                                     Unit::kOne / 3,
-                                     Unit::kOne / 4,
-                                     Unit::kOne / 5,
-                                     Unit::kOne / 6};
+  static constexpr std::int32_t kParts[] = {0,
+                                            Unit::kOne,
+                                            Unit::kOne / 2,
+                                            Unit::kOne / 3,
+                                            Unit::kOne / 4,
+                                            Unit::kOne / 5,
+                                            Unit::kOne / 6};
   Bezier<ORDER> part;
   // Legs that are short stay so.
   const bool isShort = steps > 1 && piece.HasShortLegs();
