@@ -33,13 +33,17 @@ class StepPainter {
     return true;
   }
   /// The present row was row y; the next begins.
-  void EndRow(std::int32_t y) {
+  void EndRow(std::int32_t y) { EndRow(y, -1); }
+  /// The same when `ends` has all bits, and nothing when none: nobody foresees which, so this is
+  /// done without a jump.
+  void EndRow(std::int32_t y, std::int32_t ends) {
     if (count_ == first_) return;
     std::uint32_t* const pixels = painter_.Row(y);
     Fetch(pixels, steps_.top[2 * first_]);
     Fetch(pixels, steps_.top[2 * first_ + 1]);
-    steps_.row[rows_++] = {pixels, count_};
-    first_ = count_;
+    steps_.row[rows_] = {pixels, count_};
+    rows_ -= ends;
+    first_ ^= (first_ ^ count_) & ends;
   }
   /// Passes the steps of the present row to add(left, right, height), and forgets them.
   template <typename F>

@@ -65,6 +65,9 @@ std::int32_t CutAtCrossing(Chain& left, Chain& right, std::int32_t y, std::int32
   return stop;
 }
 
+// A jump that is foreseen wrongly costs wide processors tens of instructions.
+constexpr bool kJumpsAreCheap = sizeof(void*) == 4;
+
 /// The rows of the draw, top to bottom: collects the coverage of each and paints it.
 class Rows {
  public:
@@ -85,9 +88,16 @@ class Rows {
   void Step(const StepEdge& left, const StepEdge& right, std::int32_t y, std::int32_t stop) {
     if (stop - y == kRow && !inSteps_) return WholeLine(left, right);
     Part(left, right, stop - y);
-    if (stop & (kRow - 1)) return;
-    Finish();
-    GoTo(stop >> 16);
+    const std::int32_t ends = ((stop & (kRow - 1)) - 1) >> 31;  // all bits, or none
+    if (kJumpsAreCheap && !ends) return;
+    if (inSteps_) {
+      steps_.EndRow(row_, ends);
+      row_ = stop >> 16;
+      carried_ &= ~ends;
+    } else if (ends) {
+      FinishLine();
+      GoTo(stop >> 16);
+    }
   }
 
   /// Whole rows from y on, while the chains keep their order and go on below them. Returns where
