@@ -28,9 +28,7 @@ bool IsLeftAtSameX(const Chain& p, const Chain& q) {
   if (p.starts != q.starts) return q.starts;
   if (p.ends != q.ends) return p.ends;
   if (!p.starts && !p.ends) {
-    const std::int64_t a = (p.turns ? p.below : p.edge).ratio;
-    const std::int64_t b = (q.turns ? q.below : q.edge).ratio;
-    if (a != b) return a < b;
+    if (p.edge.ratio != q.edge.ratio) return p.edge.ratio < q.edge.ratio;
   }
   return p.order < q.order;
 }
@@ -242,7 +240,6 @@ void ActiveChains::ParkBeside(std::int32_t row) {
   for (std::size_t i = 0; i < count_; ++i) {
     Chain* chain = entries_[i].chain;
     if (IsBeside(chain->XBottom())) {
-      chain->TakeBelow();
       chain->x = chain->XBottom();
       if (Park(chain, row)) continue;
     }
@@ -257,7 +254,7 @@ bool ActiveChains::Park(Chain* chain, std::int32_t row) {
   const std::int32_t x = chain->XBottom();
   const bool left = x < left_;
   std::int32_t wake = kNever;
-  chain->below.lower = nullptr;
+  chain->upper.lower = nullptr;
   if (IsBeside(chain->edge.x1, left)) {
     wake = FollowBeside(chain, left);
   } else {
@@ -282,7 +279,7 @@ bool ActiveChains::Park(Chain* chain, std::int32_t row) {
 }
 
 // The row in which a chain beside the columns drawn returns, or ends on the left; where to go on
-// then is left in `below.lower`, null for the present edge.
+// then is left in `upper.lower`, null for the present edge.
 std::int32_t ActiveChains::FollowBeside(Chain* chain, bool left) {
   const KVertex2D* v = chain->edge.lower;
   std::int32_t row = v->y.raw >> 16;
@@ -292,7 +289,7 @@ std::int32_t ActiveChains::FollowBeside(Chain* chain, bool left) {
     if (row >= endRow_) return kNever;
     if (!IsBeside(HoldX(next->x), left)) return row;
     if (next->y.raw >> 16 > row) {
-      chain->below.lower = v;
+      chain->upper.lower = v;
       row = next->y.raw >> 16;
     }
     v = next;
@@ -306,7 +303,7 @@ void ActiveChains::WakeChains(std::int32_t top) {
     Chain* chain = sleeper.chain;
     if (sleeper.left) (chain->isClip ? base_.clip : base_.shape) -= chain->winding;
     Extent passed{0, 0};
-    const KVertex2D* v = chain->below.lower;
+    const KVertex2D* v = chain->upper.lower;
     if (!v && chain->edge.y1 <= top) v = chain->edge.lower;
     if (v && !chain->edge.Find(v, chain->winding, top, passed)) {
       rolesAreOld_ = true;

@@ -40,17 +40,17 @@ struct InsideRule {
 /// begins, -1 where it ends, 0 where nothing changes.
 struct alignas(64) Chain {
   // What a row reads of a chain that goes straight through it.
-  SlopedEdge edge;      // on which it comes into the row
+  SlopedEdge edge;      // on which it leaves the row; of a chain that ends, the last one
   std::uint64_t place;  // where it leaves the row: at its lower border, or where it ends; before
                         // the row is walked, where it comes in. See SlopedEdge::PlaceAt
   std::int32_t x;       // where it comes into the row: at its top, or where it starts
-  std::int32_t straightTo;  // it has no vertices above that y; kNotStraight: it has to be looked
-                            // at; of a chain that ends: where
+  std::int32_t straightTo;  // from where it leaves the row it has no vertices above that y;
+                            // kNotStraight: it is about to start; of a chain that ends: where
   std::int8_t role;
   std::int8_t winding;  // -1 backward, +1 forward through the ring: what it counts, and how it is
                         // walked
   bool starts;          // inside the row; before it is walked, x is where its node is
-  bool turns;           // it has vertices inside the row or at its lower border: `below` is set
+  bool turns;           // it has vertices inside the row or at its lower border: `upper` is set
 
   bool ends;  // inside the row or at its lower border
   bool isClip;
@@ -58,20 +58,16 @@ struct alignas(64) Chain {
   std::uint32_t order;  // of its node among all, and of it in its pair
   Winding after;        // to the right of it, at the row's top
 
-  SlopedEdge below;   // on which it leaves the row, when it turns and does not end
+  SlopedEdge upper;   // on which it comes into the row, when it turns
   ChainBlock* block;  // where it belongs
 
   static constexpr std::int32_t kNotStraight = INT32_MIN;
 
   /// x where it leaves the row, and before the row is walked: the x by which it is sorted.
   std::int32_t XBottom() const { return SlopedEdge::XOf(place); }
-  /// Goes over to the edge on which it left the row before.
-  void TakeBelow() {
-    if (!turns) return;
-    edge = below;
-    turns = false;
-    straightTo = edge.y1;
-  }
+  /// On which it comes into the row, when that is walked.
+  SlopedEdge& Entering() { return turns ? upper : edge; }
+  const SlopedEdge& Entering() const { return turns ? upper : edge; }
 };
 
 inline void Winding::Pass(const Chain& chain) { (chain.isClip ? clip : shape) += chain.winding; }

@@ -19,7 +19,7 @@ struct ChainCursor {
 
   void Begin(Chain& chain, std::int32_t y) {
     rowTop = y;
-    edge = &chain.edge;
+    edge = &chain.Entering();
     top = chain.starts ? Height(edge->y0) : 0;
     xTop = chain.x;
     if (chain.turns) {

@@ -38,13 +38,13 @@ bool GoOn(ChainCursor& cursor, const Chain& chain, bool& jumps) {
 
 // A chain that is there at the row's top and ends inside it, without a vertex before.
 bool EndsStraight(const Chain& chain) {
-  return chain.ends && !chain.starts && chain.edge.y1 == chain.straightTo;
+  return chain.ends && !chain.starts && chain.Entering().y1 == chain.straightTo;
 }
 
 // Whether the one is left of the other, or touches it, where the row has both.
 bool AreInOrder(Chain& left, Chain& right, std::int32_t top) {
-  if (EndsStraight(left) && EndsStraight(right) && left.edge.y1 == right.edge.y1) {
-    return left.x <= right.x && left.edge.x1 <= right.edge.x1;
+  if (EndsStraight(left) && EndsStraight(right) && left.straightTo == right.straightTo) {
+    return left.x <= right.x && left.Entering().x1 <= right.Entering().x1;
   }
   if (!left.turns && !right.turns &&
       (left.starts ? ActiveChains::ArePair(left, right) : !right.starts)) {
@@ -93,7 +93,7 @@ void RowSweep::AddPieces() {
     Chain& chain = *entries[i].chain;
     std::int32_t low, high;
     bool joins = false;
-    if (chain.straightTo <= bottom_ && (chain.TakeBelow(), chain.straightTo <= bottom_)) {
+    if (chain.straightTo <= bottom_) {
       Extent extent;
       Walk(chain, extent);
       low = extent.low;
@@ -101,10 +101,11 @@ void RowSweep::AddPieces() {
       if (chain.ends) {
         chains_.HasEnded(i);
       } else if (chain.role != 0) {
-        next = std::min(next, (chain.turns ? chain.below : chain.edge).y1);
+        next = std::min(next, chain.straightTo);
       }
       joins = chain.starts;
     } else {
+      chain.turns = false;
       chain.x = chain.XBottom();
       chain.place += static_cast<std::uint64_t>(chain.edge.ratio) << 16;
       const std::int32_t x = chain.XBottom();
@@ -125,33 +126,32 @@ void RowSweep::AddPieces() {
 // A chain with vertices in the row, or one that starts. Sets the extent where the caller has it:
 // returned, it would be loaded in one word after it was stored in two.
 void RowSweep::Walk(Chain& chain, Extent& extent) {
-  SlopedEdge* at = &chain.edge;
+  SlopedEdge& edge = chain.edge;
   std::int32_t x = chain.XBottom();
-  std::int32_t y = chain.starts ? at->y0 : top_;
+  std::int32_t y = chain.starts ? edge.y0 : top_;
   extent.low = extent.high = x;
   if (chain.starts) extent.Include(chain.x);
   chain.x = x;
-  chain.turns = at->y1 <= bottom_;
-  chain.straightTo = chain.turns ? Chain::kNotStraight : at->y1;
-  while (at->y1 <= bottom_) {
-    if (chain.role != 0) line_.Add(*at, x, at->x1, (at->y1 - y) << kHeightBits, chain.role);
-    y = at->y1;
-    x = at->x1;
+  chain.turns = edge.y1 <= bottom_;
+  if (chain.turns) chain.upper = edge;
+  while (edge.y1 <= bottom_) {
+    if (chain.role != 0) line_.Add(edge, x, edge.x1, (edge.y1 - y) << kHeightBits, chain.role);
+    y = edge.y1;
+    x = edge.x1;
     extent.Include(x);
-    const KVertex2D* vertex = at->lower;
-    at = &chain.below;
-    if (!at->Find(vertex, chain.winding, y, extent)) {
+    if (!edge.Find(edge.lower, chain.winding, y, extent)) {
       chain.place = SlopedEdge::PlaceOf(x);
       chain.straightTo = y;
       chain.ends = true;
       return;
     }
-    x = at->x0;
+    x = edge.x0;
   }
-  at->NeedRatio();
-  chain.place = at->PlaceAt(bottom_);
+  edge.NeedRatio();
+  chain.straightTo = edge.y1;
+  chain.place = edge.PlaceAt(bottom_);
   if (chain.role != 0 && y < bottom_) {
-    line_.Add(*at, x, chain.XBottom(), (bottom_ - y) << kHeightBits, chain.role);
+    line_.Add(edge, x, chain.XBottom(), (bottom_ - y) << kHeightBits, chain.role);
   }
   extent.Include(chain.XBottom());
 }
@@ -209,7 +209,7 @@ bool RowSweep::PassPair(const Group& group) {
     if (a->starts || !EndTogether(*a, *b)) return false;
   } else {
     if (a->starts && !ActiveChains::ArePair(*a, *b)) return false;
-    if (a->starts && StartsLeft(b->edge, a->edge)) std::swap(a, b);
+    if (a->starts && StartsLeft(b->Entering(), a->Entering())) std::swap(a, b);
     if (a->XBottom() >= b->XBottom()) return false;
   }
   if (first[0].reached > first[1].low && !AreInOrder(*a, *b, top_)) return false;
@@ -303,7 +303,7 @@ bool RowSweep::KeepsOrder(const RowEntry* first, std::size_t count) const {
     }
     RowEntry &a = entries[i], &b = entries[++i];
     b = {first[i].low, first[i].reached, first[i].chain};
-    if (StartsLeft(b.chain->edge, a.chain->edge)) {
+    if (StartsLeft(b.chain->Entering(), a.chain->Entering())) {
       std::swap(a, b);
       a.reached = b.reached = std::max(a.reached, b.reached);
     }

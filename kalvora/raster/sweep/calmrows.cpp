@@ -15,13 +15,13 @@ std::uint64_t Step(const Chain& chain, std::int32_t rows) {
   return (static_cast<std::uint64_t>(chain.edge.ratio) << 16) * static_cast<std::uint32_t>(rows);
 }
 
-// Follows a chain through vertices down to `bottom`, where `below` and `place` are then. False when
+// Follows a chain through vertices down to `bottom`, where `upper` and `place` are then. False when
 // it ends before.
 bool Follow(Chain& chain, std::int32_t bottom, Extent& extent, std::uint64_t& place) {
   extent.Include(chain.edge.x1);
-  if (!chain.below.Find(chain.edge.lower, chain.winding, bottom, extent)) return false;
-  chain.below.NeedRatio();
-  place = chain.below.PlaceAt(bottom);
+  if (!chain.upper.Find(chain.edge.lower, chain.winding, bottom, extent)) return false;
+  chain.upper.NeedRatio();
+  place = chain.upper.PlaceAt(bottom);
   extent.Include(SlopedEdge::XOf(place));
   return true;
 }
@@ -33,7 +33,7 @@ struct Way {
   bool straight;
   Extent extent;
 
-  // False when it ends before. What it leaves the rows on is `below` then, where it has vertices.
+  // False when it ends before. What it leaves the rows on is `upper` then, where it has vertices.
   bool Find(Chain& chain, std::int32_t y, std::int32_t rows) {
     std::uint64_t place = chain.place + Step(chain, rows);
     top = chain.XBottom();
@@ -90,7 +90,6 @@ std::int32_t RowSweep::AddCalm(std::int32_t top, std::int32_t rows) {
   const std::size_t count = chains_.Count();
   std::int32_t edges = 0;
   for (std::size_t i = 0; i < count; ++i) {
-    entries[i].chain->TakeBelow();
     edges += entries[i].chain->role != 0;
   }
   const bool inside = inside_(chains_.Base());
@@ -114,7 +113,7 @@ std::int32_t RowSweep::AddCalm(std::int32_t top, std::int32_t rows) {
     if (chain.straightTo > bottom) {
       chain.place += Step(chain, rows);
     } else {
-      chain.edge = chain.below;
+      chain.edge = chain.upper;
       chain.straightTo = chain.edge.y1;
       chain.place = chain.edge.PlaceAt(bottom);
     }
