@@ -3,12 +3,48 @@
 
 #include <algorithm>
 
+#include "kalvora/support/processor.h"
+
 namespace kalvora {
 namespace {
 
 constexpr std::int32_t kWhole = 0x10000;
+// An edge of more rows keeps the gain that the first of them finds.
+constexpr std::uint32_t kManyRows = 16;
+
+#if defined(__x86_64__)
+const bool kHasWideVectors = WidestVectors() == Vectors::k32Bytes;
+#endif
 
 }  // namespace
+
+bool DifferenceLine::PrefersToWait() {
+#if defined(__x86_64__)
+  return kHasWideVectors;
+#else
+  return false;
+#endif
+}
+
+[[gnu::noinline]] void DifferenceLine::AddWaiting() {
+#if defined(__x86_64__)
+  std::uint8_t rest[Pieces::kMost];
+  std::uint32_t *const line = line_, *const touched = touched_;
+  const std::ptrdiff_t marks = touched - line;
+  const int others = avx2::AddPieces(pieces_, {first_, width_, marks}, rest);
+  for (int k = 0; k < others; ++k) {
+    const int i = rest[k];
+    SlopedEdge edge{};
+    edge.x1 = pieces_.dx[i];
+    edge.y1 = static_cast<std::int32_t>(pieces_.dy[i]);
+    GoTo(pieces_.line[i], pieces_.line[i] + marks);
+    AddSlanted(edge, pieces_.xTop[i], pieces_.xBottom[i], pieces_.height[i], pieces_.weight[i],
+               true);
+  }
+  GoTo(line, touched);
+#endif
+  pieces_.count = 0;
+}
 
 void DifferenceLine::Add(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom,
                          std::int32_t height, std::int32_t weight) {
@@ -31,6 +67,8 @@ void DifferenceLine::Add(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBott
 
 void DifferenceLine::AddRow(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom,
                             std::int32_t weight) {
+  const bool isShort = edge.Height() < kManyRows * kWhole;
+  if (isShort && Waits(edge, xTop, xBottom, kWholeHeight, weight)) return;
   AddPiece<true>(edge, xTop, xBottom, kWholeHeight, weight);
 }
 

@@ -7,6 +7,7 @@
 
 #include "kalvora/raster/PaintJob.h"
 #include "kalvora/raster/sweep/SlopedEdge.h"
+#include "kalvora/raster/sweep/pieces.h"
 
 namespace kalvora {
 
@@ -22,10 +23,14 @@ class DifferenceLine {
  public:
   /// One pixel covered wholly.
   static constexpr std::int32_t kFull = 2 * kWholeHeight;
-  static_assert(kFull == 1 << KRowDifferences::kFullBits);
+  static_assert(kFull == 1 << KRowDifferences::kFullBits && kHeightBits == Pieces::kHeightBits);
 
-  /// For the columns [first, end); add to it after GoTo.
-  DifferenceLine(std::int32_t first, std::int32_t end) : first_(first), width_(end - first) {}
+  /// Whether this processor adds pieces faster when they wait for each other.
+  static bool PrefersToWait();
+  /// For the columns [first, end); add to it after GoTo. `waits`: AddSoon and AddRow may leave
+  /// pieces for later.
+  DifferenceLine(std::int32_t first, std::int32_t end, bool waits = PrefersToWait())
+      : first_(first), width_(end - first), waits_(waits) {}
   /// `line` has three words more than there are columns, and on to a multiple of four; `touched` a
   /// bit for each four of them.
   void GoTo(std::uint32_t* line, std::uint32_t* touched) {
@@ -37,7 +42,16 @@ class DifferenceLine {
   /// `height` (1 to kWholeHeight) to where x is xBottom.
   void Add(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t height,
            std::int32_t weight);
-  /// The same for a whole row.
+  /// The same, in Finish at the latest, and with a gain of its own.
+  void AddSoon(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t height,
+               std::int32_t weight) {
+    if (!Waits(edge, xTop, xBottom, height, weight)) Add(edge, xTop, xBottom, height, weight);
+  }
+  /// Adds what waits, to whichever lines. Before one of them is read.
+  void Finish() {
+    if (kPiecesWait && pieces_.count > 0) AddWaiting();
+  }
+  /// The same for a whole row, soon.
   void AddRow(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t weight);
   /// The same for this line and those of rows below, which the edge comes into at `place`. Instead
   /// of marks it leaves a pair of columns a row.
@@ -129,8 +143,27 @@ class DifferenceLine {
     touched_[column >> 7] |= std::uint32_t{1} << ((column >> 2) & 31);
   }
 
+  // Whether the piece was taken to be added later.
+  bool Waits(const SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t height,
+             std::int32_t weight) {
+    if (!kPiecesWait || !waits_) return false;
+    const int i = pieces_.count++;
+    pieces_.line[i] = line_;
+    pieces_.dx[i] = edge.x1 - edge.x0;
+    pieces_.dy[i] = edge.Height();
+    pieces_.xTop[i] = xTop;
+    pieces_.xBottom[i] = xBottom;
+    pieces_.height[i] = height;
+    pieces_.weight[i] = weight;
+    if (i + 1 == Pieces::kMost) AddWaiting();
+    return true;
+  }
+  void AddWaiting();
+
   std::int32_t first_;
   std::int32_t width_;
+  bool waits_;
+  Pieces pieces_;
   std::uint32_t* line_ = nullptr;  // wrapping around: only sums mean something
   std::uint32_t* touched_ = nullptr;
 };

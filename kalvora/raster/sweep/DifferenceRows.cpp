@@ -123,6 +123,7 @@ void DifferenceRows::AddToLines(std::int32_t rows) {
 
 void DifferenceRows::Paint() {
   if (waiting_ == 0) return;
+  line_.Finish();
   painter_.GoTo(0);
   KRowDifferences rows{.line = lines_,
                        .touched = lines_ + 4 * blocks_,

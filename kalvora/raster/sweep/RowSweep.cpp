@@ -135,7 +135,7 @@ void RowSweep::Walk(Chain& chain, Extent& extent) {
   chain.turns = edge.y1 <= bottom_;
   if (chain.turns) chain.upper = edge;
   while (edge.y1 <= bottom_) {
-    if (chain.role != 0) line_.Add(edge, x, edge.x1, (edge.y1 - y) << kHeightBits, chain.role);
+    if (chain.role != 0) line_.AddSoon(edge, x, edge.x1, (edge.y1 - y) << kHeightBits, chain.role);
     y = edge.y1;
     x = edge.x1;
     extent.Include(x);
@@ -151,7 +151,7 @@ void RowSweep::Walk(Chain& chain, Extent& extent) {
   chain.straightTo = edge.y1;
   chain.place = edge.PlaceAt(bottom_);
   if (chain.role != 0 && y < bottom_) {
-    line_.Add(edge, x, chain.XBottom(), (bottom_ - y) << kHeightBits, chain.role);
+    line_.AddSoon(edge, x, chain.XBottom(), (bottom_ - y) << kHeightBits, chain.role);
   }
   extent.Include(chain.XBottom());
 }

@@ -16,14 +16,14 @@ namespace kalvora {
 }
 
 void SlopedEdge::FindRatio() {
-  ratio = RatioOf(x1 - x0, static_cast<std::uint32_t>(y1) - static_cast<std::uint32_t>(y0));
+  ratio = RatioOf(x1 - x0, Height());
   hasRatio = true;
 }
 
 // Both divided numbers are first moved to the top of their words, which gives 31 or 32 exact bits.
 // An edge so upright that its gain does not fit passes a row within less than a unit of x.
 void SlopedEdge::FindGain() {
-  const auto dy = static_cast<std::uint32_t>(y1) - static_cast<std::uint32_t>(y0);
+  const std::uint32_t dy = Height();
   const auto dx = static_cast<std::uint32_t>(x1 - x0);
   const std::uint32_t sign = x1 < x0;
   const std::uint32_t width = (dx ^ (0 - sign)) + sign;  // without a jump

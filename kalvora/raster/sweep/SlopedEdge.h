@@ -49,6 +49,9 @@ struct SlopedEdge {
     return true;
   }
 
+  std::uint32_t Height() const {
+    return static_cast<std::uint32_t>(y1) - static_cast<std::uint32_t>(y0);
+  }
   void NeedRatio() {
     if (!hasRatio) FindRatio();
   }
