@@ -74,7 +74,9 @@ struct Gain {
 
 /// What four pieces add in their first column and in the two after it, as DifferenceLine has it.
 struct Sums {
-  std::int32_t first[kLanes], end[kLanes];  // columns
+  std::int32_t first[kLanes];  // columns
+  std::int32_t firstWord[kLanes], endWord[kLanes];  // of the marks
+  std::uint32_t firstMark[kLanes], endMark[kLanes];
   std::uint32_t column[3][kLanes];
   int others;  // bits of those that do not lie in one or two columns
 
@@ -89,7 +91,8 @@ struct Sums {
     others =
         _mm_movemask_ps(_mm_castsi128_ps(_mm_or_si128(beside, _mm_cmpgt_epi32(across, All(1)))));
     Store(first, left);
-    Store(end, _mm_add_epi32(right, All(1)));
+    Mark(left, firstWord, firstMark);
+    Mark(_mm_add_epi32(right, All(1)), endWord, endMark);
 
     const __m256i goesLeft = WideMask(_mm_cmplt_epi32(xBottom, xTop));
     const __m256i two = WideMask(_mm_cmpgt_epi32(across, All(0)));
@@ -116,19 +119,30 @@ struct Sums {
     Store(column[2], _mm_mullo_epi32(weight, Narrow(beyond)));
   }
 
+  template <bool kOneWord>
   void AddTo(std::uint32_t* line, std::uint32_t* touched, int k) const {
     std::uint32_t* const at = line + first[k];
     at[0] += column[0][k];
     at[1] += column[1][k];
     at[2] += column[2][k];
-    touched[first[k] >> 7] |= std::uint32_t{1} << (first[k] >> 2 & 31);
-    touched[end[k] >> 7] |= std::uint32_t{1} << (end[k] >> 2 & 31);
+    if (kOneWord) {
+      touched[0] |= firstMark[k] | endMark[k];
+    } else {
+      touched[firstWord[k]] |= firstMark[k];
+      touched[endWord[k]] |= endMark[k];
+    }
+  }
+
+ private:
+  // Four columns have one bit.
+  static void Mark(__m128i column, std::int32_t* word, std::uint32_t* bit) {
+    Store(word, _mm_srai_epi32(column, 7));
+    Store(bit, _mm_sllv_epi32(All(1), _mm_and_si128(_mm_srai_epi32(column, 2), All(31))));
   }
 };
 
-}  // namespace
-
-int AddPieces(const Pieces& pieces, const LineColumns& columns, std::uint8_t* rest) {
+template <bool kOneWord>
+int AddTo(const Pieces& pieces, const LineColumns& columns, std::uint8_t* rest) {
   int others = 0;
   for (int i = 0; i < pieces.count; i += kLanes) {
     const Sums sums(pieces, i, columns);
@@ -137,11 +151,17 @@ int AddPieces(const Pieces& pieces, const LineColumns& columns, std::uint8_t* re
         rest[others++] = static_cast<std::uint8_t>(i + k);
       } else {
         std::uint32_t* const line = pieces.line[i + k];
-        sums.AddTo(line, line + columns.marks, k);
+        sums.AddTo<kOneWord>(line, line + columns.marks, k);
       }
     }
   }
   return others;
+}
+
+}  // namespace
+
+int AddPieces(const Pieces& pieces, const LineColumns& columns, std::uint8_t* rest) {
+  return columns.width < 124 ? AddTo<true>(pieces, columns, rest) : AddTo<false>(pieces, columns, rest);
 }
 
 }  // namespace kalvora::avx2
