@@ -12,28 +12,30 @@ namespace kalvora {
 /// The piece of a chain between two heights of a row: from the row's top or a vertex to the next
 /// vertex or the row's bottom. `top` and `end` are heights in the row. Stays where it is.
 struct ChainCursor {
+  Chain* chain;
   SlopedEdge* edge;
   std::int32_t top, xTop;
   std::int32_t end, xEnd;
   std::int32_t rowTop;
 
-  void Begin(Chain& chain, std::int32_t y) {
+  void Begin(Chain& of, std::int32_t y) {
+    chain = &of;
     rowTop = y;
-    edge = &chain.Entering();
-    top = chain.starts ? Height(edge->y0) : 0;
-    xTop = chain.x;
-    if (chain.turns) {
+    edge = &of.Entering();
+    top = of.starts ? Height(edge->y0) : 0;
+    xTop = of.x;
+    if (of.turns) {
       end = Height(edge->y1);
       xEnd = edge->x1;
     } else {
       end = kWholeHeight;
-      xEnd = chain.XBottom();
+      xEnd = of.XBottom();
     }
   }
   /// Goes on to the piece below. False when the chain ends.
-  bool Next(std::int32_t direction) {
+  bool Next() {
     Extent passed{0, 0};
-    if (!below_.Find(edge->lower, direction, edge->y1, passed)) return false;
+    if (!below_.Find(edge->lower, chain->winding, edge->y1, passed)) return false;
     edge = &below_;
     top = end;
     xTop = edge->x0;
@@ -41,9 +43,8 @@ struct ChainCursor {
       end = Height(edge->y1);
       xEnd = edge->x1;
     } else {
-      edge->NeedRatio();
       end = kWholeHeight;
-      xEnd = edge->XAt(rowTop + kRowHeight);
+      xEnd = chain->XBottom();
     }
     return true;
   }

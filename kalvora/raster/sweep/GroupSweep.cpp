@@ -43,7 +43,6 @@ void GroupSweep::Prepare(const RowEntry* entries) {
     Cursor& cursor = cursors_[i];
     Chain& chain = *entries[i].chain;
     cursor.Begin(chain, top_);
-    cursor.chain = &chain;
     cursor.assumed = chain.role;
     cursor.role = chain.starts ? std::int8_t{0} : chain.role;
     cursor.after = chain.after;
@@ -119,7 +118,7 @@ void GroupSweep::EndPiece(Cursor& cursor, EventTree& tree) {
     AddDownTo(cursor, cursor.end, cursor.role - cursor.assumed);
   }
   const std::int32_t x = cursor.xEnd;
-  if (!cursor.Next(cursor.chain->winding)) return EndChain(cursor, tree);
+  if (!cursor.Next()) return EndChain(cursor, tree);
   if (cursor.xTop != x) return Jump(cursor, tree);
   Schedule(*cursor.previous, tree);
   Schedule(cursor, tree);

@@ -43,7 +43,6 @@ class GroupSweep {
   enum Kind : std::uint32_t { kEnd, kCross, kStart };
 
   struct Cursor : ChainCursor {
-    const Chain* chain;
     Cursor* previous;  // in the list of those that the sweep has reached
     Cursor* next;
     Cursor* nextMarked;

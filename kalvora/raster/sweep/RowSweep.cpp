@@ -29,9 +29,9 @@ bool EndTogether(const Chain& a, const Chain& b) {
 }
 
 // Goes on to the next edge, without a level one in between.
-bool GoOn(ChainCursor& cursor, const Chain& chain, bool& jumps) {
+bool GoOn(ChainCursor& cursor, bool& jumps) {
   const std::int32_t x = cursor.xEnd;
-  if (!cursor.Next(chain.winding)) return false;
+  if (!cursor.Next()) return false;
   jumps = jumps || cursor.xTop != x;
   return true;
 }
@@ -55,18 +55,18 @@ bool AreInOrder(Chain& left, Chain& right, std::int32_t top) {
   b.Begin(right, top);
   bool jumps = false;
   while (a.end <= b.top) {
-    if (!GoOn(a, left, jumps)) return true;
+    if (!GoOn(a, jumps)) return true;
   }
   while (b.end <= a.top) {
-    if (!GoOn(b, right, jumps)) return true;
+    if (!GoOn(b, jumps)) return true;
   }
   const std::int32_t from = std::max(a.top, b.top);
   if (a.XAt(from) > b.XAt(from)) return false;
   while (!jumps && !AreInverted(a, b)) {
     const std::int32_t y = std::min(a.end, b.end);
     if (y == kWholeHeight) return true;
-    if (a.end == y && !GoOn(a, left, jumps)) return true;
-    if (b.end == y && !GoOn(b, right, jumps)) return true;
+    if (a.end == y && !GoOn(a, jumps)) return true;
+    if (b.end == y && !GoOn(b, jumps)) return true;
   }
   return false;
 }

@@ -74,7 +74,7 @@ struct Gain {
 
 /// What four pieces add in their first column and in the two after it, as DifferenceLine has it.
 struct Sums {
-  std::int32_t first[kLanes];  // columns
+  std::int32_t first[kLanes];                       // columns
   std::int32_t firstWord[kLanes], endWord[kLanes];  // of the marks
   std::uint32_t firstMark[kLanes], endMark[kLanes];
   std::uint32_t column[3][kLanes];
@@ -161,7 +161,8 @@ int AddTo(const Pieces& pieces, const LineColumns& columns, std::uint8_t* rest) 
 }  // namespace
 
 int AddPieces(const Pieces& pieces, const LineColumns& columns, std::uint8_t* rest) {
-  return columns.width < 124 ? AddTo<true>(pieces, columns, rest) : AddTo<false>(pieces, columns, rest);
+  return columns.width < 124 ? AddTo<true>(pieces, columns, rest)
+                             : AddTo<false>(pieces, columns, rest);
 }
 
 }  // namespace kalvora::avx2

@@ -45,7 +45,7 @@ void GroupSweep::DrawInSlabs(std::int32_t y) {
       Cursor& cursor = *places[i].cursor;
       bool ended = false;
       while (!ended && cursor.end <= middle) {
-        ended = !cursor.Next(cursor.chain->winding);
+        ended = !cursor.Next();
         if (!ended) AddDownTo(cursor, cursor.end, -cursor.assumed);
       }
       if (!ended) {
