@@ -45,13 +45,13 @@ ActiveChains::ActiveChains(KStack* stack, const KMergeNode* begin, const KMergeN
       base_(inside.outside),
       room_(2 * static_cast<std::size_t>(end - begin)),
       pool_(stack) {
-  constexpr std::size_t kEach = 2 * sizeof(RowEntry) + sizeof(Sleeper) + sizeof(Group);
+  constexpr std::size_t kEach = 2 * sizeof(RowEntry) + sizeof(Sleeper) + sizeof(std::uint32_t);
   if (room_ > UINT32_MAX / kEach) return;
   entries_ = static_cast<RowEntry*>(stack->Alloc(static_cast<unsigned>(room_ * kEach)));
   if (!entries_) return;
   fresh_ = entries_ + room_;
   sleepers_ = reinterpret_cast<Sleeper*>(fresh_ + room_);
-  groups_ = reinterpret_cast<Group*>(sleepers_ + room_);
+  meeting_ = reinterpret_cast<std::uint32_t*>(sleepers_ + room_);
   FindNextRow();
 }
 

@@ -44,8 +44,8 @@ class ActiveChains {
 
   RowEntry* Entries() const { return entries_; }
   std::size_t Count() const { return count_; }
-  /// Room for as many groups as there are chains.
-  Group* Groups() const { return groups_; }
+  /// Room for a place among the entries for each of them.
+  std::uint32_t* Meeting() const { return meeting_; }
   /// What lies to the left of an entry winds around.
   const Winding& LeftOf(std::size_t i) const {
     return i == 0 ? base_ : entries_[i - 1].chain->after;
@@ -115,7 +115,7 @@ class ActiveChains {
   RowEntry* entries_ = nullptr;  // here and in the following, room for all chains
   RowEntry* fresh_ = nullptr;    // come in with this row
   Sleeper* sleepers_ = nullptr;  // a heap
-  Group* groups_ = nullptr;
+  std::uint32_t* meeting_ = nullptr;
   std::size_t room_;
   std::size_t count_ = 0;
   std::size_t freshCount_ = 0;

@@ -76,23 +76,23 @@ bool AreInOrder(Chain& left, Chain& right, std::int32_t top) {
 void RowSweep::Add(std::int32_t top) {
   top_ = top;
   bottom_ = top + kRowHeight;
-  groupCount_ = 0;
-  AddPieces();
-  // From right to left: what is to the left of a group is still as at the row's top.
-  while (groupCount_ > 0) SolveGroup(chains_.Groups()[--groupCount_]);
+  SolveGroups(AddPieces());
   chains_.DropEnded();
 }
 
-// One pass from left to right.
-void RowSweep::AddPieces() {
+// One pass from left to right. Leaves the places of those that meet one before them, or start, in
+// Meeting, and returns their number.
+std::size_t RowSweep::AddPieces() {
   RowEntry* const entries = chains_.Entries();
   const auto count = static_cast<std::uint32_t>(chains_.Count());
   std::int32_t reached = INT32_MIN;
   std::int32_t next = INT32_MAX;
+  std::uint32_t* const meeting = chains_.Meeting();
+  std::size_t meetings = 0;
   for (std::uint32_t i = 0; i < count; ++i) {
     Chain& chain = *entries[i].chain;
     std::int32_t low, high;
-    bool joins = false;
+    bool meets = false;
     if (chain.straightTo <= bottom_) {
       Extent extent;
       Walk(chain, extent);
@@ -103,7 +103,7 @@ void RowSweep::AddPieces() {
       } else if (chain.role != 0) {
         next = std::min(next, chain.straightTo);
       }
-      joins = chain.starts;
+      meets = chain.starts;
     } else {
       chain.turns = false;
       chain.x = chain.XBottom();
@@ -116,11 +116,13 @@ void RowSweep::AddPieces() {
       low = std::min(chain.x, x);
       high = std::max(chain.x, x);
     }
-    if (low <= reached || joins) Join(i, low);
+    meeting[meetings] = i;  // without a jump
+    meetings += meets | (low <= reached);
     entries[i].low = low;
     entries[i].reached = reached = std::max(reached, high);
   }
   nextVertex_ = next;
+  return meetings;
 }
 
 // A chain with vertices in the row, or one that starts. Sets the extent where the caller has it:
@@ -157,23 +159,23 @@ void RowSweep::Walk(Chain& chain, Extent& extent) {
 }
 
 // Chains belong together when they touch the same x. The entries are sorted by an x that each
-// touches, so a group is a range of them: it ends where all before lie left of all that follow.
+// touches, so a group is a range of them: it begins where all before lie left of all that follow.
 // Starts and ends come in pairs of one group, so between groups no winding changes.
 //
-// The entry is joined with all from the first one on that reaches as far as it does, and so with
-// the groups among them.
-void RowSweep::Join(std::uint32_t entry, std::int32_t low) {
+// From right to left: what is to the left of a group is still as at the row's top.
+void RowSweep::SolveGroups(std::size_t meetings) {
   const RowEntry* const entries = chains_.Entries();
-  Group* const groups = chains_.Groups();
-  std::uint32_t first = entry;
-  while (first > 0 && entries[first - 1].reached >= low) {
-    if (groupCount_ > 0 && groups[groupCount_ - 1].end == first) {
-      first = groups[--groupCount_].first;
-    } else {
-      --first;
+  const std::uint32_t* const meeting = chains_.Meeting();
+  while (meetings > 0) {
+    std::uint32_t first = meeting[--meetings];
+    const std::uint32_t end = first + 1;
+    std::int32_t low = entries[first].low;
+    while (first > 0 && entries[first - 1].reached >= low) {
+      low = std::min(low, entries[--first].low);
     }
+    while (meetings > 0 && meeting[meetings - 1] >= first) --meetings;
+    SolveGroup({first, end});
   }
-  groups[groupCount_++] = {first, entry + 1};
 }
 
 void RowSweep::SolveGroup(const Group& group) {

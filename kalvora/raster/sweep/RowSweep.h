@@ -46,9 +46,9 @@ class RowSweep {
 
   std::int32_t AddCalm(std::int32_t top, std::int32_t rows);
   std::int32_t RowsApart(std::int32_t top, std::int32_t rows) const;
-  void AddPieces();
+  std::size_t AddPieces();
   void Walk(Chain& chain, Extent& extent);
-  void Join(std::uint32_t entry, std::int32_t low);
+  void SolveGroups(std::size_t meetings);
   void SolveGroup(const Group& group);
   bool PassPair(const Group& group);
   bool StaysInside(const Group& group) const;
@@ -64,7 +64,6 @@ class RowSweep {
   InsideRule inside_;
   std::int32_t top_ = 0;
   std::int32_t bottom_ = 0;
-  std::uint32_t groupCount_ = 0;
   // Of the last row's chains with a role none has a vertex above that y.
   std::int32_t nextVertex_ = INT32_MIN;
   // Calm rows are looked for from a row on, and when there are none not again for some rows.
