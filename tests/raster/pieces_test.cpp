@@ -57,7 +57,7 @@ TEST(Pieces, AreAddedAsOneByOne) {
                              ? 0x10000
                              : random.Between(1, std::min(below, 0x10000));
       const int xTop = edge.XAt(top), xBottom = edge.XAt(top + height);
-      const int weight = random.Between(-2, 2), row = static_cast<int>(random.Below(kRows));
+      const int weight = random.Between(-1, 1), row = static_cast<int>(random.Below(kRows));
       soon.GoTo(row);
       now.GoTo(row);
       if (height == 0x10000) {

@@ -42,7 +42,7 @@ class DifferenceLine {
   /// `height` (1 to kWholeHeight) to where x is xBottom.
   void Add(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t height,
            std::int32_t weight);
-  /// The same, in Finish at the latest, and with a gain of its own.
+  /// The same by a role, -1, 0 or 1, in Finish at the latest, and with a gain of its own.
   void AddSoon(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t height,
                std::int32_t weight) {
     if (!Waits(edge, xTop, xBottom, height, weight)) Add(edge, xTop, xBottom, height, weight);
@@ -51,7 +51,7 @@ class DifferenceLine {
   void Finish() {
     if (kPiecesWait && pieces_.count > 0) AddWaiting();
   }
-  /// The same for a whole row, soon.
+  /// The same for a whole row.
   void AddRow(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t weight);
   /// The same for this line and those of rows below, which the edge comes into at `place`. Instead
   /// of marks it leaves a pair of columns a row.

@@ -41,7 +41,8 @@ class RowSweep {
   using Group = ActiveChains::Group;
   static constexpr std::size_t kFew = 8;
   static constexpr std::size_t kMany = 128;
-  static constexpr std::int32_t kFewestCalm = 2;  // rows that are worth a look at all chains
+  // Rows that are worth a look at all chains.
+  static constexpr std::int32_t kFewestCalm = kPiecesWait ? 4 : 2;
   static constexpr std::int32_t kShortestPause = 2;
 
   std::int32_t AddCalm(std::int32_t top, std::int32_t rows);

@@ -23,7 +23,9 @@ __m128i Narrow(__m256i v) {
   return _mm256_castsi256_si128(
       _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(0, 2, 4, 6, 0, 2, 4, 6)));
 }
-__m256i Either(__m256i mask, __m256i a, __m256i b) { return _mm256_blendv_epi8(b, a, mask); }
+__m256i Either(__m256i mask, __m256i a, __m256i b) {
+  return _mm256_xor_si256(b, _mm256_and_si256(mask, _mm256_xor_si256(a, b)));
+}
 __m256i IsNegative(__m256i v) { return _mm256_cmpgt_epi64(_mm256_setzero_si256(), v); }
 __m256i Product16(__m256i a, __m256i b) { return _mm256_srli_epi64(_mm256_mul_epu32(a, b), 16); }
 
@@ -114,9 +116,9 @@ struct Sums {
     const __m256i beyond = _mm256_and_si256(two, Product16(missing, over));
     const __m256i between = _mm256_sub_epi64(_mm256_sub_epi64(twice, beyond), entering);
     const __m128i weight = Load(pieces.weight + i);
-    Store(column[0], _mm_mullo_epi32(weight, Narrow(entering)));
-    Store(column[1], _mm_mullo_epi32(weight, Narrow(between)));
-    Store(column[2], _mm_mullo_epi32(weight, Narrow(beyond)));
+    Store(column[0], _mm_sign_epi32(Narrow(entering), weight));
+    Store(column[1], _mm_sign_epi32(Narrow(between), weight));
+    Store(column[2], _mm_sign_epi32(Narrow(beyond), weight));
   }
 
   template <bool kOneWord>

@@ -14,7 +14,7 @@ inline constexpr bool kPiecesWait = true;
 inline constexpr bool kPiecesWait = false;
 #endif
 
-/// What DifferenceLine::Add is told, each field in an array of its own.
+/// What DifferenceLine::AddSoon is told, each field in an array of its own.
 struct Pieces {
   static constexpr int kMost = kPiecesWait ? 64 : 4;
   static constexpr int kHeightBits = 10;  // of heights, beyond 16.16
