@@ -16,8 +16,8 @@ inline constexpr bool kPiecesWait = false;
 
 /// What DifferenceLine::AddSoon is told, each field in an array of its own.
 struct Pieces {
-  static constexpr int kMost = kPiecesWait ? 64 : 4;
-  static constexpr int kHeightBits = 10;  // of heights, beyond 16.16
+  static constexpr int kMost = kPiecesWait ? 128 : 4;  // places fit into bytes
+  static constexpr int kHeightBits = 10;               // of heights, beyond 16.16
 
   std::uint32_t* line[kMost];
   std::int32_t dx[kMost];  // of the edge
