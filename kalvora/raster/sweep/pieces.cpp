@@ -74,7 +74,8 @@ struct Gain {
   }
 };
 
-/// What four pieces add in their first column and in the two after it, as DifferenceLine has it.
+/// What four pieces add in their first column and in the two after it, as DifferenceLine has it;
+/// those that lie elsewhere add nothing, to the columns drawn first.
 struct Sums {
   std::int32_t first[kLanes];                       // columns
   std::int32_t firstWord[kLanes], endWord[kLanes];  // of the marks
@@ -90,11 +91,13 @@ struct Sums {
     const __m128i across = _mm_sub_epi32(right, left);
     const __m128i beside =
         _mm_or_si128(_mm_cmpgt_epi32(All(0), left), _mm_cmpgt_epi32(right, All(drawn.width - 1)));
-    others =
-        _mm_movemask_ps(_mm_castsi128_ps(_mm_or_si128(beside, _mm_cmpgt_epi32(across, All(1)))));
-    Store(first, left);
-    Mark(left, firstWord, firstMark);
-    Mark(_mm_add_epi32(right, All(1)), endWord, endMark);
+    const __m128i other = _mm_or_si128(beside, _mm_cmpgt_epi32(across, All(1)));
+    others = _mm_movemask_ps(_mm_castsi128_ps(other));
+    const __m128i mark = _mm_andnot_si128(other, All(1));
+    const __m128i column0 = _mm_andnot_si128(other, left);
+    Store(first, column0);
+    Mark(column0, mark, firstWord, firstMark);
+    Mark(_mm_andnot_si128(other, _mm_add_epi32(right, All(1))), mark, endWord, endMark);
 
     const __m256i goesLeft = WideMask(_mm_cmplt_epi32(xBottom, xTop));
     const __m256i two = WideMask(_mm_cmpgt_epi32(across, All(0)));
@@ -115,7 +118,7 @@ struct Sums {
     const __m256i entering = Either(two, Product16(reached, toBorder), inOne);
     const __m256i beyond = _mm256_and_si256(two, Product16(missing, over));
     const __m256i between = _mm256_sub_epi64(_mm256_sub_epi64(twice, beyond), entering);
-    const __m128i weight = Load(pieces.weight + i);
+    const __m128i weight = _mm_andnot_si128(other, Load(pieces.weight + i));
     Store(column[0], _mm_sign_epi32(Narrow(entering), weight));
     Store(column[1], _mm_sign_epi32(Narrow(between), weight));
     Store(column[2], _mm_sign_epi32(Narrow(beyond), weight));
@@ -137,9 +140,9 @@ struct Sums {
 
  private:
   // Four columns have one bit.
-  static void Mark(__m128i column, std::int32_t* word, std::uint32_t* bit) {
+  static void Mark(__m128i column, __m128i mark, std::int32_t* word, std::uint32_t* bit) {
     Store(word, _mm_srai_epi32(column, 7));
-    Store(bit, _mm_sllv_epi32(All(1), _mm_and_si128(_mm_srai_epi32(column, 2), All(31))));
+    Store(bit, _mm_sllv_epi32(mark, _mm_and_si128(_mm_srai_epi32(column, 2), All(31))));
   }
 };
 
@@ -149,12 +152,10 @@ int AddTo(const Pieces& pieces, const LineColumns& columns, std::uint8_t* rest) 
   for (int i = 0; i < pieces.count; i += kLanes) {
     const Sums sums(pieces, i, columns);
     for (int k = 0; k < kLanes && i + k < pieces.count; ++k) {
-      if (sums.others >> k & 1) {
-        rest[others++] = static_cast<std::uint8_t>(i + k);
-      } else {
-        std::uint32_t* const line = pieces.line[i + k];
-        sums.AddTo<kOneWord>(line, line + columns.marks, k);
-      }
+      std::uint32_t* const line = pieces.line[i + k];
+      sums.AddTo<kOneWord>(line, line + columns.marks, k);
+      rest[others] = static_cast<std::uint8_t>(i + k);  // without a jump
+      others += sums.others >> k & 1;
     }
   }
   return others;
