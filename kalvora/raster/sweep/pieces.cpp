@@ -124,13 +124,12 @@ struct Sums {
     Store(column[2], _mm_sign_epi32(Narrow(beyond), weight));
   }
 
-  template <bool kOneWord>
-  void AddTo(std::uint32_t* line, std::uint32_t* touched, int k) const {
+  void AddTo(std::uint32_t* line, std::uint32_t* touched, int k, bool oneWord) const {
     std::uint32_t* const at = line + first[k];
     at[0] += column[0][k];
     at[1] += column[1][k];
     at[2] += column[2][k];
-    if (kOneWord) {
+    if (oneWord) {
       touched[0] |= firstMark[k] | endMark[k];
     } else {
       touched[firstWord[k]] |= firstMark[k];
@@ -146,26 +145,21 @@ struct Sums {
   }
 };
 
-template <bool kOneWord>
-int AddTo(const Pieces& pieces, const LineColumns& columns, std::uint8_t* rest) {
+}  // namespace
+
+int AddPieces(const Pieces& pieces, const LineColumns& columns, std::uint8_t* rest) {
+  const bool oneWord = columns.width < 124;  // as well as the two columns behind them
   int others = 0;
   for (int i = 0; i < pieces.count; i += kLanes) {
     const Sums sums(pieces, i, columns);
     for (int k = 0; k < kLanes && i + k < pieces.count; ++k) {
       std::uint32_t* const line = pieces.line[i + k];
-      sums.AddTo<kOneWord>(line, line + columns.marks, k);
+      sums.AddTo(line, line + columns.marks, k, oneWord);
       rest[others] = static_cast<std::uint8_t>(i + k);  // without a jump
       others += sums.others >> k & 1;
     }
   }
   return others;
-}
-
-}  // namespace
-
-int AddPieces(const Pieces& pieces, const LineColumns& columns, std::uint8_t* rest) {
-  return columns.width < 124 ? AddTo<true>(pieces, columns, rest)
-                             : AddTo<false>(pieces, columns, rest);
 }
 
 }  // namespace kalvora::avx2
