@@ -160,4 +160,29 @@ TEST(Path, SurvivesEveryAllocationFailure) {
   }
 }
 
+// Paths of any sizes, built in turns: in the end nothing is taken from the heap.
+TEST(Path, RewoundPathsKeepTheirMemory) {
+  const std::vector<KVertex2D> points(20000, At(1, 2));
+  const unsigned sizes[][4] = {{1, 1, 1, 1}, {1, 300, 1, 9000}, {20000, 1, 20000, 5}, {7, 0, 0, 0}};
+  KSoftPath path;
+  int taken = 0;
+  for (int round = 0; round < 8; ++round) {
+    taken = 0;
+    for (const auto& counts : sizes) {
+      path.Rewind();
+      std::size_t expected = 1;
+      {
+        Allocations allocations;
+        for (const unsigned count : counts) {
+          EXPECT_EQ(path.BezierTo(1, points.data(), count), count > 0);
+          expected += count;
+        }
+        taken += allocations.Count();
+      }
+      EXPECT_EQ(Points(path).size(), expected);
+    }
+  }
+  EXPECT_EQ(taken, 0);
+}
+
 }  // namespace
