@@ -26,6 +26,9 @@ struct QuickVector {
   bool IsZero() const { return x == 0 && y == 0; }
   /// Whether either component's magnitude reaches `bound`.
   bool Reaches(Number bound) const {
+    if constexpr (kHasReals && sizeof(void*) > 4) {
+      return std::max(__builtin_fabs(x), __builtin_fabs(y)) >= bound;  // in one jump
+    }
     return x >= bound || x <= -bound || y >= bound || y <= -bound;
   }
 };
