@@ -35,8 +35,8 @@ bool DifferenceLine::PrefersToWait() {
   for (int k = 0; k < others; ++k) {
     const int i = rest[k];
     SlopedEdge edge{};
-    edge.x1 = pieces_.dx[i];
-    edge.y1 = static_cast<std::int32_t>(pieces_.dy[i]);
+    edge.gain = static_cast<std::uint32_t>(pieces_.dx[i]);
+    edge.shift = static_cast<std::uint8_t>(pieces_.dy[i]);
     GoTo(pieces_.line[i], pieces_.line[i] + marks);
     AddSlanted(edge, pieces_.xTop[i], pieces_.xBottom[i], pieces_.height[i], pieces_.weight[i],
                true);

@@ -40,36 +40,27 @@ __m256i Word(__m256d v) {
   return _mm256_castpd_si256(_mm256_xor_pd(_mm256_add_pd(v, base), base));
 }
 
-/// A word, moved to the top of 32 bits, and the place of its highest bit.
-struct Scaled {
-  __m256d number;
-  __m256i highest;
-
-  explicit Scaled(__m256i v) {
-    constexpr int kBias = 1023, kMantissa = 52;
-    const __m256i bits = _mm256_castpd_si256(Number(v));
-    const __m256i top = AllWide((kBias + 31LL) << kMantissa);
-    highest = _mm256_sub_epi64(_mm256_srli_epi64(bits, kMantissa), AllWide(kBias));
-    number = _mm256_castsi256_pd(
-        _mm256_or_si256(_mm256_and_si256(bits, AllWide((1LL << kMantissa) - 1)), top));
-  }
-};
-
-/// What SlopedEdge::NeedGain finds.
+/// What SlopedEdge::NeedGain finds: of dy / width as it is, times 2^k, which brings the quotient
+/// below 2^32, but not below 2^30.
 struct Gain {
   __m256i gain, shift;
 
   Gain(__m256i width, __m256i dy) {
-    const Scaled most(dy), least(width);
-    const __m256d whole = _mm256_mul_pd(most.number, _mm256_set1_pd(2147483648.0));
-    const __m256i found = Word(_mm256_floor_pd(_mm256_div_pd(whole, least.number)));
-    // What is just below a whole number may have been rounded to it.
-    const __m256i product = _mm256_mul_epu32(found, Word(least.number));
-    const __m256i rest = _mm256_sub_epi64(_mm256_slli_epi64(Word(most.number), 31), product);
-    const __m256i places = _mm256_add_epi64(_mm256_sub_epi64(least.highest, most.highest),
-                                            AllWide(31 - Pieces::kHeightBits));
+    constexpr int kMantissa = 52;
+    const auto exponent = [](__m256d v) {
+      return _mm256_srli_epi64(_mm256_castpd_si256(v), kMantissa);
+    };
+    const __m256d most = Number(dy), least = Number(width);
+    const __m256i quotient = _mm256_castpd_si256(_mm256_div_pd(most, least));
+    const __m256i k =
+        _mm256_add_epi64(_mm256_sub_epi64(exponent(least), exponent(most)), AllWide(31));
+    const __m256i scaled = _mm256_add_epi64(quotient, _mm256_slli_epi64(k, kMantissa));
+    const __m256i found = Word(_mm256_castsi256_pd(scaled));
+    // Rounded to the nearest whole number: the one below it is asked for.
+    const __m256i rest = _mm256_sub_epi64(_mm256_sllv_epi64(dy, k), _mm256_mul_epu32(found, width));
+    const __m256i places = _mm256_sub_epi64(k, AllWide(Pieces::kHeightBits));
     const __m256i upright = IsNegative(places);
-    gain = Either(upright, AllWide(0xFFFFFFFF), _mm256_add_epi64(found, IsNegative(rest)));
+    gain = _mm256_or_si256(_mm256_add_epi64(found, IsNegative(rest)), upright);
     shift = _mm256_andnot_si256(upright, places);
   }
 };
@@ -83,7 +74,7 @@ struct Sums {
   std::uint32_t column[3][kLanes];
   int others;  // bits of those that do not lie in one or two columns
 
-  Sums(const Pieces& pieces, int i, const LineColumns& drawn) {
+  Sums(Pieces& pieces, int i, const LineColumns& drawn) {
     const __m128i xTop = Load(pieces.xTop + i), xBottom = Load(pieces.xBottom + i);
     const __m128i low = _mm_min_epi32(xTop, xBottom), high = _mm_max_epi32(xTop, xBottom);
     const __m128i left = _mm_sub_epi32(_mm_srai_epi32(low, 16), All(drawn.first));
@@ -110,6 +101,8 @@ struct Sums {
     const Gain slope(Wide(width), Wide(Load(pieces.dy + i)));
     const __m256i passed = _mm256_srlv_epi64(
         _mm256_mul_epu32(slope.gain, Either(goesLeft, over, toBorder)), slope.shift);
+    Store(pieces.dx + i, Narrow(slope.gain));
+    Store(pieces.dy + i, Narrow(slope.shift));
     const __m256i after = Either(_mm256_cmpgt_epi64(passed, height), height, passed);
     const __m256i before = _mm256_sub_epi64(height, after);
     const __m256i reached = Either(goesLeft, before, after);
@@ -147,7 +140,7 @@ struct Sums {
 
 }  // namespace
 
-int AddPieces(const Pieces& pieces, const LineColumns& columns, std::uint8_t* rest) {
+int AddPieces(Pieces& pieces, const LineColumns& columns, std::uint8_t* rest) {
   const bool oneWord = columns.width < 124;  // as well as the two columns behind them
   int others = 0;
   for (int i = 0; i < pieces.count; i += kLanes) {

@@ -16,8 +16,9 @@ inline constexpr bool kPiecesWait = false;
 
 /// What DifferenceLine::AddSoon is told, each field in an array of its own.
 struct Pieces {
-  static constexpr int kMost = kPiecesWait ? 128 : 4;  // places fit into bytes
-  static constexpr int kHeightBits = 10;               // of heights, beyond 16.16
+  // Places fit into bytes. Arrays a power of two apart would be in each other's way in the cache.
+  static constexpr int kMost = kPiecesWait ? 144 : 4;
+  static constexpr int kHeightBits = 10;  // of heights, beyond 16.16
 
   std::uint32_t* line[kMost];
   std::int32_t dx[kMost];  // of the edge
@@ -36,8 +37,8 @@ struct LineColumns {
 namespace avx2 {
 
 /// Adds all pieces that lie in one or two columns that are drawn. Leaves the places of the others
-/// in `rest`, and returns their number.
-int AddPieces(const Pieces& pieces, const LineColumns& columns, std::uint8_t* rest);
+/// in `rest`, and returns their number; their gains and shifts are in dx and dy then.
+int AddPieces(Pieces& pieces, const LineColumns& columns, std::uint8_t* rest);
 
 }  // namespace avx2
 }  // namespace kalvora
