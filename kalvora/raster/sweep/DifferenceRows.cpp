@@ -15,7 +15,7 @@ constexpr std::int32_t kWhole = 0x10000;
 // where an opacity multiplies it.
 constexpr std::int32_t kAsGoodAsFull = kWhole - 128;
 // Lines that have so many pixels in all stay in the nearest cache.
-constexpr std::int32_t kPixels = 4096;
+constexpr std::int32_t kPixels = 6144;
 // Where edges of rows that were begun together are not apart, others of these rows may be.
 constexpr std::int32_t kFewRows = 8;
 
