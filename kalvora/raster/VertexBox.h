@@ -3,7 +3,9 @@
 #define KALVORA_RASTER_VERTEXBOX_H
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "kalvora/raster/KRowStyle.h"
 #include "kalvora/raster/chainwalk.h"
@@ -24,7 +26,9 @@ struct VertexBox {
 
   void Include(const KVertex2D* ring) {
     const KVertex2D* v = ring::First(ring);
-    for (const KVertex2D* end = v + ring::Count(ring); v != end; ++v) Include(*v);
+    const KVertex2D* const end = v + ring::Count(ring);
+    if (kHasVectors && end - v >= kMany) return IncludeTwos(v, end);
+    for (; v != end; ++v) Include(*v);
   }
 
   // The pixels that are touched, ends included.
@@ -43,6 +47,34 @@ struct VertexBox {
   bool Misses(const KClip& clip, std::int32_t margin) const {
     return Bottom() < clip.y0 || Top() >= clip.y1 || Right() < clip.x0 - margin ||
            Left() >= clip.x1 + margin;
+  }
+
+ private:
+#if defined(__SSE2__) || defined(__aarch64__)
+  static constexpr bool kHasVectors = true;
+#else
+  static constexpr bool kHasVectors = false;
+#endif
+  static constexpr std::ptrdiff_t kMany = 6;
+
+  // Two in a vector, which is begun with the last ones: of an odd number, one comes once more.
+  void IncludeTwos(const KVertex2D* v, const KVertex2D* end) {
+    typedef std::int32_t Two __attribute__((vector_size(2 * sizeof(KVertex2D))));
+    const auto load = [](const KVertex2D* from) {
+      Two two;
+      std::memcpy(&two, from, sizeof two);
+      return two;
+    };
+    Two low = load(end - 2), high = low;
+    for (; v < end - 1; v += 2) {
+      const Two two = load(v);
+      low = two < low ? two : low;
+      high = two > high ? two : high;
+    }
+    for (const int i : {0, 2}) {
+      Include({KFixed::FromRaw(low[i]), KFixed::FromRaw(low[i + 1])});
+      Include({KFixed::FromRaw(high[i]), KFixed::FromRaw(high[i + 1])});
+    }
   }
 };
 
