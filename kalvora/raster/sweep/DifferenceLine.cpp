@@ -127,20 +127,21 @@ struct Reach {
   std::uint64_t gain;
   int shift;
   std::uint32_t height;
-  bool goesLeft;
+  std::int32_t sign;    // -1 to the left, 0 to the right: differences turn without a jump
+  std::int32_t offset;  // R(b) = (H(b) ^ sign) + offset
   std::int32_t xTop;
   std::int32_t first;
 
   /// (distance from xTop to the border left of `column`) x gain
   std::uint64_t Product(std::int32_t column) const {
     const std::int32_t border = (column + first) * kWhole;
-    return gain * static_cast<std::uint32_t>(goesLeft ? xTop - border : border - xTop);
+    return gain * static_cast<std::uint32_t>(((border - xTop) ^ sign) - sign);
   }
   std::uint32_t Height(std::uint64_t product) const {
     return static_cast<std::uint32_t>(std::min<std::uint64_t>(product >> shift, height));
   }
   std::int32_t operator()(std::uint64_t product) const {
-    return static_cast<std::int32_t>(goesLeft ? height - Height(product) : Height(product));
+    return (static_cast<std::int32_t>(Height(product)) ^ sign) + offset;
   }
 };
 
@@ -156,22 +157,21 @@ void Pass(std::uint32_t* line, const Reach& reach, std::int32_t weight, std::int
           Progress& at) {
   std::int32_t column = at.column;
   std::uint64_t p = reach.Product(column + 1);
-  const std::uint64_t step = reach.goesLeft ? 0 - (reach.gain << 16) : reach.gain << 16;
+  const auto turned = static_cast<std::uint64_t>(std::int64_t{reach.sign});
+  const std::uint64_t step = ((reach.gain << 16) ^ turned) - turned;
   const std::int32_t second = reach(p);
   line[column] += static_cast<std::uint32_t>(weight * (at.entered + second - at.last));
   // Further differences of areas are those of R from the border before the column to that behind,
   // where one sign and one constant go for all.
-  const std::int32_t turned = reach.goesLeft ? -1 : 0;
-  const std::int32_t offset = reach.goesLeft ? static_cast<std::int32_t>(reach.height) + 1 : 0;
-  std::int32_t before = at.entered - offset, now = second - offset;
+  std::int32_t before = at.entered - reach.offset, now = second - reach.offset;
   while (++column < stop) {
     p += step;
-    const std::int32_t behind = static_cast<std::int32_t>(reach.Height(p)) ^ turned;
+    const std::int32_t behind = static_cast<std::int32_t>(reach.Height(p)) ^ reach.sign;
     line[column] += static_cast<std::uint32_t>(weight * (behind - before));
     before = now;
     now = behind;
   }
-  at = {column, before + now + 2 * offset, now + offset};
+  at = {column, before + now + 2 * reach.offset, now + reach.offset};
 }
 
 }  // namespace
@@ -194,8 +194,10 @@ void DifferenceLine::AddSlanted(SlopedEdge& edge, std::int32_t xTop, std::int32_
   if (right < 0) return AddToFirst(2 * height * weight, mark);
 
   edge.NeedGain();
-  const Reach reach{edge.gain, edge.shift, static_cast<std::uint32_t>(height),
-                    goesLeft,  xTop,       first_};
+  const std::int32_t sign = -static_cast<std::int32_t>(goesLeft);
+  const Reach reach{edge.gain, edge.shift,          static_cast<std::uint32_t>(height),
+                    sign,      (height + 1) & sign, xTop,
+                    first_};
   Progress at{std::max(left, 0), 0, 0};
   if (at.column == left) {
     at.entered = reach(reach.Product(left + 1));
