@@ -57,10 +57,16 @@ TEST(Pieces, AreAddedAsOneByOne) {
                              ? 0x10000
                              : random.Between(1, std::min(below, 0x10000));
       const int xTop = edge.XAt(top), xBottom = edge.XAt(top + height);
-      const int weight = random.Between(-1, 1), row = static_cast<int>(random.Below(kRows));
+      const bool corrects = random.OneIn(4);
+      const int weight = corrects ? random.Between(-2, 2) : random.Between(-1, 1);
+      const int row = static_cast<int>(random.Below(kRows));
       soon.GoTo(row);
       now.GoTo(row);
-      if (height == 0x10000) {
+      if (corrects) {
+        if (edge.x0 != edge.x1 && random.OneIn(2)) edge.NeedGain();
+        soon.line.Add(edge, xTop, xBottom, height << 10, weight);
+        now.line.Add(same, xTop, xBottom, height << 10, weight);
+      } else if (height == 0x10000) {
         soon.line.AddRow(edge, xTop, xBottom, weight);
         now.line.AddRow(same, xTop, xBottom, weight);
       } else {

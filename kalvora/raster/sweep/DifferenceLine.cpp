@@ -46,8 +46,11 @@ bool DifferenceLine::PrefersToWait() {
   pieces_.count = 0;
 }
 
-void DifferenceLine::Add(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom,
-                         std::int32_t height, std::int32_t weight) {
+// Corrections: seldom enough to stay apart.
+[[gnu::noinline]] void DifferenceLine::Add(SlopedEdge& edge, std::int32_t xTop,
+                                           std::int32_t xBottom, std::int32_t height,
+                                           std::int32_t weight) {
+  if (edge.gain == 0 && weight * weight == 1 && Waits(edge, xTop, xBottom, height, weight)) return;
   // Most of what lies between two vertices of a row: that is foreseen, unlike which way it leans.
   const std::int32_t column = (xTop >> 16) - first_;
   if (xTop >> 16 != xBottom >> 16 || !IsDrawn(column)) {

@@ -27,8 +27,7 @@ class DifferenceLine {
 
   /// Whether this processor adds pieces faster when they wait for each other.
   static bool PrefersToWait();
-  /// For the columns [first, end); add to it after GoTo. `waits`: AddSoon and AddRow may leave
-  /// pieces for later.
+  /// For the columns [first, end); add to it after GoTo. `waits`: pieces may be left for Finish.
   DifferenceLine(std::int32_t first, std::int32_t end, bool waits = PrefersToWait())
       : first_(first), width_(end - first), waits_(waits) {}
   /// `line` has three words more than there are columns, and on to a multiple of four; `touched` a
@@ -39,10 +38,11 @@ class DifferenceLine {
   }
 
   /// Adds `weight` times the area to the right of a piece of `edge`, from its top at xTop down
-  /// `height` (1 to kWholeHeight) to where x is xBottom.
+  /// `height` (1 to kWholeHeight) to where x is xBottom. Where there is no gain yet to make that
+  /// quick, in Finish at the latest.
   void Add(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t height,
            std::int32_t weight);
-  /// The same by a role, -1, 0 or 1, in Finish at the latest, and with a gain of its own.
+  /// The same by a role, -1, 0 or 1, later if it may, and with a gain of its own.
   void AddSoon(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t height,
                std::int32_t weight) {
     if (!Waits(edge, xTop, xBottom, height, weight)) Add(edge, xTop, xBottom, height, weight);
