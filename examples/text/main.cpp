@@ -70,6 +70,7 @@ void Draw(const KParagraph& text, int width, const std::string& path) {
   if (!picture.pixels || !context.RenderToTexture(&picture)) {
     throw examples::Error("not enough memory");
   }
+  context.SetFlatness(KFixed(0.125f));
   context.Clear(KColor32(255, 255, 255, 255));
   text.Draw(context, {KFixed::FromInt(kMargin), KFixed::FromInt(kMargin)});
   examples::WritePng(picture, path);
