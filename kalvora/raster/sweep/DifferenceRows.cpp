@@ -14,8 +14,9 @@ constexpr std::int32_t kWhole = 0x10000;
 // From here on a coverage weighs 256, as much as full coverage. Then it must count as full also
 // where an opacity multiplies it.
 constexpr std::int32_t kAsGoodAsFull = kWhole - 128;
-// Lines that have so many pixels in all stay in the nearest cache.
-constexpr std::int32_t kPixels = 6144;
+// Lines that have so many pixels in all stay in the nearest cache; more at once are worth it where
+// pieces wait.
+constexpr std::int32_t kPixels = kPiecesWait ? 6144 : 4096;
 // Where edges of rows that were begun together are not apart, others of these rows may be.
 constexpr std::int32_t kFewRows = 8;
 
