@@ -79,12 +79,21 @@ class DifferenceLine {
     if (right - left > 1 || !IsDrawn(left) || !IsDrawn(right)) {
       return AddSlanted(edge, xTop, xBottom, height, weight, true);
     }
-    // In this order: that the gain is there is foreseen.
-    if (edge.gain == 0 && left != right) edge.NeedGain();
+    // That the gain is there is foreseen.
+    if constexpr (sizeof(void*) == 4) {
+      if (edge.gain == 0 && left != right) edge.NeedGain();
+    } else if (edge.gain == 0) {
+      NeedGainIf(edge, left != right);
+    }
     AddNarrow<!kWhole>(line_ + left, {edge.gain, edge.shift, goesLeft}, low & 0xFFFF, high & 0xFFFF,
                        left - right, height, weight);
     Mark(left);
     Mark(right + 1);
+  }
+  // Apart, or the compiler asks for `isWide` first, which is not foreseen. On 32-bit processors
+  // instructions count.
+  [[gnu::noinline, gnu::cold]] static void NeedGainIf(SlopedEdge& edge, bool isWide) {
+    if (isWide) edge.NeedGain();
   }
   void AddFurther(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t height,
                   std::int32_t weight);
