@@ -10,7 +10,8 @@
 namespace kalvora {
 
 /// The least of `count` keys, each of which can be changed: a tournament whose inner nodes are
-/// copies of the lesser of the two below. Works in memory given to it.
+/// copies of the lesser of the two below. All keys lie equally deep, so that how far a change goes
+/// up is foreseen. Works in memory given to it.
 class EventTree {
  public:
   static constexpr std::uint32_t kNever = UINT32_MAX;
@@ -19,23 +20,25 @@ class EventTree {
   /// when it is copied. Among equal keys the first place counts.
   using Event = std::uint64_t;
   static std::uint32_t KeyOf(Event event) { return static_cast<std::uint32_t>(event >> 32); }
+  static std::uint32_t PlaceOf(Event event) { return static_cast<std::uint32_t>(event); }
 
   /// Events of memory for `count` keys.
-  static constexpr std::size_t Room(std::size_t count) { return 2 * count; }
+  static constexpr std::size_t Room(std::size_t count) { return 2 * std::bit_ceil(count); }
 
-  EventTree(Event* memory, std::uint32_t count)
-      : nodes_(memory), count_(count), deepest_(std::bit_ceil(count)) {}
+  /// Every key is to be set by Init, then Build be called.
+  EventTree(Event* memory, std::uint32_t count) : nodes_(memory), leaves_(std::bit_ceil(count)) {
+    for (std::uint32_t i = count; i < leaves_; ++i) Init(i, kNever);
+  }
 
-  /// Sets a key before Build.
-  void Init(std::uint32_t i, std::uint32_t key) { nodes_[count_ + i] = EventAt(count_ + i, key); }
+  void Init(std::uint32_t i, std::uint32_t key) { nodes_[leaves_ + i] = EventAt(i, key); }
   void Build() {
-    for (std::uint32_t node = count_ - 1; node > 0; --node) {
+    for (std::uint32_t node = leaves_ - 1; node > 0; --node) {
       nodes_[node] = std::min(nodes_[2 * node], nodes_[2 * node + 1]);
     }
   }
   void Set(std::uint32_t i, std::uint32_t key) {
-    std::uint32_t node = count_ + i;
-    Event least = EventAt(node, key);
+    std::uint32_t node = leaves_ + i;
+    Event least = EventAt(i, key);
     if (nodes_[node] == least) return;
     nodes_[node] = least;
     while (node > 1) {
@@ -45,20 +48,12 @@ class EventTree {
     }
   }
   Event First() const { return nodes_[1]; }
-  std::uint32_t WhoOf(Event event) const {
-    const std::uint32_t place = static_cast<std::uint32_t>(event) - count_;
-    return place < count_ ? place : place - count_;
-  }
 
  private:
-  // Places count the leaves from the first of the lowest level on, then those above it.
-  Event EventAt(std::uint32_t leaf, std::uint32_t key) const {
-    return std::uint64_t{key} << 32 | (leaf < deepest_ ? leaf + count_ : leaf);
-  }
+  static Event EventAt(std::uint32_t i, std::uint32_t key) { return std::uint64_t{key} << 32 | i; }
 
-  Event* nodes_;  // [1] is the root, [count] and on the keys
-  std::uint32_t count_;
-  std::uint32_t deepest_;
+  Event* nodes_;  // [1] is the root, [leaves_] and on the keys
+  std::uint32_t leaves_;
 };
 
 }  // namespace kalvora

@@ -70,7 +70,7 @@ void GroupSweep::Prepare(const RowEntry* entries) {
   for (;;) {
     const EventTree::Event first = tree.First();
     const std::uint32_t key = EventTree::KeyOf(first);
-    Cursor& cursor = cursors_[tree.WhoOf(first)];
+    Cursor& cursor = cursors_[EventTree::PlaceOf(first)];
     if (key == EventTree::kNever) break;
     const std::int32_t y = static_cast<std::int32_t>(key >> 2);
     if (y > now_) {
