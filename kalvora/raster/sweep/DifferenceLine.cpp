@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::int32_t kWhole = 0x10000;
 // An edge of more rows keeps the gain that the first of them finds.
-constexpr std::uint32_t kManyRows = 16;
+constexpr std::uint32_t kManyRows = 32;
 
 #if defined(__x86_64__)
 const bool kHasWideVectors = WidestVectors() == Vectors::k32Bytes;
