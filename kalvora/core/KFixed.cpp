@@ -166,18 +166,13 @@ KFixed KFixed::ArcTan(KFixed x, KFixed y) {
     y.raw >>= 2;
   }
   for (int i = 0; i < 23; ++i) {
-    const KFixed dx = FromRaw(y.raw >> i);
-    const KFixed dy = FromRaw(x.raw >> i);
-    const KFixed turn = FromRaw(KATan[i]);
-    if (y.raw >= 0) {
-      x += dx;
-      y -= dy;
-      angle += turn;
-    } else {
-      x -= dx;
-      y += dy;
-      angle -= turn;
-    }
+    // Turned back where y is below 0, without a jump: nobody foresees that.
+    const std::int32_t back = y.raw >> 31;
+    const auto turned = [back](std::int32_t v) { return FromRaw((v ^ back) - back); };
+    const KFixed dx = turned(y.raw >> i);
+    y -= turned(x.raw >> i);
+    x += dx;
+    angle += turned(KATan[i]);
   }
   return angle.raw < 0 ? angle + kTurn : angle;
 }
