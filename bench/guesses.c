@@ -182,6 +182,7 @@ static void End(uint64_t id, void* data) {
     if (begin == 0) begin = from;
     end = to;
   }
+  if (maps) fclose(maps);
   FILE* const file = fopen(out, "w");
   for (const Jump* jump = jumps; file && jump; jump = jump->next) {
     if (jump->address < begin || jump->address >= end || jump->executed == 0) continue;

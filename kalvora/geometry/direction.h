@@ -115,6 +115,7 @@ constexpr std::int64_t Part(std::int64_t v, std::int64_t t) {
     const int lost = 18 & -static_cast<int>(!isShort);  // without a jump
     return (v >> lost) * t >> (Unit::kBits - lost);
   }
+  // The same where products of 64 bits, and shifts by a variable, take many instructions.
   return isShort
              ? v * t >> Unit::kBits
              : std::int64_t{static_cast<std::int32_t>(v >> 18)} * static_cast<std::int32_t>(t) >>

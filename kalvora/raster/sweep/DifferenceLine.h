@@ -42,7 +42,7 @@ class DifferenceLine {
   /// quick, in Finish at the latest.
   void Add(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t height,
            std::int32_t weight);
-  /// The same by a role, -1, 0 or 1, later if it may, and with a gain of its own.
+  /// The same by a role, -1, 0 or 1, in Finish at the latest, and with a gain of its own.
   void AddSoon(SlopedEdge& edge, std::int32_t xTop, std::int32_t xBottom, std::int32_t height,
                std::int32_t weight) {
     if (!Waits(edge, xTop, xBottom, height, weight)) Add(edge, xTop, xBottom, height, weight);
